@@ -1,0 +1,184 @@
+#include "app/CQorModelTool.h"
+
+#include "xml/CXMLParser.h"
+
+#include <Poco/DOM/Document.h>
+#include <Poco/Logger.h>
+
+namespace QMT
+{
+
+namespace
+{
+
+std::string join(const std::vector<std::string>& fields)
+{
+    std::string text;
+    std::string separator;
+    for (const std::string& field : fields)
+    {
+        text += separator + field;
+        separator = "|";
+    }
+    return text;
+}
+
+std::string withVersions(const std::string& handler, const std::string& moVersion, const std::string& trVersion)
+{
+    return "--modelHandler=" + handler + " --managedObjectVersion=" + moVersion +
+           " --transactionalResourceVersion=" + trVersion;
+}
+
+} // namespace
+
+void CQorModelTool::completeNewestEntry()
+{
+    const CommandLine& request = _impl->commandLine();
+    CommandQueueEntry& entry = _impl->queue().front();
+    switch (entry.first)
+    {
+    case CmdID::ModelHandler:
+        entry.second = join({request.modelHandler, _impl->moVersion(), _impl->trVersion()});
+        break;
+    case CmdID::AddModelFileWithHandler:
+    case CmdID::RemoveModelFileWithHandler:
+        entry.second = join({request.modelFile, request.modelHandler, _impl->moVersion(), _impl->trVersion()});
+        break;
+    case CmdID::AddModelFile:
+    case CmdID::RemoveModelFile:
+        break;
+    }
+}
+
+std::string CQorModelTool::statusLine(const CommandQueueEntry& entry)
+{
+    std::string path;
+    std::string handler;
+    std::string moVersion;
+    std::string trVersion;
+    // A text that does not split has been reported; its line shows the fields as empty.
+    switch (entry.first)
+    {
+    case CmdID::AddModelFile:
+        return "--addModelFile=" + entry.second;
+    case CmdID::ModelHandler:
+        static_cast<void>(_impl->extractHandlerMoVerTrVer(entry.second, handler, moVersion, trVersion));
+        return withVersions(handler, moVersion, trVersion);
+    case CmdID::RemoveModelFile:
+        return "--removeModelFile=" + entry.second;
+    case CmdID::AddModelFileWithHandler:
+        static_cast<void>(_impl->extractCommandHandlerMoVerTrVer(entry.second, path, handler, moVersion, trVersion));
+        return "--addModelFile=" + path + " " + withVersions(handler, moVersion, trVersion);
+    case CmdID::RemoveModelFileWithHandler:
+        static_cast<void>(_impl->extractCommandHandlerMoVerTrVer(entry.second, path, handler, moVersion, trVersion));
+        return "--removeModelFile=" + path + " --modelHandler=" + handler;
+    }
+    return entry.second;
+}
+
+std::string CQorModelTool::stagingLine(const CommandQueueEntry& entry)
+{
+    // Only here does the line of a handler alone begin with a blank, and that of an unknown kind say nothing.
+    switch (entry.first)
+    {
+    case CmdID::ModelHandler:
+        return " " + statusLine(entry);
+    case CmdID::AddModelFile:
+    case CmdID::RemoveModelFile:
+    case CmdID::AddModelFileWithHandler:
+    case CmdID::RemoveModelFileWithHandler:
+        return statusLine(entry);
+    }
+    return std::string();
+}
+
+CQorModelTool::ActionResult CQorModelTool::apply(const CommandQueueEntry& entry, Poco::XML::Document* document)
+{
+    switch (entry.first)
+    {
+    case CmdID::AddModelFile:
+        return applyAddition(entry.second);
+    case CmdID::ModelHandler:
+        return applyHandler(entry.second, document);
+    case CmdID::RemoveModelFile:
+        return applyRemoval(entry.second);
+    case CmdID::AddModelFileWithHandler:
+        return applyAdditionWithHandler(entry.second, document);
+    case CmdID::RemoveModelFileWithHandler:
+        return applyRemovalWithHandler(entry.second, document);
+    }
+    return ActionResult::APPLIED;
+}
+
+CQorModelTool::ActionResult CQorModelTool::applyAddition(const std::string& path)
+{
+    bool alreadyListed = false;
+    return _impl->addModelFileEntry(path, alreadyListed) ? ActionResult::ADDED : ActionResult::FAILED;
+}
+
+CQorModelTool::ActionResult CQorModelTool::applyHandler(const std::string& text, Poco::XML::Document* document)
+{
+    std::string& handler = _impl->componentName();
+    std::string& moVersion = _impl->moVersion();
+    std::string& trVersion = _impl->trVersion();
+    const bool applied =
+        _impl->extractHandlerMoVerTrVer(text, handler, moVersion, trVersion) &&
+        _impl->parser()->verifySetDefaultComponent(document, "", handler, moVersion, trVersion) != CXMLParser::FAILURE;
+    return applied ? ActionResult::APPLIED : ActionResult::FAILED;
+}
+
+CQorModelTool::ActionResult CQorModelTool::applyRemoval(const std::string& path)
+{
+    removeFromList(path, "Unable to find model file, skipping removal.", "Model file entry missing, skipping removal.");
+    return ActionResult::APPLIED;
+}
+
+CQorModelTool::ActionResult CQorModelTool::applyAdditionWithHandler(const std::string& text,
+                                                                    Poco::XML::Document* document)
+{
+    std::string path;
+    std::string& handler = _impl->componentName();
+    std::string& moVersion = _impl->moVersion();
+    std::string& trVersion = _impl->trVersion();
+    const bool registered = _impl->extractCommandHandlerMoVerTrVer(text, path, handler, moVersion, trVersion) &&
+                            _impl->parser()->verifySetDefaultComponent(document, path, handler, moVersion, trVersion) !=
+                                CXMLParser::FAILURE;
+    return registered ? applyAddition(path) : ActionResult::FAILED;
+}
+
+CQorModelTool::ActionResult CQorModelTool::applyRemovalWithHandler(const std::string& text,
+                                                                   Poco::XML::Document* document)
+{
+    std::string path;
+    std::string& moVersion = _impl->moVersion();
+    std::string& trVersion = _impl->trVersion();
+    const bool removed =
+        _impl->extractCommandHandlerMoVerTrVer(text, path, _impl->componentName(), moVersion, trVersion) &&
+        _impl->parser()->modifyRoot(document, path, CmdEntryAction::ENTRY_REMOVE_ROOT, moVersion, trVersion) !=
+            CXMLParser::FAILURE;
+    if (!removed)
+    {
+        return ActionResult::FAILED;
+    }
+    removeFromList(path, "Unable to find modelfile, skipping removal.", "Modelfile entry missing, skipping removal.");
+    return ActionResult::APPLIED;
+}
+
+void CQorModelTool::removeFromList(const std::string& path, const std::string& missingFile,
+                                   const std::string& missingEntry)
+{
+    if (!CQorModelToolImpl::verifyFileExist(path))
+    {
+        _logger->information(missingFile);
+    }
+    else if (_impl->verifyModelFileEntry(path))
+    {
+        _logger->information(missingEntry);
+    }
+    else
+    {
+        _impl->removeModelFileEntry(path);
+    }
+}
+
+} // namespace QMT

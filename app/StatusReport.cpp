@@ -1,0 +1,30 @@
+#include "app/CQorModelTool.h"
+
+#include <Poco/Logger.h>
+
+namespace QMT
+{
+
+void CQorModelTool::handleStatus(const std::string&, const std::string&)
+{
+    _impl->commandLine().commandGiven = true;
+    _impl->commandLine().statusRequested = true;
+    // The queue of this host's own session was loaded at the start.
+    if (_impl->isLockFile() && !isLockWithCurrentHost())
+    {
+        _impl->loadFIFO();
+    }
+    const CommandQueue& queue = _impl->queue();
+    if (queue.empty())
+    {
+        _logger->information("There are no pending actions.");
+        return;
+    }
+    _logger->information("Queued actions:");
+    for (auto entry = queue.crbegin(); entry != queue.crend(); ++entry)
+    {
+        _logger->information(statusLine(*entry));
+    }
+}
+
+} // namespace QMT

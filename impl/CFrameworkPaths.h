@@ -1,0 +1,65 @@
+#ifndef QMT_CFrameworkPaths_INCLUDED
+#define QMT_CFrameworkPaths_INCLUDED
+
+#include <string>
+
+namespace QMT
+{
+
+/// The names of all files that the tool meets, composed in this one place.
+///
+/// An object of this class names the files of one framework directory; it touches none of them.
+class CFrameworkPaths
+{
+public:
+    /// The states in which a configuration file exists side by side.
+    enum class Version
+    {
+        LIVE,         ///< what the framework reads
+        WORKING_COPY, ///< what a commit edits
+        BACKUP        ///< what a rollback puts back
+    };
+
+    /// `qorPath` is the framework directory, with or without a trailing slash.
+    explicit CFrameworkPaths(const std::string& qorPath);
+
+    /// The directory of the model file list and of the session's files; ends with a slash.
+    std::string modelDirectory() const;
+
+    /// The framework's configuration document.
+    std::string configuration(Version version) const;
+
+    /// The list of the installed model files.
+    std::string modelFileList(Version version) const;
+
+    /// The live model file list as the model validator is told it: joined with a slash of its own, so that a framework
+    /// directory with a trailing slash gives a doubled one.
+    std::string modelFileListArgument() const;
+
+    /// The queue of staged actions between two runs.
+    std::string sessionFile() const;
+
+    /// The marker of an open session.
+    std::string lockFile() const;
+
+    /// The framework directory when nothing names another one.
+    static const std::string DEFAULT_QOR_PATH;
+
+    /// The executable that knows the framework directory.
+    static const std::string AGENT;
+
+    /// The file whose first line names the framework directory. It does not follow the framework directory.
+    static std::string environmentFile();
+
+    /// The model validator. It does not follow the framework directory.
+    static std::string validator();
+
+private:
+    std::string compose(const std::string& directory, const std::string& file) const;
+
+    const std::string _qorPath;
+};
+
+} // namespace QMT
+
+#endif // QMT_CFrameworkPaths_INCLUDED

@@ -1,0 +1,70 @@
+#include "impl/CQorModelToolImpl.h"
+
+#include "xml/CXMLParser.h"
+
+namespace QMT
+{
+
+CQorModelToolImpl::CQorModelToolImpl(Poco::Logger* logger)
+    : _logger(logger), _moVersion("1"), _trVersion("1"), _adjustOwnership(false), _group(0)
+{
+}
+
+CQorModelToolImpl::~CQorModelToolImpl() = default;
+
+CommandLine& CQorModelToolImpl::commandLine()
+{
+    return _commandLine;
+}
+
+const CommandLine& CQorModelToolImpl::commandLine() const
+{
+    return _commandLine;
+}
+
+CommandQueue& CQorModelToolImpl::queue()
+{
+    return _queue;
+}
+
+std::string& CQorModelToolImpl::qorPath()
+{
+    return _qorPath;
+}
+
+std::string& CQorModelToolImpl::componentName()
+{
+    return _componentName;
+}
+
+std::string& CQorModelToolImpl::moVersion()
+{
+    return _moVersion;
+}
+
+std::string& CQorModelToolImpl::trVersion()
+{
+    return _trVersion;
+}
+
+void CQorModelToolImpl::setValidatorPath(const std::string& path)
+{
+    _validatorPath = path;
+}
+
+CXMLParser* CQorModelToolImpl::parser()
+{
+    return _parser.get();
+}
+
+void CQorModelToolImpl::setParser(std::unique_ptr<CXMLParser> parser)
+{
+    _parser = std::move(parser);
+}
+
+CFrameworkPaths CQorModelToolImpl::paths() const
+{
+    return CFrameworkPaths(_qorPath);
+}
+
+} // namespace QMT

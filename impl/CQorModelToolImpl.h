@@ -1,0 +1,299 @@
+#ifndef QMT_CQorModelToolImpl_INCLUDED
+#define QMT_CQorModelToolImpl_INCLUDED
+
+#include "impl/CFrameworkPaths.h"
+
+#include <Poco/Path.h>
+
+#include <cstdint>
+#include <deque>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace Poco
+{
+class Logger;
+}
+
+namespace QMT
+{
+
+class CXMLParser;
+
+/// The kinds of queued action. The numbers stand in the session file and never change.
+enum class CmdID : std::int32_t
+{
+    AddModelFile = 0,
+    ModelHandler = 1,
+    RemoveModelFile = 2,
+    AddModelFileWithHandler = 3,
+    RemoveModelFileWithHandler = 4
+};
+
+/// One queued action: its kind and its text, whose fields are separated by "|". A kind read from the session file may
+/// be any number.
+using CommandQueueEntry = std::pair<CmdID, std::string>;
+
+/// The queued actions. New ones go in at the front, so the front is the newest and the back the oldest.
+using CommandQueue = std::deque<CommandQueueEntry>;
+
+/// What the command line of this run has asked for so far.
+struct CommandLine
+{
+    bool helpRequested = false;
+    bool commitRequested = false;
+    bool rollbackRequested = false;
+    bool addStaged = false;         ///< --addModelFile
+    bool removeStaged = false;      ///< --removeModelFile before any --modelHandler
+    bool removeWithHandler = false; ///< a removal and a handler, in either order
+    bool handlerStaged = false;     ///< --modelHandler before any addition or removal
+    bool statusRequested = false;   ///< state only, no operation reads it
+    bool newSession = false;        ///< no lock file at start-up; state only, no operation reads it
+    bool commandGiven = false;      ///< any option at all
+
+    std::string modelFile;    ///< path given to --addModelFile or --removeModelFile
+    std::string modelHandler; ///< name given to --modelHandler
+};
+
+/// Everything the tool does to files and processes: the session file and its queue, the session lock, the model file
+/// list, the framework directory, backups and checksums, installing and rolling back, and the model validator.
+///
+/// Failures of files are caught inside the operations and come out as a message and a result. backupFiles, cfgBackup,
+/// commitCompleted and rollBack let the Poco::Exception reach the caller, and so does every existence test of an empty
+/// path.
+///
+/// The object owns the queue and the document editor. The logger is not owned and outlives the object.
+class CQorModelToolImpl
+{
+public:
+    /// Runs the framework agent, the executable that knows where the framework is installed.
+    class QorEa
+    {
+    public:
+        QorEa() = default;
+        virtual ~QorEa();
+        QorEa(const QorEa&) = delete;
+        QorEa& operator=(const QorEa&) = delete;
+        QorEa(QorEa&&) = delete;
+        QorEa& operator=(QorEa&&) = delete;
+
+        /// Joins `args` with single blanks.
+        static std::string serialize(const std::vector<std::string>& args);
+
+        /// Asks the agent for the framework directory and leaves its answer, less the blanks, tabs and line feeds at
+        /// its end, in `dir`. An answer of nothing but such characters stays whole.
+        ///
+        /// Waits for the agent to end before it reads. Throws a Poco::Exception when the agent cannot be run or ends
+        /// with a status other than 0; `dir` then holds whatever the agent printed.
+        static void getEnvDir(std::string& dir);
+    };
+
+    /// `logger` takes the console messages of all operations.
+    explicit CQorModelToolImpl(Poco::Logger* logger);
+    ~CQorModelToolImpl();
+    CQorModelToolImpl(const CQorModelToolImpl&) = delete;
+    CQorModelToolImpl& operator=(const CQorModelToolImpl&) = delete;
+    CQorModelToolImpl(CQorModelToolImpl&&) = delete;
+    CQorModelToolImpl& operator=(CQorModelToolImpl&&) = delete;
+
+    // ---- State shared with the tool object ----
+
+    /// The request of this run.
+    CommandLine& commandLine();
+    const CommandLine& commandLine() const;
+
+    /// The queued actions, filled by loadFIFO and by the staging options.
+    CommandQueue& queue();
+
+    /// The framework directory; empty until getEnvDir has filled it.
+    std::string& qorPath();
+
+    /// The handler of the action being committed.
+    std::string& componentName();
+
+    /// The managed object version of --managedObjectVersion or of the action being committed; "1" at first.
+    std::string& moVersion();
+
+    /// The transactional resource version of --transactionalResourceVersion or of the action being committed; "1" at
+    /// first.
+    std::string& trVersion();
+
+    /// The full path of the model validator; empty counts as absent.
+    void setValidatorPath(const std::string& path);
+
+    /// The document editor, or null before setParser.
+    CXMLParser* parser();
+
+    /// Takes `parser` over and deletes the one held before.
+    void setParser(std::unique_ptr<CXMLParser> parser);
+
+    // ---- Session file and queue (SessionFile.cpp) ----
+
+    /// Reads the whole file at `path` into `content`. A missing file is no failure and leaves `content` as it was.
+    /// False, with a line in the system log, when the file is there and its bytes cannot be had.
+    [[nodiscard]] static bool loadFile(const std::string& path, std::string& content);
+
+    /// Whether the session file exists.
+    [[nodiscard]] bool isFIFOFile() const;
+
+    /// Adds the actions of the session file to the queue. False when the file is missing (silently) or cannot be read;
+    /// true otherwise, even when tokenizeFIFO found the file invalid.
+    bool loadFIFO();
+
+    /// Parses the session file and pushes its actions to the front of the queue, in the order of the file.
+    ///
+    /// Returns 1, or 3 after a message when the file has no complete actions or a kind that is no number; the actions
+    /// before such a kind stay queued.
+    int tokenizeFIFO();
+
+    /// Writes the whole queue to the session file, oldest action first, one "kind:text" a line. False, after messages,
+    /// when that failed; the file may then be incomplete.
+    bool saveFIFO();
+
+    /// Splits the text of a handler action into its three fields. A missing second separator gives both versions the
+    /// same text. False, after messages and with the outputs untouched, when there is no separator.
+    [[nodiscard]] bool extractHandlerMoVerTrVer(const std::string& entry, std::string& handler, std::string& moVersion,
+                                                std::string& trVersion);
+
+    /// Splits the text of an action on a model file with a handler into its four fields, with the same rules: only the
+    /// first separator is asked for.
+    [[nodiscard]] bool extractCommandHandlerMoVerTrVer(const std::string& entry, std::string& path,
+                                                       std::string& handler, std::string& moVersion,
+                                                       std::string& trVersion);
+
+    // ---- Session lock (SessionLock.cpp) ----
+
+    /// This machine's host name.
+    static std::string getHostName();
+
+    /// Whether a session is open, on whatever host.
+    [[nodiscard]] bool isLockFile() const;
+
+    /// Opens a session of this host: creates the lock file with the host name as its content.
+    ///
+    /// Returns 0 when the lock file existed (it is left alone), 1 when it was created, 3 after messages when that
+    /// failed; a file created before the failure stays. Callers take every result but 0 for success.
+    int createLockFile();
+
+    /// Reads the name of the host that owns the session into `host`. False, after messages and with `host` untouched,
+    /// when the lock file is missing or cannot be read.
+    bool getSessionHost(std::string& host);
+
+    // ---- Model file list (ModelFileList.cpp); all on the working copy, a missing one counts as empty ----
+
+    /// Whether `path` exists, as whatever kind of file. Throws a Poco::Exception when `path` is empty.
+    [[nodiscard]] static bool verifyFileExist(const std::string& path);
+
+    /// True when `entry` is MISSING: when it is not even a part of some line.
+    [[nodiscard]] bool verifyModelFileEntry(const std::string& entry) const;
+
+    /// Appends `entry` and a newline. False, after a message, when the file could not be written.
+    [[nodiscard]] bool updateModelFile(const std::string& entry);
+
+    /// Removes every line that contains `entry` and tidies the others (trimmed, no empty lines). Always true; a list
+    /// that cannot be written is reported.
+    bool removeModelFileEntry(const std::string& entry);
+
+    /// Puts the model file `path` on the list unless it is there already, which `alreadyListed` tells. False, after a
+    /// message, when the model file does not exist or the list cannot be written.
+    [[nodiscard]] bool addModelFileEntry(const std::string& path, bool& alreadyListed);
+
+    // ---- Installation environment (Environment.cpp) ----
+
+    /// Finds the framework directory: from the agent, else QORPATH, else the environment file, else the default. The
+    /// first that answers decides, even with a directory that does not exist; then, and when nothing answers, false.
+    [[nodiscard]] bool getEnvDir(std::string& dir);
+
+    /// Makes sure that the model directory exists, with all its parents. False, after messages, when it cannot be made.
+    [[nodiscard]] bool validateEnvironment();
+
+    // ---- Backups and checksums (Backups.cpp) ----
+
+    /// Copies the live configuration and the live list to their working copies. Returns true.
+    bool backupFiles();
+
+    /// Copies the live configuration and the live list to their backups. Returns true.
+    bool cfgBackup();
+
+    /// Removes working copies, session file and lock file, as far as they exist. Returns true.
+    bool cleanupTmp();
+
+    /// The CRC-32 of the file's content; that of no bytes when the file is missing or cannot be read.
+    [[nodiscard]] static std::uint32_t checksumFile(const std::string& path);
+
+    /// Whether the live list has the checksum of its working copy.
+    [[nodiscard]] bool crcCheckModelFiles() const;
+
+    /// Whether the live configuration has the checksum of its working copy.
+    [[nodiscard]] bool crcCheckQORFiles() const;
+
+    // ---- Installing and rolling back (CommitRollback.cpp) ----
+
+    /// From now on every file made live gets the group `group` and the mode 0660. Off unless called; no command of the
+    /// tool calls it.
+    void adjustOwnership(std::uint32_t group);
+
+    /// Makes the working copies live, keeps the previous files as backups, and ends the session: session file and lock
+    /// file are removed. The list goes first; a failure stops the sequence where it is. Returns true.
+    bool commitCompleted();
+
+    /// Puts the backups back, unless a session is open or there is no backup of the list. False when there is no live
+    /// list, true otherwise.
+    bool rollBack();
+
+    /// Sets the mode of `path`; a failure goes to the system log only.
+    static void modifyFilePermissions(Poco::Path path, unsigned int mode);
+
+    /// Sets owner and group of `path`, 0xFFFFFFFF leaving one as it is; a failure goes to the system log only.
+    static void modifyFileOwnerAndGroup(Poco::Path path, unsigned int owner, unsigned int group);
+
+    // ---- Validation (Validation.cpp) ----
+
+    /// Whether the model validator exists; messages when not.
+    [[nodiscard]] bool verifyModelTool();
+
+    /// Runs the model validator on the live list. True when it REJECTED the list or ended abnormally, its report then
+    /// standing on standard output; false when it accepted or does not exist.
+    [[nodiscard]] bool checkModelCfgValidity();
+
+    /// Waits for the child `pid` to end. Returns its exit status, or -1 after messages, whose text is appended to
+    /// `message`, when it could not be waited for or ended by a signal.
+    int wait(int pid, std::string& message);
+
+private:
+    CFrameworkPaths paths() const;
+    bool hasFields(const std::string& entry);
+    bool findInstalledDirectory(std::string& dir);
+    bool useExistingDirectory(const std::string& found, std::string& dir);
+    void copyLiveFilesTo(CFrameworkPaths::Version version) const;
+    void adjustOwnershipOf(const std::string& path) const;
+    int reportWaitFailure(const std::string& text, int pid, std::string& message);
+
+    // Not owned.
+    Poco::Logger* const _logger;
+
+    // Owned, for the whole run.
+    QorEa _agent;
+    std::unique_ptr<CXMLParser> _parser;
+    CommandQueue _queue;
+
+    // Determined once, at the start of the run.
+    std::string _qorPath;
+    std::string _validatorPath;
+
+    // The request of the run; the versions and the component name take the values of each action being committed.
+    CommandLine _commandLine;
+    std::string _componentName;
+    std::string _moVersion;
+    std::string _trVersion;
+
+    // Dormant unless adjustOwnership is called.
+    bool _adjustOwnership;
+    std::uint32_t _group;
+};
+
+} // namespace QMT
+
+#endif // QMT_CQorModelToolImpl_INCLUDED

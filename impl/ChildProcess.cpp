@@ -1,0 +1,42 @@
+#include "impl/ChildProcess.h"
+
+#include <Poco/Pipe.h>
+#include <Poco/PipeStream.h>
+#include <Poco/Process.h>
+#include <Poco/StreamCopier.h>
+
+#include <fcntl.h>
+
+#include <fstream>
+
+namespace QMT
+{
+
+namespace
+{
+
+void widen(const Poco::Pipe& pipe)
+{
+    int limit = 0;
+    std::ifstream("/proc/sys/fs/pipe-max-size") >> limit;
+    // Refused or unknown, the pipe keeps the room it has.
+    static_cast<void>(::fcntl(pipe.readHandle(), F_SETPIPE_SZ, limit));
+}
+
+} // namespace
+
+Poco::ProcessHandle launchIntoPipe(const std::string& command, const std::vector<std::string>& args, Poco::Pipe& pipe)
+{
+    widen(pipe);
+    return Poco::Process::launch(command, args, nullptr, &pipe, &pipe);
+}
+
+void readPipe(Poco::Pipe& pipe, std::string& output)
+{
+    const std::size_t BUFFER_SIZE = 8192;
+
+    Poco::PipeInputStream stream(pipe);
+    Poco::StreamCopier::copyToString(stream, output, BUFFER_SIZE);
+}
+
+} // namespace QMT

@@ -1,0 +1,95 @@
+#include "impl/CQorModelToolImpl.h"
+
+#include <Poco/File.h>
+
+#include <sys/stat.h>
+#include <syslog.h>
+#include <unistd.h>
+
+namespace QMT
+{
+
+namespace
+{
+
+using Version = CFrameworkPaths::Version;
+
+void move(const std::string& from, const std::string& to)
+{
+    Poco::File(from).moveTo(to);
+}
+
+} // namespace
+
+void CQorModelToolImpl::adjustOwnership(std::uint32_t group)
+{
+    _adjustOwnership = true;
+    _group = group;
+}
+
+bool CQorModelToolImpl::commitCompleted()
+{
+    move(paths().modelFileList(Version::LIVE), paths().modelFileList(Version::BACKUP));
+    move(paths().modelFileList(Version::WORKING_COPY), paths().modelFileList(Version::LIVE));
+    adjustOwnershipOf(paths().modelFileList(Version::LIVE));
+    move(paths().configuration(Version::LIVE), paths().configuration(Version::BACKUP));
+    move(paths().configuration(Version::WORKING_COPY), paths().configuration(Version::LIVE));
+    adjustOwnershipOf(paths().configuration(Version::LIVE));
+    Poco::File(paths().sessionFile()).remove(false);
+    Poco::File(paths().lockFile()).remove(false);
+    return true;
+}
+
+bool CQorModelToolImpl::rollBack()
+{
+    if (!Poco::File(paths().modelFileList(Version::LIVE)).exists())
+    {
+        return false;
+    }
+    if (!Poco::File(paths().modelFileList(Version::BACKUP)).exists() || isLockFile())
+    {
+        return true;
+    }
+    move(paths().modelFileList(Version::BACKUP), paths().modelFileList(Version::LIVE));
+    adjustOwnershipOf(paths().modelFileList(Version::LIVE));
+    const std::string backup = paths().configuration(Version::BACKUP);
+    if (Poco::File(backup).exists())
+    {
+        move(backup, paths().configuration(Version::LIVE));
+    }
+    // The backup's path, on purpose: the configuration put back keeps the mode and group of its backup.
+    adjustOwnershipOf(backup);
+    return true;
+}
+
+void CQorModelToolImpl::adjustOwnershipOf(const std::string& path) const
+{
+    const unsigned int UNCHANGED = 0xFFFFFFFF;
+    const unsigned int GROUP_WRITABLE = 0660;
+
+    if (_adjustOwnership)
+    {
+        modifyFileOwnerAndGroup(path, UNCHANGED, _group);
+        modifyFilePermissions(path, GROUP_WRITABLE);
+    }
+}
+
+void CQorModelToolImpl::modifyFilePermissions(Poco::Path path, unsigned int mode)
+{
+    const std::string name = path.toString();
+    if (::chmod(name.c_str(), mode) != 0)
+    {
+        ::syslog(LOG_ERR, "Error occurred while modifying the permissions of %s file", name.c_str());
+    }
+}
+
+void CQorModelToolImpl::modifyFileOwnerAndGroup(Poco::Path path, unsigned int owner, unsigned int group)
+{
+    const std::string name = path.toString();
+    if (::chown(name.c_str(), owner, group) != 0)
+    {
+        ::syslog(LOG_ERR, "Error occurred while changing the group of directory %s file", name.c_str());
+    }
+}
+
+} // namespace QMT

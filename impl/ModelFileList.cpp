@@ -1,0 +1,105 @@
+#include "impl/CQorModelToolImpl.h"
+
+#include "impl/WholeFile.h"
+
+#include <Poco/Exception.h>
+#include <Poco/File.h>
+#include <Poco/Logger.h>
+#include <Poco/StringTokenizer.h>
+
+#include <syslog.h>
+
+namespace QMT
+{
+
+namespace
+{
+
+/// The lines of the list at `path`, one string; nothing when it is missing or cannot be read.
+std::string readList(const std::string& path)
+{
+    std::string content;
+    if (!CQorModelToolImpl::loadFile(path, content))
+    {
+        content.clear();
+    }
+    return content;
+}
+
+} // namespace
+
+bool CQorModelToolImpl::verifyFileExist(const std::string& path)
+{
+    return Poco::File(path).exists();
+}
+
+bool CQorModelToolImpl::verifyModelFileEntry(const std::string& entry) const
+{
+    const std::string list = readList(paths().modelFileList(CFrameworkPaths::Version::WORKING_COPY));
+    return list.find(entry) == std::string::npos;
+}
+
+bool CQorModelToolImpl::updateModelFile(const std::string& entry)
+{
+    const std::string path = paths().modelFileList(CFrameworkPaths::Version::WORKING_COPY);
+    const std::string list = readList(path) + entry + "\n";
+    try
+    {
+        writeWholeFile(path, list);
+        return true;
+    }
+    catch (const Poco::Exception&)
+    {
+        _logger->critical("Unable to write the new model!");
+        return false;
+    }
+}
+
+bool CQorModelToolImpl::removeModelFileEntry(const std::string& entry)
+{
+    const std::string path = paths().modelFileList(CFrameworkPaths::Version::WORKING_COPY);
+    const Poco::StringTokenizer lines(readList(path), "\n",
+                                      Poco::StringTokenizer::TOK_IGNORE_EMPTY | Poco::StringTokenizer::TOK_TRIM);
+    std::string kept;
+    for (const std::string& line : lines)
+    {
+        if (line.find(entry) != std::string::npos)
+        {
+            _logger->information("Found and removed model entry: " + line);
+        }
+        else
+        {
+            kept += line + "\n";
+        }
+    }
+    try
+    {
+        writeWholeFile(path, kept);
+    }
+    catch (const Poco::Exception&)
+    {
+        const std::string text = "Unable to open: " + path;
+        _logger->warning(text);
+        ::syslog(LOG_WARNING, "%s", text.c_str());
+    }
+    return true;
+}
+
+bool CQorModelToolImpl::addModelFileEntry(const std::string& path, bool& alreadyListed)
+{
+    alreadyListed = false;
+    if (!verifyFileExist(path))
+    {
+        _logger->information("Cannot find the model file: " + path);
+        return false;
+    }
+    if (!verifyModelFileEntry(path))
+    {
+        alreadyListed = true;
+        _logger->information("Modelfile entry already exists: " + path + "\nSkipping adding of modelfile.");
+        return true;
+    }
+    return updateModelFile(path);
+}
+
+} // namespace QMT

@@ -1,0 +1,164 @@
+#include "impl/CQorModelToolImpl.h"
+
+#include "impl/WholeFile.h"
+
+#include <Poco/Exception.h>
+#include <Poco/File.h>
+#include <Poco/FileStream.h>
+#include <Poco/Logger.h>
+#include <Poco/NumberParser.h>
+#include <Poco/StringTokenizer.h>
+
+#include <syslog.h>
+
+#include <ostream>
+
+namespace QMT
+{
+
+namespace
+{
+
+const char FIELD_SEPARATOR = '|';
+
+/// Moves the text up to the first separator from `rest` to `field`. Without a separator `rest` stays whole and `field`
+/// becomes all of it: the position after "no position" is 0.
+void takeField(std::string& rest, std::string& field)
+{
+    const std::string::size_type separator = rest.find(FIELD_SEPARATOR);
+    field = rest.substr(0, separator);
+    rest.erase(0, separator + 1);
+}
+
+} // namespace
+
+bool CQorModelToolImpl::loadFile(const std::string& path, std::string& content)
+{
+    if (readWholeFile(path, content) == ReadResult::FAILED)
+    {
+        ::syslog(LOG_INFO, "Unable to load file %s", path.c_str());
+        return false;
+    }
+    return true;
+}
+
+bool CQorModelToolImpl::isFIFOFile() const
+{
+    return Poco::File(paths().sessionFile()).exists();
+}
+
+bool CQorModelToolImpl::loadFIFO()
+{
+    if (!isFIFOFile())
+    {
+        return false;
+    }
+    std::string content;
+    if (!loadFile(paths().sessionFile(), content))
+    {
+        _logger->critical("Unable to open existing FIFO file!");
+        ::syslog(LOG_WARNING, "Unable to open existing FIFO file");
+        return false;
+    }
+    tokenizeFIFO();
+    return true;
+}
+
+int CQorModelToolImpl::tokenizeFIFO()
+{
+    const int VALID = 1;
+    const int INVALID = 3;
+
+    std::string content;
+    if (!loadFile(paths().sessionFile(), content))
+    {
+        content.clear();
+    }
+    const Poco::StringTokenizer tokens(
+        content, "\n:", Poco::StringTokenizer::TOK_IGNORE_EMPTY | Poco::StringTokenizer::TOK_TRIM);
+    if (tokens.count() == 0 || tokens.count() % 2 != 0)
+    {
+        _logger->critical("Invalid command queue, aborting!");
+        return INVALID;
+    }
+    try
+    {
+        for (std::size_t i = 0; i < tokens.count(); i += 2)
+        {
+            const CmdID kind = static_cast<CmdID>(Poco::NumberParser::parse(tokens[i]));
+            _queue.emplace_front(kind, tokens[i + 1]);
+        }
+    }
+    catch (const Poco::SyntaxException&)
+    {
+        _logger->critical("Invalid command queue, aborting");
+        return INVALID;
+    }
+    return VALID;
+}
+
+bool CQorModelToolImpl::saveFIFO()
+{
+    try
+    {
+        const std::string path = paths().sessionFile();
+        Poco::File(path).createFile();
+        Poco::FileOutputStream file(path, std::ios::out | std::ios::trunc);
+        for (auto entry = _queue.crbegin(); entry != _queue.crend(); ++entry)
+        {
+            file << static_cast<std::int32_t>(entry->first) << ":" << entry->second << std::endl;
+        }
+        closeWritten(file, path);
+        return true;
+    }
+    catch (const Poco::Exception&)
+    {
+        _logger->critical("Unable to write to FIFO file!");
+        ::syslog(LOG_WARNING, "Unable to write to FIFO file");
+        return false;
+    }
+}
+
+bool CQorModelToolImpl::extractHandlerMoVerTrVer(const std::string& entry, std::string& handler, std::string& moVersion,
+                                                 std::string& trVersion)
+{
+    if (!hasFields(entry))
+    {
+        return false;
+    }
+    std::string rest = entry;
+    takeField(rest, handler);
+    takeField(rest, moVersion);
+    trVersion = rest;
+    return true;
+}
+
+bool CQorModelToolImpl::extractCommandHandlerMoVerTrVer(const std::string& entry, std::string& path,
+                                                        std::string& handler, std::string& moVersion,
+                                                        std::string& trVersion)
+{
+    if (!hasFields(entry))
+    {
+        return false;
+    }
+    std::string rest = entry;
+    takeField(rest, path);
+    takeField(rest, handler);
+    takeField(rest, moVersion);
+    trVersion = rest;
+    return true;
+}
+
+bool CQorModelToolImpl::hasFields(const std::string& entry)
+{
+    if (entry.find(FIELD_SEPARATOR) != std::string::npos)
+    {
+        return true;
+    }
+    const std::string text = "Unable to locate model handler.\nAborting.";
+    _logger->warning(text);
+    ::syslog(LOG_WARNING, "%s", text.c_str());
+    return false;
+}
+
+} // namespace QMT

@@ -1,0 +1,76 @@
+#include "impl/CQorModelToolImpl.h"
+
+#include "impl/WholeFile.h"
+
+#include <Poco/Exception.h>
+#include <Poco/File.h>
+#include <Poco/FileStream.h>
+#include <Poco/Logger.h>
+
+#include <syslog.h>
+#include <unistd.h>
+
+#include <array>
+
+namespace QMT
+{
+
+std::string CQorModelToolImpl::getHostName()
+{
+    // One byte more than the call may fill: it need not end a name that just fits.
+    std::array<char, 256 + 1> name = {};
+    static_cast<void>(::gethostname(name.data(), name.size() - 1));
+    return std::string(name.data());
+}
+
+bool CQorModelToolImpl::isLockFile() const
+{
+    return Poco::File(paths().lockFile()).exists();
+}
+
+int CQorModelToolImpl::createLockFile()
+{
+    const int EXISTED = 0;
+    const int CREATED = 1;
+    const int FAILED = 3;
+
+    try
+    {
+        const std::string path = paths().lockFile();
+        if (!Poco::File(path).createFile())
+        {
+            return EXISTED;
+        }
+        writeWholeFile(path, getHostName());
+        return CREATED;
+    }
+    catch (const Poco::Exception&)
+    {
+        _logger->critical("Unable to create lockfile");
+        ::syslog(LOG_WARNING, "unable to create lockfile");
+        return FAILED;
+    }
+}
+
+bool CQorModelToolImpl::getSessionHost(std::string& host)
+{
+    try
+    {
+        const std::string path = paths().lockFile();
+        Poco::FileInputStream file(path);
+        file >> host;
+        if (file.bad())
+        {
+            throw Poco::ReadFileException(path);
+        }
+        return true;
+    }
+    catch (const Poco::Exception&)
+    {
+        _logger->warning("Unable to find hostname");
+        ::syslog(LOG_WARNING, "Unable to find hostname");
+        return false;
+    }
+}
+
+} // namespace QMT

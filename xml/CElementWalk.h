@@ -1,0 +1,55 @@
+#ifndef QMT_CElementWalk_INCLUDED
+#define QMT_CElementWalk_INCLUDED
+
+#include <Poco/DOM/NodeFilter.h>
+#include <Poco/DOM/NodeIterator.h>
+
+#include <string>
+
+namespace Poco::XML
+{
+class Element;
+} // namespace Poco::XML
+
+namespace QMT
+{
+
+/// Visits the elements of one name below a node, in document order and in one pass. The library's list of the same
+/// elements walks the document anew for each index, so that a loop over it is quadratic.
+///
+/// The node and its document are not owned and outlive the walk. An element just visited must not be removed before the
+/// walk goes on.
+class CElementWalk
+{
+public:
+    /// `root` itself is never visited.
+    CElementWalk(Poco::XML::Node& root, const std::string& tag);
+
+    /// The next element, or null when there is none left.
+    Poco::XML::Element* next();
+
+    /// The first element named `tag` below `root`, or null.
+    static Poco::XML::Element* first(Poco::XML::Node& root, const std::string& tag);
+
+    /// The element named `tag` below `root` when there is exactly one, else null.
+    static Poco::XML::Element* only(Poco::XML::Node& root, const std::string& tag);
+
+private:
+    class NameFilter : public Poco::XML::NodeFilter
+    {
+    public:
+        NameFilter(const Poco::XML::Node& root, const std::string& tag);
+        short acceptNode(Poco::XML::Node* node) override;
+
+    private:
+        const Poco::XML::Node& _root;
+        const std::string _tag;
+    };
+
+    NameFilter _filter;
+    Poco::XML::NodeIterator _nodes;
+};
+
+} // namespace QMT
+
+#endif // QMT_CElementWalk_INCLUDED
