@@ -5,8 +5,7 @@
 namespace QMT
 {
 
-CQorModelToolImpl::CQorModelToolImpl(Poco::Logger* logger)
-    : _logger(logger), _moVersion("1"), _trVersion("1"), _adjustOwnership(false), _group(0)
+CQorModelToolImpl::CQorModelToolImpl(Poco::Logger* logger) : _logger(logger)
 {
 }
 

@@ -244,10 +244,10 @@ public:
     bool rollBack();
 
     /// Sets the mode of `path`; a failure goes to the system log only.
-    static void modifyFilePermissions(Poco::Path path, unsigned int mode);
+    static void modifyFilePermissions(const Poco::Path& path, unsigned int mode);
 
     /// Sets owner and group of `path`, 0xFFFFFFFF leaving one as it is; a failure goes to the system log only.
-    static void modifyFileOwnerAndGroup(Poco::Path path, unsigned int owner, unsigned int group);
+    static void modifyFileOwnerAndGroup(const Poco::Path& path, unsigned int owner, unsigned int group);
 
     // ---- Validation (Validation.cpp) ----
 
@@ -286,12 +286,12 @@ private:
     // The request of the run; the versions and the component name take the values of each action being committed.
     CommandLine _commandLine;
     std::string _componentName;
-    std::string _moVersion;
-    std::string _trVersion;
+    std::string _moVersion = "1";
+    std::string _trVersion = "1";
 
     // Dormant unless adjustOwnership is called.
-    bool _adjustOwnership;
-    std::uint32_t _group;
+    bool _adjustOwnership = false;
+    std::uint32_t _group = 0;
 };
 
 } // namespace QMT

@@ -74,7 +74,7 @@ void CQorModelToolImpl::adjustOwnershipOf(const std::string& path) const
     }
 }
 
-void CQorModelToolImpl::modifyFilePermissions(Poco::Path path, unsigned int mode)
+void CQorModelToolImpl::modifyFilePermissions(const Poco::Path& path, unsigned int mode)
 {
     const std::string name = path.toString();
     if (::chmod(name.c_str(), mode) != 0)
@@ -83,7 +83,7 @@ void CQorModelToolImpl::modifyFilePermissions(Poco::Path path, unsigned int mode
     }
 }
 
-void CQorModelToolImpl::modifyFileOwnerAndGroup(Poco::Path path, unsigned int owner, unsigned int group)
+void CQorModelToolImpl::modifyFileOwnerAndGroup(const Poco::Path& path, unsigned int owner, unsigned int group)
 {
     const std::string name = path.toString();
     if (::chown(name.c_str(), owner, group) != 0)

@@ -85,7 +85,7 @@ int CQorModelToolImpl::tokenizeFIFO()
     {
         for (std::size_t i = 0; i < tokens.count(); i += 2)
         {
-            const CmdID kind = static_cast<CmdID>(Poco::NumberParser::parse(tokens[i]));
+            const auto kind = static_cast<CmdID>(Poco::NumberParser::parse(tokens[i]));
             _queue.emplace_front(kind, tokens[i + 1]);
         }
     }

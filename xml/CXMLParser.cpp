@@ -88,7 +88,8 @@ void CXMLParser::writeWorkingCopy(const Document* doc)
     writeXMLFile(_workingConfiguration.toString(), doc);
 }
 
-std::vector<std::string> CXMLParser::getAttributeValueList(Element* element, std::string tag, std::string attribute)
+std::vector<std::string> CXMLParser::getAttributeValueList(Element* element, const std::string& tag,
+                                                           const std::string& attribute)
 {
     std::vector<std::string> values;
     CElementWalk elements(*element, tag);

@@ -74,8 +74,8 @@ public:
 
     /// The values of `attribute` of all elements named `tag` below `element`, in document order; a missing attribute
     /// gives an empty string.
-    static std::vector<std::string> getAttributeValueList(Poco::XML::Element* element, std::string tag,
-                                                          std::string attribute);
+    static std::vector<std::string> getAttributeValueList(Poco::XML::Element* element, const std::string& tag,
+                                                          const std::string& attribute);
 
     /// How many of `nodes`, the children of one element, are named "root".
     static int countRootEntries(Poco::XML::NodeList* nodes);
@@ -101,7 +101,7 @@ public:
 
     /// Removes `participant` and writes the document. Returns 1, or 0 after a message when it is the only one.
     /// `handler` is its name for the messages.
-    int removeModelHandler(Poco::XML::Document* doc, Poco::XML::Node* participant, std::string& handler);
+    int removeModelHandler(Poco::XML::Document* doc, Poco::XML::Node* participant, const std::string& handler);
 
     /// Removes the handler that the tool is working on, unless only one is left, and writes the document. `handler`
     /// serves the refusal's message alone. Returns 1, also when no such handler was found, or 0 after a message.

@@ -66,7 +66,7 @@ int CXMLParser::addHandler(Document& doc, const std::string& compName, const std
     return SUCCESS;
 }
 
-int CXMLParser::removeModelHandler(Document* doc, Node* participant, std::string& handler)
+int CXMLParser::removeModelHandler(Document* doc, Node* participant, const std::string& handler)
 {
     if (only_component(doc))
     {

@@ -11,7 +11,6 @@ namespace QMT
 {
 
 using Poco::XML::Element;
-using Poco::XML::Node;
 
 int CXMLParser::getRootClassName(const std::string& modelFile, std::string& rootClass)
 {
@@ -27,7 +26,7 @@ int CXMLParser::getRootClassName(const std::string& modelFile, std::string& root
         return NO_ROOT_CLASS;
     }
     // Above the document element stands the document, which has no attributes.
-    const Element* const owner = dynamic_cast<const Element*>(root->parentNode());
+    const auto* const owner = dynamic_cast<const Element*>(root->parentNode());
     rootClass = owner == nullptr ? std::string() : owner->getAttribute(DocumentModel::NAME);
     if (rootClass.empty())
     {
