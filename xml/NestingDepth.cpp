@@ -135,12 +135,25 @@ bool needsParser(const std::string& xml)
     return xml.find("<!DOCTYPE") != std::string::npos || xml.find('\0') != std::string::npos;
 }
 
+/// The parser recurses for every entity within an entity. A chain of them takes a reference for each link.
+bool mayChainEntities(const std::string& xml)
+{
+    std::string markup = xml;
+    markup.erase(std::remove(markup.begin(), markup.end(), '\0'), markup.end());
+    const auto references =
+        std::count(markup.begin(), markup.end(), '&') + std::count(markup.begin(), markup.end(), '%');
+    return references > MAX_ENTITY_REFERENCES && markup.find("<!ENTITY") != std::string::npos;
+}
+
 } // namespace
 
 bool isNestedTooDeeply(const std::string& xml)
 {
-    const unsigned int deepest = needsParser(xml) ? deepestParsed(xml) : DepthScan(xml).deepest();
-    return deepest > MAX_NESTING_DEPTH;
+    if (!needsParser(xml))
+    {
+        return DepthScan(xml).deepest() > MAX_NESTING_DEPTH;
+    }
+    return mayChainEntities(xml) || deepestParsed(xml) > MAX_NESTING_DEPTH;
 }
 
 } // namespace QMT
