@@ -92,6 +92,11 @@ std::string CQorModelTool::stagingLine(const CommandQueueEntry& entry)
     return std::string();
 }
 
+CXMLParser& CQorModelTool::editor()
+{
+    return *_impl->parser();
+}
+
 CQorModelTool::ActionResult CQorModelTool::apply(const CommandQueueEntry& entry, Poco::XML::Document* document)
 {
     switch (entry.first)
@@ -123,7 +128,7 @@ CQorModelTool::ActionResult CQorModelTool::applyHandler(const std::string& text,
     std::string& trVersion = _impl->trVersion();
     const bool applied =
         _impl->extractHandlerMoVerTrVer(text, handler, moVersion, trVersion) &&
-        _impl->parser()->verifySetDefaultComponent(document, "", handler, moVersion, trVersion) != CXMLParser::FAILURE;
+        editor().verifySetDefaultComponent(document, "", handler, moVersion, trVersion) != CXMLParser::FAILURE;
     return applied ? ActionResult::APPLIED : ActionResult::FAILED;
 }
 
@@ -140,9 +145,9 @@ CQorModelTool::ActionResult CQorModelTool::applyAdditionWithHandler(const std::s
     std::string& handler = _impl->componentName();
     std::string& moVersion = _impl->moVersion();
     std::string& trVersion = _impl->trVersion();
-    const bool registered = _impl->extractCommandHandlerMoVerTrVer(text, path, handler, moVersion, trVersion) &&
-                            _impl->parser()->verifySetDefaultComponent(document, path, handler, moVersion, trVersion) !=
-                                CXMLParser::FAILURE;
+    const bool registered =
+        _impl->extractCommandHandlerMoVerTrVer(text, path, handler, moVersion, trVersion) &&
+        editor().verifySetDefaultComponent(document, path, handler, moVersion, trVersion) != CXMLParser::FAILURE;
     return registered ? applyAddition(path) : ActionResult::FAILED;
 }
 
@@ -154,7 +159,7 @@ CQorModelTool::ActionResult CQorModelTool::applyRemovalWithHandler(const std::st
     std::string& trVersion = _impl->trVersion();
     const bool removed =
         _impl->extractCommandHandlerMoVerTrVer(text, path, _impl->componentName(), moVersion, trVersion) &&
-        _impl->parser()->modifyRoot(document, path, CmdEntryAction::ENTRY_REMOVE_ROOT, moVersion, trVersion) !=
+        editor().modifyRoot(document, path, CmdEntryAction::ENTRY_REMOVE_ROOT, moVersion, trVersion) !=
             CXMLParser::FAILURE;
     if (!removed)
     {

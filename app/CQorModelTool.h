@@ -151,6 +151,7 @@ private:
     QueueResult applyQueue(Poco::XML::Document* document);
 
     // The kinds of action (Actions.cpp).
+    CXMLParser& editor();
     void completeNewestEntry();
     std::string statusLine(const CommandQueueEntry& entry);
     std::string stagingLine(const CommandQueueEntry& entry);
