@@ -1,0 +1,32 @@
+/*
+ * A host name for a sandbox that has no namespace of its own: QOR_SANDBOX_HOST, in place of the machine's name.
+ */
+#include "preload.h"
+
+#include <errno.h>
+#include <string.h>
+#include <unistd.h>
+
+int gethostname(char* name, size_t size)
+{
+    const char* host = getenv("QOR_SANDBOX_HOST");
+    if (host == NULL)
+    {
+        errno = EFAULT;
+        return -1;
+    }
+    if (strlen(host) >= size)
+    {
+        errno = ENAMETOOLONG;
+        return -1;
+    }
+    strcpy(name, host);
+    return 0;
+}
+
+/* The name under which a fortified program calls it. */
+int __gethostname_chk(char* name, size_t size, size_t space);
+int __gethostname_chk(char* name, size_t size, size_t space)
+{
+    return gethostname(name, size < space ? size : space);
+}

@@ -1,0 +1,80 @@
+/*
+ * Starts one program inside the sandbox and tells the launcher outside how it fared.
+ *
+ *     runner STATUS_FD PROGRAM [ARGUMENT...]
+ *
+ * Sandboxes fold "exited with 139" and "killed by SIGSEGV" into one number; the raw wait status written to STATUS_FD
+ * keeps them apart. The same channel carries the program's process id first, so that a test can send it a signal.
+ * Capabilities are given up before the start: file permissions then mean the same to root as to anybody else.
+ */
+#include <errno.h>
+#include <fcntl.h>
+#include <linux/capability.h>
+#include <signal.h>
+#include <stdio.h>
+#include <stdlib.h>
+#include <string.h>
+#include <sys/prctl.h>
+#include <sys/syscall.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+enum
+{
+    CANNOT_RUN = 127
+};
+
+/* Without new privileges an exec by root cannot win back what is dropped here. */
+static void dropCapabilities(void)
+{
+    struct __user_cap_header_struct header = {_LINUX_CAPABILITY_VERSION_3, 0};
+    struct __user_cap_data_struct none[_LINUX_CAPABILITY_U32S_3];
+    memset(none, 0, sizeof none);
+    if (prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) != 0 || syscall(SYS_capset, &header, none) != 0)
+    {
+        perror("runner: cannot drop capabilities");
+        exit(CANNOT_RUN);
+    }
+}
+
+static void become(char** command, int statusFd)
+{
+    execv(command[0], command);
+    dprintf(statusFd, "failed %d\n", errno);
+    fprintf(stderr, "runner: %s: %s\n", command[0], strerror(errno));
+    _exit(CANNOT_RUN);
+}
+
+int main(int argc, char** argv)
+{
+    if (argc < 3)
+    {
+        fputs("usage: runner STATUS_FD PROGRAM [ARGUMENT...]\n", stderr);
+        return CANNOT_RUN;
+    }
+    const int statusFd = atoi(argv[1]);
+    if (fcntl(statusFd, F_SETFD, FD_CLOEXEC) != 0)
+    {
+        perror("runner: status descriptor");
+        return CANNOT_RUN;
+    }
+    dropCapabilities();
+    const pid_t child = fork();
+    if (child < 0)
+    {
+        perror("runner: fork");
+        return CANNOT_RUN;
+    }
+    if (child == 0)
+    {
+        become(argv + 2, statusFd);
+    }
+    dprintf(statusFd, "pid %d\n", (int)child);
+
+    int status = 0;
+    while (waitpid(child, &status, 0) < 0 && errno == EINTR)
+    {
+    }
+    dprintf(statusFd, "status %d\n", status);
+    return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+}
