@@ -1,0 +1,46 @@
+"""Fixtures of the end-to-end tests: a fresh framework and the real program, in a sandbox, on two hosts."""
+from __future__ import annotations
+
+import sys
+from pathlib import Path
+
+import pytest
+
+sys.path.insert(0, str(Path(__file__).resolve().parents[1] / "support"))
+
+from framework import Framework  # noqa: E402 (path set above)
+from sandbox import Sandbox, SandboxError, launcher_name, tool_path  # noqa: E402
+
+
+def pytest_report_header() -> str:
+    """Say what is tested, and how."""
+    try:
+        return f"program: {tool_path()}\nsandbox: {launcher_name()}"
+    except SandboxError as error:
+        pytest.exit(str(error), returncode=2)
+
+
+@pytest.fixture
+def framework(tmp_path: Path) -> Framework:
+    """A fresh framework directory, seen as /opt/qor by the program."""
+    return Framework.create(tmp_path / "qor")
+
+
+@pytest.fixture
+def work(tmp_path: Path) -> Path:
+    """The program's working directory, seen as /opt/work."""
+    path = tmp_path / "work"
+    path.mkdir()
+    return path
+
+
+@pytest.fixture
+def tool(framework: Framework, work: Path) -> Sandbox:
+    """The program on the host alpha."""
+    return Sandbox(framework.root, work=work)
+
+
+@pytest.fixture
+def other(tool: Sandbox) -> Sandbox:
+    """The program on another host, beta, that shares the framework."""
+    return tool.on("beta")

@@ -1,0 +1,69 @@
+"""What the program says, in the words of a test: ``assert tool.run("--status") == answer(...)``."""
+from __future__ import annotations
+
+from collections.abc import Iterable
+
+from sandbox import LogLine, Result
+
+COMPLETED = "Operation completed."
+NEW_SESSION = "Starting new session:\nUse -s to list queued actions."
+UPDATED = "Updated session file with new entry."
+NOTHING_PENDING = "There are no pending actions."
+ROLLING_BACK = "Rolling back."
+NO_HANDLER = "Unable to locate model handler.\nAborting."
+
+ERROR, WARNING, INFO, DEBUG = 3, 4, 6, 7
+
+
+class Line(str):
+    """A console line of another priority than information."""
+
+    priority = "Information"
+
+
+def _line(priority: str, text: str) -> Line:
+    line = Line(text)
+    line.priority = priority
+    return line
+
+
+def critical(text: str) -> Line:
+    """A line at priority critical."""
+    return _line("Critical", text)
+
+
+def error(text: str) -> Line:
+    """A line at priority error."""
+    return _line("Error", text)
+
+
+def warning(text: str) -> Line:
+    """A line at priority warning."""
+    return _line("Warning", text)
+
+
+class Bare(str):
+    """A console line without the logger's prefix: it comes from the application framework."""
+
+
+FAILED = error("Operation failed!")
+
+
+def console(*lines: str, path: str | None = "/opt/qor") -> str:
+    """The console of a run; it starts with the framework's path, as the agent has told it, unless ``path`` is none."""
+    if path is not None:
+        lines = (f"Using QOR path: {path}", *lines)
+    return "".join(line + "\n" if isinstance(line, Bare)
+                   else f"ConsoleLogger: {getattr(line, 'priority', 'Information')}: {line}\n" for line in lines)
+
+
+def answer(*lines: str, path: str | None = "/opt/qor", status: int = 0, stdout: str = "",
+           syslog: Iterable[LogLine] = ()) -> Result:
+    """All that a run says."""
+    return Result(status, stdout, console(*lines, path=path), list(syslog))
+
+
+def staged(line: str, *more: str, new: bool = False) -> Result:
+    """What a successful staging call says whose action reads ``line``; ``more`` follows on the console."""
+    start = (NEW_SESSION,) if new else ()
+    return answer(*start, UPDATED, line, *(more or (COMPLETED,)), syslog=[(DEBUG, line)])
