@@ -412,7 +412,8 @@ class Sandbox:
             _add_option(env, "ASAN_OPTIONS", "verify_asan_link_order=0")
         if launcher == "proot":
             env["QOR_SANDBOX_HOST"] = self.host
-            # A leak check traces its own process, and proot's tracing stands in its way.
+        if launcher == "proot" or self.wrapper:
+            # A leak check traces its own process, and another tracer stands in its way.
             _add_option(env, "ASAN_OPTIONS", "detect_leaks=0")
         return env
 
