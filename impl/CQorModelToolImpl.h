@@ -236,11 +236,12 @@ public:
     void adjustOwnership(std::uint32_t group);
 
     /// Makes the working copies live, keeps the previous files as backups, and ends the session: session file and lock
-    /// file are removed. The list goes first; a failure stops the sequence where it is. Returns true.
+    /// file are removed. The list goes first; a failure stops the sequence where it is, a signal that asks the program
+    /// to end does not. Returns true.
     bool commitCompleted();
 
     /// Puts the backups back, unless a session is open or there is no backup of the list. False when there is no live
-    /// list, true otherwise.
+    /// list, true otherwise. A signal that asks the program to end waits until all is done.
     bool rollBack();
 
     /// Sets the mode of `path`; a failure goes to the system log only.

@@ -1,5 +1,7 @@
 #include "impl/CQorModelToolImpl.h"
 
+#include "impl/CSignalHold.h"
+
 #include <Poco/File.h>
 
 #include <sys/stat.h>
@@ -29,6 +31,7 @@ void CQorModelToolImpl::adjustOwnership(std::uint32_t group)
 
 bool CQorModelToolImpl::commitCompleted()
 {
+    const CSignalHold hold;
     move(paths().modelFileList(Version::LIVE), paths().modelFileList(Version::BACKUP));
     move(paths().modelFileList(Version::WORKING_COPY), paths().modelFileList(Version::LIVE));
     adjustOwnershipOf(paths().modelFileList(Version::LIVE));
@@ -42,6 +45,7 @@ bool CQorModelToolImpl::commitCompleted()
 
 bool CQorModelToolImpl::rollBack()
 {
+    const CSignalHold hold;
     if (!Poco::File(paths().modelFileList(Version::LIVE)).exists())
     {
         return false;

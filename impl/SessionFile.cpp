@@ -1,5 +1,6 @@
 #include "impl/CQorModelToolImpl.h"
 
+#include "impl/CSignalHold.h"
 #include "impl/WholeFile.h"
 
 #include <Poco/Exception.h>
@@ -99,6 +100,7 @@ int CQorModelToolImpl::tokenizeFIFO()
 
 bool CQorModelToolImpl::saveFIFO()
 {
+    const CSignalHold hold;
     try
     {
         const std::string path = paths().sessionFile();

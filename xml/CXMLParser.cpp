@@ -16,6 +16,7 @@
 #include <Poco/Logger.h>
 #include <Poco/XML/XMLWriter.h>
 
+#include <algorithm>
 #include <sstream>
 
 namespace QMT
@@ -25,6 +26,23 @@ using Poco::XML::Document;
 using Poco::XML::Element;
 using Poco::XML::Node;
 using Poco::XML::NodeList;
+
+namespace
+{
+
+/// `xml` itself, if it can be read again: the writer passes on every byte of a name that it is given, and one that is
+/// no UTF-8 would make the whole document unreadable. Plain ASCII needs no trial.
+const std::string& loadable(const std::string& xml)
+{
+    const auto isAscii = [](char byte) { return static_cast<unsigned char>(byte) < 0x80; };
+    if (!std::all_of(xml.begin(), xml.end(), isAscii) && CXMLParser::parseFile(xml).isNull())
+    {
+        throw Poco::DataFormatException("not readable again");
+    }
+    return xml;
+}
+
+} // namespace
 
 CXMLParser::CXMLParser(CQorModelTool& tool, Poco::Logger* logger) : _logger(logger), _tool(tool)
 {
@@ -75,7 +93,7 @@ void CXMLParser::writeXMLFile(const std::string& path, const Document* doc)
         // The writer may give up in the middle of a document, so the file is touched only when all of it is there.
         std::ostringstream text;
         writer.writeNode(text, doc);
-        writeWholeFile(path, text.str());
+        writeWholeFile(path, loadable(text.str()));
     }
     catch (const Poco::Exception&)
     {
