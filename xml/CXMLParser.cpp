@@ -30,12 +30,13 @@ using Poco::XML::NodeList;
 namespace
 {
 
-/// `xml` itself, if it can be read again: the writer passes on every byte of a name that it is given, and one that is
-/// no UTF-8 would make the whole document unreadable. Plain ASCII needs no trial.
+/// `xml` itself, if it can be read again. The writer ends in the middle, without a word, where it meets a name that is
+/// no UTF-8. Plain ASCII that goes on to the line feed behind the document element needs no trial.
 const std::string& loadable(const std::string& xml)
 {
     const auto isAscii = [](char byte) { return static_cast<unsigned char>(byte) < 0x80; };
-    if (!std::all_of(xml.begin(), xml.end(), isAscii) && CXMLParser::parseFile(xml).isNull())
+    const bool isPlain = !xml.empty() && xml.back() == '\n' && std::all_of(xml.begin(), xml.end(), isAscii);
+    if (!isPlain && CXMLParser::parseFile(xml).isNull())
     {
         throw Poco::DataFormatException("not readable again");
     }
