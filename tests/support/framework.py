@@ -15,6 +15,10 @@ VALIDATOR = "bin/pel_model_validator"
 
 PLACEHOLDER = "VELDA_OAM_COMPONENT"
 
+# Model files of the default framework, as the program sees them.
+BASE, AUX, PUMP, VALVE, ROOTLESS, NAMELESS, BROKEN, MISSING = (
+    f"/opt/qor/models/{name}.xml" for name in ("base", "aux", "pump", "valve", "rootless", "nameless", "broken", "missing"))
+
 Snapshot = dict[str, bytes | None]
 
 

@@ -129,7 +129,7 @@ def preload(name: str, compiler: str = "cc") -> Path:
 class View:
     """What a sandboxed program is to see."""
 
-    framework: Path
+    framework: Path | None
     work: Path
     log: Path
     host: str
@@ -145,8 +145,9 @@ def _bwrap(view: View) -> list[str]:
             command += ["--ro-bind", str(path), str(path)]
     for path in view.writable:
         command += ["--bind", str(path), str(path)]
-    command += ["--bind", str(view.framework), FRAMEWORK, "--bind", str(view.work), WORK]
-    command += ["--dev", "/dev", "--bind", str(view.log), LOG]
+    if view.framework is not None:
+        command += ["--bind", str(view.framework), FRAMEWORK]
+    command += ["--bind", str(view.work), WORK, "--dev", "/dev", "--bind", str(view.log), LOG]
     return command + ["--unshare-uts", "--hostname", view.host, "--chdir", WORK, "--"]
 
 
@@ -156,7 +157,8 @@ def _proot(view: View) -> list[str]:
     # while the program's own stat and open see the sandbox. The run starts in WORK, where a stray path does no harm.
     command = ["proot"]
     for outside, inside in binds:
-        command += ["-b", f"{outside}:{inside}"]
+        if outside is not None:
+            command += ["-b", f"{outside}:{inside}"]
     return command + ["-w", WORK]
 
 
@@ -348,7 +350,8 @@ def _text(output: bytes | None) -> str:
 class Sandbox:
     """One host that sees a framework directory.  Immutable: ``on()`` and ``using()`` give changed copies."""
 
-    framework: Path
+    framework: Path | None
+    """The scratch framework; without one, none is installed as far as the program can see."""
     host: str = "alpha"
     env: Mapping[str, str] = dataclasses.field(default_factory=dict)
     preload: tuple[str | Path, ...] = ()
@@ -438,7 +441,8 @@ class Sandbox:
     def view(self) -> View:
         """What this sandbox shows, as far as it does not depend on the single run."""
         writable = tuple(Path(path) for path in os.environ.get("QOR_SANDBOX_WRITABLE", "").split(":") if path)
-        return View(self.framework.absolute(), Path(), Path(), self.host, writable, (PROJECT, tool_directory()))
+        framework = None if self.framework is None else self.framework.absolute()
+        return View(framework, Path(), Path(), self.host, writable, (PROJECT, tool_directory()))
 
 
 def tool_directory() -> Path:

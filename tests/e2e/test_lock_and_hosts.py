@@ -1,0 +1,216 @@
+"""The session lock: who owns a session, what another host may do, and how it waits."""
+from __future__ import annotations
+
+from pathlib import Path
+
+import pytest
+
+from expect import (COMPLETED, DEBUG, INFO, NEW_SESSION, ROLLING_BACK, UPDATED, answer, console, staged)
+from framework import (BASE, CONFIG, CONFIG_BAK, CONFIG_TMP, LIST, LIST_BAK, LIST_TMP, LOCK, PUMP, SESSION, VALVE,
+                       Framework, installed)
+from sandbox import Result, Sandbox
+
+ADD = f"--addModelFile={PUMP}"
+
+
+def refused(owner: str, line: str = ADD) -> Result:
+    """What a host gets that may not add to the session."""
+    warning = f"WARNING: Session already in progress and locked by: {owner}\nPending action canceled."
+    return answer(warning, syslog=[(DEBUG, line), (INFO, warning)])
+
+
+def taken_over() -> Result:
+    """What a host gets whose wait for the lock was not in vain."""
+    return staged(ADD, new=True)
+
+
+def sleeps(work: Path) -> int:
+    """How many seconds the last run has waited."""
+    counter = work / "sleeps"
+    return int(counter.read_text()) if counter.exists() else 0
+
+
+# --- the lock file -----------------------------------------------------------------------------------------------------
+
+
+def test_the_lock_holds_the_host_name_and_nothing_else(tool: Sandbox, framework: Framework) -> None:
+    tool.on("gamma-7.example").run(ADD)
+    assert framework.path(LOCK).read_bytes() == b"gamma-7.example"
+
+
+@pytest.mark.parametrize("content", ["alpha", "alpha\n", " \talpha\n", "alpha beta"])
+def test_the_first_word_of_the_lock_is_the_owner(tool: Sandbox, framework: Framework, work: Path,
+                                                 content: str) -> None:
+    framework.session(f"2:{BASE}\n", host=content)
+    before = framework.snapshot()
+    assert tool.sleepless().run(ADD) == staged(ADD)
+    assert framework.changes(before) == {SESSION: f"2:{BASE}\n0:{PUMP}\n"}
+    assert sleeps(work) == 0
+
+
+@pytest.mark.parametrize("owner", ["beta", "Alpha", "alph", "alpha2"])
+def test_the_owner_must_be_this_host_to_the_letter(tool: Sandbox, framework: Framework, owner: str) -> None:
+    framework.session(f"2:{BASE}\n", host=owner)
+    before = framework.snapshot()
+    assert tool.sleepless().run(ADD) == refused(owner)
+    assert framework.changes(before) == {}
+
+
+@pytest.mark.parametrize("content", ["", " \n"], ids=["empty", "blank"])
+def test_a_lock_without_a_name_belongs_to_nobody(tool: Sandbox, framework: Framework, content: str) -> None:
+    framework.session(f"2:{BASE}\n", host=content)
+    before = framework.snapshot()
+    assert tool.sleepless().run(ADD) == refused("")
+    assert framework.changes(before) == {}
+
+
+def test_a_lock_that_is_a_directory_belongs_to_nobody(tool: Sandbox, framework: Framework) -> None:
+    framework.path(LOCK).mkdir()
+    before = framework.snapshot()
+    result = tool.sleepless().run(ADD)
+    assert result.status == 0
+    assert result.console.endswith(refused("").console.partition("\n")[2])
+    assert framework.changes(before) == {}
+
+
+# --- waiting for the lock ----------------------------------------------------------------------------------------------
+
+
+def test_a_lock_that_is_never_released_is_waited_for_30_seconds(tool: Sandbox, framework: Framework,
+                                                               work: Path) -> None:
+    framework.session(f"2:{BASE}\n", host="beta")
+    before = framework.snapshot()
+    assert tool.sleepless().run(ADD) == refused("beta")
+    assert framework.changes(before) == {}
+    assert sleeps(work) == 30
+
+
+@pytest.mark.parametrize("at", [1, 5, 29])
+def test_a_lock_released_during_the_wait_is_taken_over(tool: Sandbox, framework: Framework, work: Path,
+                                                       at: int) -> None:
+    framework.session(f"2:{BASE}\n", host="beta")
+    framework.write(CONFIG_TMP, "stale\n")
+    framework.write(LIST_TMP, "stale\n")
+    before = framework.snapshot()
+    assert tool.sleepless(unlink=installed(LOCK), at=at).run(ADD) == taken_over()
+    assert framework.changes(before) == {LOCK: "alpha", SESSION: f"0:{PUMP}\n", CONFIG_TMP: framework.read(CONFIG),
+                                         LIST_TMP: framework.read(LIST)}
+    assert sleeps(work) == at
+
+
+def test_a_lock_released_at_the_last_attempt_is_refused_and_stays_behind(tool: Sandbox, framework: Framework,
+                                                                        work: Path) -> None:
+    framework.session(f"2:{BASE}\n", host="beta")
+    before = framework.snapshot()
+    assert tool.sleepless(unlink=installed(LOCK), at=30).run(ADD) == refused("alpha")
+    assert framework.changes(before) == {LOCK: "alpha"}
+    assert sleeps(work) == 30
+
+
+def test_the_wait_is_a_real_one(tool: Sandbox, framework: Framework) -> None:
+    framework.session(f"2:{BASE}\n", host="beta")
+    run = tool.start(ADD)
+    run.wait_for(lambda: run.syslog)
+    assert run.running
+    framework.remove(LOCK)
+    assert run.wait() == taken_over()
+    assert framework.read(LOCK) == "alpha"
+
+
+def test_a_session_taken_over_by_waiting_can_be_committed(tool: Sandbox, framework: Framework) -> None:
+    framework.session(f"2:{BASE}\n", host="beta")
+    tool.sleepless(unlink=installed(LOCK), at=3).run(ADD)
+    assert tool.run("--commit") == answer(COMPLETED)
+    assert framework.read(LIST) == f"{BASE}\n{PUMP}\n"
+
+
+def test_a_refused_action_is_not_committed_in_the_same_run(tool: Sandbox, framework: Framework) -> None:
+    framework.session(f"2:{BASE}\n", host="beta")
+    before = framework.snapshot()
+    assert tool.sleepless().run(ADD, "--commit") == refused("beta")
+    assert framework.changes(before) == {}
+
+
+@pytest.mark.parametrize("words, line", [
+    (["--modelHandler=h"], " --modelHandler=h --managedObjectVersion=1 --transactionalResourceVersion=1"),
+    ([f"--removeModelFile={BASE}"], f"--removeModelFile={BASE}"),
+    ([f"--removeModelFile={BASE}", "--modelHandler=h"], f"--removeModelFile={BASE} --modelHandler=h"),
+    ([ADD, "--modelHandler=h"], f"{ADD} --modelHandler=h --managedObjectVersion=1 --transactionalResourceVersion=1"),
+], ids=["handler", "removal", "removal with handler", "addition with handler"])
+def test_every_kind_of_action_is_refused_on_another_host(tool: Sandbox, framework: Framework, words: list[str],
+                                                         line: str) -> None:
+    framework.session(f"2:{BASE}\n", host="beta")
+    before = framework.snapshot()
+    assert tool.sleepless().run(*words) == refused("beta", line)
+    assert framework.changes(before) == {}
+
+
+# --- two hosts, one framework ------------------------------------------------------------------------------------------
+
+
+def test_another_host_sees_the_session_and_is_refused(tool: Sandbox, other: Sandbox, framework: Framework) -> None:
+    tool.run(ADD)
+    before = framework.snapshot()
+    assert other.run("--status") == answer("Queued actions:", ADD, COMPLETED)
+    assert other.sleepless().run(f"--removeModelFile={BASE}") == refused("alpha", f"--removeModelFile={BASE}")
+    assert framework.changes(before) == {}
+
+
+def test_another_host_may_commit_the_session(tool: Sandbox, other: Sandbox, framework: Framework) -> None:
+    tool.run(ADD)
+    before = framework.snapshot()
+    old = framework.read(LIST)
+    assert other.run("--commit") == answer(COMPLETED)
+    assert framework.changes(before) == {
+        LIST: old + f"{PUMP}\n", LIST_BAK: old, CONFIG_BAK: framework.read(CONFIG),
+        **dict.fromkeys((SESSION, LOCK, LIST_TMP, CONFIG_TMP))}
+
+
+def test_another_host_may_drop_the_session_and_begin_its_own(tool: Sandbox, other: Sandbox,
+                                                             framework: Framework) -> None:
+    tool.run(ADD)
+    assert other.run("--rollback") == answer(ROLLING_BACK)
+    assert other.run(f"--addModelFile={VALVE}") == staged(f"--addModelFile={VALVE}", new=True)
+    assert framework.read(LOCK) == "beta"
+    assert framework.read(SESSION) == f"0:{VALVE}\n"
+    assert tool.sleepless().run(ADD) == refused("beta")
+
+
+def test_another_host_may_undo_the_last_commit(tool: Sandbox, other: Sandbox, framework: Framework) -> None:
+    before = framework.snapshot()
+    tool.run(ADD)
+    tool.run("--commit")
+    assert other.run("--rollback") == answer(ROLLING_BACK, COMPLETED,
+                                             syslog=[(INFO, "lock file not present, Rolling back.")])
+    assert framework.changes(before) == {}
+
+
+def test_hosts_take_turns_after_each_commit(tool: Sandbox, other: Sandbox, framework: Framework) -> None:
+    for host, model in ((tool, PUMP), (other, VALVE)):
+        assert host.run(f"--addModelFile={model}") == staged(f"--addModelFile={model}", new=True)
+        assert framework.read(LOCK) == host.host
+        assert host.run("--commit") == answer(COMPLETED)
+    assert framework.read(LIST) == f"{BASE}\n{PUMP}\n{VALVE}\n"
+
+
+@pytest.mark.parametrize("attempt", range(5))
+def test_of_two_hosts_that_start_together_exactly_one_owns_the_session(tool: Sandbox, other: Sandbox,
+                                                                       framework: Framework, tmp_path: Path,
+                                                                       attempt: int) -> None:
+    runs = {}
+    for host, model in ((tool, PUMP), (other, VALVE)):
+        work = tmp_path / host.host
+        work.mkdir()
+        runs[host.host] = (host.using(work=work).sleepless().start(f"--addModelFile={model}"), model)
+    answers = {host: (run.wait(), model) for host, (run, model) in runs.items()}
+    owner = framework.read(LOCK)
+    loser = {"alpha": "beta", "beta": "alpha"}[owner]
+    won, model = answers[owner]
+    assert won == staged(f"--addModelFile={model}", new=True)
+    assert framework.read(SESSION) == f"0:{model}\n"
+    lost, model = answers[loser]
+    assert lost.status == 0
+    assert UPDATED not in lost.console
+    assert lost.console.endswith("\nPending action canceled.\n")
+    assert lost.console.removeprefix(console()).removeprefix(f"ConsoleLogger: Information: {NEW_SESSION}\n").startswith(
+        "ConsoleLogger: Information: WARNING: Session already in progress and locked by: ")
