@@ -1,0 +1,59 @@
+#include "support/ToolRun.h"
+
+#include "app/CQorModelTool.h"
+#include "app/CQorModelToolWrapper.h"
+#include "support/CapturedOutput.h"
+#include "support/CapturedSystemLog.h"
+
+#include <Poco/AutoPtr.h>
+#include <Poco/Exception.h>
+
+#include <iostream>
+#include <memory>
+
+namespace QMT::Test
+{
+
+namespace
+{
+
+int start(CQorModelToolWrapper& application, const std::vector<std::string>& arguments)
+{
+    std::vector<std::string> all = {"/usr/sbin/qor_mim_tool"};
+    all.insert(all.end(), arguments.begin(), arguments.end());
+    try
+    {
+        application.init(all);
+    }
+    catch (const Poco::Exception&)
+    {
+        return Poco::Util::Application::EXIT_CONFIG;
+    }
+    return application.run();
+}
+
+} // namespace
+
+ToolRun runTool(const std::vector<std::string>& arguments)
+{
+    ToolRun run;
+    CapturedLog log;
+    CapturedSystemLog systemLog;
+    {
+        const CapturedOutput output;
+        const CapturedOutput console(std::clog);
+        CQorModelToolImpl impl(log.logger());
+        CQorModelTool tool(&impl, log.logger());
+        log.clear();
+        Poco::AutoPtr<CQorModelToolWrapper> application(new CQorModelToolWrapper(tool));
+        log.reattach();
+        run.status = start(*application, arguments);
+        run.output = output.text();
+        run.frameworkLog = console.text();
+    }
+    run.log = log.messages();
+    run.systemLog = systemLog.messages();
+    return run;
+}
+
+} // namespace QMT::Test
