@@ -13,6 +13,10 @@ namespace QMT::Test
 
 std::string configurationOf(const std::vector<Handler>& handlers)
 {
+    if (handlers.empty())
+    {
+        return "<qor>\n\t<participants/>\n</qor>\n";
+    }
     std::string text = "<qor>\n\t<participants>\n";
     for (const Handler& handler : handlers)
     {
