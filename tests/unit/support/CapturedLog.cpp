@@ -5,6 +5,16 @@
 namespace QMT::Test
 {
 
+Messages told(const std::vector<std::string>& texts)
+{
+    Messages messages;
+    for (const std::string& text : texts)
+    {
+        messages.emplace_back(Poco::Message::PRIO_INFORMATION, text);
+    }
+    return messages;
+}
+
 class CapturedLog::Recorder : public Poco::Channel
 {
 public:

@@ -32,6 +32,17 @@ int start(CQorModelToolWrapper& application, const std::vector<std::string>& arg
     return application.run();
 }
 
+/// The message about the missing agent comes first.
+Messages withoutAgentFailure(Messages messages)
+{
+    const Messages::value_type failure = {Poco::Message::PRIO_INFORMATION, "Exception"};
+    if (!messages.empty() && messages.front() == failure)
+    {
+        messages.erase(messages.begin());
+    }
+    return messages;
+}
+
 } // namespace
 
 ToolRun runTool(const std::vector<std::string>& arguments)
@@ -44,14 +55,13 @@ ToolRun runTool(const std::vector<std::string>& arguments)
         const CapturedOutput console(std::clog);
         CQorModelToolImpl impl(log.logger());
         CQorModelTool tool(&impl, log.logger());
-        log.clear();
         Poco::AutoPtr<CQorModelToolWrapper> application(new CQorModelToolWrapper(tool));
         log.reattach();
         run.status = start(*application, arguments);
         run.output = output.text();
         run.frameworkLog = console.text();
     }
-    run.log = log.messages();
+    run.log = withoutAgentFailure(log.messages());
     run.systemLog = systemLog.messages();
     return run;
 }

@@ -13,16 +13,6 @@ using Poco::Message;
 
 const std::string PLACEHOLDER = "VELDA_OAM_COMPONENT";
 
-Messages told(const std::vector<std::string>& texts)
-{
-    Messages messages;
-    for (const std::string& text : texts)
-    {
-        messages.emplace_back(Message::PRIO_INFORMATION, text);
-    }
-    return messages;
-}
-
 class DefaultComponent : public XmlTest
 {
 protected:

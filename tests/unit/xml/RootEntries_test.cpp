@@ -13,16 +13,6 @@ using Poco::Message;
 
 const std::string UNREADABLE = "Unable to parse and get the root class name from the model file.";
 
-Messages told(const std::vector<std::string>& texts)
-{
-    Messages messages;
-    for (const std::string& text : texts)
-    {
-        messages.emplace_back(Message::PRIO_INFORMATION, text);
-    }
-    return messages;
-}
-
 class RootEntries : public XmlTest
 {
 protected:
