@@ -1,0 +1,303 @@
+#include "support/ToolTest.h"
+#include "support/XmlTest.h"
+
+#include <Poco/Message.h>
+
+namespace QMT::Test
+{
+
+namespace
+{
+
+using Poco::Message;
+
+const Messages::value_type FAILED = {Message::PRIO_ERROR, "Operation failed!"};
+const Messages::value_type NO_VALIDATOR = {Message::PRIO_WARNING, "Unable to locate model tool."};
+const Messages::value_type NO_SEPARATOR = {Message::PRIO_WARNING, "Unable to locate model handler.\nAborting."};
+const Messages::value_type DONE = {Message::PRIO_INFORMATION, COMPLETED};
+
+Messages::value_type told(const std::string& text)
+{
+    return {Message::PRIO_INFORMATION, text};
+}
+
+/// The commit of a single queued action.
+class Action : public ToolTest
+{
+protected:
+    Action() : model(framework.model("m.xml", "M"))
+    {
+        given({{"a", {"A"}}});
+    }
+
+    void given(const std::vector<Handler>& handlers, const std::string& list = std::string()) const
+    {
+        writeFile(framework.configuration(), configurationOf(handlers));
+        writeFile(framework.list(), list);
+    }
+
+    ToolRun commit(const std::string& entry) const
+    {
+        givenSession(entry + "\n");
+        return runTool({"--commit"});
+    }
+
+    void expectLive(const std::vector<Handler>& handlers, const std::string& list) const
+    {
+        EXPECT_EQ(readFile(framework.configuration()), configurationOf(handlers));
+        EXPECT_EQ(readFile(framework.list()), list);
+    }
+
+    const std::string model;
+};
+
+// ---- An addition ----
+
+TEST_F(Action, AddsAModelFileToTheListAlone)
+{
+    const ToolRun run = commit("0:" + model);
+
+    EXPECT_EQ(run.status, 0);
+    EXPECT_EQ(run.log, (Messages{NO_VALIDATOR, DONE}));
+    expectLive({{"a", {"A"}}}, model + "\n");
+}
+
+TEST_F(Action, AcceptsAModelFileThatIsListedAlready)
+{
+    given({{"a", {"A"}}}, model + "\n");
+
+    const ToolRun run = commit("0:" + model);
+
+    EXPECT_EQ(run.status, 0);
+    EXPECT_EQ(run.log, (Messages{told("Modelfile entry already exists: " + model + "\nSkipping adding of modelfile."),
+                                 NO_VALIDATOR, DONE}));
+    expectLive({{"a", {"A"}}}, model + "\n");
+}
+
+TEST_F(Action, FailsToAddAModelFileThatDoesNotExist)
+{
+    const ToolRun run = commit("0:/nonexistent/m.xml");
+
+    EXPECT_EQ(run.status, -1);
+    EXPECT_EQ(run.log, (Messages{told("Cannot find the model file: /nonexistent/m.xml"), FAILED}));
+    expectLive({{"a", {"A"}}}, "");
+}
+
+// ---- A handler ----
+
+TEST_F(Action, LetsAHandlerTakeOverThePlaceholder)
+{
+    given({{"VELDA_OAM_COMPONENT", {}}});
+
+    const ToolRun run = commit("1:h|2|3");
+
+    EXPECT_EQ(run.status, 0);
+    EXPECT_EQ(run.log, (Messages{told("Replaced default QOR component tag with: h"), DONE}));
+    expectLive({{"h", {}, "2", "3"}}, "");
+}
+
+TEST_F(Action, FailsForAHandlerWithoutAPlaceholder)
+{
+    const ToolRun run = commit("1:h|2|3");
+
+    EXPECT_EQ(run.status, -1);
+    EXPECT_EQ(run.log, (Messages{told("Default model handler not found, ignoring modelHandler update!"), FAILED}));
+    expectLive({{"a", {"A"}}}, "");
+}
+
+TEST_F(Action, FailsForAHandlerTextThatDoesNotSplit)
+{
+    given({{"VELDA_OAM_COMPONENT", {}}});
+
+    const ToolRun run = commit("1:h");
+
+    EXPECT_EQ(run.status, -1);
+    EXPECT_EQ(run.log, (Messages{NO_SEPARATOR, FAILED}));
+    EXPECT_EQ(run.systemLog, (Messages{{4, "Unable to locate model handler.\nAborting."}}));
+    expectLive({{"VELDA_OAM_COMPONENT", {}}}, "");
+}
+
+// ---- A removal ----
+
+TEST_F(Action, RemovesAModelFileFromTheListAlone)
+{
+    given({{"a", {"M"}}}, model + "\n/m/other.xml\n");
+
+    const ToolRun run = commit("2:" + model);
+
+    EXPECT_EQ(run.status, 0);
+    EXPECT_EQ(run.log, (Messages{told("Found and removed model entry: " + model), DONE}));
+    EXPECT_EQ(run.systemLog, Messages());
+    expectLive({{"a", {"M"}}}, "/m/other.xml\n");
+}
+
+TEST_F(Action, SkipsTheRemovalOfAModelFileThatDoesNotExist)
+{
+    given({{"a", {"A"}}}, "/nonexistent/m.xml\n");
+
+    const ToolRun run = commit("2:/nonexistent/m.xml");
+
+    EXPECT_EQ(run.status, 0);
+    EXPECT_EQ(run.log, (Messages{told("Unable to find model file, skipping removal."), DONE}));
+    expectLive({{"a", {"A"}}}, "/nonexistent/m.xml\n");
+}
+
+TEST_F(Action, SkipsTheRemovalOfAModelFileThatIsNotListed)
+{
+    given({{"a", {"A"}}}, " /m/other.xml\n");
+
+    const ToolRun run = commit("2:" + model);
+
+    EXPECT_EQ(run.status, 0);
+    EXPECT_EQ(run.log, (Messages{told("Model file entry missing, skipping removal."), DONE}));
+    expectLive({{"a", {"A"}}}, " /m/other.xml\n");
+}
+
+// ---- An addition with a handler ----
+
+TEST_F(Action, AddsAModelFileWithANewHandler)
+{
+    const ToolRun run = commit("3:" + model + "|h|2|3");
+
+    EXPECT_EQ(run.status, 0);
+    EXPECT_EQ(run.log, (Messages{told("Adding new handler: h with root class: M"), NO_VALIDATOR, DONE}));
+    expectLive({{"a", {"A"}}, {"h", {"M"}, "2", "3"}}, model + "\n");
+}
+
+TEST_F(Action, LetsAnAdditionsHandlerTakeOverThePlaceholder)
+{
+    given({{"VELDA_OAM_COMPONENT", {}}});
+
+    const ToolRun run = commit("3:" + model + "|h|2|3");
+
+    EXPECT_EQ(run.status, 0);
+    EXPECT_EQ(run.log, (Messages{told("Replaced default QOR component tag with: h"), told("Found handler: h"),
+                                 NO_VALIDATOR, DONE}));
+    expectLive({{"h", {"M"}, "2", "3"}}, model + "\n");
+}
+
+TEST_F(Action, FailsToAddAModelThatAnotherHandlerServes)
+{
+    given({{"a", {"M"}}});
+
+    const ToolRun run = commit("3:" + model + "|h|1|1");
+
+    EXPECT_EQ(run.status, -1);
+    EXPECT_EQ(run.log, (Messages{told("Model handler : a for Root element: M already exists"), FAILED}));
+    expectLive({{"a", {"M"}}}, "");
+}
+
+TEST_F(Action, FailsToAddAModelFileWithAHandlerWhenTheListCannotBeWritten)
+{
+    givenSession("3:" + model + "|a|1|1\n");
+    putDirectoryAt(framework.list(".tmp"));
+
+    const ToolRun run = runTool({"--commit"});
+
+    EXPECT_EQ(run.status, -1);
+    EXPECT_EQ(run.log,
+              (Messages{told("Found handler: a"), {Message::PRIO_CRITICAL, "Unable to write the new model!"}, FAILED}));
+    EXPECT_EQ(readFile(framework.configuration()), configurationOf({{"a", {"A", "M"}}}));
+}
+
+TEST_F(Action, FailsForAnAdditionsTextThatDoesNotSplit)
+{
+    const ToolRun run = commit("3:" + model);
+
+    EXPECT_EQ(run.status, -1);
+    EXPECT_EQ(run.log, (Messages{NO_SEPARATOR, FAILED}));
+    expectLive({{"a", {"A"}}}, "");
+}
+
+// ---- A removal with a handler ----
+
+TEST_F(Action, RemovesAModelFileAndItsRootClass)
+{
+    given({{"a", {"A", "M"}}, {"b", {"M"}}}, model + "\n");
+
+    const ToolRun run = commit("4:" + model + "|a|1|1");
+
+    EXPECT_EQ(run.status, 0);
+    EXPECT_EQ(run.log, (Messages{told("Found handler: a"), told("Removed root entry M from a"),
+                                 told("Found and removed model entry: " + model), DONE}));
+    EXPECT_EQ(run.systemLog, Messages());
+    expectLive({{"a", {"A"}}, {"b", {"M"}}}, "");
+}
+
+TEST_F(Action, FailsToRemoveTheLastRootClassAndKeepsTheListThen)
+{
+    given({{"a", {"M"}}}, model + "\n");
+
+    const ToolRun run = commit("4:" + model + "|a|1|1");
+
+    EXPECT_EQ(run.status, -1);
+    EXPECT_EQ(run.log, (Messages{told("Found handler: a"), told("Unable to remove root entry"), FAILED}));
+    expectLive({{"a", {"M"}}}, model + "\n");
+}
+
+TEST_F(Action, SkipsTheRemovalFromTheListOfAModelFileThatDoesNotExist)
+{
+    given({{"b", {"M"}}}, "/nonexistent/m.xml\n");
+
+    const ToolRun run = commit("4:/nonexistent/m.xml|a|1|1");
+
+    EXPECT_EQ(run.status, 0);
+    EXPECT_EQ(run.log, (Messages{told("Unable to find modelfile, skipping removal."), DONE}));
+    expectLive({{"b", {"M"}}}, "/nonexistent/m.xml\n");
+}
+
+TEST_F(Action, SkipsTheRemovalFromTheListOfAModelFileThatIsNotListed)
+{
+    given({{"a", {"A", "M"}}});
+
+    const ToolRun run = commit("4:" + model + "|a|1|1");
+
+    EXPECT_EQ(run.status, 0);
+    EXPECT_EQ(run.log, (Messages{told("Found handler: a"), told("Removed root entry M from a"),
+                                 told("Modelfile entry missing, skipping removal."), DONE}));
+    expectLive({{"a", {"A"}}}, "");
+}
+
+TEST_F(Action, FailsForARemovalsTextThatDoesNotSplit)
+{
+    given({{"a", {"A", "M"}}}, model + "\n");
+
+    const ToolRun run = commit("4:" + model);
+
+    EXPECT_EQ(run.status, -1);
+    EXPECT_EQ(run.log, (Messages{NO_SEPARATOR, FAILED}));
+    expectLive({{"a", {"A", "M"}}}, model + "\n");
+}
+
+// ---- What is none of these ----
+
+TEST_F(Action, SkipsAKindItDoesNotKnow)
+{
+    const ToolRun run = commit("7:" + model);
+
+    EXPECT_EQ(run.status, 0);
+    EXPECT_EQ(run.log, (Messages{DONE}));
+    expectLive({{"a", {"A"}}}, "");
+}
+
+TEST_F(Action, FailsWhenItsPathIsEmptyAndItsHandlerKnown)
+{
+    const ToolRun run = commit("4:|a|1|1");
+
+    EXPECT_EQ(run.status, -1);
+    EXPECT_EQ(run.log, (Messages{told("Found handler: a"),
+                                 told("Unable to parse and get the root class name from the model file."), FAILED}));
+}
+
+TEST_F(Action, EndsTheRunWithStatus70WhenItsPathIsEmptyAndItsHandlerUnknown)
+{
+    const ToolRun run = commit("4:|h|1|1");
+
+    EXPECT_EQ(run.status, 70);
+    EXPECT_EQ(run.log, Messages());
+    EXPECT_TRUE(exists(framework.lock()));
+}
+
+} // namespace
+
+} // namespace QMT::Test

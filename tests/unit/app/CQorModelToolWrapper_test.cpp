@@ -1,0 +1,123 @@
+#include "app/CQorModelToolWrapper.h"
+
+#include "support/FakeInstallation.h"
+#include "support/ToolTest.h"
+
+#include <cstdlib>
+
+namespace QMT::Test
+{
+
+namespace
+{
+
+const std::string FIRST_HELP_LINE = "usage: qor_mim_tool [-] [--] OPTIONS\n";
+
+class Application : public ToolTest
+{
+};
+
+TEST_F(Application, PrintsHelpAndRunsTheDriverWithoutAnyOption)
+{
+    const ToolRun run = runTool({});
+
+    EXPECT_EQ(run.status, 0);
+    EXPECT_EQ(run.output.substr(0, FIRST_HELP_LINE.size()), FIRST_HELP_LINE);
+    EXPECT_EQ(run.log, told({COMPLETED}));
+    EXPECT_EQ(run.systemLog, Messages());
+}
+
+TEST_F(Application, PrintsHelpAndRunsTheDriverWhenAskedForHelp)
+{
+    const ToolRun run = runTool({"--help"});
+
+    EXPECT_EQ(run.status, 0);
+    EXPECT_EQ(run.output.substr(0, FIRST_HELP_LINE.size()), FIRST_HELP_LINE);
+    EXPECT_EQ(run.log, told({COMPLETED}));
+}
+
+TEST_F(Application, PrintsHelpAndCommitsWhenAskedForBoth)
+{
+    givenSession("2:/nonexistent/model.xml\n");
+
+    const ToolRun run = runTool({"--help", "--commit"});
+
+    EXPECT_EQ(run.status, 0);
+    EXPECT_EQ(run.output.substr(0, FIRST_HELP_LINE.size()), FIRST_HELP_LINE);
+    EXPECT_EQ(run.log, told({"Unable to find model file, skipping removal.", COMPLETED}));
+    EXPECT_FALSE(exists(framework.lock()));
+}
+
+TEST_F(Application, PrintsNoHelpWhenAnotherOptionIsGiven)
+{
+    const ToolRun run = runTool({"--status"});
+
+    EXPECT_EQ(run.status, 0);
+    EXPECT_EQ(run.output, "");
+    EXPECT_EQ(run.log, told({"There are no pending actions.", COMPLETED}));
+}
+
+TEST_F(Application, EndsWithTheStatusOfTheDriver)
+{
+    givenSession("0:/nonexistent/model.xml\n");
+
+    EXPECT_EQ(runTool({"--commit"}).status, -1);
+}
+
+TEST_F(Application, EndsWithStatus70WhenTheDriverThrows)
+{
+    givenSession("0:/nonexistent/model.xml\n");
+    putLoopAt(framework.configuration(".bak"));
+
+    const ToolRun run = runTool({"--commit"});
+
+    EXPECT_EQ(run.status, 70);
+    EXPECT_NE(run.frameworkLog, "");
+    EXPECT_EQ(run.log, Messages());
+}
+
+TEST_F(Application, EndsWithStatus78AndStagesNothingWhenAValueIsMissing)
+{
+    const ToolRun run = runTool({"--removeModelFile"});
+
+    EXPECT_EQ(run.status, 78);
+    EXPECT_EQ(run.log, Messages());
+    EXPECT_FALSE(exists(framework.lock()));
+    EXPECT_FALSE(exists(framework.session()));
+}
+
+TEST_F(Application, EndsWithStatus78BeforeTheHandlersBehindAnUnknownOption)
+{
+    const ToolRun run = runTool({"--unknown", "--status"});
+
+    EXPECT_EQ(run.status, 78);
+    EXPECT_EQ(run.log, Messages());
+}
+
+TEST_F(Application, HandlesOptionsInCommandLineOrder)
+{
+    const ToolRun run = runTool({"--status", "-o2", "-s"});
+
+    EXPECT_EQ(run.status, 78);
+    EXPECT_EQ(run.log, told({"There are no pending actions.", "handleManagedObjectVersion: 2"}));
+}
+
+TEST_F(Application, GoesOnWithoutAnEditorInAnInvalidEnvironment)
+{
+    ::setenv("QORPATH", framework.file("file", "").c_str(), 1);
+
+    const ToolRun run = runTool({"--status"});
+
+    EXPECT_EQ(run.status, 0);
+    ASSERT_EQ(run.log.size(), 4U);
+    EXPECT_EQ(run.log[0], told({"There are no pending actions."})[0]);
+    EXPECT_EQ(run.log[1].second.find("Unable to create directory structure: "), 0U);
+    EXPECT_EQ(run.log[2], std::make_pair(4, std::string("Invaild environment, exiting.")));
+    EXPECT_EQ(run.log[3], told({COMPLETED})[0]);
+    ASSERT_EQ(run.systemLog.size(), 2U);
+    EXPECT_EQ(run.systemLog[1], std::make_pair(4, std::string("Invalid Environment, exiting")));
+}
+
+} // namespace
+
+} // namespace QMT::Test

@@ -1,0 +1,426 @@
+#include "app/CQorModelTool.h"
+#include "support/FakeInstallation.h"
+#include "support/ImplTest.h"
+#include "support/ToolTest.h"
+#include "support/XmlTest.h"
+
+#include <Poco/DOM/Document.h>
+#include <Poco/Message.h>
+
+#include <syslog.h>
+
+#include <cstdlib>
+#include <filesystem>
+
+namespace QMT::Test
+{
+
+namespace
+{
+
+using Poco::Message;
+
+const Messages::value_type FAILED = {Message::PRIO_ERROR, "Operation failed!"};
+const Messages NO_VALIDATOR_SYSTEM_LOG = {{LOG_WARNING, "Unable to locate Model tool"},
+                                          {LOG_INFO, "model tool does not exist"}};
+
+class CommitFlow : public ToolTest
+{
+protected:
+    CommitFlow() : before(configurationOf({{"a", {"A"}}}))
+    {
+        writeFile(framework.configuration(), before);
+        writeFile(framework.list(), "/m/old.xml\n");
+    }
+
+    void expectNoSession() const
+    {
+        EXPECT_FALSE(exists(framework.lock()));
+        EXPECT_FALSE(exists(framework.session()));
+        EXPECT_FALSE(exists(framework.configuration(".tmp")));
+        EXPECT_FALSE(exists(framework.list(".tmp")));
+    }
+
+    void expectLive(const std::string& configuration, const std::string& list) const
+    {
+        EXPECT_EQ(readFile(framework.configuration()), configuration);
+        EXPECT_EQ(readFile(framework.list()), list);
+    }
+
+    void expectBackups(const std::string& configuration, const std::string& list) const
+    {
+        EXPECT_EQ(readFile(framework.configuration(".bak")), configuration);
+        EXPECT_EQ(readFile(framework.list(".bak")), list);
+    }
+
+    const std::string before;
+};
+
+// ---- Rollback ----
+
+TEST_F(CommitFlow, RollsBackThePendingSessionByDroppingIt)
+{
+    givenSession("0:/m/a.xml\n");
+    writeFile(framework.configuration(".bak"), "old configuration");
+    writeFile(framework.list(".bak"), "old list");
+
+    const ToolRun run = runTool({"--rollback"});
+
+    EXPECT_EQ(run.status, 0);
+    EXPECT_EQ(run.log, told({"Rolling back."}));
+    EXPECT_EQ(run.systemLog, Messages());
+    expectNoSession();
+    expectLive(before, "/m/old.xml\n");
+    expectBackups("old configuration", "old list");
+}
+
+TEST_F(CommitFlow, RollsBackTheLastCommitWithoutASession)
+{
+    writeFile(framework.configuration(".bak"), "old configuration");
+    writeFile(framework.list(".bak"), "old list");
+    writeFile(framework.session(), "left behind");
+
+    const ToolRun run = runTool({"--rollback"});
+
+    EXPECT_EQ(run.status, 0);
+    EXPECT_EQ(run.log, told({"Rolling back.", COMPLETED}));
+    EXPECT_EQ(run.systemLog, (Messages{{LOG_INFO, "lock file not present, Rolling back."}}));
+    expectLive("old configuration", "old list");
+    EXPECT_TRUE(exists(framework.session()));
+}
+
+// ---- What keeps a commit from starting ----
+
+TEST_F(CommitFlow, RejectsACommitWithARollback)
+{
+    givenSession("0:/m/a.xml\n");
+
+    const ToolRun run = runTool({"--commit", "--rollback"});
+
+    EXPECT_EQ(run.status, 0);
+    EXPECT_EQ(run.log, told({"Invalid command!\nSeparate calls to commit and rollback."}));
+    EXPECT_EQ(run.systemLog, Messages());
+    EXPECT_EQ(readFile(framework.session()), "0:/m/a.xml\n");
+    EXPECT_TRUE(exists(framework.lock()));
+}
+
+TEST_F(CommitFlow, FindsNothingToCommitWithoutASession)
+{
+    const ToolRun run = runTool({"--commit"});
+
+    EXPECT_EQ(run.status, 0);
+    EXPECT_EQ(run.log, told({"There is nothing to commit!"}));
+    EXPECT_EQ(run.systemLog, (Messages{{LOG_INFO, "lock file not present, There is nothing to commit."}}));
+    EXPECT_FALSE(exists(framework.configuration(".bak")));
+}
+
+TEST_F(CommitFlow, DropsTheSessionWhenTheConfigurationHasChanged)
+{
+    givenSession("0:/m/a.xml\n");
+    writeFile(framework.configuration(), "changed");
+    writeFile(framework.list(".bak"), "old list");
+
+    const ToolRun run = runTool({"--commit"});
+
+    EXPECT_EQ(run.status, 0);
+    EXPECT_EQ(run.log, told({"Unable to commit!\nRolling back..."}));
+    EXPECT_EQ(run.systemLog,
+              (Messages{{LOG_INFO, "check of qor.cfg or Model files failed, Unable to commit rolling back"}}));
+    expectNoSession();
+    expectLive("changed", "/m/old.xml\n");
+    EXPECT_EQ(readFile(framework.list(".bak")), "old list");
+    EXPECT_FALSE(exists(framework.configuration(".bak")));
+}
+
+TEST_F(CommitFlow, DropsTheSessionWhenTheListHasChanged)
+{
+    givenSession("0:/m/a.xml\n");
+    writeFile(framework.list(), "changed");
+
+    const ToolRun run = runTool({"--commit"});
+
+    EXPECT_EQ(run.status, 0);
+    EXPECT_EQ(run.log, told({"Unable to commit!\nRolling back..."}));
+    expectNoSession();
+    expectLive(before, "changed");
+}
+
+TEST_F(CommitFlow, FailsWithTheSessionKeptWhenTheWorkingCopyIsNoDocument)
+{
+    writeFile(framework.configuration(), "no document");
+    givenSession("0:/m/a.xml\n");
+
+    const ToolRun run = runTool({"--commit"});
+
+    const std::string path = framework.configuration(".tmp");
+    EXPECT_EQ(run.status, -1);
+    EXPECT_EQ(run.log, (Messages{{Message::PRIO_CRITICAL, "Unable to parse XML file: " + path}, FAILED}));
+    EXPECT_EQ(run.systemLog, Messages());
+    EXPECT_EQ(readFile(framework.session()), "0:/m/a.xml\n");
+    EXPECT_TRUE(exists(framework.lock()));
+    EXPECT_EQ(readFile(path), "no document");
+    expectBackups("no document", "/m/old.xml\n");
+}
+
+TEST_F(CommitFlow, FailsOnADocumentThatCannotBeLoadedEvenWithAnEmptyQueue)
+{
+    writeFile(framework.configuration(), "");
+    givenSession("");
+
+    const ToolRun run = runTool({"--commit"});
+
+    EXPECT_EQ(run.status, -1);
+    EXPECT_EQ(run.log,
+              (Messages{{Message::PRIO_CRITICAL, "Invalid command queue, aborting!"},
+                        {Message::PRIO_CRITICAL, "Unable to parse XML file: " + framework.configuration(".tmp")},
+                        FAILED}));
+}
+
+// ---- Commit ----
+
+TEST_F(CommitFlow, AppliesEveryKindOfActionOldestFirst)
+{
+    const std::string added = framework.model("added.xml", "Added");
+    const std::string handled = framework.model("handled.xml", "Handled");
+    const std::string removed = framework.model("removed.xml", "Removed");
+    const std::string unhandled = framework.model("unhandled.xml", "Unhandled");
+    writeFile(framework.configuration(), configurationOf({{"VELDA_OAM_COMPONENT", {"Unhandled"}}}));
+    writeFile(framework.list(), removed + "\n" + unhandled + "\n");
+    givenSession("1:first|2|3\n"
+                 "0:" +
+                 added +
+                 "\n"
+                 "3:" +
+                 handled +
+                 "|second|4|5\n"
+                 "2:" +
+                 removed +
+                 "\n"
+                 "4:" +
+                 unhandled +
+                 "|first|1|1\n"
+                 "9:whatever\n");
+
+    const ToolRun run = runTool({"--commit"});
+
+    EXPECT_EQ(run.status, 0);
+    EXPECT_EQ(run.log, (Messages{{6, "Replaced default QOR component tag with: first"},
+                                 {6, "Adding new handler: second with root class: Handled"},
+                                 {6, "Found and removed model entry: " + removed},
+                                 {6, "Found handler: first"},
+                                 {6, "Removed root entry Unhandled from first"},
+                                 {6, "Removed handler: first"},
+                                 {6, "Found and removed model entry: " + unhandled},
+                                 {4, "Unable to locate model tool."},
+                                 {6, COMPLETED}}));
+    EXPECT_EQ(run.systemLog, NO_VALIDATOR_SYSTEM_LOG);
+    expectLive(configurationOf({{"second", {"Handled"}, "4", "5"}}), added + "\n" + handled + "\n");
+    expectBackups(configurationOf({{"VELDA_OAM_COMPONENT", {"Unhandled"}}}), removed + "\n" + unhandled + "\n");
+    expectNoSession();
+}
+
+TEST_F(CommitFlow, ReplacesOlderBackups)
+{
+    writeFile(framework.configuration(".bak"), "older configuration");
+    writeFile(framework.list(".bak"), "older list");
+    givenSession("2:/nonexistent/m.xml\n");
+
+    EXPECT_EQ(runTool({"--commit"}).status, 0);
+
+    expectBackups(before, "/m/old.xml\n");
+}
+
+TEST_F(CommitFlow, LeavesTheSessionOfAnEmptyQueueOpen)
+{
+    givenSession("");
+
+    const ToolRun run = runTool({"--commit"});
+
+    EXPECT_EQ(run.status, 0);
+    EXPECT_EQ(run.log, (Messages{{Message::PRIO_CRITICAL, "Invalid command queue, aborting!"},
+                                 {Message::PRIO_INFORMATION, COMPLETED}}));
+    EXPECT_EQ(run.systemLog, Messages());
+    EXPECT_TRUE(exists(framework.lock()));
+    EXPECT_TRUE(exists(framework.session()));
+    EXPECT_TRUE(exists(framework.configuration(".tmp")));
+    expectBackups(before, "/m/old.xml\n");
+}
+
+TEST_F(CommitFlow, CommitsTheSessionOfAnotherHost)
+{
+    const std::string model = framework.model("m.xml", "M");
+    givenSession("3:" + model + "|a|1|1\n", "other-host");
+
+    const ToolRun run = runTool({"--commit"});
+
+    EXPECT_EQ(run.status, 0);
+    EXPECT_EQ(run.log, (Messages{{6, "Found handler: a"}, {4, "Unable to locate model tool."}, {6, COMPLETED}}));
+    expectLive(configurationOf({{"a", {"A", "M"}}}), "/m/old.xml\n" + model + "\n");
+    expectNoSession();
+}
+
+TEST_F(CommitFlow, CompletesWithTheOtherActionsWhenOneFails)
+{
+    const std::string model = framework.model("m.xml", "M");
+    givenSession("0:/nonexistent/m.xml\n3:" + model + "|a|1|1\n");
+
+    const ToolRun run = runTool({"--commit"});
+
+    EXPECT_EQ(run.status, -1);
+    EXPECT_EQ(run.log, (Messages{{6, "Cannot find the model file: /nonexistent/m.xml"},
+                                 {6, "Found handler: a"},
+                                 {4, "Unable to locate model tool."},
+                                 FAILED}));
+    expectLive(configurationOf({{"a", {"A", "M"}}}), "/m/old.xml\n" + model + "\n");
+    expectNoSession();
+}
+
+TEST_F(CommitFlow, StaysFailedWhenALaterActionIsApplied)
+{
+    givenSession("0:/nonexistent/m.xml\n2:/nonexistent/n.xml\n");
+
+    const ToolRun run = runTool({"--commit"});
+
+    EXPECT_EQ(run.status, -1);
+    EXPECT_EQ(run.log, (Messages{{6, "Cannot find the model file: /nonexistent/m.xml"},
+                                 {6, "Unable to find model file, skipping removal."},
+                                 FAILED}));
+    expectNoSession();
+}
+
+TEST_F(CommitFlow, CommitsNothingInAnInvalidEnvironment)
+{
+    CapturedLog log;
+    CapturedSystemLog systemLog;
+    CQorModelToolImpl impl(log.logger());
+    CQorModelTool tool(&impl, log.logger());
+    givenSession("0:/m/a.xml\n");
+    log.clear();
+    tool.handleCommit("commit", "");
+
+    EXPECT_EQ(tool.main({}), -1);
+
+    EXPECT_EQ(
+        log.messages(),
+        (Messages{{Message::PRIO_CRITICAL, "Unable to parse XML file: " + framework.configuration(".tmp")}, FAILED}));
+    EXPECT_TRUE(exists(framework.lock()));
+}
+
+// ---- Validation ----
+
+class ValidatedCommit : public CommitFlow
+{
+protected:
+    ValidatedCommit() : model(framework.model("m.xml", "M"))
+    {
+    }
+
+    void givenValidator(const std::string& script) const
+    {
+        installation.setValidator("echo called >> " + installation.path("calls") + "\n" + script);
+    }
+
+    bool wasCalled() const
+    {
+        return exists(installation.path("calls"));
+    }
+
+    FakeInstallation installation;
+    const std::string model;
+};
+
+TEST_F(ValidatedCommit, IsCompletedWhenTheValidatorAccepts)
+{
+    givenValidator("cat $3 > " + installation.path("list") + "; exit 0");
+    givenSession("0:" + model + "\n");
+
+    const ToolRun run = runTool({"--commit"});
+
+    EXPECT_EQ(run.status, 0);
+    EXPECT_EQ(run.log, told({COMPLETED}));
+    EXPECT_EQ(run.systemLog, Messages());
+    EXPECT_EQ(run.output, "");
+    EXPECT_EQ(readFile(installation.path("list")), "/m/old.xml\n" + model + "\n");
+    expectLive(before, "/m/old.xml\n" + model + "\n");
+}
+
+TEST_F(ValidatedCommit, IsUndoneWhenTheValidatorRejects)
+{
+    givenValidator("echo no good; exit 1");
+    givenSession("3:" + model + "|a|1|1\n");
+
+    const ToolRun run = runTool({"--commit"});
+
+    EXPECT_EQ(run.status, -1);
+    EXPECT_EQ(run.log, (Messages{{6, "Found handler: a"}, FAILED}));
+    EXPECT_EQ(run.output, "no good\n\n\n");
+    expectLive(before, "/m/old.xml\n");
+    EXPECT_FALSE(exists(framework.configuration(".bak")));
+    EXPECT_FALSE(exists(framework.list(".bak")));
+    expectNoSession();
+}
+
+TEST_F(ValidatedCommit, CleansUpAfterARejectionThatCouldNotBeUndone)
+{
+    givenValidator("rm " + framework.list() + "; touch " + framework.configuration(".tmp") + "; exit 1");
+    givenSession("0:" + model + "\n");
+
+    EXPECT_EQ(runTool({"--commit"}).status, -1);
+
+    EXPECT_FALSE(exists(framework.list()));
+    expectNoSession();
+}
+
+TEST_F(ValidatedCommit, IsValidatedWhenAnAdditionWasListedAlready)
+{
+    givenValidator("exit 1");
+    writeFile(framework.list(), model + "\n");
+    givenSession("0:" + model + "\n");
+
+    const ToolRun run = runTool({"--commit"});
+
+    EXPECT_EQ(run.status, -1);
+    EXPECT_TRUE(wasCalled());
+}
+
+TEST_F(ValidatedCommit, IsNotValidatedWhenNothingWasAdded)
+{
+    givenValidator("exit 1");
+    writeFile(framework.configuration(), configurationOf({{"VELDA_OAM_COMPONENT", {"M", "N"}}}));
+    writeFile(framework.list(), model + "\n");
+    givenSession("1:h|1|1\n2:" + model + "\n4:" + model + "|h|1|1\n");
+
+    const ToolRun run = runTool({"--commit"});
+
+    EXPECT_EQ(run.status, 0);
+    EXPECT_FALSE(wasCalled());
+    expectLive(configurationOf({{"h", {"N"}}}), "");
+}
+
+TEST_F(ValidatedCommit, IsNotValidatedWhenEveryAdditionFailed)
+{
+    givenValidator("exit 1");
+    givenSession("0:/nonexistent/m.xml\n3:/nonexistent/n.xml|a|1|1\n");
+
+    const ToolRun run = runTool({"--commit"});
+
+    EXPECT_EQ(run.status, -1);
+    EXPECT_FALSE(wasCalled());
+}
+
+TEST_F(ValidatedCommit, IsValidatedWhenOnlyOneOfItsAdditionsFailed)
+{
+    givenValidator("exit 0");
+    givenSession("0:" + model + "\n0:/nonexistent/m.xml\n");
+
+    const ToolRun run = runTool({"--commit"});
+
+    EXPECT_EQ(run.status, -1);
+    EXPECT_TRUE(wasCalled());
+    EXPECT_EQ(run.log.back(), FAILED);
+    expectLive(before, "/m/old.xml\n" + model + "\n");
+}
+
+} // namespace
+
+} // namespace QMT::Test

@@ -1,0 +1,206 @@
+#include "support/Files.h"
+#include "support/ImplTest.h"
+
+#include <Poco/Exception.h>
+
+#include <filesystem>
+
+namespace QMT::Test
+{
+
+namespace
+{
+
+class Backups : public ImplTest
+{
+protected:
+    Backups()
+    {
+        writeFile(framework.configuration(), "configuration");
+        writeFile(framework.list(), "list");
+    }
+};
+
+// ---- backupFiles ----
+
+TEST_F(Backups, MakeBothWorkingCopies)
+{
+    EXPECT_TRUE(impl.backupFiles());
+
+    EXPECT_EQ(readFile(framework.configuration(".tmp")), "configuration");
+    EXPECT_EQ(readFile(framework.list(".tmp")), "list");
+    EXPECT_EQ(readFile(framework.configuration()), "configuration");
+    EXPECT_EQ(readFile(framework.list()), "list");
+    EXPECT_FALSE(exists(framework.configuration(".bak")));
+    EXPECT_FALSE(exists(framework.list(".bak")));
+    EXPECT_EQ(log.messages(), SILENCE);
+    EXPECT_EQ(systemLog.messages(), SILENCE);
+}
+
+TEST_F(Backups, OverwriteEarlierWorkingCopies)
+{
+    writeFile(framework.configuration(".tmp"), "an earlier and longer one");
+    writeFile(framework.list(".tmp"), "an earlier and longer one");
+
+    EXPECT_TRUE(impl.backupFiles());
+
+    EXPECT_EQ(readFile(framework.configuration(".tmp")), "configuration");
+    EXPECT_EQ(readFile(framework.list(".tmp")), "list");
+}
+
+TEST_F(Backups, LetTheMissingConfigurationThrowBeforeTheListIsCopied)
+{
+    std::filesystem::remove(framework.configuration());
+
+    EXPECT_THROW(impl.backupFiles(), Poco::FileException);
+
+    EXPECT_FALSE(exists(framework.list(".tmp")));
+}
+
+TEST_F(Backups, LetTheMissingListThrowAfterTheConfigurationIsCopied)
+{
+    std::filesystem::remove(framework.list());
+
+    EXPECT_THROW(impl.backupFiles(), Poco::FileException);
+
+    EXPECT_EQ(readFile(framework.configuration(".tmp")), "configuration");
+}
+
+// ---- cfgBackup ----
+
+TEST_F(Backups, KeepBothFilesForARollback)
+{
+    writeFile(framework.configuration(".bak"), "an earlier and longer one");
+
+    EXPECT_TRUE(impl.cfgBackup());
+
+    EXPECT_EQ(readFile(framework.configuration(".bak")), "configuration");
+    EXPECT_EQ(readFile(framework.list(".bak")), "list");
+    EXPECT_FALSE(exists(framework.configuration(".tmp")));
+    EXPECT_FALSE(exists(framework.list(".tmp")));
+    EXPECT_EQ(log.messages(), SILENCE);
+}
+
+TEST_F(Backups, LetATargetThatCannotBeWrittenThrow)
+{
+    putLoopAt(framework.configuration(".bak"));
+
+    EXPECT_THROW(impl.cfgBackup(), Poco::FileException);
+
+    EXPECT_FALSE(exists(framework.list(".bak")));
+}
+
+// ---- cleanupTmp ----
+
+TEST_F(Backups, CleanUpEverythingOfTheSessionAndKeepTheRest)
+{
+    for (const std::string& path : {framework.configuration(".tmp"), framework.list(".tmp"), framework.session(),
+                                    framework.lock(), framework.configuration(".bak"), framework.list(".bak")})
+    {
+        writeFile(path, "content");
+    }
+
+    EXPECT_TRUE(impl.cleanupTmp());
+
+    EXPECT_FALSE(exists(framework.configuration(".tmp")));
+    EXPECT_FALSE(exists(framework.list(".tmp")));
+    EXPECT_FALSE(exists(framework.session()));
+    EXPECT_FALSE(exists(framework.lock()));
+    EXPECT_EQ(readFile(framework.configuration(".bak")), "content");
+    EXPECT_EQ(readFile(framework.list(".bak")), "content");
+    EXPECT_EQ(readFile(framework.configuration()), "configuration");
+    EXPECT_EQ(readFile(framework.list()), "list");
+    EXPECT_EQ(log.messages(), SILENCE);
+}
+
+TEST_F(Backups, CleanUpWhereThereIsNothing)
+{
+    EXPECT_TRUE(impl.cleanupTmp());
+
+    EXPECT_EQ(log.messages(), SILENCE);
+    EXPECT_EQ(systemLog.messages(), SILENCE);
+}
+
+TEST_F(Backups, CleanUpTheOthersWhenOneCannotBeRemoved)
+{
+    putDirectoryAt(framework.list(".tmp"));
+    writeFile(framework.list(".tmp") + "/file", "");
+    writeFile(framework.session(), "");
+    writeFile(framework.lock(), "");
+    writeFile(framework.configuration(".tmp"), "");
+
+    EXPECT_TRUE(impl.cleanupTmp());
+
+    EXPECT_TRUE(exists(framework.list(".tmp") + "/file"));
+    EXPECT_FALSE(exists(framework.session()));
+    EXPECT_FALSE(exists(framework.lock()));
+    EXPECT_FALSE(exists(framework.configuration(".tmp")));
+    EXPECT_EQ(log.messages(), SILENCE);
+}
+
+// ---- Checksums ----
+
+TEST_F(Backups, SumAFileByTheStandardCrc32)
+{
+    EXPECT_EQ(CQorModelToolImpl::checksumFile(framework.file("digits", "123456789")), 0xCBF43926U);
+}
+
+TEST_F(Backups, SumAMissingFileLikeAnEmptyOne)
+{
+    EXPECT_EQ(CQorModelToolImpl::checksumFile(framework.path() + "/missing"), 0U);
+    EXPECT_EQ(CQorModelToolImpl::checksumFile(framework.file("empty", "")), 0U);
+}
+
+TEST_F(Backups, SumWhatCannotBeReadLikeAnEmptyFile)
+{
+    EXPECT_EQ(CQorModelToolImpl::checksumFile(framework.path()), 0U);
+}
+
+TEST_F(Backups, FindTheListEqualToItsWorkingCopy)
+{
+    writeFile(framework.list(".tmp"), "list");
+
+    EXPECT_TRUE(impl.crcCheckModelFiles());
+}
+
+TEST_F(Backups, FindEmptyListsEqual)
+{
+    writeFile(framework.list(), "");
+    writeFile(framework.list(".tmp"), "");
+
+    EXPECT_TRUE(impl.crcCheckModelFiles());
+}
+
+TEST_F(Backups, FindAListThatDiffersInOneByte)
+{
+    writeFile(framework.list(".tmp"), "lisT");
+
+    EXPECT_FALSE(impl.crcCheckModelFiles());
+}
+
+TEST_F(Backups, FindTheConfigurationEqualToItsWorkingCopy)
+{
+    writeFile(framework.configuration(".tmp"), "configuration");
+
+    EXPECT_TRUE(impl.crcCheckQORFiles());
+}
+
+TEST_F(Backups, FindAConfigurationThatDiffersInOneByte)
+{
+    writeFile(framework.configuration(".tmp"), "configuratioN");
+
+    EXPECT_FALSE(impl.crcCheckQORFiles());
+}
+
+TEST_F(Backups, FindAMissingWorkingCopyDifferentUnlessTheLiveFileIsEmpty)
+{
+    EXPECT_FALSE(impl.crcCheckModelFiles());
+    EXPECT_FALSE(impl.crcCheckQORFiles());
+
+    writeFile(framework.list(), "");
+    EXPECT_TRUE(impl.crcCheckModelFiles());
+}
+
+} // namespace
+
+} // namespace QMT::Test

@@ -1,0 +1,74 @@
+#include "impl/CFrameworkPaths.h"
+
+#include <gtest/gtest.h>
+
+namespace QMT::Test
+{
+
+namespace
+{
+
+using Version = CFrameworkPaths::Version;
+
+TEST(FrameworkPaths, NameTheModelDirectoryWithASlashAtItsEnd)
+{
+    EXPECT_EQ(CFrameworkPaths("/qor").modelDirectory(), "/qor/etc/model/");
+}
+
+TEST(FrameworkPaths, NameTheConfiguration)
+{
+    const CFrameworkPaths paths("/qor");
+
+    EXPECT_EQ(paths.configuration(Version::LIVE), "/qor/etc/qor.cfg");
+    EXPECT_EQ(paths.configuration(Version::WORKING_COPY), "/qor/etc/qor.cfg.tmp");
+    EXPECT_EQ(paths.configuration(Version::BACKUP), "/qor/etc/qor.cfg.bak");
+}
+
+TEST(FrameworkPaths, NameTheModelFileList)
+{
+    const CFrameworkPaths paths("/qor");
+
+    EXPECT_EQ(paths.modelFileList(Version::LIVE), "/qor/etc/model/model_file_list.cfg");
+    EXPECT_EQ(paths.modelFileList(Version::WORKING_COPY), "/qor/etc/model/model_file_list.cfg.tmp");
+    EXPECT_EQ(paths.modelFileList(Version::BACKUP), "/qor/etc/model/model_file_list.cfg.bak");
+}
+
+TEST(FrameworkPaths, NameTheFilesOfTheSession)
+{
+    const CFrameworkPaths paths("/qor");
+
+    EXPECT_EQ(paths.sessionFile(), "/qor/etc/model/cmdfifo.dat");
+    EXPECT_EQ(paths.lockFile(), "/qor/etc/model/qor_mim_tool.lock");
+}
+
+TEST(FrameworkPaths, AreTheSameWithATrailingSlash)
+{
+    const CFrameworkPaths paths("/qor/");
+
+    EXPECT_EQ(paths.modelDirectory(), "/qor/etc/model/");
+    EXPECT_EQ(paths.configuration(Version::LIVE), "/qor/etc/qor.cfg");
+    EXPECT_EQ(paths.lockFile(), "/qor/etc/model/qor_mim_tool.lock");
+}
+
+TEST(FrameworkPaths, AreRelativeToAnEmptyFrameworkDirectory)
+{
+    EXPECT_EQ(CFrameworkPaths("").configuration(Version::LIVE), "etc/qor.cfg");
+}
+
+TEST(FrameworkPaths, TellTheValidatorTheListWithASlashOfTheirOwn)
+{
+    EXPECT_EQ(CFrameworkPaths("/qor").modelFileListArgument(), "/qor/etc/model/model_file_list.cfg");
+    EXPECT_EQ(CFrameworkPaths("/qor/").modelFileListArgument(), "/qor//etc/model/model_file_list.cfg");
+}
+
+TEST(FrameworkPaths, KnowTheFixedPlaces)
+{
+    EXPECT_EQ(CFrameworkPaths::DEFAULT_QOR_PATH, "/opt/qor/");
+    EXPECT_EQ(CFrameworkPaths::AGENT, "/opt/qor/qorea/bin/qorea");
+    EXPECT_EQ(CFrameworkPaths::environmentFile(), "/opt/qor/qor.env");
+    EXPECT_EQ(CFrameworkPaths::validator(), "/opt/qor//bin/pel_model_validator");
+}
+
+} // namespace
+
+} // namespace QMT::Test

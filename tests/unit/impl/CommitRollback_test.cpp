@@ -1,0 +1,273 @@
+#include "support/FakeOwnership.h"
+#include "support/Files.h"
+#include "support/ImplTest.h"
+
+#include <Poco/Exception.h>
+#include <Poco/Path.h>
+
+#include <sys/stat.h>
+#include <syslog.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+namespace QMT::Test
+{
+
+namespace
+{
+
+using Calls = std::vector<std::string>;
+
+const unsigned int UNCHANGED = 0xFFFFFFFF;
+
+class CommitRollback : public ImplTest
+{
+protected:
+    CommitRollback()
+    {
+        writeFile(framework.configuration(), "live configuration");
+        writeFile(framework.list(), "live list");
+    }
+
+    void makeSession() const
+    {
+        writeFile(framework.configuration(".tmp"), "new configuration");
+        writeFile(framework.list(".tmp"), "new list");
+        writeFile(framework.session(), "0:/m/a.xml\n");
+        writeFile(framework.lock(), "this-host");
+    }
+
+    void makeBackups() const
+    {
+        writeFile(framework.configuration(".bak"), "old configuration");
+        writeFile(framework.list(".bak"), "old list");
+    }
+
+    void expectLive(const std::string& configuration, const std::string& list) const
+    {
+        EXPECT_EQ(readFile(framework.configuration()), configuration);
+        EXPECT_EQ(readFile(framework.list()), list);
+    }
+
+    void expectBackups(const std::string& configuration, const std::string& list) const
+    {
+        EXPECT_EQ(readFile(framework.configuration(".bak")), configuration);
+        EXPECT_EQ(readFile(framework.list(".bak")), list);
+    }
+};
+
+// ---- commitCompleted ----
+
+TEST_F(CommitRollback, MakesTheWorkingCopiesLiveAndEndsTheSession)
+{
+    makeSession();
+    makeBackups();
+
+    EXPECT_TRUE(impl.commitCompleted());
+
+    expectLive("new configuration", "new list");
+    expectBackups("live configuration", "live list");
+    EXPECT_FALSE(exists(framework.configuration(".tmp")));
+    EXPECT_FALSE(exists(framework.list(".tmp")));
+    EXPECT_FALSE(exists(framework.session()));
+    EXPECT_FALSE(exists(framework.lock()));
+    EXPECT_EQ(log.messages(), SILENCE);
+    EXPECT_EQ(systemLog.messages(), SILENCE);
+}
+
+TEST_F(CommitRollback, LeavesOwnersAndModesToTheMoves)
+{
+    makeSession();
+    const FakeOwnership ownership;
+
+    EXPECT_TRUE(impl.commitCompleted());
+
+    EXPECT_EQ(ownership.calls(), Calls());
+}
+
+TEST_F(CommitRollback, GivesInstalledFilesTheirGroupAndModeWhenToldTo)
+{
+    makeSession();
+    const FakeOwnership ownership;
+    impl.adjustOwnership(4711);
+
+    EXPECT_TRUE(impl.commitCompleted());
+
+    EXPECT_EQ(ownership.calls(),
+              (Calls{"chown " + framework.list() + " 4294967295 4711", "chmod " + framework.list() + " 0660",
+                     "chown " + framework.configuration() + " 4294967295 4711",
+                     "chmod " + framework.configuration() + " 0660"}));
+}
+
+TEST_F(CommitRollback, StopsWithNoLiveListWhenTheWorkingCopyOfTheListIsMissing)
+{
+    makeSession();
+    std::filesystem::remove(framework.list(".tmp"));
+
+    EXPECT_THROW(impl.commitCompleted(), Poco::FileException);
+
+    EXPECT_FALSE(exists(framework.list()));
+    EXPECT_EQ(readFile(framework.list(".bak")), "live list");
+    EXPECT_EQ(readFile(framework.configuration()), "live configuration");
+    EXPECT_EQ(readFile(framework.configuration(".tmp")), "new configuration");
+    EXPECT_TRUE(exists(framework.session()));
+    EXPECT_TRUE(exists(framework.lock()));
+    EXPECT_FALSE(impl.rollBack());
+}
+
+TEST_F(CommitRollback, StopsWithTheListInstalledWhenTheWorkingCopyOfTheConfigurationIsMissing)
+{
+    makeSession();
+    std::filesystem::remove(framework.configuration(".tmp"));
+
+    EXPECT_THROW(impl.commitCompleted(), Poco::FileException);
+
+    EXPECT_EQ(readFile(framework.list()), "new list");
+    EXPECT_FALSE(exists(framework.configuration()));
+    EXPECT_EQ(readFile(framework.configuration(".bak")), "live configuration");
+    EXPECT_TRUE(exists(framework.session()));
+    EXPECT_TRUE(exists(framework.lock()));
+}
+
+TEST_F(CommitRollback, KeepsTheLockWhenThereIsNoSessionFileToRemove)
+{
+    makeSession();
+    std::filesystem::remove(framework.session());
+
+    EXPECT_THROW(impl.commitCompleted(), Poco::FileException);
+
+    expectLive("new configuration", "new list");
+    EXPECT_TRUE(exists(framework.lock()));
+}
+
+// ---- rollBack ----
+
+TEST_F(CommitRollback, PutsTheBackupsBack)
+{
+    makeBackups();
+
+    EXPECT_TRUE(impl.rollBack());
+
+    expectLive("old configuration", "old list");
+    EXPECT_FALSE(exists(framework.configuration(".bak")));
+    EXPECT_FALSE(exists(framework.list(".bak")));
+    EXPECT_EQ(log.messages(), SILENCE);
+    EXPECT_EQ(systemLog.messages(), SILENCE);
+}
+
+TEST_F(CommitRollback, ChangesNothingWhileASessionIsOpen)
+{
+    makeBackups();
+    writeFile(framework.lock(), "other-host");
+
+    EXPECT_TRUE(impl.rollBack());
+
+    expectLive("live configuration", "live list");
+    expectBackups("old configuration", "old list");
+}
+
+TEST_F(CommitRollback, ChangesNothingWithoutABackupOfTheList)
+{
+    writeFile(framework.configuration(".bak"), "old configuration");
+
+    EXPECT_TRUE(impl.rollBack());
+
+    expectLive("live configuration", "live list");
+    EXPECT_EQ(readFile(framework.configuration(".bak")), "old configuration");
+}
+
+TEST_F(CommitRollback, PutsTheListAloneBackWhenItsBackupIsTheOnlyOne)
+{
+    writeFile(framework.list(".bak"), "old list");
+
+    EXPECT_TRUE(impl.rollBack());
+
+    expectLive("live configuration", "old list");
+    EXPECT_FALSE(exists(framework.list(".bak")));
+}
+
+TEST_F(CommitRollback, FailsAndChangesNothingWithoutALiveList)
+{
+    makeBackups();
+    std::filesystem::remove(framework.list());
+
+    EXPECT_FALSE(impl.rollBack());
+
+    EXPECT_EQ(readFile(framework.configuration()), "live configuration");
+    expectBackups("old configuration", "old list");
+}
+
+TEST_F(CommitRollback, AdjustsTheBackupsPathInsteadOfTheConfigurationPutBack)
+{
+    makeBackups();
+    const FakeOwnership ownership;
+    impl.adjustOwnership(4711);
+
+    EXPECT_TRUE(impl.rollBack());
+
+    EXPECT_EQ(ownership.calls(),
+              (Calls{"chown " + framework.list() + " 4294967295 4711", "chmod " + framework.list() + " 0660",
+                     "chown " + framework.configuration(".bak") + " 4294967295 4711",
+                     "chmod " + framework.configuration(".bak") + " 0660"}));
+}
+
+TEST_F(CommitRollback, ReportsThatTheBackupIsGoneWhenItAdjustsIt)
+{
+    makeBackups();
+    impl.adjustOwnership(::getegid());
+
+    EXPECT_TRUE(impl.rollBack());
+
+    const std::string path = framework.configuration(".bak");
+    EXPECT_EQ(systemLog.messages(),
+              (Messages{{LOG_ERR, "Error occurred while changing the group of directory " + path + " file"},
+                        {LOG_ERR, "Error occurred while modifying the permissions of " + path + " file"}}));
+    EXPECT_EQ(log.messages(), SILENCE);
+}
+
+// ---- modifyFilePermissions, modifyFileOwnerAndGroup ----
+
+TEST_F(CommitRollback, SetsTheModeOfAFile)
+{
+    CQorModelToolImpl::modifyFilePermissions(Poco::Path(framework.list()), 0640);
+
+    struct stat status = {};
+    ASSERT_EQ(::stat(framework.list().c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & 07777U, 0640U);
+    EXPECT_EQ(systemLog.messages(), SILENCE);
+}
+
+TEST_F(CommitRollback, ReportsAModeThatCannotBeSetToTheSystemLogAlone)
+{
+    CQorModelToolImpl::modifyFilePermissions(Poco::Path("/nonexistent/%s"), 0640);
+
+    EXPECT_EQ(systemLog.messages(),
+              (Messages{{LOG_ERR, "Error occurred while modifying the permissions of /nonexistent/%s file"}}));
+    EXPECT_EQ(log.messages(), SILENCE);
+}
+
+TEST_F(CommitRollback, SetsOwnerAndGroupOfAFile)
+{
+    const FakeOwnership ownership;
+
+    CQorModelToolImpl::modifyFileOwnerAndGroup(Poco::Path("/some/file"), 12, 34);
+
+    EXPECT_EQ(ownership.calls(), (Calls{"chown /some/file 12 34"}));
+    EXPECT_EQ(systemLog.messages(), SILENCE);
+}
+
+TEST_F(CommitRollback, ReportsAGroupThatCannotBeSetToTheSystemLogAlone)
+{
+    CQorModelToolImpl::modifyFileOwnerAndGroup(Poco::Path("/nonexistent/%s"), UNCHANGED, ::getegid());
+
+    EXPECT_EQ(systemLog.messages(),
+              (Messages{{LOG_ERR, "Error occurred while changing the group of directory /nonexistent/%s file"}}));
+    EXPECT_EQ(log.messages(), SILENCE);
+}
+
+} // namespace
+
+} // namespace QMT::Test

@@ -1,0 +1,377 @@
+#include "support/FakeInstallation.h"
+#include "support/Files.h"
+#include "support/ImplTest.h"
+
+#include <Poco/Exception.h>
+#include <Poco/Message.h>
+
+#include <syslog.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <optional>
+
+namespace QMT::Test
+{
+
+namespace
+{
+
+using Poco::Message;
+using QorEa = CQorModelToolImpl::QorEa;
+
+const Messages AGENT_FAILED = {{Message::PRIO_INFORMATION, "Exception"}};
+
+Messages operator+(Messages first, const Messages& second)
+{
+    first.insert(first.end(), second.begin(), second.end());
+    return first;
+}
+
+Messages usingPath(const std::string& path)
+{
+    return {{Message::PRIO_INFORMATION, "Using QOR path: " + path}};
+}
+
+class Environment : public ImplTest
+{
+protected:
+    Environment()
+    {
+        ::unsetenv("QORPATH");
+    }
+
+    std::optional<FakeInstallation> installation{std::in_place};
+    std::string dir = "as it was";
+};
+
+// ---- QorEa ----
+
+TEST_F(Environment, SerializesArgumentsWithSingleBlanks)
+{
+    EXPECT_EQ(QorEa::serialize({"pso", "config", ""}), "pso config ");
+    EXPECT_EQ(QorEa::serialize({"pso"}), "pso");
+    EXPECT_EQ(QorEa::serialize({}), "");
+}
+
+TEST_F(Environment, AsksTheAgentForThePsoConfiguration)
+{
+    installation->setAgent("echo \"$0 $# $*\"");
+    std::string answer;
+
+    QorEa::getEnvDir(answer);
+
+    EXPECT_EQ(answer, installation->path("qorea/bin/qorea") + " 2 pso config");
+}
+
+TEST_F(Environment, StripsBlanksTabsAndLineFeedsFromTheEndOfTheAnswer)
+{
+    installation->setAgent("printf ' /a b\\n\\t \\n'");
+    std::string answer;
+
+    QorEa::getEnvDir(answer);
+
+    EXPECT_EQ(answer, " /a b");
+}
+
+TEST_F(Environment, KeepsACarriageReturnAtTheEndOfTheAnswer)
+{
+    installation->setAgent("printf '/a\\r\\n'");
+    std::string answer;
+
+    QorEa::getEnvDir(answer);
+
+    EXPECT_EQ(answer, "/a\r");
+}
+
+TEST_F(Environment, KeepsAnAnswerOfNothingButBlanks)
+{
+    installation->setAgent("printf ' \\t\\n'");
+    std::string answer;
+
+    QorEa::getEnvDir(answer);
+
+    EXPECT_EQ(answer, " \t\n");
+}
+
+TEST_F(Environment, TakesWhatTheAgentWritesToStandardErrorForAnAnswerToo)
+{
+    installation->setAgent("printf /a; printf b >&2");
+    std::string answer;
+
+    QorEa::getEnvDir(answer);
+
+    EXPECT_EQ(answer, "/ab");
+}
+
+TEST_F(Environment, ThrowsWhenTheAgentFailsAndKeepsWhatItSaid)
+{
+    installation->setAgent("echo sorry; exit 9");
+    std::string answer;
+    try
+    {
+        QorEa::getEnvDir(answer);
+        FAIL();
+    }
+    catch (const Poco::Exception& exc)
+    {
+        EXPECT_EQ(exc.message(), "Failed to invoke: qorea %s, retval %d: pso config");
+        EXPECT_EQ(exc.code(), 9);
+    }
+    EXPECT_EQ(answer, "sorry\n");
+}
+
+TEST_F(Environment, ThrowsWhenThereIsNoAgent)
+{
+    std::string answer;
+
+    EXPECT_THROW(QorEa::getEnvDir(answer), Poco::Exception);
+}
+
+// ---- getEnvDir ----
+
+TEST_F(Environment, UsesTheAgentsDirectoryBeforeAllOthers)
+{
+    installation->setAgent("echo " + framework.path());
+    installation->setEnvironmentFile("/\n");
+    ::setenv("QORPATH", "/elsewhere", 1);
+    dir.clear();
+
+    EXPECT_TRUE(impl.getEnvDir(dir));
+
+    EXPECT_EQ(dir, framework.path());
+    EXPECT_EQ(log.messages(), usingPath(framework.path()));
+}
+
+TEST_F(Environment, AsksNobodyElseWhenTheAgentNamesAMissingDirectory)
+{
+    installation->setAgent("echo /nonexistent");
+    installation->setEnvironmentFile(framework.path() + "\n");
+    ::setenv("QORPATH", framework.path().c_str(), 1);
+    dir.clear();
+
+    EXPECT_FALSE(impl.getEnvDir(dir));
+
+    EXPECT_EQ(log.messages(), SILENCE);
+}
+
+TEST_F(Environment, GoesOnWhenTheAgentSaysNothing)
+{
+    installation->setAgent("true");
+    ::setenv("QORPATH", "/elsewhere", 1);
+    dir.clear();
+
+    EXPECT_TRUE(impl.getEnvDir(dir));
+
+    EXPECT_EQ(dir, "/elsewhere");
+    EXPECT_EQ(log.messages(), (Messages{{Message::PRIO_INFORMATION, "Assertion violation"}}));
+}
+
+TEST_F(Environment, FailsWhenTheAgentSaysNothingButBlanks)
+{
+    installation->setAgent("echo; echo ' '");
+    ::setenv("QORPATH", "/elsewhere", 1);
+    dir.clear();
+
+    EXPECT_FALSE(impl.getEnvDir(dir));
+}
+
+TEST_F(Environment, TakesQorpathUncheckedWhenTheAgentFails)
+{
+    installation->setAgent("echo /; exit 1");
+    ::setenv("QORPATH", "/nonexistent/framework", 1);
+
+    EXPECT_TRUE(impl.getEnvDir(dir));
+
+    EXPECT_EQ(dir, "/nonexistent/framework");
+    EXPECT_EQ(log.messages(), AGENT_FAILED);
+}
+
+TEST_F(Environment, TakesAnEmptyQorpath)
+{
+    ::setenv("QORPATH", "", 1);
+
+    EXPECT_TRUE(impl.getEnvDir(dir));
+
+    EXPECT_EQ(dir, "");
+    EXPECT_EQ(log.messages(), AGENT_FAILED);
+}
+
+TEST_F(Environment, PrefersQorpathToTheEnvironmentFile)
+{
+    installation->setEnvironmentFile("/\n");
+    ::setenv("QORPATH", "/elsewhere", 1);
+
+    EXPECT_TRUE(impl.getEnvDir(dir));
+
+    EXPECT_EQ(dir, "/elsewhere");
+}
+
+TEST_F(Environment, UsesTheFirstLineOfTheEnvironmentFile)
+{
+    installation->setEnvironmentFile(framework.path() + "\n/second\n");
+
+    EXPECT_TRUE(impl.getEnvDir(dir));
+
+    EXPECT_EQ(dir, framework.path());
+    EXPECT_EQ(log.messages(), AGENT_FAILED + usingPath(framework.path()));
+}
+
+TEST_F(Environment, UsesAnEnvironmentFileWithoutALineEnd)
+{
+    installation->setEnvironmentFile(framework.path());
+
+    EXPECT_TRUE(impl.getEnvDir(dir));
+
+    EXPECT_EQ(dir, framework.path());
+}
+
+TEST_F(Environment, FailsWhenTheEnvironmentFileNamesAMissingDirectory)
+{
+    installation->setEnvironmentFile("/nonexistent\n");
+
+    EXPECT_FALSE(impl.getEnvDir(dir));
+
+    EXPECT_EQ(log.messages(), AGENT_FAILED);
+}
+
+TEST_F(Environment, KeepsTheDirectoryWhenTheEnvironmentFileIsEmpty)
+{
+    installation->setEnvironmentFile("");
+    dir.clear();
+
+    EXPECT_TRUE(impl.getEnvDir(dir));
+
+    EXPECT_EQ(dir, "");
+    EXPECT_EQ(log.messages(), AGENT_FAILED);
+}
+
+TEST_F(Environment, KeepsWhatTheFailedAgentSaidWhenTheEnvironmentFileBeginsWithAnEmptyLine)
+{
+    installation->setAgent("echo /said; exit 1");
+    installation->setEnvironmentFile("\n/second\n");
+    dir.clear();
+
+    EXPECT_TRUE(impl.getEnvDir(dir));
+
+    EXPECT_EQ(dir, "/said\n");
+    EXPECT_EQ(log.messages(), AGENT_FAILED);
+}
+
+TEST_F(Environment, ReadsALineOf255Characters)
+{
+    const std::string name = framework.path() + std::string(255 - framework.path().size(), '/');
+    installation->setEnvironmentFile(name + "\n");
+
+    EXPECT_TRUE(impl.getEnvDir(dir));
+
+    EXPECT_EQ(dir, name);
+}
+
+TEST_F(Environment, CutsALongerLineOff)
+{
+    const std::string name = framework.path() + std::string(255 - framework.path().size(), '/');
+    installation->setEnvironmentFile(name + "nonexistent\n");
+
+    EXPECT_TRUE(impl.getEnvDir(dir));
+
+    EXPECT_EQ(dir, name);
+}
+
+TEST_F(Environment, FailsSilentlyWhenTheEnvironmentFileCannotBeOpened)
+{
+    putSocketAt(installation->path("qor.env"));
+
+    EXPECT_FALSE(impl.getEnvDir(dir));
+
+    EXPECT_EQ(log.messages(), AGENT_FAILED);
+}
+
+TEST_F(Environment, TakesAnEnvironmentFileThatCannotBeExaminedForMissing)
+{
+    putLoopAt(installation->path("qor.env"));
+
+    EXPECT_TRUE(impl.getEnvDir(dir));
+
+    EXPECT_EQ(dir, "/opt/qor/");
+}
+
+TEST_F(Environment, FailsSilentlyWhenTheEnvironmentFileIsADirectory)
+{
+    putDirectoryAt(installation->path("qor.env"));
+
+    EXPECT_FALSE(impl.getEnvDir(dir));
+
+    EXPECT_EQ(log.messages(), AGENT_FAILED);
+}
+
+TEST_F(Environment, UsesTheDefaultDirectoryWhenNothingElseAnswers)
+{
+    EXPECT_TRUE(impl.getEnvDir(dir));
+
+    EXPECT_EQ(dir, "/opt/qor/");
+    EXPECT_EQ(log.messages(), AGENT_FAILED + usingPath("/opt/qor/"));
+}
+
+TEST_F(Environment, FailsWithoutTheDefaultDirectory)
+{
+    installation.reset();
+
+    EXPECT_FALSE(impl.getEnvDir(dir));
+
+    EXPECT_EQ(log.messages(), AGENT_FAILED);
+    EXPECT_EQ(systemLog.messages(), SILENCE);
+}
+
+// ---- validateEnvironment ----
+
+TEST_F(Environment, IsValidWithAModelDirectoryWhichStaysAsItIs)
+{
+    EXPECT_TRUE(impl.validateEnvironment());
+
+    EXPECT_TRUE(exists(framework.list()));
+    EXPECT_EQ(log.messages(), SILENCE);
+}
+
+TEST_F(Environment, BecomesValidByMakingTheModelDirectoryWithItsParents)
+{
+    impl.qorPath() = framework.path() + "/new/framework";
+
+    EXPECT_TRUE(impl.validateEnvironment());
+
+    EXPECT_TRUE(std::filesystem::is_directory(framework.path() + "/new/framework/etc/model"));
+    EXPECT_EQ(log.messages(), SILENCE);
+    EXPECT_EQ(systemLog.messages(), SILENCE);
+}
+
+TEST_F(Environment, IsInvalidWhenAFileStandsInTheWayOfAParent)
+{
+    impl.qorPath() = framework.file("file", "");
+
+    EXPECT_FALSE(impl.validateEnvironment());
+
+    ASSERT_EQ(log.messages().size(), 1U);
+    EXPECT_EQ(log.messages()[0].first, Message::PRIO_WARNING);
+    const std::string prefix = "Unable to create directory structure: ";
+    ASSERT_EQ(log.messages()[0].second.substr(0, prefix.size()), prefix);
+    const std::string reason = log.messages()[0].second.substr(prefix.size());
+    EXPECT_NE(reason.find(framework.path() + "/models/file"), std::string::npos);
+    EXPECT_EQ(systemLog.messages(), (Messages{{LOG_WARNING, "unable to create directory structure " + reason}}));
+}
+
+TEST_F(Environment, IsInvalidWhenAFileStandsInThePlaceOfTheModelDirectory)
+{
+    impl.qorPath() = framework.path() + "/other";
+    std::filesystem::create_directories(impl.qorPath() + "/etc");
+    writeFile(impl.qorPath() + "/etc/model", "");
+
+    EXPECT_FALSE(impl.validateEnvironment());
+
+    const std::string path = impl.qorPath() + "/etc/model/";
+    EXPECT_EQ(log.messages(), (Messages{{Message::PRIO_WARNING, "Unable to create directory structure: " + path}}));
+    EXPECT_EQ(systemLog.messages(), (Messages{{LOG_WARNING, "unable to create directory structure " + path}}));
+}
+
+} // namespace
+
+} // namespace QMT::Test

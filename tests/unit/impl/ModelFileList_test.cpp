@@ -1,0 +1,242 @@
+#include "support/Files.h"
+#include "support/ImplTest.h"
+
+#include <Poco/Exception.h>
+#include <Poco/Message.h>
+
+#include <syslog.h>
+
+namespace QMT::Test
+{
+
+namespace
+{
+
+using Poco::Message;
+
+class ModelFileList : public ImplTest
+{
+protected:
+    ModelFileList() : workingCopy(framework.list(".tmp"))
+    {
+    }
+
+    const std::string workingCopy;
+};
+
+// ---- verifyFileExist ----
+
+TEST_F(ModelFileList, KnowsWhetherAFileExists)
+{
+    EXPECT_TRUE(CQorModelToolImpl::verifyFileExist(framework.file("a.xml", "")));
+    EXPECT_FALSE(CQorModelToolImpl::verifyFileExist(framework.path() + "/missing"));
+}
+
+TEST_F(ModelFileList, TakesADirectoryForAFile)
+{
+    EXPECT_TRUE(CQorModelToolImpl::verifyFileExist(framework.path()));
+}
+
+TEST_F(ModelFileList, LetsTheExistenceTestOfNoPathThrow)
+{
+    EXPECT_THROW(static_cast<void>(CQorModelToolImpl::verifyFileExist("")), Poco::Exception);
+}
+
+// ---- verifyModelFileEntry: true when the entry is absent ----
+
+TEST_F(ModelFileList, IsSearchedInItsWorkingCopyAlone)
+{
+    writeFile(framework.list(), "/m/live.xml\n");
+    writeFile(workingCopy, "/m/copy.xml\n");
+
+    EXPECT_TRUE(impl.verifyModelFileEntry("/m/live.xml"));
+    EXPECT_FALSE(impl.verifyModelFileEntry("/m/copy.xml"));
+}
+
+TEST_F(ModelFileList, TakesPartOfALongerPathForListed)
+{
+    writeFile(workingCopy, "/m/ab.xml\n");
+
+    EXPECT_FALSE(impl.verifyModelFileEntry("/m/a"));
+    EXPECT_FALSE(impl.verifyModelFileEntry("b.xml\n"));
+    EXPECT_TRUE(impl.verifyModelFileEntry("/m/b"));
+}
+
+TEST_F(ModelFileList, ListsTheEmptyEntryAlways)
+{
+    EXPECT_FALSE(impl.verifyModelFileEntry(""));
+}
+
+TEST_F(ModelFileList, ListsNothingWithoutAWorkingCopy)
+{
+    EXPECT_TRUE(impl.verifyModelFileEntry("/m/a.xml"));
+    EXPECT_EQ(systemLog.messages(), SILENCE);
+}
+
+TEST_F(ModelFileList, ListsNothingWhenTheWorkingCopyCannotBeRead)
+{
+    putDirectoryAt(workingCopy);
+
+    EXPECT_TRUE(impl.verifyModelFileEntry("/m/a.xml"));
+    EXPECT_EQ(systemLog.messages(), (Messages{{LOG_INFO, "Unable to load file " + workingCopy}}));
+}
+
+// ---- updateModelFile ----
+
+TEST_F(ModelFileList, GainsAnEntryAtItsEnd)
+{
+    writeFile(workingCopy, "/m/a.xml\n");
+
+    EXPECT_TRUE(impl.updateModelFile("/m/b.xml"));
+
+    EXPECT_EQ(readFile(workingCopy), "/m/a.xml\n/m/b.xml\n");
+    EXPECT_EQ(log.messages(), SILENCE);
+    EXPECT_EQ(systemLog.messages(), SILENCE);
+}
+
+TEST_F(ModelFileList, BeginsWithTheEntryWhenTheWorkingCopyIsMissing)
+{
+    EXPECT_TRUE(impl.updateModelFile("/m/a.xml"));
+
+    EXPECT_EQ(readFile(workingCopy), "/m/a.xml\n");
+    EXPECT_EQ(readFile(framework.list()), "");
+}
+
+TEST_F(ModelFileList, JoinsAnEntryToALastLineWithoutAnEnd)
+{
+    writeFile(workingCopy, "/m/a.xml");
+
+    EXPECT_TRUE(impl.updateModelFile("/m/b.xml"));
+
+    EXPECT_EQ(readFile(workingCopy), "/m/a.xml/m/b.xml\n");
+}
+
+TEST_F(ModelFileList, ReportsAnEntryThatCannotBeAddedOnAFullDisk)
+{
+    putFullDeviceAt(workingCopy);
+
+    EXPECT_FALSE(impl.updateModelFile("/m/a.xml"));
+
+    EXPECT_EQ(log.messages(), (Messages{{Message::PRIO_CRITICAL, "Unable to write the new model!"}}));
+    EXPECT_EQ(systemLog.messages(), SILENCE);
+}
+
+TEST_F(ModelFileList, ReportsAnEntryThatCannotBeAddedToADirectory)
+{
+    putDirectoryAt(workingCopy);
+
+    EXPECT_FALSE(impl.updateModelFile("/m/a.xml"));
+
+    EXPECT_EQ(log.messages(), (Messages{{Message::PRIO_CRITICAL, "Unable to write the new model!"}}));
+}
+
+// ---- removeModelFileEntry ----
+
+TEST_F(ModelFileList, LosesEveryLineThatContainsTheEntry)
+{
+    writeFile(workingCopy, "/m/a.xml\n/m/b.xml\n/other/m/a.xml.old\n/m/c.xml\n");
+
+    EXPECT_TRUE(impl.removeModelFileEntry("/m/a.xml"));
+
+    EXPECT_EQ(readFile(workingCopy), "/m/b.xml\n/m/c.xml\n");
+    EXPECT_EQ(log.messages(),
+              (Messages{{Message::PRIO_INFORMATION, "Found and removed model entry: /m/a.xml"},
+                        {Message::PRIO_INFORMATION, "Found and removed model entry: /other/m/a.xml.old"}}));
+    EXPECT_EQ(systemLog.messages(), SILENCE);
+}
+
+TEST_F(ModelFileList, IsTidiedByARemovalThatFindsNothing)
+{
+    writeFile(workingCopy, "\n  /m/b c.xml\t\n\n \n/m/d.xml");
+
+    EXPECT_TRUE(impl.removeModelFileEntry("/m/a.xml"));
+
+    EXPECT_EQ(readFile(workingCopy), "/m/b c.xml\n/m/d.xml\n");
+    EXPECT_EQ(log.messages(), SILENCE);
+}
+
+TEST_F(ModelFileList, IsCreatedByARemovalFromAMissingWorkingCopy)
+{
+    EXPECT_TRUE(impl.removeModelFileEntry("/m/a.xml"));
+
+    EXPECT_EQ(readFile(workingCopy), "");
+}
+
+TEST_F(ModelFileList, ReportsARemovalThatCannotBeWritten)
+{
+    putDirectoryAt(workingCopy);
+
+    EXPECT_TRUE(impl.removeModelFileEntry("/m/a.xml"));
+
+    EXPECT_EQ(log.messages(), (Messages{{Message::PRIO_WARNING, "Unable to open: " + workingCopy}}));
+    EXPECT_EQ(systemLog.messages(), (Messages{{LOG_INFO, "Unable to load file " + workingCopy},
+                                              {LOG_WARNING, "Unable to open: " + workingCopy}}));
+}
+
+TEST_F(ModelFileList, ReportsThePathOfAWorkingCopyThatLooksLikeAFormat)
+{
+    impl.qorPath() = framework.path() + "/%s%n";
+
+    EXPECT_TRUE(impl.removeModelFileEntry("/m/a.xml"));
+
+    const std::string text = "Unable to open: " + framework.path() + "/%s%n/etc/model/model_file_list.cfg.tmp";
+    EXPECT_EQ(log.messages(), (Messages{{Message::PRIO_WARNING, text}}));
+    EXPECT_EQ(systemLog.messages(), (Messages{{LOG_WARNING, text}}));
+}
+
+// ---- addModelFileEntry ----
+
+TEST_F(ModelFileList, RefusesAModelFileThatDoesNotExist)
+{
+    bool alreadyListed = true;
+
+    EXPECT_FALSE(impl.addModelFileEntry("/nonexistent/a.xml", alreadyListed));
+
+    EXPECT_FALSE(alreadyListed);
+    EXPECT_FALSE(exists(workingCopy));
+    EXPECT_EQ(log.messages(),
+              (Messages{{Message::PRIO_INFORMATION, "Cannot find the model file: /nonexistent/a.xml"}}));
+    EXPECT_EQ(systemLog.messages(), SILENCE);
+}
+
+TEST_F(ModelFileList, TakesAListedModelFileAsAddedAndStaysAsItIs)
+{
+    const std::string path = framework.file("a.xml", "");
+    writeFile(workingCopy, "\n" + path);
+    bool alreadyListed = false;
+
+    EXPECT_TRUE(impl.addModelFileEntry(path, alreadyListed));
+
+    EXPECT_TRUE(alreadyListed);
+    EXPECT_EQ(readFile(workingCopy), "\n" + path);
+    EXPECT_EQ(log.messages(), (Messages{{Message::PRIO_INFORMATION, "Modelfile entry already exists: " + path +
+                                                                        "\nSkipping adding of modelfile."}}));
+}
+
+TEST_F(ModelFileList, GainsAModelFileThatIsNew)
+{
+    const std::string path = framework.file("a.xml", "");
+    bool alreadyListed = true;
+
+    EXPECT_TRUE(impl.addModelFileEntry(path, alreadyListed));
+
+    EXPECT_FALSE(alreadyListed);
+    EXPECT_EQ(readFile(workingCopy), path + "\n");
+    EXPECT_EQ(log.messages(), SILENCE);
+}
+
+TEST_F(ModelFileList, RefusesAModelFileThatCannotBeWrittenToIt)
+{
+    const std::string path = framework.file("a.xml", "");
+    putFullDeviceAt(workingCopy);
+    bool alreadyListed = true;
+
+    EXPECT_FALSE(impl.addModelFileEntry(path, alreadyListed));
+
+    EXPECT_FALSE(alreadyListed);
+    EXPECT_EQ(log.messages(), (Messages{{Message::PRIO_CRITICAL, "Unable to write the new model!"}}));
+}
+
+} // namespace
+
+} // namespace QMT::Test

@@ -1,0 +1,439 @@
+#include "support/Files.h"
+#include "support/ImplTest.h"
+
+#include <Poco/Message.h>
+
+#include <syslog.h>
+
+namespace QMT::Test
+{
+
+namespace
+{
+
+using Poco::Message;
+
+const Messages INVALID_QUEUE = {{Message::PRIO_CRITICAL, "Invalid command queue, aborting!"}};
+const Messages INVALID_KIND = {{Message::PRIO_CRITICAL, "Invalid command queue, aborting"}};
+const Messages NO_SEPARATOR = {{Message::PRIO_WARNING, "Unable to locate model handler.\nAborting."}};
+const Messages NO_SEPARATOR_SYSTEM_LOG = {{LOG_WARNING, "Unable to locate model handler.\nAborting."}};
+const Messages UNWRITABLE = {{Message::PRIO_CRITICAL, "Unable to write to FIFO file!"}};
+const Messages UNWRITABLE_SYSTEM_LOG = {{LOG_WARNING, "Unable to write to FIFO file"}};
+
+class SessionFile : public ImplTest
+{
+protected:
+    void stage(CmdID kind, const std::string& text)
+    {
+        impl.queue().emplace_front(kind, text);
+    }
+
+    void tokenize(const std::string& content, int expected)
+    {
+        writeFile(framework.session(), content);
+        EXPECT_EQ(impl.tokenizeFIFO(), expected);
+    }
+};
+
+// ---- The queue's numbers ----
+
+TEST_F(SessionFile, KeepsTheNumbersOfTheKinds)
+{
+    stage(CmdID::AddModelFile, "a");
+    stage(CmdID::ModelHandler, "b");
+    stage(CmdID::RemoveModelFile, "c");
+    stage(CmdID::AddModelFileWithHandler, "d");
+    stage(CmdID::RemoveModelFileWithHandler, "e");
+
+    EXPECT_TRUE(impl.saveFIFO());
+
+    EXPECT_EQ(readFile(framework.session()), "0:a\n1:b\n2:c\n3:d\n4:e\n");
+}
+
+// ---- loadFile ----
+
+TEST_F(SessionFile, LoadsAWholeFileWithAllItsBytes)
+{
+    const std::string bytes("line\n\0\xff\r\n no end", 16);
+    const std::string path = framework.file("bytes", bytes);
+    std::string content;
+
+    EXPECT_TRUE(CQorModelToolImpl::loadFile(path, content));
+
+    EXPECT_EQ(content, bytes);
+    EXPECT_EQ(systemLog.messages(), SILENCE);
+}
+
+TEST_F(SessionFile, LoadingReplacesLongerContent)
+{
+    const std::string path = framework.file("short", "ab");
+    std::string content = "something longer";
+
+    EXPECT_TRUE(CQorModelToolImpl::loadFile(path, content));
+
+    EXPECT_EQ(content, "ab");
+}
+
+TEST_F(SessionFile, LoadingAMissingFileSucceedsAndLeavesTheContent)
+{
+    std::string content = "as it was";
+
+    EXPECT_TRUE(CQorModelToolImpl::loadFile(framework.path() + "/missing", content));
+
+    EXPECT_EQ(content, "as it was");
+    EXPECT_EQ(systemLog.messages(), SILENCE);
+}
+
+TEST_F(SessionFile, LoadingADirectoryFailsWithALineInTheSystemLog)
+{
+    std::string content;
+
+    EXPECT_FALSE(CQorModelToolImpl::loadFile(framework.path(), content));
+
+    EXPECT_EQ(systemLog.messages(), (Messages{{LOG_INFO, "Unable to load file " + framework.path()}}));
+    EXPECT_EQ(log.messages(), SILENCE);
+}
+
+// ---- isFIFOFile, loadFIFO ----
+
+TEST_F(SessionFile, ExistsOnceItIsThere)
+{
+    EXPECT_FALSE(impl.isFIFOFile());
+    writeFile(framework.session(), "");
+    EXPECT_TRUE(impl.isFIFOFile());
+}
+
+TEST_F(SessionFile, LoadingWithoutASessionFileFailsSilently)
+{
+    EXPECT_FALSE(impl.loadFIFO());
+
+    EXPECT_TRUE(impl.queue().empty());
+    EXPECT_EQ(log.messages(), SILENCE);
+    EXPECT_EQ(systemLog.messages(), SILENCE);
+}
+
+TEST_F(SessionFile, LoadsTheQueueThatWasSaved)
+{
+    stage(CmdID::RemoveModelFile, "/m/a.xml");
+    stage(CmdID::AddModelFileWithHandler, "/m/b.xml|h|1|1");
+    const CommandQueue saved = impl.queue();
+    EXPECT_TRUE(impl.saveFIFO());
+    impl.queue().clear();
+
+    EXPECT_TRUE(impl.loadFIFO());
+
+    EXPECT_EQ(impl.queue(), saved);
+    EXPECT_EQ(impl.queue().front().first, CmdID::AddModelFileWithHandler);
+    EXPECT_EQ(log.messages(), SILENCE);
+}
+
+TEST_F(SessionFile, LoadingAnInvalidQueueIsReportedAndStillSucceeds)
+{
+    writeFile(framework.session(), "");
+
+    EXPECT_TRUE(impl.loadFIFO());
+
+    EXPECT_TRUE(impl.queue().empty());
+    EXPECT_EQ(log.messages(), INVALID_QUEUE);
+    EXPECT_EQ(systemLog.messages(), SILENCE);
+}
+
+TEST_F(SessionFile, LoadingAnUnreadableSessionFileIsReported)
+{
+    putDirectoryAt(framework.session());
+
+    EXPECT_FALSE(impl.loadFIFO());
+
+    EXPECT_TRUE(impl.queue().empty());
+    EXPECT_EQ(log.messages(), (Messages{{Message::PRIO_CRITICAL, "Unable to open existing FIFO file!"}}));
+    EXPECT_EQ(systemLog.messages(), (Messages{{LOG_INFO, "Unable to load file " + framework.session()},
+                                              {LOG_WARNING, "Unable to open existing FIFO file"}}));
+}
+
+// ---- tokenizeFIFO ----
+
+TEST_F(SessionFile, TokenizingPushesTheNewestActionToTheFront)
+{
+    tokenize("2:a\n3:b|h|1|1\n", 1);
+
+    EXPECT_EQ(impl.queue(), (CommandQueue{{CmdID::AddModelFileWithHandler, "b|h|1|1"}, {CmdID::RemoveModelFile, "a"}}));
+    EXPECT_EQ(log.messages(), SILENCE);
+}
+
+TEST_F(SessionFile, TokenizingAddsToWhatTheQueueHolds)
+{
+    stage(CmdID::AddModelFile, "earlier");
+
+    tokenize("0:later\n", 1);
+
+    EXPECT_EQ(impl.queue(), (CommandQueue{{CmdID::AddModelFile, "later"}, {CmdID::AddModelFile, "earlier"}}));
+}
+
+TEST_F(SessionFile, TokenizingIgnoresBlankLinesAndSurroundingSpace)
+{
+    tokenize("\n  2 :  a b \t\n\n\n:0:c\n\n", 1);
+
+    EXPECT_EQ(impl.queue(), (CommandQueue{{CmdID::AddModelFile, "c"}, {CmdID::RemoveModelFile, "a b"}}));
+}
+
+TEST_F(SessionFile, TokenizingKeepsAKindItDoesNotKnow)
+{
+    tokenize("7:abc\n-2:def\n", 1);
+
+    EXPECT_EQ(impl.queue(), (CommandQueue{{static_cast<CmdID>(-2), "def"}, {static_cast<CmdID>(7), "abc"}}));
+}
+
+TEST_F(SessionFile, TokenizingAnEmptyFileIsInvalid)
+{
+    tokenize("", 3);
+
+    EXPECT_TRUE(impl.queue().empty());
+    EXPECT_EQ(log.messages(), INVALID_QUEUE);
+    EXPECT_EQ(systemLog.messages(), SILENCE);
+}
+
+TEST_F(SessionFile, TokenizingAMissingFileIsInvalid)
+{
+    EXPECT_EQ(impl.tokenizeFIFO(), 3);
+
+    EXPECT_EQ(log.messages(), INVALID_QUEUE);
+}
+
+TEST_F(SessionFile, TokenizingADirectoryIsInvalid)
+{
+    putDirectoryAt(framework.session());
+
+    EXPECT_EQ(impl.tokenizeFIFO(), 3);
+
+    EXPECT_EQ(log.messages(), INVALID_QUEUE);
+}
+
+TEST_F(SessionFile, APathWithAColonMakesTheQueueInvalid)
+{
+    tokenize("0:/m/a\n0:/m/b:c\n", 3);
+
+    EXPECT_TRUE(impl.queue().empty());
+    EXPECT_EQ(log.messages(), INVALID_QUEUE);
+}
+
+TEST_F(SessionFile, TwoColonsInAPathMisalignKindsAndTexts)
+{
+    tokenize("0:/m/a:b:c\n", 3);
+
+    EXPECT_EQ(impl.queue(), (CommandQueue{{CmdID::AddModelFile, "/m/a"}}));
+    EXPECT_EQ(log.messages(), INVALID_KIND);
+}
+
+TEST_F(SessionFile, AKindThatIsNoNumberStopsAndKeepsTheActionsBeforeIt)
+{
+    tokenize("0:first\nx:abc\n0:last\n", 3);
+
+    EXPECT_EQ(impl.queue(), (CommandQueue{{CmdID::AddModelFile, "first"}}));
+    EXPECT_EQ(log.messages(), INVALID_KIND);
+    EXPECT_EQ(systemLog.messages(), SILENCE);
+}
+
+TEST_F(SessionFile, AKindTooLargeForANumberStopsLikewise)
+{
+    tokenize("99999999999:abc\n", 3);
+
+    EXPECT_TRUE(impl.queue().empty());
+    EXPECT_EQ(log.messages(), INVALID_KIND);
+}
+
+// ---- saveFIFO ----
+
+TEST_F(SessionFile, WritesTheOldestActionFirst)
+{
+    stage(CmdID::RemoveModelFile, "a");
+    stage(CmdID::AddModelFileWithHandler, "b|h|1|1");
+
+    EXPECT_TRUE(impl.saveFIFO());
+
+    EXPECT_EQ(readFile(framework.session()), "2:a\n3:b|h|1|1\n");
+    EXPECT_EQ(log.messages(), SILENCE);
+    EXPECT_EQ(systemLog.messages(), SILENCE);
+}
+
+TEST_F(SessionFile, WritesAKindItDoesNotKnow)
+{
+    stage(static_cast<CmdID>(-17), "abc");
+
+    EXPECT_TRUE(impl.saveFIFO());
+
+    EXPECT_EQ(readFile(framework.session()), "-17:abc\n");
+}
+
+TEST_F(SessionFile, AnEmptyQueueWritesAnEmptyFile)
+{
+    EXPECT_TRUE(impl.saveFIFO());
+
+    EXPECT_EQ(readFile(framework.session()), "");
+}
+
+TEST_F(SessionFile, WritingReplacesTheOldContent)
+{
+    writeFile(framework.session(), "0:much longer than what comes now\n");
+    stage(CmdID::AddModelFile, "a");
+
+    EXPECT_TRUE(impl.saveFIFO());
+
+    EXPECT_EQ(readFile(framework.session()), "0:a\n");
+}
+
+TEST_F(SessionFile, WritingOnAFullDiskIsReported)
+{
+    putFullDeviceAt(framework.session());
+    stage(CmdID::AddModelFile, "a");
+
+    EXPECT_FALSE(impl.saveFIFO());
+
+    EXPECT_EQ(log.messages(), UNWRITABLE);
+    EXPECT_EQ(systemLog.messages(), UNWRITABLE_SYSTEM_LOG);
+}
+
+TEST_F(SessionFile, WritingOverADirectoryIsReported)
+{
+    putDirectoryAt(framework.session());
+
+    EXPECT_FALSE(impl.saveFIFO());
+
+    EXPECT_EQ(log.messages(), UNWRITABLE);
+    EXPECT_EQ(systemLog.messages(), UNWRITABLE_SYSTEM_LOG);
+}
+
+TEST_F(SessionFile, WritingWithoutAModelDirectoryIsReported)
+{
+    impl.qorPath() = framework.path() + "/missing";
+
+    EXPECT_FALSE(impl.saveFIFO());
+
+    EXPECT_EQ(log.messages(), UNWRITABLE);
+    EXPECT_EQ(systemLog.messages(), UNWRITABLE_SYSTEM_LOG);
+}
+
+// ---- extractHandlerMoVerTrVer ----
+
+struct ThreeFields
+{
+    std::string handler = "h0";
+    std::string moVersion = "m0";
+    std::string trVersion = "t0";
+};
+
+class HandlerText : public ImplTest
+{
+protected:
+    bool extract(const std::string& entry)
+    {
+        return impl.extractHandlerMoVerTrVer(entry, fields.handler, fields.moVersion, fields.trVersion);
+    }
+
+    void expect(const std::string& handler, const std::string& moVersion, const std::string& trVersion) const
+    {
+        EXPECT_EQ(fields.handler, handler);
+        EXPECT_EQ(fields.moVersion, moVersion);
+        EXPECT_EQ(fields.trVersion, trVersion);
+    }
+
+    ThreeFields fields;
+};
+
+TEST_F(HandlerText, SplitsIntoHandlerAndVersions)
+{
+    EXPECT_TRUE(extract("handler|2|3"));
+    expect("handler", "2", "3");
+    EXPECT_EQ(log.messages(), SILENCE);
+}
+
+TEST_F(HandlerText, KeepsEmptyFields)
+{
+    EXPECT_TRUE(extract("h||"));
+    expect("h", "", "");
+}
+
+TEST_F(HandlerText, KeepsBlanks)
+{
+    EXPECT_TRUE(extract(" h | 1 | 2 "));
+    expect(" h ", " 1 ", " 2 ");
+}
+
+TEST_F(HandlerText, KeepsFurtherSeparatorsInTheLastField)
+{
+    EXPECT_TRUE(extract("h|1|2|3"));
+    expect("h", "1", "2|3");
+}
+
+TEST_F(HandlerText, AMissingSecondSeparatorGivesBothVersionsTheRest)
+{
+    EXPECT_TRUE(extract("h|2"));
+    expect("h", "2", "2");
+}
+
+TEST_F(HandlerText, WithoutASeparatorFailsAndLeavesTheOutputs)
+{
+    EXPECT_FALSE(extract("h"));
+    expect("h0", "m0", "t0");
+    EXPECT_EQ(log.messages(), NO_SEPARATOR);
+    EXPECT_EQ(systemLog.messages(), NO_SEPARATOR_SYSTEM_LOG);
+}
+
+// ---- extractCommandHandlerMoVerTrVer ----
+
+class ModelFileText : public ImplTest
+{
+protected:
+    bool extract(const std::string& entry)
+    {
+        return impl.extractCommandHandlerMoVerTrVer(entry, path, fields.handler, fields.moVersion, fields.trVersion);
+    }
+
+    void expect(const std::string& expectedPath, const std::string& handler, const std::string& moVersion,
+                const std::string& trVersion) const
+    {
+        EXPECT_EQ(path, expectedPath);
+        EXPECT_EQ(fields.handler, handler);
+        EXPECT_EQ(fields.moVersion, moVersion);
+        EXPECT_EQ(fields.trVersion, trVersion);
+    }
+
+    std::string path = "p0";
+    ThreeFields fields;
+};
+
+TEST_F(ModelFileText, SplitsIntoPathHandlerAndVersions)
+{
+    EXPECT_TRUE(extract("/m/a.xml|handler|2|3"));
+    expect("/m/a.xml", "handler", "2", "3");
+    EXPECT_EQ(log.messages(), SILENCE);
+}
+
+TEST_F(ModelFileText, KeepsEmptyFields)
+{
+    EXPECT_TRUE(extract("|||"));
+    expect("", "", "", "");
+}
+
+TEST_F(ModelFileText, AMissingThirdSeparatorGivesBothVersionsTheRest)
+{
+    EXPECT_TRUE(extract("p|h|1"));
+    expect("p", "h", "1", "1");
+}
+
+TEST_F(ModelFileText, AMissingSecondSeparatorGivesAllTheRest)
+{
+    EXPECT_TRUE(extract("p|h"));
+    expect("p", "h", "h", "h");
+}
+
+TEST_F(ModelFileText, WithoutASeparatorFailsAndLeavesTheOutputs)
+{
+    EXPECT_FALSE(extract("p"));
+    expect("p0", "h0", "m0", "t0");
+    EXPECT_EQ(log.messages(), NO_SEPARATOR);
+    EXPECT_EQ(systemLog.messages(), NO_SEPARATOR_SYSTEM_LOG);
+}
+
+} // namespace
+
+} // namespace QMT::Test

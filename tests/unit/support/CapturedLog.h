@@ -1,0 +1,58 @@
+#ifndef QMT_TEST_CapturedLog_INCLUDED
+#define QMT_TEST_CapturedLog_INCLUDED
+
+#include <Poco/AutoPtr.h>
+#include <Poco/Channel.h>
+#include <Poco/Message.h>
+
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace Poco
+{
+class Logger;
+}
+
+namespace QMT::Test
+{
+
+/// Messages with their priorities: those of the library for a logger, those of syslog for the system log.
+using Messages = std::vector<std::pair<int, std::string>>;
+
+/// `texts` at the logger's priority information.
+Messages told(const std::vector<std::string>& texts);
+
+/// The logger "ConsoleLogger" at level information, whose messages are kept instead of shown. There is one at a time.
+class CapturedLog
+{
+public:
+    CapturedLog();
+    ~CapturedLog();
+    CapturedLog(const CapturedLog&) = delete;
+    CapturedLog& operator=(const CapturedLog&) = delete;
+    CapturedLog(CapturedLog&&) = delete;
+    CapturedLog& operator=(CapturedLog&&) = delete;
+
+    /// The logger. It is gone once something has destroyed the logger of that name.
+    Poco::Logger* logger() const;
+
+    /// What was logged so far.
+    const Messages& messages() const;
+
+    /// Forgets what was logged so far.
+    void clear();
+
+    /// Gives the logger its capturing back after an application object has taken it away.
+    void reattach();
+
+private:
+    class Recorder;
+
+    Poco::AutoPtr<Recorder> _recorder;
+    Poco::Logger* _logger;
+};
+
+} // namespace QMT::Test
+
+#endif // QMT_TEST_CapturedLog_INCLUDED

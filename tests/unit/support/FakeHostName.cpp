@@ -1,0 +1,43 @@
+#include "support/FakeHostName.h"
+
+#include "support/RealCall.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <optional>
+
+namespace
+{
+
+std::optional<std::string> current;
+
+} // namespace
+
+extern "C" int fakeGetHostName(char* buffer, std::size_t size) __asm__("gethostname");
+
+int fakeGetHostName(char* buffer, std::size_t size)
+{
+    if (!current)
+    {
+        return QMT::Test::realCall<int(char*, std::size_t)>("gethostname")(buffer, size);
+    }
+    // Like the system's: a name that does not fit is cut off, and then no NUL ends it.
+    const std::size_t length = std::min(size, current->size() + 1);
+    std::copy_n(current->c_str(), length, buffer);
+    return 0;
+}
+
+namespace QMT::Test
+{
+
+FakeHostName::FakeHostName(const std::string& name)
+{
+    current = name;
+}
+
+FakeHostName::~FakeHostName()
+{
+    current.reset();
+}
+
+} // namespace QMT::Test

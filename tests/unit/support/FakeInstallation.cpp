@@ -1,0 +1,114 @@
+#include "support/FakeInstallation.h"
+
+#include "support/Files.h"
+#include "support/RealCall.h"
+
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <cstdarg>
+#include <filesystem>
+
+namespace
+{
+
+const std::string PLACE = "/opt/qor";
+const std::string NOWHERE = "/nonexistent/qmt-unit";
+
+std::string current = NOWHERE;
+
+std::string redirected(const char* path)
+{
+    const std::string asked(path);
+    const std::string rest = asked.substr(std::min(asked.size(), PLACE.size()));
+    const bool isInside = asked.compare(0, PLACE.size(), PLACE) == 0 && (rest.empty() || rest[0] == '/');
+    return isInside ? current + rest : asked;
+}
+
+} // namespace
+
+// Every call by which the program and its libraries take a path of the fixed place.
+extern "C"
+{
+    int redirectedStat(const char* path, void* buffer) __asm__("stat64");
+    int redirectedLstat(const char* path, void* buffer) __asm__("lstat64");
+    int redirectedOpen(const char* path, int flags, ...) __asm__("open64");
+    int redirectedMkdir(const char* path, unsigned int mode) __asm__("mkdir");
+    int redirectedExecvp(const char* path, char* const* arguments) __asm__("execvp");
+}
+
+int redirectedStat(const char* path, void* buffer)
+{
+    return QMT::Test::realCall<int(const char*, void*)>("stat64")(redirected(path).c_str(), buffer);
+}
+
+int redirectedLstat(const char* path, void* buffer)
+{
+    return QMT::Test::realCall<int(const char*, void*)>("lstat64")(redirected(path).c_str(), buffer);
+}
+
+int redirectedOpen(const char* path, int flags, ...)
+{
+    va_list arguments;
+    va_start(arguments, flags);
+    const unsigned int mode = va_arg(arguments, unsigned int);
+    va_end(arguments);
+    return QMT::Test::realCall<int(const char*, int, ...)>("open64")(redirected(path).c_str(), flags, mode);
+}
+
+int redirectedMkdir(const char* path, unsigned int mode)
+{
+    return QMT::Test::realCall<int(const char*, unsigned int)>("mkdir")(redirected(path).c_str(), mode);
+}
+
+int redirectedExecvp(const char* path, char* const* arguments)
+{
+    return QMT::Test::realCall<int(const char*, char* const*)>("execvp")(redirected(path).c_str(), arguments);
+}
+
+namespace QMT::Test
+{
+
+namespace
+{
+
+void makeExecutable(const std::string& path, const std::string& script)
+{
+    std::filesystem::create_directories(std::filesystem::path(path).parent_path());
+    writeFile(path, "#!/bin/sh\n" + script + "\n");
+    std::filesystem::permissions(path, std::filesystem::perms::owner_all);
+}
+
+} // namespace
+
+FakeInstallation::FakeInstallation()
+{
+    current = _directory.path();
+}
+
+FakeInstallation::~FakeInstallation()
+{
+    current = NOWHERE;
+}
+
+void FakeInstallation::setAgent(const std::string& script) const
+{
+    makeExecutable(path("qorea/bin/qorea"), script);
+}
+
+void FakeInstallation::setValidator(const std::string& script) const
+{
+    makeExecutable(path("bin/pel_model_validator"), script);
+}
+
+void FakeInstallation::setEnvironmentFile(const std::string& content) const
+{
+    writeFile(path("qor.env"), content);
+}
+
+std::string FakeInstallation::path(const std::string& relative) const
+{
+    return _directory.path(relative);
+}
+
+} // namespace QMT::Test

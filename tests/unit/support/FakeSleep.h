@@ -1,0 +1,39 @@
+#ifndef QMT_TEST_FakeSleep_INCLUDED
+#define QMT_TEST_FakeSleep_INCLUDED
+
+#include <functional>
+#include <map>
+#include <vector>
+
+namespace QMT::Test
+{
+
+/// Lets no time pass: keeps how long each sleep was to be, and lets the test do something in its stead. The test
+/// program never really sleeps; without such an object a sleep is a failure.
+class FakeSleep
+{
+public:
+    FakeSleep();
+    ~FakeSleep();
+    FakeSleep(const FakeSleep&) = delete;
+    FakeSleep& operator=(const FakeSleep&) = delete;
+    FakeSleep(FakeSleep&&) = delete;
+    FakeSleep& operator=(FakeSleep&&) = delete;
+
+    /// Does `action` during the `number`-th sleep, counted from 1.
+    void during(int number, std::function<void()> action);
+
+    /// The seconds of every sleep so far.
+    const std::vector<unsigned int>& sleeps() const;
+
+    /// For the stand-in itself.
+    void pass(unsigned int seconds);
+
+private:
+    std::map<int, std::function<void()>> _actions;
+    std::vector<unsigned int> _sleeps;
+};
+
+} // namespace QMT::Test
+
+#endif // QMT_TEST_FakeSleep_INCLUDED

@@ -1,0 +1,48 @@
+#include "support/FakeWaitpid.h"
+
+#include "support/RealCall.h"
+
+#include <cerrno>
+#include <utility>
+
+namespace
+{
+
+std::deque<QMT::Test::FakeWaitpid::Answer> prepared;
+
+} // namespace
+
+extern "C" int fakeWaitpid(int pid, int* status, int options) __asm__("waitpid");
+
+int fakeWaitpid(int pid, int* status, int options)
+{
+    if (prepared.empty())
+    {
+        return QMT::Test::realCall<int(int, int*, int)>("waitpid")(pid, status, options);
+    }
+    const QMT::Test::FakeWaitpid::Answer answer = prepared.front();
+    prepared.pop_front();
+    *status = answer.status;
+    errno = answer.error;
+    return answer.result;
+}
+
+namespace QMT::Test
+{
+
+FakeWaitpid::FakeWaitpid(std::deque<Answer> answers)
+{
+    prepared = std::move(answers);
+}
+
+FakeWaitpid::~FakeWaitpid()
+{
+    prepared.clear();
+}
+
+std::size_t FakeWaitpid::left()
+{
+    return prepared.size();
+}
+
+} // namespace QMT::Test

@@ -1,0 +1,24 @@
+#include "support/FileSizeLimit.h"
+
+namespace QMT::Test
+{
+
+FileSizeLimit::FileSizeLimit()
+{
+    // A write over the limit would end the process by a signal otherwise.
+    struct sigaction ignored = {};
+    ignored.sa_handler = SIG_IGN;
+    ::sigaction(SIGXFSZ, &ignored, &_previousAction);
+    ::getrlimit(RLIMIT_FSIZE, &_previousLimit);
+    struct rlimit none = _previousLimit;
+    none.rlim_cur = 0;
+    ::setrlimit(RLIMIT_FSIZE, &none);
+}
+
+FileSizeLimit::~FileSizeLimit()
+{
+    ::setrlimit(RLIMIT_FSIZE, &_previousLimit);
+    ::sigaction(SIGXFSZ, &_previousAction, nullptr);
+}
+
+} // namespace QMT::Test

@@ -1,0 +1,66 @@
+#include "support/Files.h"
+
+#include <sys/stat.h>
+
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <stdexcept>
+
+namespace QMT::Test
+{
+
+std::string readFile(const std::string& path)
+{
+    if (!std::filesystem::is_regular_file(path))
+    {
+        throw std::runtime_error("no such file: " + path);
+    }
+    std::ifstream file(path);
+    return std::string(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
+}
+
+void writeFile(const std::string& path, const std::string& content)
+{
+    std::ofstream file(path, std::ios::out | std::ios::trunc);
+    file << content;
+    file.close();
+    if (!file)
+    {
+        throw std::runtime_error("cannot write: " + path);
+    }
+}
+
+bool exists(const std::string& path)
+{
+    return std::filesystem::exists(std::filesystem::symlink_status(path));
+}
+
+void putFullDeviceAt(const std::string& path)
+{
+    std::filesystem::remove(path);
+    std::filesystem::create_symlink("/dev/full", path);
+}
+
+void putDirectoryAt(const std::string& path)
+{
+    std::filesystem::remove(path);
+    std::filesystem::create_directory(path);
+}
+
+void putLoopAt(const std::string& path)
+{
+    std::filesystem::remove(path);
+    std::filesystem::create_symlink(path, path);
+}
+
+void putSocketAt(const std::string& path)
+{
+    std::filesystem::remove(path);
+    if (::mknod(path.c_str(), S_IFSOCK | S_IRUSR | S_IWUSR, 0) != 0)
+    {
+        throw std::runtime_error("cannot make a socket: " + path);
+    }
+}
+
+} // namespace QMT::Test

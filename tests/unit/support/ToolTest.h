@@ -1,0 +1,40 @@
+#ifndef QMT_TEST_ToolTest_INCLUDED
+#define QMT_TEST_ToolTest_INCLUDED
+
+#include "support/CapturedLog.h"
+#include "support/FakeHostName.h"
+#include "support/Files.h"
+#include "support/TemporaryFramework.h"
+#include "support/ToolRun.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+namespace QMT::Test
+{
+
+inline const std::string NEW_SESSION = "Starting new session:\nUse -s to list queued actions.";
+inline const std::string UPDATED = "Updated session file with new entry.";
+inline const std::string COMPLETED = "Operation completed.";
+
+/// Whole runs of the tool on a temporary framework, on the host "this-host".
+class ToolTest : public testing::Test
+{
+protected:
+    /// Makes the session of `host` with the session file `queue`, and the working copies as a session begins.
+    void givenSession(const std::string& queue, const std::string& host = "this-host") const
+    {
+        writeFile(framework.lock(), host);
+        writeFile(framework.session(), queue);
+        writeFile(framework.configuration(".tmp"), readFile(framework.configuration()));
+        writeFile(framework.list(".tmp"), readFile(framework.list()));
+    }
+
+    TemporaryFramework framework;
+    FakeHostName hostName{"this-host"};
+};
+
+} // namespace QMT::Test
+
+#endif // QMT_TEST_ToolTest_INCLUDED

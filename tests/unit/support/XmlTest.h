@@ -1,0 +1,56 @@
+#ifndef QMT_TEST_XmlTest_INCLUDED
+#define QMT_TEST_XmlTest_INCLUDED
+
+#include "app/CQorModelTool.h"
+#include "support/ImplTest.h"
+#include "xml/CXMLParser.h"
+
+#include <Poco/DOM/Document.h>
+
+#include <string>
+#include <vector>
+
+namespace QMT::Test
+{
+
+/// One handler of a configuration document, as the tests describe it.
+struct Handler
+{
+    std::string name;
+    std::vector<std::string> roots;
+    std::string moVersion = "1";
+    std::string trVersion = "1";
+};
+
+/// The text of a configuration document with `handlers`, exactly as the editor writes it.
+std::string configurationOf(const std::vector<Handler>& handlers);
+
+/// A document editor whose tool works on a temporary framework. The working copy of the configuration does not exist,
+/// so that its presence tells of a write.
+class XmlTest : public ImplTest
+{
+protected:
+    XmlTest();
+
+    /// Makes `name` the handler of the action being committed.
+    void workOn(const std::string& name);
+
+    /// The document of `text`, which is well-formed.
+    static CXMLParser::DocumentPtr parse(const std::string& text);
+
+    /// The text of `document`, as the editor writes it.
+    std::string textOf(const Poco::XML::Document* document) const;
+
+    /// Whether the editor has written the working copy.
+    bool isWritten() const;
+
+    /// What the editor has written to the working copy.
+    std::string written() const;
+
+    CQorModelTool tool;
+    CXMLParser parser;
+};
+
+} // namespace QMT::Test
+
+#endif // QMT_TEST_XmlTest_INCLUDED

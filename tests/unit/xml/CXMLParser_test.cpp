@@ -1,0 +1,225 @@
+#include "support/Files.h"
+#include "support/XmlTest.h"
+#include "xml/CElementWalk.h"
+
+#include <Poco/DOM/Element.h>
+#include <Poco/DOM/NodeList.h>
+#include <Poco/Message.h>
+
+namespace QMT::Test
+{
+
+namespace
+{
+
+using Poco::Message;
+using Poco::XML::Element;
+using Poco::XML::NodeList;
+
+const Messages UNWRITABLE = {{Message::PRIO_INFORMATION, "Unable to wite updated XML file!"}};
+
+class DocumentAccess : public XmlTest
+{
+};
+
+// ---- loadXMLDocument ----
+
+TEST_F(DocumentAccess, LoadsAFile)
+{
+    const std::string path = framework.file("a.xml", "<?xml version='1.0'?>\n<a>\n  <b/>\n</a>\n");
+
+    EXPECT_EQ(textOf(parser.loadXMLDocument(path)), "<a>\n\t<b/>\n</a>\n");
+
+    EXPECT_EQ(log.messages(), SILENCE);
+}
+
+TEST_F(DocumentAccess, LoadsNothingFromAMissingFile)
+{
+    EXPECT_TRUE(parser.loadXMLDocument(framework.path() + "/missing").isNull());
+
+    EXPECT_EQ(log.messages(), SILENCE);
+}
+
+TEST_F(DocumentAccess, LoadsNothingFromAnEmptyFile)
+{
+    EXPECT_TRUE(parser.loadXMLDocument(framework.file("a.xml", "")).isNull());
+
+    EXPECT_EQ(log.messages(), SILENCE);
+}
+
+TEST_F(DocumentAccess, LoadsNothingFromAFileThatIsNotWellFormed)
+{
+    EXPECT_TRUE(parser.loadXMLDocument(framework.file("a.xml", "<a><b></a>")).isNull());
+
+    EXPECT_EQ(log.messages(), SILENCE);
+}
+
+TEST_F(DocumentAccess, ReportsAFileThatCannotBeRead)
+{
+    EXPECT_TRUE(parser.loadXMLDocument(framework.path()).isNull());
+
+    EXPECT_EQ(log.messages(), (Messages{{Message::PRIO_ERROR, "Error opening/reading file"}}));
+    EXPECT_EQ(systemLog.messages(), SILENCE);
+}
+
+// ---- parseFile ----
+
+TEST_F(DocumentAccess, LeavesOutTextThatIsOnlyWhiteSpace)
+{
+    CXMLParser::DocumentPtr document = CXMLParser::parseFile("<a> \n\t<b/> </a>");
+
+    const Element* const inner = CElementWalk::first(*document, "b");
+    EXPECT_EQ(document->documentElement()->firstChild(), inner);
+    EXPECT_EQ(inner->nextSibling(), nullptr);
+}
+
+TEST_F(DocumentAccess, TakesPrefixesForPartsOfNames)
+{
+    EXPECT_FALSE(CXMLParser::parseFile("<p:a><p:b/></p:a>").isNull());
+}
+
+TEST_F(DocumentAccess, ParsesNothingThatIsNotWellFormed)
+{
+    EXPECT_TRUE(CXMLParser::parseFile("").isNull());
+    EXPECT_TRUE(CXMLParser::parseFile("text").isNull());
+    EXPECT_TRUE(CXMLParser::parseFile("<a").isNull());
+}
+
+TEST_F(DocumentAccess, ParsesNothingThatIsNestedTooDeeply)
+{
+    std::string open;
+    std::string close;
+    for (int depth = 0; depth < 2001; ++depth)
+    {
+        open += "<a>";
+        close += "</a>";
+    }
+
+    EXPECT_TRUE(CXMLParser::parseFile(open + close).isNull());
+    EXPECT_FALSE(CXMLParser::parseFile(open.substr(3) + close.substr(4)).isNull());
+}
+
+// ---- writeXMLFile ----
+
+TEST_F(DocumentAccess, WritesIndentedTextWithoutADeclaration)
+{
+    const std::string path = framework.path() + "/out.xml";
+
+    parser.writeXMLFile(path, parse("<?xml version='1.0'?>\r\n<a z='1' b='2'><!-- c -->\r\n<b>text</b><c/></a>"));
+
+    EXPECT_EQ(readFile(path), "<a b=\"2\" z=\"1\">\n\t<!-- c -->\n\t<b>text</b>\n\t<c/>\n</a>\n");
+    EXPECT_EQ(log.messages(), SILENCE);
+    EXPECT_EQ(systemLog.messages(), SILENCE);
+}
+
+TEST_F(DocumentAccess, ReplacesAWholeFile)
+{
+    const std::string path = framework.file("out.xml", "something much longer than the document that comes");
+
+    parser.writeXMLFile(path, parse("<a/>"));
+
+    EXPECT_EQ(readFile(path), "<a/>\n");
+}
+
+TEST_F(DocumentAccess, PassesEverythingElseThrough)
+{
+    const std::string text =
+        "<other>\n\t<?do this?>\n\t<participants x=\"1\">words &amp; signs</participants>\n</other>\n";
+    const std::string path = framework.path() + "/out.xml";
+
+    parser.writeXMLFile(path, parse(text));
+
+    EXPECT_EQ(readFile(path), text);
+}
+
+TEST_F(DocumentAccess, ReportsATargetThatCannotBeOpened)
+{
+    parser.writeXMLFile(framework.path() + "/missing/out.xml", parse("<a/>"));
+
+    EXPECT_EQ(log.messages(), UNWRITABLE);
+    EXPECT_EQ(systemLog.messages(), SILENCE);
+}
+
+TEST_F(DocumentAccess, ReportsAWriteThatFails)
+{
+    const std::string path = framework.path() + "/full";
+    putFullDeviceAt(path);
+
+    parser.writeXMLFile(path, parse("<a/>"));
+
+    EXPECT_EQ(log.messages(), UNWRITABLE);
+}
+
+TEST_F(DocumentAccess, KeepsTheFileWhenTheDocumentCannotBeWrittenDown)
+{
+    const std::string path = framework.file("out.xml", "complete");
+    CXMLParser::DocumentPtr document = parse("<a/>");
+    document->documentElement()->setAttribute("b", "\x01");
+
+    parser.writeXMLFile(path, document);
+
+    EXPECT_EQ(readFile(path), "complete");
+    EXPECT_EQ(log.messages(), UNWRITABLE);
+}
+
+// ---- getAttributeValueList, countRootEntries, only_component ----
+
+TEST_F(DocumentAccess, ListsAttributesInDocumentOrderWithEmptyOnesForMissing)
+{
+    CXMLParser::DocumentPtr document = parse(
+        "<roots name='not this'><root name='A'/><x><root/></x><other name='O'/><root name='B' other='C'/></roots>");
+
+    EXPECT_EQ(CXMLParser::getAttributeValueList(document->documentElement(), "root", "name"),
+              (std::vector<std::string>{"A", "", "B"}));
+    EXPECT_EQ(CXMLParser::getAttributeValueList(document->documentElement(), "missing", "name"),
+              std::vector<std::string>());
+}
+
+TEST_F(DocumentAccess, CountsTheRootsAmongNodes)
+{
+    CXMLParser::DocumentPtr document =
+        parse("<roots><root/>text<Root/><root><root/></root><roots/><!-- root --></roots>");
+    Poco::AutoPtr<NodeList> children = document->documentElement()->childNodes();
+
+    EXPECT_EQ(CXMLParser::countRootEntries(children), 2);
+}
+
+TEST_F(DocumentAccess, CountsNoRootsAmongNoNodes)
+{
+    CXMLParser::DocumentPtr document = parse("<roots/>");
+    Poco::AutoPtr<NodeList> children = document->documentElement()->childNodes();
+
+    EXPECT_EQ(CXMLParser::countRootEntries(children), 0);
+}
+
+TEST_F(DocumentAccess, KnowsWhetherOnlyOneComponentIsLeft)
+{
+    EXPECT_FALSE(CXMLParser::only_component(parse("<qor/>")));
+    EXPECT_TRUE(CXMLParser::only_component(parse("<qor><participant/></qor>")));
+    EXPECT_TRUE(CXMLParser::only_component(parse("<qor><x><participant/></x><participants/></qor>")));
+    EXPECT_FALSE(CXMLParser::only_component(parse("<qor><participant/><participant/></qor>")));
+    EXPECT_FALSE(CXMLParser::only_component(parse("<qor><participant/><participant/><participant/></qor>")));
+}
+
+// ---- The path of the working copy ----
+
+TEST_F(DocumentAccess, FixesTheWorkingCopyAtConstruction)
+{
+    workOn("b");
+    CXMLParser::DocumentPtr document = parse(configurationOf({{"a", {"A"}}, {"b", {"B"}}}));
+    impl.qorPath() = "/nonexistent";
+
+    EXPECT_EQ(parser.removeModelHandler(document, "b"), 1);
+
+    EXPECT_EQ(written(), configurationOf({{"a", {"A"}}}));
+}
+
+TEST_F(DocumentAccess, TouchesNoFileAtConstruction)
+{
+    EXPECT_FALSE(isWritten());
+    EXPECT_EQ(log.messages(), SILENCE);
+}
+
+} // namespace
+
+} // namespace QMT::Test

@@ -1,0 +1,223 @@
+#include "support/Files.h"
+#include "support/XmlTest.h"
+
+#include <Poco/Message.h>
+
+namespace QMT::Test
+{
+
+namespace
+{
+
+using Poco::Message;
+
+const std::string PLACEHOLDER = "VELDA_OAM_COMPONENT";
+
+class DefaultComponent : public XmlTest
+{
+protected:
+    DefaultComponent() : model(framework.model("model.xml", "R"))
+    {
+        workOn("h");
+    }
+
+    void given(const std::string& text)
+    {
+        document = parse(text);
+    }
+
+    int verify(const std::string& modelFile)
+    {
+        return parser.verifySetDefaultComponent(document, modelFile, "h", "5", "6");
+    }
+
+    void expectUnchanged(const std::string& before) const
+    {
+        EXPECT_EQ(textOf(document), before);
+        EXPECT_FALSE(isWritten());
+    }
+
+    std::string model;
+    CXMLParser::DocumentPtr document;
+};
+
+// ---- The placeholder ----
+
+TEST_F(DefaultComponent, IsTakenOverWithTheRootClassOfTheModel)
+{
+    given(configurationOf({{PLACEHOLDER, {}}, {"a", {"A"}}}));
+
+    EXPECT_EQ(verify(model), 1);
+
+    EXPECT_EQ(written(), configurationOf({{"h", {"R"}, "5", "6"}, {"a", {"A"}}}));
+    EXPECT_EQ(log.messages(), told({"Replaced default QOR component tag with: h", "Found handler: h"}));
+    EXPECT_EQ(systemLog.messages(), SILENCE);
+}
+
+TEST_F(DefaultComponent, IsTakenOverByAHandlerAlone)
+{
+    given(configurationOf({{PLACEHOLDER, {"D"}}}));
+
+    EXPECT_EQ(verify(""), 1);
+
+    EXPECT_EQ(written(), configurationOf({{"h", {"D"}, "5", "6"}}));
+    EXPECT_EQ(log.messages(), told({"Replaced default QOR component tag with: h"}));
+}
+
+TEST_F(DefaultComponent, IsTakenOverInItsFirstInterfaceAloneWhenTheSecondHasAnotherName)
+{
+    given("<participants><participant><managedObject compName='VELDA_OAM_COMPONENT' version='1'/>"
+          "<txResource compName='other' version='2'/></participant></participants>");
+
+    EXPECT_EQ(verify(""), 1);
+
+    EXPECT_FALSE(isWritten());
+    EXPECT_EQ(textOf(document),
+              "<participants>\n\t<participant>\n\t\t<managedObject compName=\"h\" version=\"5\"/>\n"
+              "\t\t<txResource compName=\"other\" version=\"2\"/>\n\t</participant>\n</participants>\n");
+    EXPECT_EQ(log.messages(), told({"Replaced default QOR component tag with: h"}));
+}
+
+TEST_F(DefaultComponent, IsTakenOverWithoutASecondInterface)
+{
+    given("<participants><participant><managedObject compName='VELDA_OAM_COMPONENT'/></participant></participants>");
+
+    EXPECT_EQ(verify(""), 1);
+
+    EXPECT_FALSE(isWritten());
+}
+
+TEST_F(DefaultComponent, IsTakenOverInTheFirstInterfaceOfEachKindOnly)
+{
+    given(configurationOf({{PLACEHOLDER, {"A"}}, {PLACEHOLDER, {"B"}}}));
+
+    EXPECT_EQ(verify(""), 1);
+
+    EXPECT_EQ(written(), configurationOf({{"h", {"A"}, "5", "6"}, {PLACEHOLDER, {"B"}}}));
+}
+
+TEST_F(DefaultComponent, IsTakenOverEvenWhenTheModelCannotBeRead)
+{
+    given(configurationOf({{PLACEHOLDER, {}}}));
+
+    EXPECT_EQ(verify("/nonexistent/model.xml"), 1);
+
+    EXPECT_EQ(written(), configurationOf({{"h", {}, "5", "6"}}));
+    EXPECT_EQ(log.messages(), told({"Replaced default QOR component tag with: h", "Found handler: h",
+                                    "Unable to parse and get the root class name from the model file."}));
+}
+
+TEST_F(DefaultComponent, IsNotRecognisedInALaterPlace)
+{
+    const std::string before = configurationOf({{"a", {"A"}}, {PLACEHOLDER, {}}});
+    given(before);
+
+    EXPECT_EQ(verify(""), 0);
+
+    expectUnchanged(before);
+}
+
+TEST_F(DefaultComponent, IsNeededForAHandlerWithoutAModel)
+{
+    const std::string before = configurationOf({{"h", {"A"}}});
+    given(before);
+
+    EXPECT_EQ(verify(""), 0);
+
+    expectUnchanged(before);
+    EXPECT_EQ(log.messages(), told({"Default model handler not found, ignoring modelHandler update!"}));
+}
+
+TEST_F(DefaultComponent, CannotBeLookedForInADocumentWithoutHandlers)
+{
+    const std::string before = configurationOf({});
+    given(before);
+
+    EXPECT_EQ(verify(model), 0);
+
+    expectUnchanged(before);
+    EXPECT_EQ(log.messages(), SILENCE);
+}
+
+// ---- Another first handler ----
+
+TEST_F(DefaultComponent, LetsANewRootClassJoinItsHandler)
+{
+    given(configurationOf({{"a", {"A"}}, {"h", {"H"}}}));
+
+    EXPECT_EQ(verify(model), 1);
+
+    EXPECT_EQ(written(), configurationOf({{"a", {"A"}}, {"h", {"H", "R"}}}));
+    EXPECT_EQ(log.messages(), told({"Found handler: h"}));
+}
+
+TEST_F(DefaultComponent, LetsANewRootClassBringItsHandler)
+{
+    given(configurationOf({{"a", {"A"}}}));
+
+    EXPECT_EQ(verify(model), 1);
+
+    EXPECT_EQ(written(), configurationOf({{"a", {"A"}}, {"h", {"R"}, "5", "6"}}));
+    EXPECT_EQ(log.messages(), told({"Adding new handler: h with root class: R"}));
+}
+
+TEST_F(DefaultComponent, AcceptsARootClassThatItsHandlerServesAlready)
+{
+    const std::string before = configurationOf({{"a", {"A"}}, {"h", {"R"}}});
+    given(before);
+
+    EXPECT_EQ(verify(model), 1);
+
+    expectUnchanged(before);
+    EXPECT_EQ(log.messages(), told({"Model handler : h for Root element: R already exists"}));
+}
+
+TEST_F(DefaultComponent, RefusesARootClassThatAnotherHandlerServes)
+{
+    const std::string before = configurationOf({{"a", {"R"}}, {"h", {"H"}}});
+    given(before);
+
+    EXPECT_EQ(verify(model), 0);
+
+    expectUnchanged(before);
+    EXPECT_EQ(log.messages(), told({"Model handler : a for Root element: R already exists"}));
+}
+
+TEST_F(DefaultComponent, AcceptsAModelWithoutARootElementAndChangesNothing)
+{
+    const std::string before = configurationOf({{"a", {"A"}}});
+    given(before);
+
+    EXPECT_EQ(verify(framework.file("model.xml", "<m/>")), 1);
+
+    expectUnchanged(before);
+    EXPECT_EQ(log.messages(), told({"Unable to locate root class in model file."}));
+}
+
+TEST_F(DefaultComponent, RefusesAModelThatCannotBeRead)
+{
+    const std::string before = configurationOf({{"a", {"A"}}});
+    given(before);
+
+    EXPECT_EQ(verify("/nonexistent/model.xml"), 0);
+
+    expectUnchanged(before);
+    EXPECT_EQ(log.messages(), told({"Unable to parse and get the root class name from the model file.", "Aborting"}));
+}
+
+TEST_F(DefaultComponent, RefusesAModelWhoseHandlerStandsOutsideAParticipant)
+{
+    given("<qor><managedObject compName='h'/></qor>");
+    const std::string before = textOf(document);
+
+    EXPECT_EQ(verify(model), 0);
+
+    expectUnchanged(before);
+    EXPECT_EQ(log.messages(), (Messages{{Message::PRIO_INFORMATION, "Found handler: h"},
+                                        {Message::PRIO_WARNING, "Unable to find the participant entry!"},
+                                        {Message::PRIO_INFORMATION, "Invalid model file: " + model + "\nAborting."}}));
+}
+
+} // namespace
+
+} // namespace QMT::Test

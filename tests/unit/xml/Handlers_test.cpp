@@ -1,0 +1,146 @@
+#include "support/XmlTest.h"
+#include "xml/CElementWalk.h"
+
+#include <Poco/DOM/Element.h>
+#include <Poco/Message.h>
+
+namespace QMT::Test
+{
+
+namespace
+{
+
+using Poco::Message;
+
+class Handlers : public XmlTest
+{
+};
+
+// ---- addHandler ----
+
+TEST_F(Handlers, AreAddedAsTheLastParticipant)
+{
+    CXMLParser::DocumentPtr document = parse(configurationOf({{"a", {"A"}}}));
+
+    EXPECT_EQ(parser.addHandler(*document, "exampleHandler", "ExampleRootClass", "3", "1"), 1);
+
+    EXPECT_EQ(textOf(document), configurationOf({{"a", {"A"}}, {"exampleHandler", {"ExampleRootClass"}, "3", "1"}}));
+    EXPECT_FALSE(isWritten());
+    EXPECT_EQ(log.messages(),
+              (Messages{{Message::PRIO_INFORMATION, "Adding new handler: exampleHandler with root class: "
+                                                    "ExampleRootClass"}}));
+    EXPECT_EQ(systemLog.messages(), SILENCE);
+}
+
+TEST_F(Handlers, AreAddedWithEmptyVersionsAsTheyCome)
+{
+    CXMLParser::DocumentPtr document = parse(configurationOf({}));
+
+    EXPECT_EQ(parser.addHandler(*document, "h", "R", "", ""), 1);
+
+    EXPECT_EQ(textOf(document), configurationOf({{"h", {"R"}, "", ""}}));
+}
+
+TEST_F(Handlers, AreAddedToTheFirstOfTwoContainers)
+{
+    CXMLParser::DocumentPtr document = parse("<qor><participants/><x><participants n='2'/></x></qor>");
+
+    EXPECT_EQ(parser.addHandler(*document, "h", "R", "1", "1"), 1);
+
+    const std::string text = textOf(document);
+    EXPECT_LT(text.find("compName=\"h\""), text.find("<participants n=\"2\"/>"));
+}
+
+TEST_F(Handlers, AreRefusedWithoutARootClass)
+{
+    const std::string before = configurationOf({{"a", {"A"}}});
+    CXMLParser::DocumentPtr document = parse(before);
+
+    EXPECT_EQ(parser.addHandler(*document, "h", "", "1", "1"), 0);
+
+    EXPECT_EQ(textOf(document), before);
+    EXPECT_EQ(log.messages(),
+              (Messages{{Message::PRIO_INFORMATION, "cannot add model file without root class to qor.cfg"}}));
+}
+
+TEST_F(Handlers, AreRefusedWithoutAContainer)
+{
+    CXMLParser::DocumentPtr document = parse("<qor/>");
+
+    EXPECT_EQ(parser.addHandler(*document, "h", "R", "1", "1"), 0);
+
+    EXPECT_EQ(textOf(document), "<qor/>\n");
+    EXPECT_EQ(log.messages(), (Messages{{Message::PRIO_ERROR, "Unable to find the participants entry!"}}));
+}
+
+// ---- removeModelHandler, by node ----
+
+TEST_F(Handlers, AreRemovedByTheirNode)
+{
+    CXMLParser::DocumentPtr document = parse(configurationOf({{"a", {"A"}}, {"b", {"B"}}}));
+
+    EXPECT_EQ(parser.removeModelHandler(document, CElementWalk::first(*document, "participant"), "a"), 1);
+
+    EXPECT_EQ(textOf(document), configurationOf({{"b", {"B"}}}));
+    EXPECT_EQ(written(), configurationOf({{"b", {"B"}}}));
+    EXPECT_EQ(log.messages(), (Messages{{Message::PRIO_INFORMATION, "Removed handler: a"}}));
+}
+
+TEST_F(Handlers, AreNotRemovedByTheirNodeWhenOnlyOneIsLeft)
+{
+    const std::string before = configurationOf({{"a", {"A"}}});
+    CXMLParser::DocumentPtr document = parse(before);
+
+    EXPECT_EQ(parser.removeModelHandler(document, CElementWalk::first(*document, "participant"), "a"), 0);
+
+    EXPECT_EQ(textOf(document), before);
+    EXPECT_FALSE(isWritten());
+    EXPECT_EQ(log.messages(),
+              (Messages{{Message::PRIO_INFORMATION, "Unable to remove handle as this is the last entry"}}));
+}
+
+// ---- removeModelHandler, by name ----
+
+TEST_F(Handlers, AreRemovedByTheComponentNameWhateverTheNameGiven)
+{
+    CXMLParser::DocumentPtr document = parse(configurationOf({{"a", {"A"}}, {"b", {"B"}}}));
+    workOn("b");
+
+    EXPECT_EQ(parser.removeModelHandler(document, "a"), 1);
+
+    EXPECT_EQ(written(), configurationOf({{"a", {"A"}}}));
+    EXPECT_EQ(log.messages(), (Messages{{Message::PRIO_INFORMATION, "Found handler: b"},
+                                        {Message::PRIO_INFORMATION, "Removed handler: b"}}));
+}
+
+TEST_F(Handlers, AreNotRemovedByNameWhenOnlyOneIsLeft)
+{
+    const std::string before = configurationOf({{"a", {"A"}}});
+    CXMLParser::DocumentPtr document = parse(before);
+    workOn("a");
+
+    EXPECT_EQ(parser.removeModelHandler(document, "given"), 0);
+
+    EXPECT_EQ(textOf(document), before);
+    EXPECT_FALSE(isWritten());
+    EXPECT_EQ(log.messages(),
+              (Messages{{Message::PRIO_INFORMATION, "given is the only handler left. Unable to remove."}}));
+}
+
+TEST_F(Handlers, AreReportedWhenTheNameIsNotFound)
+{
+    const std::string before = configurationOf({{"a", {"A"}}, {"b", {"B"}}});
+    CXMLParser::DocumentPtr document = parse(before);
+    workOn("c");
+
+    EXPECT_EQ(parser.removeModelHandler(document, "a"), 1);
+
+    EXPECT_EQ(textOf(document), before);
+    EXPECT_FALSE(isWritten());
+    EXPECT_EQ(log.messages(),
+              (Messages{{Message::PRIO_INFORMATION, "Unable to locate and remove handler: c from qor.cfg"}}));
+}
+
+} // namespace
+
+} // namespace QMT::Test
