@@ -1,6 +1,7 @@
 """The session lock: who owns a session, what another host may do, and how it waits."""
 from __future__ import annotations
 
+import time
 from pathlib import Path
 
 import pytest
@@ -111,6 +112,8 @@ def test_the_wait_is_a_real_one(tool: Sandbox, framework: Framework) -> None:
     framework.session(f"2:{BASE}\n", host="beta")
     run = tool.start(ADD)
     run.wait_for(lambda: run.syslog)
+    # The line is written before the lock is looked at for the first time.
+    time.sleep(1.5)
     assert run.running
     framework.remove(LOCK)
     assert run.wait() == taken_over()

@@ -4,7 +4,7 @@
 
 #include <filesystem>
 #include <fstream>
-#include <iterator>
+#include <sstream>
 #include <stdexcept>
 
 namespace QMT::Test
@@ -16,8 +16,9 @@ std::string readFile(const std::string& path)
     {
         throw std::runtime_error("no such file: " + path);
     }
-    std::ifstream file(path);
-    return std::string(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
+    std::ostringstream content;
+    content << std::ifstream(path).rdbuf();
+    return content.str();
 }
 
 void writeFile(const std::string& path, const std::string& content)
