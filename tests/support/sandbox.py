@@ -397,7 +397,18 @@ class Sandbox:
     def execute(self, *command: str, stdin: bytes | int | IO[Any] = subprocess.DEVNULL,
                 timeout: float = DEFAULT_TIMEOUT) -> Result:
         """Run any other program of this machine in the sandbox, to its end."""
-        return self._start(list(command), [], stdin, subprocess.PIPE, subprocess.PIPE).wait(timeout)
+        return self.launch(*command, stdin=stdin).wait(timeout)
+
+    def launch(self, *command: str, stdin: bytes | int | IO[Any] = subprocess.DEVNULL,
+               stdout: int | IO[Any] = subprocess.PIPE, console: int | IO[Any] = subprocess.PIPE) -> Run:
+        """Start any other program of this machine in the sandbox and leave it running."""
+        return self._start(list(command), [], stdin, stdout, console)
+
+    def tool_command(self) -> list[str]:
+        """The command line that runs the tool, for a script that runs in the sandbox itself."""
+        prefix = emulator()
+        libraries = self._libraries(find_launcher(self.launcher), foreign=bool(prefix))
+        return self._preloading([str(path) for path in libraries], prefix, [str(tool_path())])
 
     def _start(self, command: list[str], prefix: list[str], stdin: bytes | int | IO[Any], stdout: int | IO[Any],
                console: int | IO[Any]) -> Run:
