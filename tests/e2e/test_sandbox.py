@@ -73,7 +73,7 @@ def test_standard_input_is_empty_unless_given(boxed: Sandbox) -> None:
 
 
 def test_a_running_program_can_be_sent_a_signal(boxed: Sandbox) -> None:
-    run = boxed._start(["sh", "-c", "sleep 60; echo late"], [], subprocess.DEVNULL, subprocess.PIPE, subprocess.PIPE)
+    run = boxed._start(["sh", "-c", "exec sleep 60"], [], subprocess.DEVNULL, subprocess.PIPE, subprocess.PIPE)
     assert run.running
     run.signal(signal.SIGTERM)
     assert run.wait().status == -signal.SIGTERM
@@ -129,6 +129,8 @@ def test_children_of_the_program_get_no_preload(boxed: Sandbox, framework: Frame
 
 
 def test_a_tracer_can_be_put_before_the_program(tool: Sandbox, work: Path) -> None:
+    if find_launcher() == "proot":
+        pytest.skip("proot is a tracer itself, and there can be only one")
     traced = tool.using(wrapper=("strace", "-o", "/opt/work/trace")).sleepless()
     assert traced.run("--status") == answer(NOTHING_PENDING, COMPLETED)
     assert re.match(r'execve\("[^"]*/qor_mim_tool"', (work / "trace").read_text())

@@ -15,13 +15,15 @@
 #include <stdlib.h>
 #include <string.h>
 #include <sys/prctl.h>
+#include <sys/resource.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 enum
 {
-    CANNOT_RUN = 127
+    CANNOT_RUN = 127,
+    OPEN_FILES = 256
 };
 
 /* Without new privileges an exec by root cannot win back what is dropped here. */
@@ -34,6 +36,20 @@ static void dropCapabilities(void)
     {
         perror("runner: cannot drop capabilities");
         exit(CANNOT_RUN);
+    }
+}
+
+/*
+ * Whoever starts a child closes every possible descriptor first. With the limits of some containers that is a million
+ * calls, each of which a tracing sandbox looks at.
+ */
+static void limitOpenFiles(void)
+{
+    struct rlimit limit;
+    if (getrlimit(RLIMIT_NOFILE, &limit) == 0 && limit.rlim_cur > OPEN_FILES)
+    {
+        limit.rlim_cur = OPEN_FILES;
+        setrlimit(RLIMIT_NOFILE, &limit);
     }
 }
 
@@ -59,6 +75,7 @@ int main(int argc, char** argv)
         return CANNOT_RUN;
     }
     dropCapabilities();
+    limitOpenFiles();
     const pid_t child = fork();
     if (child < 0)
     {

@@ -155,7 +155,7 @@ def _proot(view: View) -> list[str]:
     binds = [(view.framework, FRAMEWORK), (view.work, WORK), (view.log, LOG)]
     # Old versions let newer system calls (statx, faccessat2) through as they are: a shell's "[ -r ]" sees the machine,
     # while the program's own stat and open see the sandbox. The run starts in WORK, where a stray path does no harm.
-    command = ["proot"]
+    command = ["proot", "-v", "-1"]
     for outside, inside in binds:
         if outside is not None:
             command += ["-b", f"{outside}:{inside}"]
@@ -269,6 +269,9 @@ class Run:
             work = sandbox.work or scratch / "work"
             work.mkdir(exist_ok=True)
             view = dataclasses.replace(sandbox.view(), work=work, log=self._log.path)
+            if not sandbox.log:
+                view = dataclasses.replace(view, log=scratch / "no-log")
+                view.log.touch()
             status_read, status_write = os.pipe()
             self._status = stack.enter_context(os.fdopen(status_read, "r"))
             # Ours is closed after the start: the end of the runner must be the end of the channel.
@@ -360,6 +363,8 @@ class Sandbox:
     """A command put before the program, for instance a tracer; it gets the preloads on (only strace can)."""
     work: Path | None = None
     """Where /opt/work lies outside; a scratch directory for each run unless given."""
+    log: bool = True
+    """Whether a system log listens; without one, a plain file lies in its place."""
     own_session: bool = True
     """Detach from the terminal, so that everything can be killed at once."""
 
