@@ -189,11 +189,12 @@ public:
     /// True when `entry` is MISSING: when it is not even a part of some line.
     [[nodiscard]] bool verifyModelFileEntry(const std::string& entry) const;
 
-    /// Appends `entry` and a newline. False, after a message, when the file could not be written.
+    /// Appends `entry` and a newline. False, after a message, when the file could not be read or written; one that
+    /// could not be read stays as it was.
     [[nodiscard]] bool updateModelFile(const std::string& entry);
 
     /// Removes every line that contains `entry` and tidies the others (trimmed, no empty lines). Always true; a list
-    /// that cannot be written is reported.
+    /// that cannot be read, and then stays as it was, or cannot be written is reported.
     bool removeModelFileEntry(const std::string& entry);
 
     /// Puts the model file `path` on the list unless it is there already, which `alreadyListed` tells. False, after a
@@ -266,6 +267,7 @@ public:
 private:
     CFrameworkPaths paths() const;
     bool hasFields(const std::string& entry);
+    std::string without(const std::string& entry, const std::string& list);
     bool findInstalledDirectory(std::string& dir);
     bool useExistingDirectory(const std::string& found, std::string& dir);
     void copyLiveFilesTo(CFrameworkPaths::Version version) const;
