@@ -242,7 +242,8 @@ public:
     bool commitCompleted();
 
     /// Puts the backups back, unless a session is open or there is no backup of the list. False when there is no live
-    /// list, true otherwise. A signal that asks the program to end waits until all is done.
+    /// list, true otherwise. Throws a Poco::FileException, too, when it cannot be told which of the files are there. A
+    /// signal that asks the program to end waits until all is done.
     bool rollBack();
 
     /// Sets the mode of `path`; a failure goes to the system log only.

@@ -2,11 +2,15 @@
 
 #include "impl/CSignalHold.h"
 
+#include <Poco/Error.h>
+#include <Poco/Exception.h>
 #include <Poco/File.h>
 
 #include <sys/stat.h>
 #include <syslog.h>
 #include <unistd.h>
+
+#include <cerrno>
 
 namespace QMT
 {
@@ -19,6 +23,22 @@ using Version = CFrameworkPaths::Version;
 void move(const std::string& from, const std::string& to)
 {
     Poco::File(from).moveTo(to);
+}
+
+/// Whether `path` exists. Throws a Poco::FileException when that cannot be told: a file that is only taken for missing
+/// would leave two files of different versions, or put backups over an open session.
+bool isThere(const std::string& path)
+{
+    struct stat status = {};
+    if (::stat(path.c_str(), &status) == 0)
+    {
+        return true;
+    }
+    if (errno != ENOENT && errno != ENOTDIR && errno != ELOOP && errno != ENAMETOOLONG)
+    {
+        throw Poco::FileException(Poco::Error::getMessage(errno), path);
+    }
+    return false;
 }
 
 } // namespace
@@ -46,18 +66,18 @@ bool CQorModelToolImpl::commitCompleted()
 bool CQorModelToolImpl::rollBack()
 {
     const CSignalHold hold;
-    if (!Poco::File(paths().modelFileList(Version::LIVE)).exists())
+    if (!isThere(paths().modelFileList(Version::LIVE)))
     {
         return false;
     }
-    if (!Poco::File(paths().modelFileList(Version::BACKUP)).exists() || isLockFile())
+    if (!isThere(paths().modelFileList(Version::BACKUP)) || isThere(paths().lockFile()))
     {
         return true;
     }
     move(paths().modelFileList(Version::BACKUP), paths().modelFileList(Version::LIVE));
     adjustOwnershipOf(paths().modelFileList(Version::LIVE));
     const std::string backup = paths().configuration(Version::BACKUP);
-    if (Poco::File(backup).exists())
+    if (isThere(backup))
     {
         move(backup, paths().configuration(Version::LIVE));
     }
