@@ -6,6 +6,7 @@
 #include <Poco/Exception.h>
 #include <Poco/File.h>
 
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <syslog.h>
 #include <unistd.h>
@@ -41,6 +42,19 @@ bool isThere(const std::string& path)
     return false;
 }
 
+/// Waits until the content of `path` is on the disk: once the installing has begun, an edited working copy is for a
+/// while the only complete new version, and a power cut must not take it. A missing one is left to the move.
+void sync(const std::string& path)
+{
+    const int file = ::open(path.c_str(), O_WRONLY | O_CLOEXEC);
+    const bool failed = file >= 0 && ::fsync(file) != 0 && errno != EINVAL;
+    static_cast<void>(::close(file));
+    if (failed)
+    {
+        throw Poco::WriteFileException(path);
+    }
+}
+
 } // namespace
 
 void CQorModelToolImpl::adjustOwnership(std::uint32_t group)
@@ -52,6 +66,8 @@ void CQorModelToolImpl::adjustOwnership(std::uint32_t group)
 bool CQorModelToolImpl::commitCompleted()
 {
     const CSignalHold hold;
+    sync(paths().modelFileList(Version::WORKING_COPY));
+    sync(paths().configuration(Version::WORKING_COPY));
     move(paths().modelFileList(Version::LIVE), paths().modelFileList(Version::BACKUP));
     move(paths().modelFileList(Version::WORKING_COPY), paths().modelFileList(Version::LIVE));
     adjustOwnershipOf(paths().modelFileList(Version::LIVE));
