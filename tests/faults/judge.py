@@ -29,6 +29,8 @@ TOLD_AND_CONTINUED = (
 )
 
 
+UNDISTURBED = "as if nothing had happened"
+
 # Failures that the tool is made to pass over without a word.
 CLEARING = "left over, unsaid: clearing away ignores what it cannot remove"
 LOOKING = "session not seen, unsaid: an existence test that fails answers no"
@@ -80,7 +82,7 @@ def judge(prepared: frameworks.Prepared, result: sandbox.Result, files: dict[str
         violations.append(f"crashed with {result.status}")
     same = files == prepared.state and result.status == prepared.result.status
     if same:
-        outcome = "as if nothing had happened"
+        outcome = UNDISTURBED
     elif result.status < 0:
         outcome = "ended by the run-time's report"
     elif result.status != 0 and result.console:

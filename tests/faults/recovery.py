@@ -16,6 +16,8 @@ import sandbox
 PAGE = sandbox.PROJECT / "docs" / "recovery.md"
 SESSION = "A staging call was interrupted, or a rollback that drops an open session"
 COMMIT = "A commit was interrupted, or a rollback of a commit, or it is not known what"
+FULL_DISK = "After a full disk"
+FULL = re.compile(r"no space left on device: /opt/qor/etc/(.*)$", re.IGNORECASE | re.MULTILINE)
 CODE = re.compile(r"`([^`]+)`")
 
 
@@ -65,9 +67,15 @@ def _stop(stop_after: int | None) -> str:
     return "" if stop_after is None else f"[ $done -lt {stop_after} ] || exit 0; "
 
 
-def recover(framework: Path, section: str, stop_after: int | None = None) -> list[str]:
+def named_as_full(console: str) -> str:
+    """The file that the tool could not write, as the page asks for it; the empty text if it named none."""
+    found = FULL.findall(console)
+    return found[-1] if found else ""
+
+
+def recover(framework: Path, section: str, stop_after: int | None = None, full: str = "") -> list[str]:
     """Follow the page on a framework; the numbers of the rows that were used."""
-    tool = f'qor_mim_tool() {{ {sandbox.tool_path()} "$@" >/dev/null 2>&1; }}\n'
+    tool = f'qor_mim_tool() {{ {sandbox.tool_path()} "$@" >/dev/null 2>&1; }}\nFULL="{full}"\n'
     text = tool + script(PAGE.read_text(encoding="utf-8"), section, stop_after)
     result = sandbox.Sandbox(framework).execute("/bin/sh", "-c", text)
     if result.status != 0:

@@ -96,10 +96,13 @@ def _record(prepared: frameworks.Prepared, case: Case, framework: Path, work: Pa
     if case.fault == calls.KILL:
         return _judge_killed(prepared, framework, files)
     verdict = judge.judge(prepared, result, files, silence=_silence(prepared, case.call))
-    record = {"outcome": verdict.outcome, "violations": list(verdict.violations), "said": list(verdict.said)}
-    if result.status in (70, -signal.SIGABRT):
-        record["violations"] += _recovered(prepared, framework)["violations"]
-    return record
+    violations = list(verdict.violations) + recovered_after(prepared, result, framework)
+    return {"outcome": verdict.outcome, "violations": violations, "said": list(verdict.said)}
+
+
+def recovered_after(prepared: frameworks.Prepared, result: sandbox.Result, framework: Path) -> list[str]:
+    """What is wrong after the recovery that the page prescribes for a run that ended like this; mostly nothing."""
+    return _recovered(prepared, framework)["violations"] if result.status in (70, -signal.SIGABRT) else []
 
 
 def _disturbed(prepared: frameworks.Prepared, case: Case, framework: Path, work: Path) -> sandbox.Result:
