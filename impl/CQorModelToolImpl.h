@@ -189,11 +189,12 @@ public:
     /// True when `entry` is MISSING: when it is not even a part of some line.
     [[nodiscard]] bool verifyModelFileEntry(const std::string& entry) const;
 
-    /// Appends `entry` and a newline. False, after a message, when the file could not be written.
+    /// Appends `entry` and a newline. False, after a message, when the file could not be read or written; one that
+    /// could not be read stays as it was.
     [[nodiscard]] bool updateModelFile(const std::string& entry);
 
     /// Removes every line that contains `entry` and tidies the others (trimmed, no empty lines). Always true; a list
-    /// that cannot be written is reported.
+    /// that cannot be read, and then stays as it was, or cannot be written is reported.
     bool removeModelFileEntry(const std::string& entry);
 
     /// Puts the model file `path` on the list unless it is there already, which `alreadyListed` tells. False, after a
@@ -241,7 +242,8 @@ public:
     bool commitCompleted();
 
     /// Puts the backups back, unless a session is open or there is no backup of the list. False when there is no live
-    /// list, true otherwise. A signal that asks the program to end waits until all is done.
+    /// list, true otherwise. Throws a Poco::FileException, too, when it cannot be told which of the files are there. A
+    /// signal that asks the program to end waits until all is done.
     bool rollBack();
 
     /// Sets the mode of `path`; a failure goes to the system log only.
@@ -266,6 +268,7 @@ public:
 private:
     CFrameworkPaths paths() const;
     bool hasFields(const std::string& entry);
+    std::string without(const std::string& entry, const std::string& list);
     bool findInstalledDirectory(std::string& dir);
     bool useExistingDirectory(const std::string& found, std::string& dir);
     void copyLiveFilesTo(CFrameworkPaths::Version version) const;

@@ -2,11 +2,16 @@
 
 #include "impl/CSignalHold.h"
 
+#include <Poco/Error.h>
+#include <Poco/Exception.h>
 #include <Poco/File.h>
 
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <syslog.h>
 #include <unistd.h>
+
+#include <cerrno>
 
 namespace QMT
 {
@@ -21,6 +26,35 @@ void move(const std::string& from, const std::string& to)
     Poco::File(from).moveTo(to);
 }
 
+/// Whether `path` exists. Throws a Poco::FileException when that cannot be told: a file that is only taken for missing
+/// would leave two files of different versions, or put backups over an open session.
+bool isThere(const std::string& path)
+{
+    struct stat status = {};
+    if (::stat(path.c_str(), &status) == 0)
+    {
+        return true;
+    }
+    if (errno != ENOENT && errno != ENOTDIR && errno != ELOOP && errno != ENAMETOOLONG)
+    {
+        throw Poco::FileException(Poco::Error::getMessage(errno), path);
+    }
+    return false;
+}
+
+/// Waits until the content of `path` is on the disk: once the installing has begun, an edited working copy is for a
+/// while the only complete new version, and a power cut must not take it. A missing one is left to the move.
+void sync(const std::string& path)
+{
+    const int file = ::open(path.c_str(), O_WRONLY | O_CLOEXEC);
+    const bool failed = file >= 0 && ::fsync(file) != 0 && errno != EINVAL;
+    static_cast<void>(::close(file));
+    if (failed)
+    {
+        throw Poco::WriteFileException(path);
+    }
+}
+
 } // namespace
 
 void CQorModelToolImpl::adjustOwnership(std::uint32_t group)
@@ -32,6 +66,8 @@ void CQorModelToolImpl::adjustOwnership(std::uint32_t group)
 bool CQorModelToolImpl::commitCompleted()
 {
     const CSignalHold hold;
+    sync(paths().modelFileList(Version::WORKING_COPY));
+    sync(paths().configuration(Version::WORKING_COPY));
     move(paths().modelFileList(Version::LIVE), paths().modelFileList(Version::BACKUP));
     move(paths().modelFileList(Version::WORKING_COPY), paths().modelFileList(Version::LIVE));
     adjustOwnershipOf(paths().modelFileList(Version::LIVE));
@@ -46,18 +82,18 @@ bool CQorModelToolImpl::commitCompleted()
 bool CQorModelToolImpl::rollBack()
 {
     const CSignalHold hold;
-    if (!Poco::File(paths().modelFileList(Version::LIVE)).exists())
+    if (!isThere(paths().modelFileList(Version::LIVE)))
     {
         return false;
     }
-    if (!Poco::File(paths().modelFileList(Version::BACKUP)).exists() || isLockFile())
+    if (!isThere(paths().modelFileList(Version::BACKUP)) || isThere(paths().lockFile()))
     {
         return true;
     }
     move(paths().modelFileList(Version::BACKUP), paths().modelFileList(Version::LIVE));
     adjustOwnershipOf(paths().modelFileList(Version::LIVE));
     const std::string backup = paths().configuration(Version::BACKUP);
-    if (Poco::File(backup).exists())
+    if (isThere(backup))
     {
         move(backup, paths().configuration(Version::LIVE));
     }

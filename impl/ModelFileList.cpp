@@ -26,6 +26,19 @@ std::string readList(const std::string& path)
     return content;
 }
 
+/// The lines of the list at `path`, which is about to be written anew: one that is there and gives nothing must not be
+/// taken for an empty one. Throws a Poco::ReadFileException then.
+std::string readListForEdit(const std::string& path)
+{
+    std::string content;
+    if (!CQorModelToolImpl::loadFile(path, content) ||
+        (content.empty() && Poco::File(path).exists() && Poco::File(path).getSize() > 0))
+    {
+        throw Poco::ReadFileException(path);
+    }
+    return content;
+}
+
 } // namespace
 
 bool CQorModelToolImpl::verifyFileExist(const std::string& path)
@@ -42,10 +55,9 @@ bool CQorModelToolImpl::verifyModelFileEntry(const std::string& entry) const
 bool CQorModelToolImpl::updateModelFile(const std::string& entry)
 {
     const std::string path = paths().modelFileList(CFrameworkPaths::Version::WORKING_COPY);
-    const std::string list = readList(path) + entry + "\n";
     try
     {
-        writeWholeFile(path, list);
+        writeWholeFile(path, readListForEdit(path) + entry + "\n");
         return true;
     }
     catch (const Poco::Exception&)
@@ -58,7 +70,22 @@ bool CQorModelToolImpl::updateModelFile(const std::string& entry)
 bool CQorModelToolImpl::removeModelFileEntry(const std::string& entry)
 {
     const std::string path = paths().modelFileList(CFrameworkPaths::Version::WORKING_COPY);
-    const Poco::StringTokenizer lines(readList(path), "\n",
+    try
+    {
+        writeWholeFile(path, without(entry, readListForEdit(path)));
+    }
+    catch (const Poco::Exception&)
+    {
+        const std::string text = "Unable to open: " + path;
+        _logger->warning(text);
+        ::syslog(LOG_WARNING, "%s", text.c_str());
+    }
+    return true;
+}
+
+std::string CQorModelToolImpl::without(const std::string& entry, const std::string& list)
+{
+    const Poco::StringTokenizer lines(list, "\n",
                                       Poco::StringTokenizer::TOK_IGNORE_EMPTY | Poco::StringTokenizer::TOK_TRIM);
     std::string kept;
     for (const std::string& line : lines)
@@ -72,17 +99,7 @@ bool CQorModelToolImpl::removeModelFileEntry(const std::string& entry)
             kept += line + "\n";
         }
     }
-    try
-    {
-        writeWholeFile(path, kept);
-    }
-    catch (const Poco::Exception&)
-    {
-        const std::string text = "Unable to open: " + path;
-        _logger->warning(text);
-        ::syslog(LOG_WARNING, "%s", text.c_str());
-    }
-    return true;
+    return kept;
 }
 
 bool CQorModelToolImpl::addModelFileEntry(const std::string& path, bool& alreadyListed)

@@ -95,7 +95,7 @@ def emulator() -> list[str]:
     return prefix
 
 
-def _compiled(source: Path, compiler: str, flags: Sequence[str], suffix: str) -> Path:
+def compiled(source: Path, compiler: str, flags: Sequence[str], suffix: str) -> Path:
     """Compile one C file once; its contents are part of the result's name, so a stale one is never used."""
     parts = [source.read_bytes(), compiler.encode(), " ".join(flags).encode()]
     parts += [header.read_bytes() for header in sorted(source.parent.glob("*.h"))]
@@ -113,13 +113,13 @@ def _compiled(source: Path, compiler: str, flags: Sequence[str], suffix: str) ->
 @functools.lru_cache(maxsize=None)
 def runner() -> Path:
     """The program that the launchers start: it reports process id and wait status of what it runs."""
-    return _compiled(SUPPORT / "runner.c", "cc", [], "")
+    return compiled(SUPPORT / "runner.c", "cc", [], "")
 
 
 @functools.lru_cache(maxsize=None)
 def preload(name: str, compiler: str = "cc") -> Path:
     """The stand-in library ``name`` (a file of preload/), for the machine or for a foreign program."""
-    return _compiled(SUPPORT / "preload" / f"{name}.c", compiler, ["-shared", "-fPIC"], ".so")
+    return compiled(SUPPORT / "preload" / f"{name}.c", compiler, ["-shared", "-fPIC"], ".so")
 
 
 # --- launchers ---------------------------------------------------------------------------------------------------------

@@ -1,0 +1,53 @@
+"""Make every allocation of the tool fail once, and judge what is left."""
+from __future__ import annotations
+
+import shutil
+import tempfile
+from collections.abc import Iterator
+from pathlib import Path
+from typing import Any
+
+import frameworks
+import judge
+import sandbox
+import sweep
+
+COUNT = "allocations"
+
+
+def _sandbox(framework: Path, work: Path, **variables: str) -> sandbox.Sandbox:
+    return sandbox.Sandbox(framework, work=work, preload=("allocation",)).sleepless().with_env(**variables)
+
+
+def count(prepared: frameworks.Prepared) -> int:
+    """How many allocations the undisturbed run makes."""
+    with tempfile.TemporaryDirectory(prefix="qmt-", dir=sweep.scratch_root()) as scratch:
+        framework = Path(scratch) / "framework"
+        work = Path(scratch) / "work"
+        shutil.copytree(prepared.framework, framework)
+        _sandbox(framework, work, QOR_SANDBOX_ALLOCATIONS=f"{sandbox.WORK}/{COUNT}").run(*prepared.scenario.args)
+        return int((work / COUNT).read_text(encoding="ascii"))
+
+
+def keys(prepared: frameworks.Prepared) -> Iterator[tuple[str, int]]:
+    """Every allocation, with a name for the journal."""
+    for number in range(1, count(prepared) + 1):
+        yield f"{prepared.name}/allocation {number}", number
+
+
+def run(prepared: frameworks.Prepared, key: str, number: int) -> dict[str, Any]:
+    """Run the scenario with one allocation failing; the record of it for the journal."""
+    with tempfile.TemporaryDirectory(prefix="qmt-", dir=sweep.scratch_root()) as scratch:
+        framework = Path(scratch) / "framework"
+        shutil.copytree(prepared.framework, framework)
+        box = _sandbox(framework, Path(scratch) / "work", QOR_SANDBOX_ALLOCATION=str(number))
+        try:
+            result = box.run(*prepared.scenario.args, timeout=sweep.TIMEOUT)
+        except sandbox.SandboxError as error:
+            if "no end after" not in str(error):
+                raise
+            return {"key": key, "fault": "allocation", "outcome": "hang", "violations": [str(error)], "said": []}
+        verdict = judge.judge(prepared, result, frameworks.state(framework))
+        violations = list(verdict.violations) + sweep.recovered_after(prepared, result, framework)
+    return {"key": key, "fault": "allocation", "outcome": verdict.outcome, "violations": violations,
+            "said": list(verdict.said)}

@@ -1,0 +1,7 @@
+"""Let the tests find the modules beside them."""
+from __future__ import annotations
+
+import sys
+from pathlib import Path
+
+sys.path.insert(0, str(Path(__file__).resolve().parent))

@@ -1,0 +1,77 @@
+"""Run the tool on disks that are really full: small file systems in memory, with less and less room left."""
+from __future__ import annotations
+
+import shutil
+import subprocess
+import tempfile
+from collections.abc import Iterator
+from contextlib import contextmanager
+from pathlib import Path
+from typing import Any
+
+import frameworks
+import judge
+import recovery
+import sandbox
+import sweep
+
+PAGE = 4096
+PLENTY = 64 << 20
+
+
+def possible() -> bool:
+    """Whether a file system can be mounted here."""
+    try:
+        with _disk():
+            return True
+    except subprocess.CalledProcessError:
+        return False
+
+
+@contextmanager
+def _disk() -> Iterator[Path]:
+    with tempfile.TemporaryDirectory(prefix="qmt-") as scratch:
+        place = Path(scratch) / "disk"
+        place.mkdir()
+        subprocess.run(["mount", "-t", "tmpfs", "-o", f"size={PLENTY}", "tmpfs", str(place)], check=True,
+                       capture_output=True, stdin=subprocess.DEVNULL)
+        try:
+            yield place
+        finally:
+            subprocess.run(["umount", str(place)], check=True, stdin=subprocess.DEVNULL)
+
+
+def _resize(place: Path, size: int) -> None:
+    subprocess.run(["mount", "-o", f"remount,size={size}", str(place)], check=True, stdin=subprocess.DEVNULL)
+
+
+def run(prepared: frameworks.Prepared) -> Iterator[dict[str, Any]]:
+    """Run the scenario with no page left, one page left, and so on, until the run notices nothing any more."""
+    for pages in range(1 << 10):
+        record = _run(prepared, pages)
+        yield record
+        if record["outcome"] == judge.UNDISTURBED:
+            return
+
+
+def _run(prepared: frameworks.Prepared, pages: int) -> dict[str, Any]:
+    with _disk() as place:
+        framework = place / "framework"
+        shutil.copytree(prepared.framework, framework)
+        usage = shutil.disk_usage(place)
+        _resize(place, usage.used + pages * PAGE)
+        result = sandbox.Sandbox(framework).sleepless().run(*prepared.scenario.args, timeout=sweep.TIMEOUT)
+        files = frameworks.state(framework)
+        verdict = judge.judge(prepared, result, files)
+        _resize(place, PLENTY)
+        violations = list(verdict.violations)
+        if verdict.outcome != judge.UNDISTURBED:
+            violations += _recover(prepared, framework, result)
+    return {"key": f"{prepared.name}/disk with {pages} pages", "fault": "full disk", "outcome": verdict.outcome,
+            "violations": violations, "said": list(verdict.said)}
+
+
+def _recover(prepared: frameworks.Prepared, framework: Path, result: sandbox.Result) -> list[str]:
+    section = recovery.SESSION if prepared.scenario.keeps_live_files else recovery.FULL_DISK
+    recovery.recover(framework, section, full=recovery.named_as_full(result.console))
+    return [f"after recovery: {text}" for text in recovery.complaints(prepared, frameworks.state(framework))]

@@ -1,0 +1,167 @@
+"""Make every system call of the tool fail once, and judge what is left."""
+from __future__ import annotations
+
+import dataclasses
+import itertools
+import shutil
+import signal
+import tempfile
+from collections.abc import Iterator
+from pathlib import Path
+from typing import Any
+
+import calls
+import frameworks
+import judge
+import recovery
+import sandbox
+
+TRACER = "strace"
+TIMEOUT = 60.0
+CANNOT_RUN = 127
+HERE = Path(__file__).resolve().parent
+
+
+@dataclasses.dataclass(frozen=True)
+class Case:
+    """One call and one fault."""
+
+    scenario: str
+    call: calls.Call
+    fault: str
+
+    @property
+    def key(self) -> str:
+        """A name that stays the same as long as the program does."""
+        return f"{self.scenario}/{self.call.index}:{self.call.name}/{self.fault}"
+
+
+def reference(prepared: frameworks.Prepared) -> list[calls.Call]:
+    """The calls of the undisturbed run."""
+    with tempfile.TemporaryDirectory(prefix="qmt-", dir=scratch_root()) as scratch:
+        framework = Path(scratch) / "framework"
+        shutil.copytree(prepared.framework, framework)
+        return calls.parse(trace(framework, Path(scratch) / "work", prepared.scenario.args))
+
+
+def trace(framework: Path, work: Path, args: tuple[str, ...]) -> str:
+    """What strace says of an undisturbed run."""
+    _traced(framework, work, ["-y"]).run(*args, timeout=TIMEOUT)
+    return _trace_of(work)
+
+
+def _trace_of(work: Path) -> str:
+    return (work / "trace").read_text(encoding="utf-8", errors="replace")
+
+
+def scratch_root() -> str | None:
+    """A place where thousands of small copies cost little, if the machine has one."""
+    return "/dev/shm" if Path("/dev/shm").is_dir() else None
+
+
+def cases(prepared: frameworks.Prepared) -> Iterator[Case]:
+    """Every call with every fault that it can meet."""
+    for call in reference(prepared):
+        for fault in call.faults:
+            yield Case(prepared.name, call, fault)
+
+
+def _traced(framework: Path, work: Path, options: list[str]) -> sandbox.Sandbox:
+    tracer = (TRACER, "-o", f"{sandbox.WORK}/trace", *options)
+    return sandbox.Sandbox(framework, work=work, wrapper=tracer).sleepless()
+
+
+def _spoiled(framework: Path, work: Path, call: calls.Call, fault: str) -> sandbox.Sandbox:
+    tracer = sandbox.compiled(HERE / "disturb.c", "cc", [], "")
+    return sandbox.Sandbox(framework, work=work, wrapper=(str(tracer), fault, str(call.nth))).sleepless()
+
+
+def run(prepared: frameworks.Prepared, case: Case) -> dict[str, Any]:
+    """Run one case; the record of it for the journal."""
+    with tempfile.TemporaryDirectory(prefix="qmt-", dir=scratch_root()) as scratch:
+        framework = Path(scratch) / "framework"
+        shutil.copytree(prepared.framework, framework)
+        record = _record(prepared, case, framework, Path(scratch) / "work")
+    return {"key": case.key, "call": case.call.name, "where": case.call.where, "fault": case.fault, **record}
+
+
+def _record(prepared: frameworks.Prepared, case: Case, framework: Path, work: Path) -> dict[str, Any]:
+    try:
+        result = _disturbed(prepared, case, framework, work)
+    except sandbox.SandboxError as error:
+        if "no end after" in str(error):
+            return {"outcome": "hang", "violations": [str(error)], "said": []}
+        raise
+    files = frameworks.state(framework)
+    if case.fault == calls.KILL:
+        return _judge_killed(prepared, framework, files)
+    verdict = judge.judge(prepared, result, files, silence=_silence(prepared, case.call))
+    violations = list(verdict.violations) + recovered_after(prepared, result, framework)
+    return {"outcome": verdict.outcome, "violations": violations, "said": list(verdict.said)}
+
+
+def recovered_after(prepared: frameworks.Prepared, result: sandbox.Result, framework: Path) -> list[str]:
+    """What is wrong after the recovery that the page prescribes for a run that ended like this; mostly nothing."""
+    return _recovered(prepared, framework)["violations"] if result.status in (70, -signal.SIGABRT) else []
+
+
+def _disturbed(prepared: frameworks.Prepared, case: Case, framework: Path, work: Path) -> sandbox.Result:
+    call, fault = case.call, case.fault
+    # A tracer that answers in the kernel's place leaves the file open, which no failing close does.
+    if fault == calls.SHORT or (call.name == "close" and fault != calls.KILL):
+        result = _spoiled(framework, work, call, fault).run(*prepared.scenario.args, timeout=TIMEOUT)
+        if result.status == CANNOT_RUN:
+            raise sandbox.SandboxError(f"{case.key}: {result.console}")
+        return result
+    box = _traced(framework, work, ["-y", *calls.injection(call, fault)])
+    result = box.run(*prepared.scenario.args, timeout=TIMEOUT)
+    if not calls.was_injected(call, fault, _trace_of(work)) or (fault == calls.KILL) != (result.status == -signal.SIGKILL):
+        raise sandbox.SandboxError(f"{case.key}: the fault missed its call\n{_trace_of(work)}")
+    return result
+
+
+def _silence(prepared: frameworks.Prepared, call: calls.Call) -> str:
+    """Why a call may fail without a word; the empty text when it must not."""
+    session_file = call.where in (f"etc/{frameworks.LOCK}", f"etc/{frameworks.SESSION}")
+    if call.name in ("unlink", "newfstatat") and prepared.scenario.name == "rollback-session":
+        return judge.CLEARING
+    if call.name == "newfstatat" and session_file:
+        return judge.LOOKING
+    if call.name == "write" and call.to_stream:
+        return judge.TALKING
+    return ""
+
+
+def _judge_killed(prepared: frameworks.Prepared, framework: Path, files: dict[str, bytes]) -> dict[str, Any]:
+    violations = [f"{name} is lost" for name in judge.lost(prepared, files)]
+    recovered = _recovered(prepared, framework)
+    return {"outcome": recovered["outcome"], "violations": violations + recovered["violations"], "said": []}
+
+
+def _recovered(prepared: frameworks.Prepared, framework: Path) -> dict[str, Any]:
+    """Follow the recovery page, once at a stretch and once for each command after which the power may go again."""
+    violations: list[str] = []
+    rows: list[str] = []
+    section = recovery.SESSION if prepared.scenario.keeps_live_files else recovery.COMMIT
+    with tempfile.TemporaryDirectory(prefix="qmt-", dir=scratch_root()) as scratch:
+        for stop_after in itertools.chain((None,), itertools.count(1)):
+            again = Path(scratch) / "framework"
+            shutil.copytree(framework, again)
+            used = recovery.recover(again, section, stop_after)
+            if stop_after is None:
+                rows = used
+                commands = _commands(section, rows)
+            else:
+                recovery.recover(again, section)
+            violations += [f"recovery by rows {rows} cut after {stop_after}: {complaint}"
+                           for complaint in recovery.complaints(prepared, frameworks.state(again))]
+            shutil.rmtree(again)
+            if stop_after is not None and stop_after >= commands - 1 or commands == 0:
+                break
+    return {"outcome": "recovered by " + (", ".join(f"row {row}" for row in rows) or "doing nothing"),
+            "violations": violations}
+
+
+def _commands(section: str, rows: list[str]) -> int:
+    page = recovery.PAGE.read_text(encoding="utf-8")
+    return sum(len(row.commands) for row in recovery.table(page, section) if row.number in rows)

@@ -1,0 +1,97 @@
+"""Single faults that once did harm, and the promises that a sweep cannot see."""
+from __future__ import annotations
+
+import re
+import shutil
+from pathlib import Path
+
+import pytest
+
+import calls
+import frameworks
+import recovery
+import sweep
+
+SCENARIOS = {scenario.name: scenario for scenario in frameworks.SCENARIOS}
+
+
+@pytest.fixture(scope="module")
+def prepared(tmp_path_factory: pytest.TempPathFactory):
+    """Scenarios ready to run, by name."""
+    directory = tmp_path_factory.mktemp("frameworks")
+    ready: dict[str, frameworks.Prepared] = {}
+
+    def get(name: str) -> frameworks.Prepared:
+        if name not in ready:
+            ready[name] = frameworks.prepare(SCENARIOS[name], "small", directory)
+        return ready[name]
+
+    return get
+
+
+def _violations(prepared: frameworks.Prepared, name: str, where: str, fault: str) -> list[str]:
+    chosen = [case for case in sweep.cases(prepared)
+              if (case.call.name, case.call.where, case.fault) == (name, where, fault)]
+    assert chosen, "there is no such call"
+    return [f"{case.key}: {text}" for case in chosen for text in sweep.run(prepared, case)["violations"]]
+
+
+@pytest.mark.parametrize("name, fault", [("read", "EIO"), ("openat", "EMFILE")])
+def test_a_list_that_cannot_be_read_is_not_rewritten_as_empty(prepared, name, fault):
+    """What a failed reading leaves is no list; writing it back would drop every installed model."""
+    assert _violations(prepared("commit"), name, f"etc/{frameworks.LIST}.tmp", fault) == []
+
+
+@pytest.mark.parametrize("scenario, where", [("rollback-session", frameworks.LOCK),
+                                             ("rollback-commit", frameworks.CONFIGURATION + ".bak"),
+                                             ("rollback-commit", frameworks.LIST + ".bak")])
+def test_a_rollback_takes_nothing_for_missing_that_it_cannot_see(prepared, scenario, where):
+    """Half of the backups put back, or backups put over an open session, would mix versions with status 0."""
+    # The constructor's look at the lock is the library's, and only delays the run.
+    found = _violations(prepared(scenario), "newfstatat", f"etc/{where}", "EIO")
+    assert found == []
+
+
+def test_working_copies_are_on_the_disk_before_the_first_live_file_goes(prepared, tmp_path: Path):
+    """From then on the recovery builds on them, and a power cut spares only what was synced."""
+    ready = prepared("commit")
+    framework = tmp_path / "framework"
+    shutil.copytree(ready.framework, framework)
+    trace = sweep.trace(framework, tmp_path / "work", ready.scenario.args)
+    first_removal = trace.index(f'unlink("/opt/qor/etc/{frameworks.LIST}")')
+    for name in (frameworks.CONFIGURATION, frameworks.LIST):
+        path = re.escape(f"/opt/qor/etc/{name}.tmp")
+        last_write = max(match.start() for match in re.finditer(rf"^write\(\d+<{path}>", trace, re.MULTILINE))
+        syncs = [match.start() for match in re.finditer(rf"^fsync\(\d+<{path}>\) += 0", trace, re.MULTILINE)]
+        assert any(last_write < sync < first_removal for sync in syncs), name
+
+
+def test_the_sweep_sees_every_kind_of_call_that_changes_a_file(prepared):
+    """A trace that misses the interesting calls would make every sweep pass."""
+    seen = {(call.name, call.where) for call in sweep.reference(prepared("commit"))}
+    for name in (frameworks.CONFIGURATION, frameworks.LIST):
+        for suffix in ("", ".tmp", ".bak"):
+            assert ("write", f"etc/{name}{suffix}") in seen
+            assert ("fsync", f"etc/{name}{suffix}") in seen
+    assert {name for name, _ in seen} >= {"clone", "wait4", "pipe2", "unlink", "read", "openat", "close"}
+
+
+def test_the_recovery_page_is_read_whole():
+    """A table that is not understood would be an empty one."""
+    page = recovery.PAGE.read_text(encoding="utf-8")
+    assert [row.number for row in recovery.table(page, recovery.SESSION)] == ["1"]
+    assert [row.number for row in recovery.table(page, recovery.COMMIT)] == ["1", "2", "3", "4", "5", "6"]
+    assert all(row.commands for section in (recovery.SESSION, recovery.COMMIT)
+               for row in recovery.table(page, section))
+
+
+def test_a_fault_that_does_harm_is_judged_so(prepared):
+    """The judge itself: files lost, nothing said."""
+    import judge
+    ready = prepared("commit")
+    files = {name: b"" for name in ready.state}
+    verdict = judge.judge(ready, ready.result, files)
+    assert verdict.outcome == "wrong"
+    assert f"{frameworks.CONFIGURATION} is lost" in verdict.violations
+    assert recovery.complaints(ready, files)
+    assert calls.KILL in sweep.reference(ready)[0].faults

@@ -1,0 +1,49 @@
+#ifndef QMT_FUZZ_FuzzedTool_INCLUDED
+#define QMT_FUZZ_FuzzedTool_INCLUDED
+
+#include "app/CQorModelTool.h"
+#include "impl/CFrameworkPaths.h"
+#include "impl/CQorModelToolImpl.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+
+namespace QMT::Fuzz
+{
+
+/// The tool's objects on a framework directory in memory, silent on the console. The directory goes with the process.
+class FuzzedTool
+{
+public:
+    /// The one of this process.
+    static FuzzedTool& instance();
+
+    /// Writes `content` to the file at `path`.
+    static void write(const std::string& path, const std::string& content);
+
+    /// The content of the file at `path`.
+    static std::string read(const std::string& path);
+
+    /// Ends the process, as a finding, with `broken` as the reason.
+    [[noreturn]] static void find(const std::string& broken);
+
+    CFrameworkPaths paths;
+    CQorModelToolImpl impl;
+    CQorModelTool tool;
+
+private:
+    explicit FuzzedTool(const std::string& directory);
+};
+
+/// The bytes of an input as text.
+inline std::string textOf(const std::uint8_t* data, std::size_t size)
+{
+    return std::string(data, data + size);
+}
+
+} // namespace QMT::Fuzz
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
+
+#endif // QMT_FUZZ_FuzzedTool_INCLUDED
