@@ -206,6 +206,14 @@ def test_an_empty_file_and_a_silent_agent_mean_the_working_directory(tool: Sandb
     assert (work / "etc" / "model").is_dir()
 
 
+def test_a_file_that_cannot_be_read_is_final(tool: Sandbox, framework: Framework, work: Path) -> None:
+    without_agent(framework)
+    framework.write("qor.env", "/opt/qor\n")
+    framework.path("qor.env").chmod(0)
+    assert tool.run("--status") == status(NO_AGENT, NO_PATH, syslog=[NO_PATH_LOG])
+    assert (work / "etc" / "model").is_dir()
+
+
 def test_at_most_255_characters_of_the_line_count(tool: Sandbox, framework: Framework) -> None:
     without_agent(framework)
     name = "n" * (255 - len("/opt/qor/"))

@@ -6,7 +6,8 @@ from pathlib import Path
 
 import pytest
 
-from expect import (COMPLETED, DEBUG, INFO, NEW_SESSION, ROLLING_BACK, UPDATED, answer, console, staged)
+from expect import (COMPLETED, DEBUG, INFO, NEW_SESSION, ROLLING_BACK, UPDATED, WARNING, answer, console, staged,
+                    warning)
 from framework import (BASE, CONFIG, CONFIG_BAK, CONFIG_TMP, LIST, LIST_BAK, LIST_TMP, LOCK, PUMP, SESSION, VALVE,
                        Framework, installed)
 from sandbox import Result, Sandbox
@@ -72,6 +73,39 @@ def test_a_lock_that_is_a_directory_belongs_to_nobody(tool: Sandbox, framework: 
     assert result.status == 0
     assert result.console.endswith(refused("").console.partition("\n")[2])
     assert framework.changes(before) == {}
+
+
+UNKNOWN_OWNER = warning("Unable to find hostname")
+UNKNOWN_OWNER_LOG = (WARNING, "Unable to find hostname")
+
+
+def sealed_session(framework: Framework) -> None:
+    """A session of this host whose lock cannot be read."""
+    framework.session(f"0:{PUMP}\n")
+    framework.path(LOCK).chmod(0o200)
+
+
+def test_a_lock_that_cannot_be_read_refuses_an_action(tool: Sandbox, framework: Framework) -> None:
+    sealed_session(framework)
+    line = f"--removeModelFile={BASE}"
+    text = "WARNING: Session already in progress and locked by: \nPending action canceled."
+    assert tool.sleepless().run(line) == answer(
+        UNKNOWN_OWNER, UNKNOWN_OWNER, UNKNOWN_OWNER, text,
+        syslog=[UNKNOWN_OWNER_LOG, (DEBUG, line), UNKNOWN_OWNER_LOG, UNKNOWN_OWNER_LOG, (INFO, text)])
+    assert framework.read(SESSION) == f"0:{PUMP}\n"
+
+
+def test_a_lock_that_cannot_be_read_does_not_hide_the_actions(tool: Sandbox, framework: Framework) -> None:
+    sealed_session(framework)
+    assert tool.run("--status") == answer(UNKNOWN_OWNER, UNKNOWN_OWNER, "Queued actions:", ADD, COMPLETED,
+                                          syslog=[UNKNOWN_OWNER_LOG] * 2)
+
+
+def test_a_lock_that_cannot_be_read_does_not_keep_a_commit_from_running(tool: Sandbox, framework: Framework) -> None:
+    sealed_session(framework)
+    assert tool.run("--commit") == answer(UNKNOWN_OWNER, UNKNOWN_OWNER, COMPLETED, syslog=[UNKNOWN_OWNER_LOG] * 2)
+    assert framework.read(LIST) == f"{BASE}\n{PUMP}\n"
+    assert not framework.path(LOCK).exists()
 
 
 # --- waiting for the lock ----------------------------------------------------------------------------------------------

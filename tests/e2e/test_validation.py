@@ -6,7 +6,7 @@ import pytest
 from expect import COMPLETED, ERROR, FAILED, INFO, WARNING, answer, error, warning
 from framework import (BASE, CONFIG, CONFIG_BAK, CONFIG_TMP, LIST, LIST_BAK, LIST_TMP, LOCK, MISSING, PLACEHOLDER, PUMP,
                        SESSION, VALIDATOR, VALVE, Framework, config, installed, participant)
-from sandbox import Result, Sandbox
+from sandbox import Result, Sandbox, emulator, find_launcher
 
 WORKING = (SESSION, LOCK, CONFIG_TMP, LIST_TMP)
 CALLED = "validator.args"
@@ -117,6 +117,40 @@ def test_a_validator_ended_by_a_signal_rejects(tool: Sandbox, framework: Framewo
     assert result == answer(error(message), FAILED, status=255, stdout=f"{pid}\n\n{message}\n",
                             syslog=[(ERROR, f"ERROR:{message}")])
     assert framework.changes(before) == {"pid": f"{pid}\n"}
+
+
+def faulted(tool: Sandbox, fault: str) -> Sandbox:
+    """The program with a fault in its second wait for a child; the first child is the agent."""
+    if find_launcher() == "proot" or emulator():
+        pytest.skip("neither proot nor an emulator can be traced through")
+    return tool.using(wrapper=("strace", "-o", "/opt/work/trace", "-e", f"inject=wait4:error={fault}:when=2"))
+
+
+def test_a_validator_that_cannot_be_waited_for_rejects(tool: Sandbox, framework: Framework) -> None:
+    framework.script(VALIDATOR, "echo $$ | tee /opt/qor/pid")
+    before = framework.snapshot()
+    framework.session(ADD)
+    result = faulted(tool, "EINVAL").run("--commit")
+    pid = framework.read("pid").strip()
+    message = f"Cannot wait for child process: {pid}"
+    assert result == answer(error(message), FAILED, status=255, stdout=f"{pid}\n\n{message}\n",
+                            syslog=[(ERROR, f"ERROR:{message}")])
+    assert framework.changes(before) == {"pid": f"{pid}\n"}
+
+
+def test_an_interrupted_wait_for_the_validator_goes_on(tool: Sandbox, framework: Framework) -> None:
+    framework.script(VALIDATOR, "echo judged; exit 1")
+    framework.session(ADD)
+    assert faulted(tool, "EINTR").run("--commit") == rejected("judged\n")
+
+
+def test_a_caller_that_ignores_the_end_of_children_gets_no_verdict(tool: Sandbox, framework: Framework) -> None:
+    framework.script(VALIDATOR, "echo never read; exit 1")
+    framework.session(ADD)
+    ignore = ("import os, signal, sys; signal.signal(signal.SIGCHLD, signal.SIG_IGN); "
+              "os.execv(sys.argv[1], sys.argv[1:])")
+    deaf = tool.using(wrapper=("/usr/bin/python3", "-c", ignore))
+    assert deaf.run("--commit") == answer("System exception", "Using QOR path: /opt/qor/", COMPLETED, path=None)
 
 
 def test_a_missing_validator_lets_the_commit_pass(tool: Sandbox, framework: Framework) -> None:
