@@ -31,6 +31,15 @@ void surviveClosedPipes()
     static_cast<void>(::sigaction(SIGPIPE, &action, nullptr));
 }
 
+/// A caller may have handed down that the end of children is ignored. The validator's verdict would be lost, and count
+/// as an acceptance.
+void heedChildren()
+{
+    struct sigaction action = {};
+    action.sa_handler = SIG_DFL;
+    static_cast<void>(::sigaction(SIGCHLD, &action, nullptr));
+}
+
 /// A file that gets the number of a closed standard stream would receive the console's lines.
 void occupyStandardStreams()
 {
@@ -73,6 +82,7 @@ int run(int argc, char** argv)
 int main(int argc, char** argv)
 {
     surviveClosedPipes();
+    heedChildren();
     occupyStandardStreams();
     try
     {
