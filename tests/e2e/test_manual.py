@@ -1,0 +1,117 @@
+"""The manual page, held against the program: its options, its examples, its messages and its exit statuses."""
+from __future__ import annotations
+
+import re
+import shlex
+import shutil
+import subprocess
+import tempfile
+from pathlib import Path
+
+import pytest
+
+from framework import CONFIG, Framework
+from sandbox import PROJECT, Sandbox
+
+MANUAL = PROJECT / "docs" / "qor_mim_tool.8"
+PROMPT = "# qor_mim_tool "
+STRING = re.compile(r'"((?:[^"\\]|\\.)*)"')
+
+
+def section(name: str) -> list[str]:
+    """The source lines of a section or subsection."""
+    lines = MANUAL.read_text(encoding="utf-8").splitlines()
+    start = next(number for number, line in enumerate(lines) if re.fullmatch(rf"\.S[hs] {name}", line))
+    level = lines[start][:3]
+    inner = lines[start + 1:]
+    end = next((number for number, line in enumerate(inner) if line.startswith(".Sh") or line.startswith(level)), None)
+    return inner[:end]
+
+
+def documented_options() -> set[tuple[str, str, bool]]:
+    """Letter, name and whether there is a value, of each option that the manual describes."""
+    found = set()
+    for line in section("Options"):
+        item = re.fullmatch(r"\.It Fl (\w)(?: Ar (\w+))? , Fl Fl (\w+)(?: Ns = Ns Ar (\w+))?", line)
+        if item is not None:
+            letter, value, name, same_value = item.groups()
+            assert value == same_value, line
+            found.add((letter, name, value is not None))
+    return found
+
+
+def examples() -> list[tuple[str, str]]:
+    """Each command of the examples, and what it shows as the answer."""
+    commands: list[tuple[str, str]] = []
+    shown = False
+    for line in section("EXAMPLES"):
+        if line.startswith((".Bd", ".Ed")):
+            shown = line.startswith(".Bd")
+        elif shown and line.startswith(PROMPT):
+            commands.append((line[len(PROMPT):], ""))
+        elif shown:
+            command, answer = commands[-1]
+            commands[-1] = (command, f"{answer}{line}\n")
+    return commands
+
+
+def diagnostics() -> list[str]:
+    """The messages that the manual explains, up to what differs from case to case."""
+    items = [line.removeprefix(".It ").strip('"') for line in section("DIAGNOSTICS") if line.startswith(".It ")]
+    return [item.partition(": ")[0] for item in items]
+
+
+def messages() -> set[str]:
+    """Every text in the program's sources, up to what differs from case to case."""
+    texts: set[str] = set()
+    for folder in ("app", "impl", "xml"):
+        for source in (PROJECT / folder).glob("*.cpp"):
+            for text in STRING.findall(source.read_text(encoding="utf-8")):
+                texts.update(part.partition(": ")[0] for part in text.split(r"\n"))
+    return texts
+
+
+def test_the_formatter_has_nothing_to_complain_about() -> None:
+    answer = subprocess.run(["mandoc", "-T", "lint", "-W", "all", str(MANUAL)], capture_output=True, text=True,
+                            check=False)
+    assert (answer.returncode, answer.stdout, answer.stderr) == (0, "", "")
+
+
+def test_it_describes_the_options_of_the_help_text(tool: Sandbox) -> None:
+    listed = re.findall(r"^-(\w)(?:<[\w ]+>)?, --(\w+)(=<)?", tool.run("--help").stdout, re.MULTILINE)
+    assert len(listed) == 9
+    assert documented_options() == {(letter, name, value != "") for letter, name, value in listed}
+
+
+def test_its_examples_are_what_happens(tool: Sandbox, tmp_path: Path) -> None:
+    root = tmp_path / "example"
+    shutil.copytree(PROJECT / "examples" / "framework", root)
+    example = tool.using(framework=root)
+    commands = examples()
+    assert len(commands) >= 5
+    shown, happened = [], []
+    for command, answer in commands:
+        with tempfile.TemporaryFile() as terminal:
+            example.start(*shlex.split(command), stdout=terminal, console=terminal).wait()
+            terminal.seek(0)
+            shown.append((command, answer))
+            happened.append((command, terminal.read().decode()))
+    assert happened == shown
+
+
+def test_the_messages_it_explains_are_the_programs() -> None:
+    explained = diagnostics()
+    assert len(explained) >= 10
+    assert [message for message in explained if message not in messages()] == []
+
+
+@pytest.mark.parametrize("status", ["0", "70", "78", "255"])
+def test_it_lists_the_exit_statuses_that_occur(tool: Sandbox, framework: Framework, status: str) -> None:
+    listed = [line.removeprefix(".It ") for line in section("EXIT STATUS") if line.startswith(".It ")]
+    if status == "70":
+        framework.remove(CONFIG)
+    command = {"0": "--status", "70": "--modelHandler=pump", "78": "--unknown", "255": "--commit"}[status]
+    if status == "255":
+        framework.session("0:/opt/qor/models/missing.xml\n")
+    assert str(tool.run(command).status) == status
+    assert status in listed and len(listed) == 4
