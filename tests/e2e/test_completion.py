@@ -1,0 +1,187 @@
+"""Completion in real shells: Tab is pressed, and the line is looked at."""
+from __future__ import annotations
+
+import json
+import shlex
+from pathlib import Path
+
+import pytest
+
+import completing_shell
+from framework import CONFIG, LIST, Framework, config, participant
+from sandbox import PROJECT, Sandbox
+
+COMPLETIONS = PROJECT / "completions"
+OPTIONS = {"--help", "--addModelFile", "--removeModelFile", "--modelHandler", "--managedObjectVersion",
+           "--transactionalResourceVersion", "--commit", "--rollback", "--status"}
+TOOL = "qor_mim_tool "
+
+
+class Shell:
+    """A kind of shell, at work in a sandbox."""
+
+    def __init__(self, name: str, sandbox: Sandbox):
+        self.name = name
+        self.sandbox = sandbox
+
+    def with_env(self, **variables: str) -> Shell:
+        return Shell(self.name, self.sandbox.with_env(**variables))
+
+    def press_tab(self, *lines: str) -> list[dict[str, str]]:
+        """What became of each line."""
+        answer = self.sandbox.execute("/usr/bin/python3", completing_shell.__file__, self.name, str(COMPLETIONS),
+                                      *(TOOL + line for line in lines))
+        assert (answer.status, answer.console) == (0, "")
+        return json.loads(answer.stdout)
+
+    def line(self, line: str) -> str:
+        """What the line becomes, without the command."""
+        return self.press_tab(line)[0]["line"].removeprefix(TOOL)
+
+    def candidates(self, line: str) -> set[str]:
+        """All that may stand in the place of the last word, as the tool would get it, without ``--option=``."""
+        before, _, last = line.rpartition(" ")
+        option, equals, _ = last.partition("=")
+        words = shlex.split(self.press_tab(line)[0]["all"].removeprefix(TOOL))[len(shlex.split(before)):]
+        return {word.removeprefix(option + equals) if equals else word for word in words}
+
+
+@pytest.fixture(params=["bash", "zsh"])
+def shell(request: pytest.FixtureRequest, tool: Sandbox) -> Shell:
+    """Each shell, on a machine with a framework."""
+    return Shell(request.param, tool)
+
+
+def names(candidates: set[str]) -> set[str]:
+    """Options without the sign that a value follows."""
+    return {candidate.rstrip("=") for candidate in candidates}
+
+
+def test_every_long_option_is_offered(shell: Shell) -> None:
+    assert names(shell.candidates("--")) == OPTIONS
+
+
+def test_every_short_option_is_offered(shell: Shell) -> None:
+    assert names(shell.candidates("-")) == OPTIONS | {f"-{letter}" for letter in "haxmotcrs"}
+
+
+def test_a_single_option_is_completed(shell: Shell) -> None:
+    assert shell.line("--com") == "--commit "
+    assert shell.line("--addM").rstrip() == "--addModelFile="
+
+
+def test_options_that_are_given_or_contradicted_are_not_offered(shell: Shell) -> None:
+    assert names(shell.candidates("--commit --")) == OPTIONS - {"--commit", "--rollback"}
+    assert names(shell.candidates("-a /x.xml --")) == OPTIONS - {"--addModelFile", "--removeModelFile"}
+    assert names(shell.candidates("-mhandler --")) == OPTIONS - {"--modelHandler", "--removeModelFile"}
+    assert names(shell.candidates("--removeModelFile=/x.xml --")) == OPTIONS - {"--addModelFile", "--removeModelFile"}
+
+
+@pytest.mark.parametrize("option", ["--addModelFile=", "--addModelFile ", "-a "])
+def test_an_addition_takes_model_files_and_directories(shell: Shell, framework: Framework, option: str) -> None:
+    framework.write("models/notes.txt", "no model\n")
+    framework.write("models/UPPER.XML", "<model/>\n")
+    framework.write("models/deep/inner.xml", "<model/>\n")
+    found = {path.rstrip("/") for path in shell.candidates(f"{option}/opt/qor/models/")}
+    assert found == {f"/opt/qor/models/{name}" for name in
+                     ("UPPER.XML", "aux.xml", "base.xml", "broken.xml", "deep", "nameless.xml", "pump.xml",
+                      "rootless.xml", "valve.xml")}
+    assert shell.line(f"{option}/opt/qor/models/pu") == f"{option}/opt/qor/models/pump.xml "
+    assert shell.line(f"{option}/opt/qor/models/de") == f"{option}/opt/qor/models/deep/"
+
+
+@pytest.mark.parametrize("option", ["--removeModelFile=", "--removeModelFile ", "-x "])
+def test_a_removal_takes_installed_models(shell: Shell, framework: Framework, option: str) -> None:
+    framework.write(LIST, "/opt/qor/models/base.xml\n\n  /srv/other models/pump's.xml \n/nowhere/gone.xml\n")
+    assert shell.candidates(option) == {"/opt/qor/models/base.xml", "/srv/other models/pump's.xml",
+                                        "/nowhere/gone.xml"}
+    assert shell.line(f"{option}/no") == f"{option}/nowhere/gone.xml "
+
+
+@pytest.mark.parametrize("typed", ["/s", "/srv/other\\ m", '"/srv/other m', "'/srv/other m"])
+@pytest.mark.parametrize("option", ["--removeModelFile=", "-x "])
+def test_a_path_with_spaces_arrives_in_one_piece(shell: Shell, framework: Framework, option: str, typed: str) -> None:
+    framework.write(LIST, "/opt/qor/models/base.xml\n/srv/other models/pump.xml\n")
+    completed = shell.line(option + typed).rstrip()
+    assert shlex.split(completed) == shlex.split(f"{option}'/srv/other models/pump.xml'")
+
+
+@pytest.mark.parametrize("option", ["--modelHandler=", "--modelHandler ", "-m "])
+def test_a_handler_is_one_of_the_configuration(shell: Shell, framework: Framework, option: str) -> None:
+    assert shell.candidates(option) == {"baseHandler", "auxHandler"}
+    assert shell.line(f"{option}au") == f"{option}auxHandler "
+
+
+def test_handlers_are_found_however_the_configuration_is_written(shell: Shell, framework: Framework) -> None:
+    framework.write(CONFIG, """<qor><!-- <managedObject compName="commented"/> --><participants><participant>
+        <managedObject
+            version = '1' compName = 'first'/><txResource compName="transaction"/>
+        <managedObject ifName="a" compName="a &amp; b &quot;c&quot;"></managedObject>
+        <!-- a > b
+        <managedObject compName="commented too"/>
+        --><managedObjects compName="another element"/><managedObject otherCompName="x"/>
+        <managedObject compName="first"/></participant></participants></qor>""")
+    assert shell.candidates("-m ") == {"first", 'a & b "c"'}
+
+
+def test_a_large_configuration_is_no_burden(shell: Shell, framework: Framework) -> None:
+    handlers = [f"handler{number}" for number in range(3000)]
+    framework.write(CONFIG, config(*(participant(handler, "Root") for handler in handlers)))
+    assert shell.line("-m handler299") == "-m handler299"
+    assert shell.line("-m handler2999") == "-m handler2999 "
+
+
+@pytest.mark.parametrize("option", ["-o ", "--managedObjectVersion=", "-t ", "--transactionalResourceVersion="])
+def test_versions_are_left_to_the_user(shell: Shell, option: str) -> None:
+    assert shell.press_tab(option) == [{"line": TOOL + option, "all": TOOL + option, "output": ""}]
+
+
+def test_the_variable_names_the_framework(shell: Shell, framework: Framework, work: Path) -> None:
+    elsewhere = Framework.create(work / "else where")
+    elsewhere.write(LIST, "/else/where.xml\n")
+    elsewhere.write(CONFIG, config(participant("elseHandler")))
+    there = shell.with_env(QORPATH="/opt/work/else where")
+    assert there.line("-x ") == "-x /else/where.xml "
+    assert there.line("-m ") == "-m elseHandler "
+
+
+def test_the_environment_file_names_the_framework(shell: Shell, framework: Framework, work: Path) -> None:
+    Framework.create(work / "elsewhere").write(CONFIG, config(participant("elseHandler")))
+    framework.write("qor.env", "/opt/work/elsewhere\nignored\n")
+    assert shell.line("-m ") == "-m elseHandler "
+
+
+def test_no_program_of_the_framework_is_started(shell: Shell, framework: Framework) -> None:
+    for program in ("qorea/bin/qorea", "bin/pel_model_validator"):
+        framework.script(program, "touch /opt/qor/started")
+    shell.press_tab("-m ", "-x ", "-a /opt/qor/", "--")
+    assert not framework.path("started").exists()
+
+
+SILENT = ["-m ", "-x ", "--modelHandler=", "--removeModelFile=/opt", "--modelHandler base"]
+
+
+def assert_silent(shell: Shell) -> None:
+    untouched = [{"line": TOOL + line, "all": TOOL + line, "output": ""} for line in SILENT]
+    assert shell.press_tab(*SILENT) == untouched
+
+
+def test_a_machine_without_framework_gets_no_candidates_and_no_messages(shell: Shell, tmp_path: Path) -> None:
+    empty = tmp_path / "empty"
+    empty.mkdir()
+    assert_silent(Shell(shell.name, shell.sandbox.using(framework=empty)))
+    assert_silent(shell.with_env(QORPATH="/does/not exist"))
+    assert_silent(shell.with_env(QORPATH=""))
+
+
+@pytest.mark.parametrize("content", ["", "\n", "/does/not/exist\n", "\0\xff\n"])
+def test_a_bad_environment_file_is_passed_over_in_silence(shell: Shell, framework: Framework, content: str) -> None:
+    framework.write("qor.env", content)
+    assert_silent(shell)
+
+
+def test_bad_files_are_passed_over_in_silence(shell: Shell, framework: Framework) -> None:
+    framework.write(CONFIG, b"\xff\xfe<managedObject compName=")
+    framework.remove(LIST)
+    framework.path(LIST).mkdir()
+    assert_silent(shell)
