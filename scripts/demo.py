@@ -18,7 +18,7 @@ from pathlib import Path
 
 PROJECT = Path(__file__).resolve().parents[1]
 sys.path.insert(0, str(PROJECT / "tests" / "support"))
-os.environ["QOR_MIM_TOOL"] = str(PROJECT / "build" / "release" / "qor_mim_tool")
+os.environ.setdefault("QOR_MIM_TOOL", str(PROJECT / "build" / "release" / "qor_mim_tool"))
 
 from sandbox import LogLine, Result, Sandbox, SandboxError, launcher_name  # noqa: E402 (path set above)
 

@@ -1,0 +1,71 @@
+"""A scratch machine, as far as dpkg and the program can tell: a root directory with a package database."""
+from __future__ import annotations
+
+import os
+import subprocess
+from collections.abc import Iterable
+from pathlib import Path
+
+import packages
+from sandbox import PATH
+
+PROGRAM = "usr/sbin/qor_mim_tool"
+PACKAGE = "qor-mim-tool"
+
+
+class Machine:
+    """Installs with the real dpkg, below a directory and without privilege."""
+
+    def __init__(self, root: Path, architecture: str, installed: Iterable[str]):
+        self.root = root
+        self.architecture = architecture
+        database = root / "var" / "lib" / "dpkg"
+        for name in ("info", "updates", "triggers"):
+            (database / name).mkdir(parents=True)
+        (root / "var" / "log").mkdir()
+        (database / "arch").write_text("amd64\narmhf\n")
+        (database / "status").write_text("\n".join(self._record(name) for name in installed))
+
+    def _record(self, name: str) -> str:
+        """What the database of a machine says on which the package is installed."""
+        query = ["dpkg-query", *packages.database(self.architecture)]
+        return packages.run(*query, "--status", f"{name}:{self.architecture}")
+
+    def dpkg(self, *command: str | Path) -> subprocess.CompletedProcess[str]:
+        """Run dpkg on this machine."""
+        words = ["fakeroot", "dpkg", f"--root={self.root}", "--force-not-root", *map(str, command)]
+        return subprocess.run(words, capture_output=True, text=True, stdin=subprocess.DEVNULL, check=False,
+                              env={"PATH": PATH, "LC_ALL": "C", "HOME": "/nonexistent"})
+
+    def succeed(self, *command: str | Path) -> None:
+        """Run dpkg, which must have nothing to complain about but the missing file lists of what is not really here."""
+        answer = self.dpkg(*command)
+        assert answer.returncode == 0, answer.stderr
+        complaints = [line for line in answer.stderr.splitlines() if "files list file for package" not in line]
+        assert complaints == []
+
+    def state(self) -> str:
+        """What the database says about our package."""
+        answer = self.dpkg("--status", f"{PACKAGE}:{self.architecture}")
+        lines = answer.stdout.splitlines()
+        return next((line.removeprefix("Status: ") for line in lines if line.startswith("Status: ")), "unknown")
+
+    def version(self) -> str:
+        """The installed version."""
+        return packages.run("dpkg-query", f"--admindir={self.root}/var/lib/dpkg", "--show",
+                            "--showformat=${Version}", f"{PACKAGE}:{self.architecture}")
+
+    def files(self) -> set[str]:
+        """Everything outside the package database and its protocol."""
+        found = set()
+        for directory, _, names in os.walk(self.root):
+            found.update(str((Path(directory) / name).relative_to(self.root)) for name in names)
+        return {name for name in found if not name.startswith("var/")}
+
+    def environment(self) -> dict[str, str]:
+        """What makes the sandbox run the installed program."""
+        environment = {"QOR_MIM_TOOL": str(self.root / PROGRAM)}
+        if packages.database(self.architecture):
+            environment["QOR_MIM_TOOL_EMULATOR"] = f"qemu-arm-static -L {packages.SYSROOT}"
+            environment["QOR_MIM_TOOL_PRELOAD_CC"] = "arm-linux-gnueabihf-gcc"
+        return environment

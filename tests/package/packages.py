@@ -1,0 +1,41 @@
+"""Building packages and looking into them."""
+from __future__ import annotations
+
+import os
+import re
+import subprocess
+from pathlib import Path
+
+from sandbox import PROJECT
+
+ARCHITECTURES = ("amd64", "armhf")
+SYSROOT = PROJECT / "build" / "sysroot-armhf"
+
+
+def run(*command: str | Path, **options: object) -> str:
+    """The standard output of a command that must succeed."""
+    answer = subprocess.run([str(word) for word in command], stdout=subprocess.PIPE, stdin=subprocess.DEVNULL,
+                            text=True, check=True, **options)  # type: ignore[call-overload]
+    return str(answer.stdout)
+
+
+def build(checkout: Path, **environment: str) -> dict[str, Path]:
+    """Build the packages of a checkout; the path of each by its architecture."""
+    run(checkout / "scripts" / "package", *ARCHITECTURES, env={**os.environ, **environment})
+    output = checkout / "build" / "packages"
+    return {architecture: next(output.glob(f"*_{architecture}.deb")) for architecture in ARCHITECTURES}
+
+
+def field(package: Path, name: str) -> str:
+    """A field of the package's control information."""
+    return run("dpkg-deb", "--field", package, name).strip()
+
+
+def dependencies(package: Path) -> list[str]:
+    """The names of the packages that this one depends on."""
+    return [re.split(r"[ :]", alternative)[0] for alternative in field(package, "Depends").split(", ")]
+
+
+def database(architecture: str) -> list[str]:
+    """The options for dpkg-query that lead to what is known about installed packages of an architecture."""
+    return [] if architecture == run("dpkg", "--print-architecture").strip() else [f"--admindir={SYSROOT}/var/lib/dpkg"]
