@@ -153,8 +153,8 @@ def _bwrap(view: View) -> list[str]:
 
 def _proot(view: View) -> list[str]:
     binds = [(view.framework, FRAMEWORK), (view.work, WORK), (view.log, LOG)]
-    # Old versions let newer system calls (statx, faccessat2) through as they are: a shell's "[ -r ]" sees the machine,
-    # while the program's own stat and open see the sandbox. The run starts in WORK, where a stray path does no harm.
+    # The run starts in WORK, where a stray path does no harm: old versions let newer system calls (statx, faccessat2)
+    # through as they are, and what the runner does against that may be refused.
     command = ["proot", "-v", "-1"]
     for outside, inside in binds:
         if outside is not None:
