@@ -1,5 +1,7 @@
 #include "impl/CQorModelToolImpl.h"
 
+#include "impl/FileTransfer.h"
+
 #include <Poco/Checksum.h>
 #include <Poco/Exception.h>
 #include <Poco/File.h>
@@ -39,8 +41,8 @@ bool CQorModelToolImpl::cfgBackup()
 
 void CQorModelToolImpl::copyLiveFilesTo(Version version) const
 {
-    Poco::File(paths().configuration(Version::LIVE)).copyTo(paths().configuration(version));
-    Poco::File(paths().modelFileList(Version::LIVE)).copyTo(paths().modelFileList(version));
+    copyFile(paths().configuration(Version::LIVE), paths().configuration(version));
+    copyFile(paths().modelFileList(Version::LIVE), paths().modelFileList(version));
 }
 
 bool CQorModelToolImpl::cleanupTmp()

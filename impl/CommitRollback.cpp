@@ -1,6 +1,7 @@
 #include "impl/CQorModelToolImpl.h"
 
 #include "impl/CSignalHold.h"
+#include "impl/FileTransfer.h"
 
 #include <Poco/Error.h>
 #include <Poco/Exception.h>
@@ -20,11 +21,6 @@ namespace
 {
 
 using Version = CFrameworkPaths::Version;
-
-void move(const std::string& from, const std::string& to)
-{
-    Poco::File(from).moveTo(to);
-}
 
 /// Whether `path` exists. Throws a Poco::FileException when that cannot be told: a file that is only taken for missing
 /// would leave two files of different versions, or put backups over an open session.
@@ -68,11 +64,11 @@ bool CQorModelToolImpl::commitCompleted()
     const CSignalHold hold;
     sync(paths().modelFileList(Version::WORKING_COPY));
     sync(paths().configuration(Version::WORKING_COPY));
-    move(paths().modelFileList(Version::LIVE), paths().modelFileList(Version::BACKUP));
-    move(paths().modelFileList(Version::WORKING_COPY), paths().modelFileList(Version::LIVE));
+    moveFile(paths().modelFileList(Version::LIVE), paths().modelFileList(Version::BACKUP));
+    moveFile(paths().modelFileList(Version::WORKING_COPY), paths().modelFileList(Version::LIVE));
     adjustOwnershipOf(paths().modelFileList(Version::LIVE));
-    move(paths().configuration(Version::LIVE), paths().configuration(Version::BACKUP));
-    move(paths().configuration(Version::WORKING_COPY), paths().configuration(Version::LIVE));
+    moveFile(paths().configuration(Version::LIVE), paths().configuration(Version::BACKUP));
+    moveFile(paths().configuration(Version::WORKING_COPY), paths().configuration(Version::LIVE));
     adjustOwnershipOf(paths().configuration(Version::LIVE));
     Poco::File(paths().sessionFile()).remove(false);
     Poco::File(paths().lockFile()).remove(false);
@@ -90,12 +86,12 @@ bool CQorModelToolImpl::rollBack()
     {
         return true;
     }
-    move(paths().modelFileList(Version::BACKUP), paths().modelFileList(Version::LIVE));
+    moveFile(paths().modelFileList(Version::BACKUP), paths().modelFileList(Version::LIVE));
     adjustOwnershipOf(paths().modelFileList(Version::LIVE));
     const std::string backup = paths().configuration(Version::BACKUP);
     if (isThere(backup))
     {
-        move(backup, paths().configuration(Version::LIVE));
+        moveFile(backup, paths().configuration(Version::LIVE));
     }
     // The backup's path, on purpose: the configuration put back keeps the mode and group of its backup.
     adjustOwnershipOf(backup);

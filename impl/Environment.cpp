@@ -12,6 +12,7 @@
 #include <syslog.h>
 
 #include <array>
+#include <climits>
 #include <cstdlib>
 
 namespace QMT
@@ -109,6 +110,11 @@ bool CQorModelToolImpl::validateEnvironment()
     const std::string path = paths().modelDirectory();
     try
     {
+        if (path.size() >= PATH_MAX)
+        {
+            // The creation would try each of its thousands of parents first.
+            throw Poco::CreateFileException("The path is too long");
+        }
         Poco::File directory(path);
         if (!directory.exists() || !directory.isDirectory())
         {

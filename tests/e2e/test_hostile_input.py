@@ -1,0 +1,367 @@
+"""Input that nobody sensible writes: whatever it is, the tool ends in order and the configuration stays whole."""
+from __future__ import annotations
+
+import os
+from pathlib import Path
+from xml.etree import ElementTree
+
+import pytest
+
+from expect import COMPLETED, FAILED
+from framework import AGENT, BASE, CONFIG, CONFIG_TMP, LIST, LIST_TMP, LOCK, PUMP, SESSION, VALIDATOR, Framework
+from framework import config, installed, participant
+from sandbox import Result, Sandbox
+
+WORLD = "models/hostile.xml"
+HOSTILE = installed(WORLD)
+
+
+def ended_in_order(result: Result) -> bool:
+    """Not by a signal, and not through an exception that nobody took."""
+    return result.status in (0, 70, 78, 255)
+
+
+def live(framework: Framework) -> tuple[bytes, bytes]:
+    """The two live files."""
+    return framework.path(CONFIG).read_bytes(), framework.path(LIST).read_bytes()
+
+
+def commit_addition(tool: Sandbox, *words: str) -> Result:
+    """Stage an addition and commit it."""
+    assert tool.run(*words).status == 0
+    return tool.run("--commit")
+
+
+# --- documents ---------------------------------------------------------------------------------------------------------
+
+
+def nested(depth: int) -> str:
+    """Elements within elements."""
+    return "<a>" * depth + "</a>" * depth
+
+
+def nested_by_entities(levels: int, each: int) -> str:
+    """Elements within elements that only the expansion of entities brings about."""
+    entities = '<!ENTITY e0 "">' + "".join(
+        f'<!ENTITY e{level} "{"<a>" * each}&e{level - 1};{"</a>" * each}">' for level in range(1, levels + 1))
+    return f"<!DOCTYPE m [{entities}]><m>&e{levels};</m>"
+
+
+def entity_chain(links: int) -> str:
+    """An entity within an entity within an entity."""
+    entities = '<!ENTITY e0 "x">' + "".join(f'<!ENTITY e{n} "&e{n - 1};">' for n in range(1, links + 1))
+    return f"<!DOCTYPE m [{entities}]><m>&e{links};</m>"
+
+
+def laughs(generations: int) -> str:
+    """A few bytes that want to become gigabytes."""
+    entities = '<!ENTITY e0 "ha">' + "".join(
+        f'<!ENTITY e{n} "{f"&e{n - 1};" * 10}">' for n in range(1, generations + 1))
+    return f"<!DOCTYPE m [{entities}]><m>&e{generations};</m>"
+
+
+REFUSED = {
+    "elements nested 200,000 deep": nested(200_000),
+    "elements nested 200,000 deep and never closed": "<a>" * 200_000,
+    "elements nested deep by entities": nested_by_entities(100, 100),
+    "a chain of 100,000 entities": entity_chain(100_000),
+    "entities that multiply": laughs(12),
+    "an external entity": '<!DOCTYPE m [<!ENTITY e SYSTEM "file:///etc/passwd">]><m>&e;</m>',
+    "10,000 attributes": '<m><c name="Wide" ' + " ".join(f'a{n}="{n}"' for n in range(10_000)) + "><root/></c></m>",
+    "an attribute given twice": '<m><c name="A" name="B"><root/></c></m>',
+    "zeros": "\0" * 100_000,
+    "nothing": "",
+    "blanks": " " * 100_000,
+    "half a document": '<m><c name="Half"><root/>',
+    "no markup": "configuration",
+    "a byte that is no UTF-8": b'<m><c name="\xff"><root/></c></m>',
+    "an overlong UTF-8 sequence": b'<m><c name="\xc0\xaf"><root/></c></m>',
+    "an unknown encoding": '<?xml version="1.0" encoding="no-such"?><m><c name="N"><root/></c></m>',
+    "half a UTF-16 character": "<m/>".encode("utf-16") + b"\0",
+    "a zero in the middle": '<m><c name="A\0B"><root/></c></m>',
+}
+
+
+@pytest.mark.parametrize("content", REFUSED.values(), ids=REFUSED.keys())
+def test_a_model_that_cannot_be_read_is_refused(tool: Sandbox, framework: Framework, content: str | bytes) -> None:
+    framework.write(WORLD, content)
+    before = live(framework)
+    result = commit_addition(tool, f"--addModelFile={HOSTILE}", "--modelHandler=hostileHandler")
+    assert result.status == 255
+    assert FAILED in result.console
+    assert live(framework)[1] == before[1]
+    assert ElementTree.fromstring(framework.read(CONFIG)).find(".//*[@compName='hostileHandler']") is None
+
+
+@pytest.mark.parametrize("content", REFUSED.values(), ids=REFUSED.keys())
+def test_a_configuration_that_cannot_be_read_stays_as_it_is(tool: Sandbox, framework: Framework,
+                                                            content: str | bytes) -> None:
+    framework.write(CONFIG, content)
+    before = live(framework)
+    result = commit_addition(tool, f"--addModelFile={PUMP}", "--modelHandler=h")
+    assert result.status == 255
+    assert f"Critical: Unable to parse XML file: {installed(CONFIG_TMP)}" in result.console
+    assert live(framework) == before
+
+
+ACCEPTED = {
+    "elements nested 1,000 deep": '<m><c name="Deep"><root/></c>' + nested(1000) + "</m>",
+    "400 attributes": '<m><c name="Wide" ' + " ".join(f'a{n}="{n}"' for n in range(400)) + "><root/></c></m>",
+    "100,000 elements": '<m><c name="Many"><root/></c>' + "<a/>" * 100_000 + "</m>",
+    "an attribute of a megabyte": f'<m><c name="Long" text="{"x" * (1 << 20)}"><root/></c></m>',
+    "a text of ten megabytes": f'<m>{"x" * (10 << 20)}<c name="Text"><root/></c></m>',
+    "UTF-16": '<?xml version="1.0" encoding="UTF-16"?><m><c name="Äußeres"><root/></c></m>'.encode("utf-16"),
+    "UTF-8 with a byte order mark": '<m><c name="Marked"><root/></c></m>'.encode("utf-8-sig"),
+    "Latin-1": '<?xml version="1.0" encoding="ISO-8859-1"?><m><c name="Äu"><root/></c></m>'.encode("latin-1"),
+    "an internal entity": '<!DOCTYPE m [<!ENTITY n "Named">]><m><c name="&n;"><root/></c></m>',
+    "markup in a comment": '<m><!-- <root/> <a><a><a> --><c name="Plain"><root/></c></m>',
+    "markup in a CDATA section": '<m><![CDATA[<root/><a><a>]]><c name="Plain"><root/></c></m>',
+    "markup in an attribute's value": '<m><c name="a&lt;b&amp;&quot;c&apos;"><root/></c></m>',
+}
+
+
+@pytest.mark.parametrize("content", ACCEPTED.values(), ids=ACCEPTED.keys())
+def test_an_unusual_model_is_installed(tool: Sandbox, framework: Framework, content: str | bytes) -> None:
+    framework.write(WORLD, content)
+    result = commit_addition(tool, f"--addModelFile={HOSTILE}", "--modelHandler=baseHandler")
+    assert (result.status, COMPLETED in result.console) == (0, True)
+    assert HOSTILE in framework.read(LIST)
+    roots = [root.get("name") for root in ElementTree.fromstring(framework.read(CONFIG)).iter("root")]
+    assert len(roots) == 3 and all(roots)
+
+
+def test_a_list_of_100_megabytes_is_extended(tool: Sandbox, framework: Framework) -> None:
+    line = f"{installed('models/' + 'x' * 90 + '.xml')}\n"
+    content = line * ((100 << 20) // len(line))
+    framework.write(LIST, content)
+    result = commit_addition(tool, f"--addModelFile={PUMP}")
+    assert (result.status, COMPLETED in result.console) == (0, True)
+    assert framework.path(LIST).read_bytes() == f"{content}{PUMP}\n".encode()
+
+
+def test_a_list_of_zeros_is_extended(tool: Sandbox, framework: Framework) -> None:
+    framework.write(LIST, b"\0" * 10_000)
+    assert commit_addition(tool, f"--addModelFile={PUMP}").status == 0
+    assert framework.path(LIST).read_bytes() == b"\0" * 10_000 + f"{PUMP}\n".encode()
+
+
+@pytest.mark.parametrize("content", [b"\0" * 100_000, b":" * 100_000, b"3:" * 50_001, b"\xff\xfe:\xff\n",
+                                     b"99999999999999999999:x\n", b"3:" + b"|" * 100_000 + b"\n", b"-1:x\n",
+                                     b"1:" + b"x" * (10 << 20) + b"\n"],
+                         ids=["zeros", "colons", "kinds only", "no UTF-8", "a huge kind", "separators", "minus one",
+                              "ten megabytes"])
+@pytest.mark.parametrize("command", ["--status", "--commit"])
+def test_a_session_file_of_anything_does_no_harm(tool: Sandbox, framework: Framework, content: bytes,
+                                                 command: str) -> None:
+    framework.session("")
+    framework.write(SESSION, content)
+    assert ended_in_order(tool.run(command))
+    ElementTree.fromstring(framework.read(CONFIG))
+    assert framework.read(LIST) == f"{BASE}\n"
+
+
+# --- arguments ---------------------------------------------------------------------------------------------------------
+
+NAMES = ["\"quoted\"", "'", "<b>", "a&b", "a\nb", "|", ":", "a|b|c|d|e", "3:x", "%s%n", "--commit", "\t", "\x01", "ä",
+         b"\xff\xfe".decode("utf-8", "surrogateescape"), "x" * 100_000, "../../../etc/passwd", "-", "]]>", "<!--", "&#0;"]
+
+
+@pytest.mark.parametrize("name", NAMES, ids=[repr(name[:12]) for name in NAMES])
+@pytest.mark.parametrize("words", [("--addModelFile={}",), ("--removeModelFile={}",), ("--modelHandler={}",),
+                                   (f"--addModelFile={PUMP}", "--modelHandler={}"),
+                                   (f"--removeModelFile={BASE}", "--modelHandler={}"),
+                                   (f"--addModelFile={PUMP}", "--modelHandler=h", "--managedObjectVersion={}",
+                                    "--transactionalResourceVersion={}")],
+                         ids=["add", "remove", "handler", "add with", "remove with", "versions"])
+def test_any_name_leaves_a_configuration_that_can_be_read(tool: Sandbox, framework: Framework, words: tuple[str, ...],
+                                                          name: str) -> None:
+    staging = tool.run(*(word.format(name) for word in words))
+    assert staging.status == 0
+    assert ended_in_order(tool.run("--status"))
+    assert ended_in_order(tool.run("--commit"))
+    document = ElementTree.fromstring(framework.path(CONFIG).read_bytes())
+    assert document.find(".//*[@compName='auxHandler']") is not None
+    if words[0] != f"--removeModelFile={BASE}":
+        assert BASE in framework.read(LIST).splitlines()
+
+
+def test_a_handler_name_with_markup_comes_back_whole(tool: Sandbox, framework: Framework) -> None:
+    name = "<\"a\" & 'b'>"
+    assert commit_addition(tool, f"--addModelFile={PUMP}", f"--modelHandler={name}").status == 0
+    handlers = [element.get("compName") for element in ElementTree.fromstring(framework.read(CONFIG)).iter("managedObject")]
+    assert name in handlers
+
+
+# --- other things in place of files ------------------------------------------------------------------------------------
+
+PLACES = [CONFIG, LIST, CONFIG_TMP, LIST_TMP, f"{CONFIG}.bak", f"{LIST}.bak", SESSION, LOCK]
+
+
+def put_link(path: Path, target: str) -> None:
+    """A symbolic link in place of whatever is there."""
+    path.unlink(missing_ok=True)
+    path.symlink_to(target)
+
+
+def put_directory(path: Path, _: str) -> None:
+    """A directory in place of whatever is there."""
+    path.unlink(missing_ok=True)
+    path.mkdir()
+
+
+THINGS = {"a dangling link": (put_link, "nowhere"), "a link to itself": (put_link, "{name}"),
+          "a link to a directory": (put_link, "."), "a directory": (put_directory, "")}
+
+
+@pytest.mark.parametrize("thing", THINGS.values(), ids=THINGS.keys())
+@pytest.mark.parametrize("place", PLACES)
+@pytest.mark.parametrize("words", [(f"--addModelFile={PUMP}", "--modelHandler=h"), ("--status",), ("--commit",),
+                                   ("--rollback",)], ids=["stage", "status", "commit", "rollback"])
+def test_something_else_in_place_of_a_file_is_survived(tool: Sandbox, framework: Framework, place: str, thing: tuple,
+                                                       words: tuple[str, ...]) -> None:
+    if words != (f"--addModelFile={PUMP}", "--modelHandler=h"):
+        framework.session(f"0:{PUMP}\n")
+    others = {name: framework.read(name) for name in (CONFIG, LIST) if name != place}
+    put, target = thing
+    put(framework.path(place), target.format(name=Path(place).name))
+    assert ended_in_order(tool.sleepless().run(*words))
+    for name, content in others.items():
+        # A complete version: the one from before, or the one with the addition.
+        found = [framework.path(name + suffix) for suffix in ("", ".bak", ".tmp")]
+        assert any(path.is_file() and path.read_text() in (content, f"{content}{PUMP}\n") for path in found), name
+
+
+def test_live_files_that_are_links_are_followed(tool: Sandbox, framework: Framework) -> None:
+    os.rename(framework.path(CONFIG), framework.path("etc/real.cfg"))
+    framework.path(CONFIG).symlink_to("real.cfg")
+    assert commit_addition(tool, f"--addModelFile={PUMP}", "--modelHandler=h").status == 0
+    assert "Pump" in framework.read(CONFIG)
+
+
+@pytest.mark.parametrize("mode", [0o000, 0o400, 0o100, 0o500])
+@pytest.mark.parametrize("directory", ["etc", "etc/model"])
+@pytest.mark.parametrize("words", [(f"--addModelFile={PUMP}",), ("--status",), ("--commit",), ("--rollback",)],
+                         ids=["stage", "status", "commit", "rollback"])
+def test_a_directory_that_may_not_be_used_is_survived(tool: Sandbox, framework: Framework, directory: str, mode: int,
+                                                      words: tuple[str, ...]) -> None:
+    framework.session(f"0:{PUMP}\n")
+    before = live(framework)
+    framework.path(directory).chmod(mode)
+    try:
+        result = tool.sleepless().run(*words)
+    finally:
+        framework.path(directory).chmod(0o755)
+    assert ended_in_order(result)
+    assert result.console
+    assert live(framework) == before
+
+
+# --- children ----------------------------------------------------------------------------------------------------------
+
+FLOOD = "head -c {} /dev/zero | tr '\\0' x"
+
+
+@pytest.mark.parametrize("size", [65_536, 65_537, 1_000_000])
+def test_a_validator_may_say_more_than_a_pipe_holds(tool: Sandbox, framework: Framework, size: int) -> None:
+    framework.script(VALIDATOR, f"{FLOOD.format(size)}; exit 1")
+    result = commit_addition(tool, f"--addModelFile={PUMP}")
+    assert result.status == 255
+    assert result.stdout == "x" * size + "\n\n"
+
+
+@pytest.mark.parametrize("size", [65_537, 1_000_000])
+def test_an_agent_may_say_more_than_a_pipe_holds(tool: Sandbox, framework: Framework, size: int) -> None:
+    framework.script(AGENT, FLOOD.format(size))
+    assert tool.run("--status").status == 0
+
+
+CHILDREN = {
+    "is killed": "kill -9 $$",
+    "closes its output": "exec >&- 2>&-; exit {status}",
+    "closes its output and works on": "exec >&- 2>&-; sleep 0.3; exit {status}",
+    "stops reading": "exec <&-; exit {status}",
+    "is no program": None,
+}
+
+
+@pytest.mark.parametrize("body", CHILDREN.values(), ids=CHILDREN.keys())
+def test_a_validator_that_misbehaves_is_one_that_rejects(tool: Sandbox, framework: Framework, body: str | None) -> None:
+    framework.script(VALIDATOR, "" if body is None else body.format(status=3))
+    if body is None:
+        framework.write(VALIDATOR, b"\x7fELF nothing")
+    before = live(framework)
+    result = commit_addition(tool, f"--addModelFile={PUMP}")
+    assert (result.status, FAILED in result.console) == (255, True)
+    assert live(framework) == before
+
+
+@pytest.mark.parametrize("body", CHILDREN.values(), ids=CHILDREN.keys())
+def test_an_agent_that_misbehaves_is_passed_over(tool: Sandbox, framework: Framework, body: str | None) -> None:
+    framework.script(AGENT, "" if body is None else body.format(status=3))
+    if body is None:
+        framework.write(AGENT, b"\x7fELF nothing")
+    result = tool.run(f"--addModelFile={PUMP}")
+    assert (result.status, COMPLETED in result.console) == (0, True)
+    assert framework.read(SESSION) == f"0:{PUMP}\n"
+
+
+def test_a_validator_that_leaves_a_process_behind_is_not_waited_for(tool: Sandbox, framework: Framework) -> None:
+    """The process left behind holds the pipe open; what counts is what was said until the validator ended."""
+    framework.script(VALIDATOR, "echo rejected; sleep 1000 & exit 1")
+    result = commit_addition(tool, f"--addModelFile={PUMP}")
+    assert (result.status, result.stdout) == (255, "rejected\n\n\n")
+
+
+def test_an_agent_that_leaves_a_process_behind_is_not_waited_for(tool: Sandbox, framework: Framework) -> None:
+    framework.script(AGENT, "echo /opt/qor; sleep 1000 & exit 0")
+    result = tool.run("--status")
+    assert (result.status, "Using QOR path: /opt/qor\n" in result.console) == (0, True)
+
+
+def test_a_copy_that_would_empty_its_own_source_is_refused(tool: Sandbox, framework: Framework) -> None:
+    """The library copies by truncating the target first."""
+    before = live(framework)
+    framework.path(CONFIG_TMP).symlink_to("qor.cfg")
+    result = tool.run(f"--addModelFile={PUMP}")
+    assert result.status == 70
+    assert f"The file would replace itself: {installed(CONFIG_TMP)}" in result.console
+    assert live(framework) == before
+
+
+def test_a_backup_that_is_the_live_file_is_not_rolled_back(tool: Sandbox, framework: Framework) -> None:
+    before = live(framework)
+    framework.path(f"{LIST}.bak").hardlink_to(framework.path(LIST))
+    assert tool.run("--rollback").status == 70
+    assert live(framework) == before
+
+
+# --- the environment ---------------------------------------------------------------------------------------------------
+
+
+def test_a_path_that_is_a_file_makes_the_environment_invalid(tool: Sandbox, framework: Framework) -> None:
+    framework.script(AGENT, "exit 1")
+    before = framework.snapshot()
+    result = tool.with_env(QORPATH=installed(CONFIG)).run(f"--addModelFile={PUMP}")
+    assert ended_in_order(result) and result.status != 0
+    assert "Unable to create directory structure: " in result.console
+    assert "Invaild environment, exiting." in result.console
+    assert framework.changes(before) == {}
+
+
+def test_a_huge_path_makes_the_environment_invalid(tool: Sandbox, framework: Framework) -> None:
+    framework.script(AGENT, "exit 1")
+    result = tool.with_env(QORPATH="/x" * 40_000).run("--status")
+    assert ended_in_order(result)
+    assert "Invaild environment, exiting." in result.console
+
+
+@pytest.fixture
+def config_of_many() -> str:
+    """A configuration that takes a while."""
+    return config(*(participant(f"h{number}", f"C{number}") for number in range(3000)))
+
+
+def test_a_configuration_of_many_handlers_is_edited(tool: Sandbox, framework: Framework, config_of_many: str) -> None:
+    framework.write(CONFIG, config_of_many)
+    assert commit_addition(tool, f"--addModelFile={PUMP}", "--modelHandler=h2999").status == 0
+    assert len(list(ElementTree.fromstring(framework.read(CONFIG)).iter("root"))) == 3001
