@@ -1,6 +1,7 @@
 #include "support/FakeOwnership.h"
 #include "support/Files.h"
 #include "support/ImplTest.h"
+#include "support/OpenedFiles.h"
 
 #include <Poco/Exception.h>
 #include <Poco/Path.h>
@@ -76,6 +77,18 @@ TEST_F(CommitRollback, MakesTheWorkingCopiesLiveAndEndsTheSession)
     EXPECT_FALSE(exists(framework.lock()));
     EXPECT_EQ(log.messages(), SILENCE);
     EXPECT_EQ(systemLog.messages(), SILENCE);
+}
+
+TEST_F(CommitRollback, HoldsSignalsBackWhileItMakesTheWorkingCopiesLive)
+{
+    makeSession();
+    const OpenedFiles files;
+
+    EXPECT_TRUE(impl.commitCompleted());
+
+    EXPECT_TRUE(files.wereSignalsHeldFor(framework.list(".tmp")));
+    EXPECT_TRUE(files.wereSignalsHeldFor(framework.configuration(".tmp")));
+    EXPECT_FALSE(OpenedFiles::areSignalsHeld());
 }
 
 TEST_F(CommitRollback, LeavesOwnersAndModesToTheMoves)
@@ -156,6 +169,18 @@ TEST_F(CommitRollback, PutsTheBackupsBack)
     EXPECT_FALSE(exists(framework.list(".bak")));
     EXPECT_EQ(log.messages(), SILENCE);
     EXPECT_EQ(systemLog.messages(), SILENCE);
+}
+
+TEST_F(CommitRollback, HoldsSignalsBackWhileItPutsTheBackupsBack)
+{
+    makeBackups();
+    const OpenedFiles files;
+
+    EXPECT_TRUE(impl.rollBack());
+
+    EXPECT_TRUE(files.wereSignalsHeldFor(framework.list(".bak")));
+    EXPECT_TRUE(files.wereSignalsHeldFor(framework.configuration(".bak")));
+    EXPECT_FALSE(OpenedFiles::areSignalsHeld());
 }
 
 TEST_F(CommitRollback, ChangesNothingWhileASessionIsOpen)

@@ -1,6 +1,7 @@
 #include "support/FakeInstallation.h"
 
 #include "support/Files.h"
+#include "support/OpenedFiles.h"
 #include "support/RealCall.h"
 
 #include <sys/stat.h>
@@ -53,6 +54,7 @@ int redirectedOpen(const char* path, int flags, ...)
     va_start(arguments, flags);
     const unsigned int mode = va_arg(arguments, unsigned int);
     va_end(arguments);
+    QMT::Test::OpenedFiles::note(path);
     return QMT::Test::realCall<int(const char*, int, ...)>("open64")(redirected(path).c_str(), flags, mode);
 }
 
