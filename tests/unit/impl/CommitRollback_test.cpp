@@ -1,6 +1,8 @@
+#include "support/FailingCall.h"
 #include "support/FakeOwnership.h"
 #include "support/Files.h"
 #include "support/ImplTest.h"
+#include "support/OpenedFiles.h"
 
 #include <Poco/Exception.h>
 #include <Poco/Path.h>
@@ -9,6 +11,7 @@
 #include <syslog.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -78,6 +81,18 @@ TEST_F(CommitRollback, MakesTheWorkingCopiesLiveAndEndsTheSession)
     EXPECT_EQ(systemLog.messages(), SILENCE);
 }
 
+TEST_F(CommitRollback, HoldsSignalsBackWhileItMakesTheWorkingCopiesLive)
+{
+    makeSession();
+    const OpenedFiles files;
+
+    EXPECT_TRUE(impl.commitCompleted());
+
+    EXPECT_TRUE(files.wereSignalsHeldFor(framework.list(".tmp")));
+    EXPECT_TRUE(files.wereSignalsHeldFor(framework.configuration(".tmp")));
+    EXPECT_FALSE(OpenedFiles::areSignalsHeld());
+}
+
 TEST_F(CommitRollback, LeavesOwnersAndModesToTheMoves)
 {
     makeSession();
@@ -132,6 +147,40 @@ TEST_F(CommitRollback, StopsWithTheListInstalledWhenTheWorkingCopyOfTheConfigura
     EXPECT_TRUE(exists(framework.lock()));
 }
 
+TEST_F(CommitRollback, InstallsNothingBeforeBothWorkingCopiesAreOnTheDisk)
+{
+    makeSession();
+    for (const std::string& path : {framework.list(".tmp"), framework.configuration(".tmp")})
+    {
+        const FailingCall failing("fsync", path, EIO);
+        try
+        {
+            impl.commitCompleted();
+            FAIL();
+        }
+        catch (const Poco::WriteFileException& exc)
+        {
+            EXPECT_EQ(exc.message(), path);
+        }
+    }
+    expectLive("live configuration", "live list");
+    EXPECT_EQ(readFile(framework.list(".tmp")), "new list");
+    EXPECT_EQ(readFile(framework.configuration(".tmp")), "new configuration");
+    EXPECT_FALSE(exists(framework.list(".bak")));
+    EXPECT_TRUE(exists(framework.lock()));
+}
+
+TEST_F(CommitRollback, InstallsWhatCannotBeBroughtToADisk)
+{
+    makeSession();
+    const FailingCall failing("fsync", framework.list(".tmp"), EINVAL);
+
+    EXPECT_TRUE(impl.commitCompleted());
+
+    EXPECT_EQ(failing.failures(), 1);
+    expectLive("new configuration", "new list");
+}
+
 TEST_F(CommitRollback, KeepsTheLockWhenThereIsNoSessionFileToRemove)
 {
     makeSession();
@@ -156,6 +205,18 @@ TEST_F(CommitRollback, PutsTheBackupsBack)
     EXPECT_FALSE(exists(framework.list(".bak")));
     EXPECT_EQ(log.messages(), SILENCE);
     EXPECT_EQ(systemLog.messages(), SILENCE);
+}
+
+TEST_F(CommitRollback, HoldsSignalsBackWhileItPutsTheBackupsBack)
+{
+    makeBackups();
+    const OpenedFiles files;
+
+    EXPECT_TRUE(impl.rollBack());
+
+    EXPECT_TRUE(files.wereSignalsHeldFor(framework.list(".bak")));
+    EXPECT_TRUE(files.wereSignalsHeldFor(framework.configuration(".bak")));
+    EXPECT_FALSE(OpenedFiles::areSignalsHeld());
 }
 
 TEST_F(CommitRollback, ChangesNothingWhileASessionIsOpen)
@@ -226,6 +287,44 @@ TEST_F(CommitRollback, ReportsThatTheBackupIsGoneWhenItAdjustsIt)
               (Messages{{LOG_ERR, "Error occurred while changing the group of directory " + path + " file"},
                         {LOG_ERR, "Error occurred while modifying the permissions of " + path + " file"}}));
     EXPECT_EQ(log.messages(), SILENCE);
+}
+
+TEST_F(CommitRollback, ChangesNothingWhenItCannotTellWhichFilesAreThere)
+{
+    makeBackups();
+    for (const std::string& path : {framework.list(), framework.list(".bak"), framework.lock()})
+    {
+        const FailingCall failing("stat", path, EIO);
+        try
+        {
+            impl.rollBack();
+            FAIL() << path;
+        }
+        catch (const Poco::FileException& exc)
+        {
+            EXPECT_EQ(exc.message(), "Input/output error: " + path);
+        }
+    }
+    expectLive("live configuration", "live list");
+    expectBackups("old configuration", "old list");
+}
+
+TEST_F(CommitRollback, StopsWhenItCannotTellWhetherThereIsABackupOfTheConfiguration)
+{
+    makeBackups();
+    const FailingCall failing("stat", framework.configuration(".bak"), EACCES);
+
+    EXPECT_THROW(impl.rollBack(), Poco::FileException);
+}
+
+TEST_F(CommitRollback, TakesFilesForMissingThatCannotBeThere)
+{
+    makeBackups();
+    for (const int error : {ENOENT, ENOTDIR, ELOOP, ENAMETOOLONG})
+    {
+        const FailingCall failing("stat", framework.list(), error);
+        EXPECT_FALSE(impl.rollBack()) << error;
+    }
 }
 
 // ---- modifyFilePermissions, modifyFileOwnerAndGroup ----

@@ -1,3 +1,4 @@
+#include "support/FailingCall.h"
 #include "support/Files.h"
 #include "support/ImplTest.h"
 
@@ -5,6 +6,9 @@
 #include <Poco/Message.h>
 
 #include <syslog.h>
+
+#include <cerrno>
+#include <filesystem>
 
 namespace QMT::Test
 {
@@ -130,7 +134,41 @@ TEST_F(ModelFileList, ReportsAnEntryThatCannotBeAddedToADirectory)
     EXPECT_EQ(log.messages(), (Messages{{Message::PRIO_CRITICAL, "Unable to write the new model!"}}));
 }
 
+TEST_F(ModelFileList, IsNotReplacedByAnAdditionWhenItCannotBeOpened)
+{
+    writeFile(workingCopy, "/m/a.xml\n");
+    const FailingCall failing("fopen", workingCopy, EACCES);
+
+    EXPECT_FALSE(impl.updateModelFile("/m/b.xml"));
+
+    EXPECT_EQ(log.messages(), (Messages{{Message::PRIO_CRITICAL, "Unable to write the new model!"}}));
+    EXPECT_EQ(failing.failures(), 1);
+    EXPECT_EQ(std::filesystem::file_size(workingCopy), 9U);
+}
+
+TEST_F(ModelFileList, CountsAsEmptyForAnAdditionWhenItCannotBeOpenedAndHasNoSize)
+{
+    writeFile(workingCopy, "");
+    {
+        const FailingCall failing("fopen", workingCopy, EACCES);
+        EXPECT_TRUE(impl.updateModelFile("/m/b.xml"));
+    }
+    EXPECT_EQ(readFile(workingCopy), "/m/b.xml\n");
+}
+
 // ---- removeModelFileEntry ----
+
+TEST_F(ModelFileList, IsNotReplacedByARemovalWhenItCannotBeOpened)
+{
+    writeFile(workingCopy, "/m/a.xml\n");
+    const FailingCall failing("fopen", workingCopy, EACCES);
+
+    EXPECT_TRUE(impl.removeModelFileEntry("/m/a.xml"));
+
+    EXPECT_EQ(log.messages(), (Messages{{Message::PRIO_WARNING, "Unable to open: " + workingCopy}}));
+    EXPECT_EQ(systemLog.messages(), (Messages{{LOG_WARNING, "Unable to open: " + workingCopy}}));
+    EXPECT_EQ(std::filesystem::file_size(workingCopy), 9U);
+}
 
 TEST_F(ModelFileList, LosesEveryLineThatContainsTheEntry)
 {

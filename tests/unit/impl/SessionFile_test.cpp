@@ -1,5 +1,6 @@
 #include "support/Files.h"
 #include "support/ImplTest.h"
+#include "support/OpenedFiles.h"
 
 #include <Poco/Message.h>
 
@@ -279,6 +280,16 @@ TEST_F(SessionFile, WritingReplacesTheOldContent)
     EXPECT_TRUE(impl.saveFIFO());
 
     EXPECT_EQ(readFile(framework.session()), "0:a\n");
+}
+
+TEST_F(SessionFile, WritingHoldsSignalsBack)
+{
+    const OpenedFiles files;
+
+    EXPECT_TRUE(impl.saveFIFO());
+
+    EXPECT_TRUE(files.wereSignalsHeldFor(framework.session()));
+    EXPECT_FALSE(OpenedFiles::areSignalsHeld());
 }
 
 TEST_F(SessionFile, WritingOnAFullDiskIsReported)

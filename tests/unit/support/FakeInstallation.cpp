@@ -1,12 +1,15 @@
 #include "support/FakeInstallation.h"
 
+#include "support/FailingCall.h"
 #include "support/Files.h"
+#include "support/OpenedFiles.h"
 #include "support/RealCall.h"
 
 #include <sys/stat.h>
 
 #include <algorithm>
 #include <cstdarg>
+#include <cstdio>
 #include <filesystem>
 
 namespace
@@ -33,12 +36,17 @@ extern "C"
     int redirectedStat(const char* path, void* buffer) __asm__("stat64");
     int redirectedLstat(const char* path, void* buffer) __asm__("lstat64");
     int redirectedOpen(const char* path, int flags, ...) __asm__("open64");
+    std::FILE* redirectedFopen(const char* path, const char* mode) __asm__("fopen64");
     int redirectedMkdir(const char* path, unsigned int mode) __asm__("mkdir");
     int redirectedExecvp(const char* path, char* const* arguments) __asm__("execvp");
 }
 
 int redirectedStat(const char* path, void* buffer)
 {
+    if (QMT::Test::FailingCall::fails("stat", path))
+    {
+        return -1;
+    }
     return QMT::Test::realCall<int(const char*, void*)>("stat64")(redirected(path).c_str(), buffer);
 }
 
@@ -53,7 +61,21 @@ int redirectedOpen(const char* path, int flags, ...)
     va_start(arguments, flags);
     const unsigned int mode = va_arg(arguments, unsigned int);
     va_end(arguments);
+    QMT::Test::OpenedFiles::note(path);
+    if (QMT::Test::FailingCall::fails("open", path))
+    {
+        return -1;
+    }
     return QMT::Test::realCall<int(const char*, int, ...)>("open64")(redirected(path).c_str(), flags, mode);
+}
+
+std::FILE* redirectedFopen(const char* path, const char* mode)
+{
+    if (QMT::Test::FailingCall::fails("fopen", path))
+    {
+        return nullptr;
+    }
+    return QMT::Test::realCall<std::FILE*(const char*, const char*)>("fopen64")(redirected(path).c_str(), mode);
 }
 
 int redirectedMkdir(const char* path, unsigned int mode)

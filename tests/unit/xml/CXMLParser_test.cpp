@@ -162,6 +162,40 @@ TEST_F(DocumentAccess, KeepsTheFileWhenTheDocumentCannotBeWrittenDown)
     EXPECT_EQ(log.messages(), UNWRITABLE);
 }
 
+TEST_F(DocumentAccess, WritesWordsOfAllLanguages)
+{
+    const std::string path = framework.path() + "/out.xml";
+
+    parser.writeXMLFile(path, parse("<a b='\u00fc\u20ac'>\u00df</a>"));
+
+    EXPECT_EQ(readFile(path), "<a b=\"\u00fc\u20ac\">\u00df</a>\n");
+    EXPECT_EQ(log.messages(), SILENCE);
+}
+
+TEST_F(DocumentAccess, KeepsTheFileWhenTheWriterGivesUpOnANameThatIsNoUtf8)
+{
+    const std::string path = framework.file("out.xml", "complete");
+    CXMLParser::DocumentPtr document = parse("<a><b/><c/></a>");
+    CElementWalk::first(*document, "c")->setAttribute("name", "x\xff");
+
+    parser.writeXMLFile(path, document);
+
+    EXPECT_EQ(readFile(path), "complete");
+    EXPECT_EQ(log.messages(), UNWRITABLE);
+}
+
+TEST_F(DocumentAccess, KeepsTheFileWhenTheWriterGivesUpBehindWordsOfAnotherLanguage)
+{
+    const std::string path = framework.file("out.xml", "complete");
+    CXMLParser::DocumentPtr document = parse("<a><b>\u00fc</b><c/></a>");
+    CElementWalk::first(*document, "c")->setAttribute("name", "x\xff");
+
+    parser.writeXMLFile(path, document);
+
+    EXPECT_EQ(readFile(path), "complete");
+    EXPECT_EQ(log.messages(), UNWRITABLE);
+}
+
 // ---- getAttributeValueList, countRootEntries, only_component ----
 
 TEST_F(DocumentAccess, ListsAttributesInDocumentOrderWithEmptyOnesForMissing)

@@ -1,0 +1,42 @@
+"""The faults that the mutation run makes are those that it promises."""
+from __future__ import annotations
+
+import pytest
+
+from mutants import Scan
+
+
+def changed(source: str) -> set[str]:
+    return {mutant.apply(source) for mutant in Scan("file.cpp", source).mutants()}
+
+
+@pytest.mark.parametrize(
+    ("source", "expected"),
+    [
+        ("void f() { if (a && !b) { return; } }", "void f() { if (!(a && !b)) { return; } }"),
+        ("void f() { if (a && !b) { return; } }", "void f() { if (a || !b) { return; } }"),
+        ("void f() { if (a && !b) { return; } }", "void f() { if (a && b) { return; } }"),
+        ("int f() { return a == 3; }", "int f() { return a != 3; }"),
+        ("int f() { return a == 3; }", "int f() { return a == 4; }"),
+        ("int f() { return a == 3; }", "int f() { return a == 2; }"),
+        ("int f() { return a == 3; }", "int f() { return !(a == 3); }"),
+        ("bool f() { return true; }", "bool f() { return false; }"),
+        ('void f() { g("a", b); }', 'void f() { g(b, "a"); }'),
+        ('void f() { g("a", b); }', "void f() { ; }"),
+        ('void f() { g("a", b); }', 'void f() { g("", b); }'),
+        ('void f() { g("a\\n", b); }', 'void f() { g("a~\\n", b); }'),
+        ("void f() { g(h(1, 2), b); }", "void f() { g(b, h(1, 2)); }"),
+        ("void f() { c = a ? b : d; }", "void f() { c = a == false ? b : d; }"),
+        ("void f() { l->warning(t); }", "void f() { l->information(t); }"),
+    ],
+)
+def test_fault_is_made(source: str, expected: str) -> None:
+    assert expected in changed(source)
+
+
+def test_comments_and_directives_stay() -> None:
+    assert changed('#include "a.h"\n// if (a == 3)\n/* "text" */\n') == set()
+
+
+def test_loop_header_keeps_its_parts() -> None:
+    assert not any("(i = 0; ;" in text for text in changed("void f() { for (i = 0; ok(i); ++i) { g(); } }"))

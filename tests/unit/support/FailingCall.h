@@ -1,0 +1,38 @@
+#ifndef QMT_TEST_FailingCall_INCLUDED
+#define QMT_TEST_FailingCall_INCLUDED
+
+#include <string>
+
+namespace QMT::Test
+{
+
+/// Lets a system call fail for one file as long as the object lives, by means that work for root too. There is one at a
+/// time.
+class FailingCall
+{
+public:
+    /// `call` is "stat", "open" (for writing, and by the library for reading), "fopen" (by the standard streams) or
+    /// "fsync"; it fails for `path` with the error number `error`.
+    FailingCall(const std::string& call, const std::string& path, int error);
+    ~FailingCall();
+    FailingCall(const FailingCall&) = delete;
+    FailingCall& operator=(const FailingCall&) = delete;
+    FailingCall(FailingCall&&) = delete;
+    FailingCall& operator=(FailingCall&&) = delete;
+
+    /// How often the call failed so far.
+    int failures() const;
+
+    /// For the stand-ins: whether the call fails now, the error number being set then.
+    static bool fails(const std::string& call, const std::string& path);
+
+private:
+    const std::string _call;
+    const std::string _path;
+    const int _error;
+    int _failures = 0;
+};
+
+} // namespace QMT::Test
+
+#endif // QMT_TEST_FailingCall_INCLUDED

@@ -1,0 +1,37 @@
+#ifndef QMT_TEST_OpenedFiles_INCLUDED
+#define QMT_TEST_OpenedFiles_INCLUDED
+
+#include <map>
+#include <string>
+
+namespace QMT::Test
+{
+
+/// Keeps which files the program opens as long as the object lives, and whether the signals that ask it to end were
+/// held back then. There is one at a time.
+class OpenedFiles
+{
+public:
+    OpenedFiles();
+    ~OpenedFiles();
+    OpenedFiles(const OpenedFiles&) = delete;
+    OpenedFiles& operator=(const OpenedFiles&) = delete;
+    OpenedFiles(OpenedFiles&&) = delete;
+    OpenedFiles& operator=(OpenedFiles&&) = delete;
+
+    /// Whether the file at `path` was opened, every time with the signals held back.
+    bool wereSignalsHeldFor(const std::string& path) const;
+
+    /// Whether the signals are held back now.
+    static bool areSignalsHeld();
+
+    /// For the stand-in that opens files.
+    static void note(const std::string& path);
+
+private:
+    std::map<std::string, bool> _held;
+};
+
+} // namespace QMT::Test
+
+#endif // QMT_TEST_OpenedFiles_INCLUDED
