@@ -1,14 +1,12 @@
 #include "impl/ChildProcess.h"
 
 #include <Poco/Pipe.h>
+#include <Poco/PipeStream.h>
 #include <Poco/Process.h>
+#include <Poco/StreamCopier.h>
 
 #include <fcntl.h>
-#include <unistd.h>
 
-#include <algorithm>
-#include <array>
-#include <cerrno>
 #include <fstream>
 
 namespace QMT
@@ -35,16 +33,10 @@ Poco::ProcessHandle launchIntoPipe(const std::string& command, const std::vector
 
 void readPipe(Poco::Pipe& pipe, std::string& output)
 {
-    std::array<char, 8192> buffer = {};
+    const std::size_t BUFFER_SIZE = 8192;
 
-    // A process that the child has left behind may hold the pipe open for ever; what it says does not count.
-    static_cast<void>(::fcntl(pipe.readHandle(), F_SETFL, O_NONBLOCK));
-    ssize_t size = 0;
-    do
-    {
-        size = ::read(pipe.readHandle(), buffer.data(), buffer.size());
-        output.append(buffer.data(), static_cast<std::size_t>(std::max<ssize_t>(size, 0)));
-    } while (size > 0 || (size < 0 && errno == EINTR));
+    Poco::PipeInputStream stream(pipe);
+    Poco::StreamCopier::copyToString(stream, output, BUFFER_SIZE);
 }
 
 } // namespace QMT

@@ -20,7 +20,7 @@ namespace QMT
 /// child then ends with status 72.
 Poco::ProcessHandle launchIntoPipe(const std::string& command, const std::vector<std::string>& args, Poco::Pipe& pipe);
 
-/// Appends what stands in `pipe` to `output`, without waiting for more: the child has ended.
+/// Appends everything left in `pipe` to `output`.
 void readPipe(Poco::Pipe& pipe, std::string& output);
 
 } // namespace QMT
