@@ -7,25 +7,38 @@ namespace QMT
 
 using Poco::XML::Element;
 using Poco::XML::Node;
-using Poco::XML::NodeFilter;
 
-CElementWalk::NameFilter::NameFilter(const Node& root, const std::string& tag) : _root(root), _tag(tag)
-{
-}
-
-short CElementWalk::NameFilter::acceptNode(Node* node)
-{
-    return node != &_root && node->nodeName() == _tag ? NodeFilter::FILTER_ACCEPT : NodeFilter::FILTER_SKIP;
-}
-
-CElementWalk::CElementWalk(Node& root, const std::string& tag)
-    : _filter(root, tag), _nodes(&root, NodeFilter::SHOW_ELEMENT, &_filter)
+CElementWalk::CElementWalk(Node& root, const std::string& tag) : _root(&root), _tag(tag), _node(&root)
 {
 }
 
 Element* CElementWalk::next()
 {
-    return static_cast<Element*>(_nodes.nextNode());
+    do
+    {
+        advance();
+    } while (_node != nullptr && !isWanted());
+    return static_cast<Element*>(_node);
+}
+
+void CElementWalk::advance()
+{
+    if (_node == nullptr)
+    {
+        return;
+    }
+    Node* following = _node->firstChild();
+    while (following == nullptr && _node != _root)
+    {
+        following = _node->nextSibling();
+        _node = following == nullptr ? _node->parentNode() : _node;
+    }
+    _node = following;
+}
+
+bool CElementWalk::isWanted() const
+{
+    return _node->nodeType() == Node::ELEMENT_NODE && _node->nodeName() == _tag;
 }
 
 Element* CElementWalk::first(Node& root, const std::string& tag)

@@ -1,14 +1,12 @@
 #ifndef QMT_CElementWalk_INCLUDED
 #define QMT_CElementWalk_INCLUDED
 
-#include <Poco/DOM/NodeFilter.h>
-#include <Poco/DOM/NodeIterator.h>
-
 #include <string>
 
 namespace Poco::XML
 {
 class Element;
+class Node;
 } // namespace Poco::XML
 
 namespace QMT
@@ -35,19 +33,12 @@ public:
     static Poco::XML::Element* only(Poco::XML::Node& root, const std::string& tag);
 
 private:
-    class NameFilter : public Poco::XML::NodeFilter
-    {
-    public:
-        NameFilter(const Poco::XML::Node& root, const std::string& tag);
-        short acceptNode(Poco::XML::Node* node) override;
+    void advance();
+    bool isWanted() const;
 
-    private:
-        const Poco::XML::Node& _root;
-        const std::string _tag;
-    };
-
-    NameFilter _filter;
-    Poco::XML::NodeIterator _nodes;
+    Poco::XML::Node* const _root;
+    const std::string _tag;
+    Poco::XML::Node* _node; ///< where the walk stands; null behind the last node
 };
 
 } // namespace QMT

@@ -4,6 +4,7 @@
 #include "impl/CFrameworkPaths.h"
 #include "impl/WholeFile.h"
 #include "xml/CElementWalk.h"
+#include "xml/CTextBuffer.h"
 #include "xml/DocumentModel.h"
 #include "xml/NestingDepth.h"
 
@@ -17,7 +18,7 @@
 #include <Poco/XML/XMLWriter.h>
 
 #include <algorithm>
-#include <sstream>
+#include <ostream>
 
 namespace QMT
 {
@@ -62,6 +63,10 @@ CXMLParser::DocumentPtr CXMLParser::loadXMLDocument(const std::string& path)
         _logger->error("Error opening/reading file");
         return DocumentPtr();
     }
+    if (path == _workingConfiguration.toString())
+    {
+        _workingTextSize = content.size();
+    }
     return parseFile(content);
 }
 
@@ -86,15 +91,20 @@ CXMLParser::DocumentPtr CXMLParser::parseFile(const std::string& content)
 
 void CXMLParser::writeXMLFile(const std::string& path, const Document* doc)
 {
+    const std::string::size_type GROWTH = 4096; // a few handlers more than last time
+
     try
     {
         Poco::XML::DOMWriter writer;
         writer.setNewLine("\n");
         writer.setOptions(Poco::XML::XMLWriter::PRETTY_PRINT);
         // The writer may give up in the middle of a document, so the file is touched only when all of it is there.
-        std::ostringstream text;
-        writer.writeNode(text, doc);
-        writeWholeFile(path, loadable(text.str()));
+        CTextBuffer buffer(_workingTextSize + GROWTH);
+        std::ostream stream(&buffer);
+        writer.writeNode(stream, doc);
+        const std::string& text = stream.good() ? loadable(buffer.text()) : throw Poco::WriteFileException(path);
+        _workingTextSize = text.size();
+        writeWholeFile(path, text);
     }
     catch (const Poco::Exception&)
     {

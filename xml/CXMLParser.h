@@ -163,6 +163,9 @@ private:
     CQorModelTool& _tool;
 
     Poco::Path _workingConfiguration;
+
+    // The size of the working copy when it was last read or written: how much room its next text will need.
+    std::string::size_type _workingTextSize = 0;
 };
 
 } // namespace QMT

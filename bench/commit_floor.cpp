@@ -1,0 +1,277 @@
+// The floor under the tool's cost: the calls that no program can do without that leaves the same files behind and keeps
+// the working copies complete after every action. It searches no more than it must, checks and reports nothing, and
+// starts no other program. It knows only the shape of the benchmark's own frameworks.
+#include <Poco/AutoPtr.h>
+#include <Poco/Checksum.h>
+#include <Poco/ConsoleChannel.h>
+#include <Poco/DOM/DOMParser.h>
+#include <Poco/DOM/DOMWriter.h>
+#include <Poco/DOM/Document.h>
+#include <Poco/DOM/Element.h>
+#include <Poco/File.h>
+#include <Poco/FileStream.h>
+#include <Poco/FormattingChannel.h>
+#include <Poco/Logger.h>
+#include <Poco/PatternFormatter.h>
+#include <Poco/StringTokenizer.h>
+#include <Poco/Util/Application.h>
+#include <Poco/XML/XMLWriter.h>
+
+#include <fstream>
+#include <string>
+#include <vector>
+
+namespace
+{
+
+using Poco::XML::Document;
+using Poco::XML::Element;
+using Poco::XML::Node;
+using DocumentPtr = Poco::AutoPtr<Document>;
+using ElementPtr = Poco::AutoPtr<Element>;
+
+const std::string CONFIGURATION = "/opt/qor/etc/qor.cfg";
+const std::string MODEL_FILE_LIST = "/opt/qor/etc/model/model_file_list.cfg";
+const std::string SESSION_FILE = "/opt/qor/etc/model/cmdfifo.dat";
+const std::string LOCK_FILE = "/opt/qor/etc/model/qor_mim_tool.lock";
+const std::string WORKING_COPY = ".tmp";
+const std::string BACKUP = ".bak";
+
+struct Action
+{
+    std::string kind;
+    std::string path;
+    std::string handler;
+    std::string moVersion;
+    std::string trVersion;
+};
+
+std::string read(const std::string& path)
+{
+    std::ifstream file(path, std::ios::in | std::ios::ate);
+    std::string content(static_cast<std::string::size_type>(file.tellg()), '\0');
+    file.seekg(0);
+    file.read(content.data(), static_cast<std::streamsize>(content.size()));
+    return content;
+}
+
+void write(const std::string& path, const std::string& content)
+{
+    Poco::FileOutputStream file(path, std::ios::out | std::ios::trunc);
+    file.write(content.data(), static_cast<std::streamsize>(content.size()));
+    file.close();
+}
+
+std::vector<Action> readSession()
+{
+    const Poco::StringTokenizer tokens(read(SESSION_FILE), "\n:|", Poco::StringTokenizer::TOK_TRIM);
+    std::vector<Action> actions;
+    actions.reserve(tokens.count() / 5);
+    for (std::size_t i = 0; i + 4 < tokens.count(); i += 5)
+    {
+        actions.push_back({tokens[i], tokens[i + 1], tokens[i + 2], tokens[i + 3], tokens[i + 4]});
+    }
+    return actions;
+}
+
+Poco::UInt32 checksum(const std::string& path)
+{
+    Poco::Checksum sum(Poco::Checksum::TYPE_CRC32);
+    sum.update(read(path));
+    return sum.checksum();
+}
+
+DocumentPtr parse(const std::string& path)
+{
+    Poco::XML::DOMParser parser;
+    parser.setFeature(Poco::XML::DOMParser::FEATURE_FILTER_WHITESPACE, true);
+    parser.setFeature(Poco::XML::XMLReader::FEATURE_NAMESPACES, false);
+    return DocumentPtr(parser.parseString(read(path)));
+}
+
+void write(const Document* document)
+{
+    Poco::XML::DOMWriter writer;
+    writer.setNewLine("\n");
+    writer.setOptions(Poco::XML::XMLWriter::PRETTY_PRINT);
+    Poco::FileOutputStream file(CONFIGURATION + WORKING_COPY, std::ios::out | std::ios::trunc);
+    writer.writeNode(file, document);
+    file.close();
+}
+
+std::string attribute(const Node* node, const std::string& name)
+{
+    return static_cast<const Element*>(node)->getAttribute(name);
+}
+
+/// A model of the benchmark is a document element with one class, which is the root class.
+std::string rootClassOf(const std::string& model)
+{
+    const DocumentPtr document = parse(model);
+    return attribute(document->documentElement()->firstChild(), "name");
+}
+
+/// A handler of the benchmark has a roots element first and a managedObject element second.
+Node* findRoots(const Node* participants, const std::string& handler)
+{
+    for (Node* participant = participants->firstChild(); participant != nullptr;
+         participant = participant->nextSibling())
+    {
+        Node* const roots = participant->firstChild();
+        if (attribute(roots->nextSibling(), "compName") == handler)
+        {
+            return roots;
+        }
+    }
+    return nullptr;
+}
+
+ElementPtr append(Document& document, Node* parent, const std::string& tag)
+{
+    ElementPtr element = document.createElement(tag);
+    parent->appendChild(element);
+    return element;
+}
+
+void appendInterface(Document& document, Node* participant, const std::string& tag, const std::string& ifName,
+                     const std::string& handler, const std::string& version)
+{
+    ElementPtr element = append(document, participant, tag);
+    element->setAttribute("compName", handler);
+    element->setAttribute("ifName", ifName);
+    element->setAttribute("version", version);
+}
+
+void addToDocument(Document& document, Node* participants, const Action& action)
+{
+    Node* roots = findRoots(participants, action.handler);
+    if (roots == nullptr)
+    {
+        ElementPtr participant = append(document, participants, "participant");
+        roots = append(document, participant, "roots");
+        appendInterface(document, participant, "managedObject", "PelOamSpiManagedObject", action.handler,
+                        action.moVersion);
+        appendInterface(document, participant, "txResource", "PelOamSpiTransactionalResource", action.handler,
+                        action.trVersion);
+    }
+    append(document, roots, "root")->setAttribute("name", rootClassOf(action.path));
+}
+
+void removeFromDocument(Node* participants, const Action& action)
+{
+    const std::string rootClass = rootClassOf(action.path);
+    Node* const roots = findRoots(participants, action.handler);
+    Node* root = roots->firstChild();
+    while (attribute(root, "name") != rootClass)
+    {
+        root = root->nextSibling();
+    }
+    roots->removeChild(root);
+}
+
+void changeList(const Action& action, bool add)
+{
+    std::string list = read(MODEL_FILE_LIST + WORKING_COPY);
+    const std::string line = action.path + "\n";
+    const std::string::size_type position = list.find(line);
+    if (add)
+    {
+        list += line;
+    }
+    else
+    {
+        list.erase(position, line.size());
+    }
+    write(MODEL_FILE_LIST + WORKING_COPY, list);
+}
+
+void install(const std::string& path)
+{
+    Poco::File(path).moveTo(path + BACKUP);
+    Poco::File(path + WORKING_COPY).moveTo(path);
+}
+
+bool isUntouched(const std::string& path)
+{
+    return checksum(path) == checksum(path + WORKING_COPY);
+}
+
+int commit()
+{
+    if (!isUntouched(CONFIGURATION) || !isUntouched(MODEL_FILE_LIST))
+    {
+        return Poco::Util::Application::EXIT_DATAERR;
+    }
+    Poco::File(CONFIGURATION).copyTo(CONFIGURATION + BACKUP);
+    Poco::File(MODEL_FILE_LIST).copyTo(MODEL_FILE_LIST + BACKUP);
+    DocumentPtr document = parse(CONFIGURATION + WORKING_COPY);
+    Node* const participants = document->documentElement()->firstChild();
+    for (const Action& action : readSession())
+    {
+        const bool add = action.kind == "3";
+        add ? addToDocument(*document, participants, action) : removeFromDocument(participants, action);
+        write(document);
+        changeList(action, add);
+    }
+    install(MODEL_FILE_LIST);
+    install(CONFIGURATION);
+    Poco::File(SESSION_FILE).remove();
+    Poco::File(LOCK_FILE).remove();
+    return Poco::Util::Application::EXIT_OK;
+}
+
+void status()
+{
+    Poco::AutoPtr<Poco::PatternFormatter> formatter(new Poco::PatternFormatter("%s: %p: %t"));
+    Poco::AutoPtr<Poco::ConsoleChannel> console(new Poco::ConsoleChannel);
+    Poco::AutoPtr<Poco::FormattingChannel> channel(new Poco::FormattingChannel(formatter, console));
+    Poco::Logger& logger = Poco::Logger::create("ConsoleLogger", channel);
+    for (const Action& action : readSession())
+    {
+        logger.information("--addModelFile=" + action.path + " --modelHandler=" + action.handler +
+                           " --managedObjectVersion=" + action.moVersion +
+                           " --transactionalResourceVersion=" + action.trVersion);
+    }
+}
+
+/// Stages `line`, one action in the words of the session file.
+void stage(const std::string& line)
+{
+    std::string session;
+    for (const Action& action : readSession())
+    {
+        session += action.kind + ":" + action.path + "|" + action.handler + "|" + action.moVersion + "|" +
+                   action.trVersion + "\n";
+    }
+    write(SESSION_FILE, session + line + "\n");
+}
+
+class Floor : public Poco::Util::Application
+{
+protected:
+    int main(const std::vector<std::string>& args) override
+    {
+        if (args.at(0) == "commit")
+        {
+            return commit();
+        }
+        if (args.at(0) == "status")
+        {
+            status();
+        }
+        else
+        {
+            stage(args.at(1));
+        }
+        return EXIT_OK;
+    }
+};
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    Poco::AutoPtr<Floor> application(new Floor);
+    application->init(argc, argv);
+    return application->run();
+}

@@ -1,0 +1,143 @@
+"""Three ways to measure a program in a framework of its own: wall time, instructions, peak memory.
+
+Every measurement runs inside bubblewrap, which shows the scratch framework as /opt/qor, so that the programs need not
+know that they are measured and the machine's own framework, if there is one, is left alone.  Where bubblewrap does not
+work there is nothing to measure: a launcher that watches every system call would measure itself.
+"""
+from __future__ import annotations
+
+import json
+import os
+import re
+import socket
+import subprocess
+import threading
+from collections.abc import Iterable, Sequence
+from pathlib import Path
+
+from workload import HOST, Framework
+
+PROJECT = Path(__file__).resolve().parents[1]
+# The usual limit of a login.  The library closes every descriptor below it in each child process that it starts.
+DESCRIPTORS = 1024
+
+
+class LogReader:
+    """Keeps the system log's queue empty: a full one would make the programs wait."""
+
+    def __init__(self, path: Path):
+        self.path = path
+        self._socket = socket.socket(socket.AF_UNIX, socket.SOCK_DGRAM)
+        self._socket.bind(str(path))
+        threading.Thread(target=self._drain, daemon=True).start()
+
+    def _drain(self) -> None:
+        while True:
+            self._socket.recv(1 << 16)
+
+
+class Bench:
+    """Measures programs in frameworks below one scratch directory."""
+
+    def __init__(self, scratch: Path):
+        self.scratch = scratch
+        self._log = LogReader(scratch / "log")
+
+    def sandbox(self, framework: Framework, command: Sequence[str]) -> list[str]:
+        """The command line that runs ``command`` with the framework at /opt/qor."""
+        return ["bwrap", "--die-with-parent", "--ro-bind", "/", "/", "--tmpfs", "/opt", "--dev", "/dev",
+                "--ro-bind", str(PROJECT), str(PROJECT), "--bind", str(self.scratch), str(self.scratch),
+                "--bind", str(framework.directory), "/opt/qor", "--bind", str(self._log.path), "/dev/log",
+                "--unshare-uts", "--hostname", HOST, "--chdir", str(self.scratch), "--",
+                "/bin/sh", "-c", f'ulimit -n {DESCRIPTORS} && exec "$@"', "sh", *command]
+
+    def _run(self, framework: Framework, command: Sequence[str]) -> subprocess.CompletedProcess[str]:
+        env = {"PATH": "/usr/sbin:/usr/bin:/sbin:/bin", "LANG": "C.UTF-8", "TMPDIR": str(self.scratch)}
+        done = subprocess.run(self.sandbox(framework, command), env=env, stdin=subprocess.DEVNULL,
+                              capture_output=True, text=True, check=False)
+        if done.returncode != 0:
+            raise SystemExit(f"{' '.join(command)} ended with {done.returncode}\n{done.stdout}{done.stderr}")
+        return done
+
+    def output(self, framework: Framework, command: Sequence[str]) -> str:
+        """Run once, from the start, and give what was said on standard output."""
+        framework.reset()
+        return self._run(framework, command).stdout
+
+    def wall_time(self, framework: Framework, command: Sequence[str], runs: int) -> float:
+        """The shortest of the runs in seconds, each from the start: the others tell of the machine's other work."""
+        export = framework.directory.parent / "wall.json"
+        self._run(framework, ["hyperfine", "--shell=none", "--warmup", str(min(runs, 3)), "--runs", str(runs),
+                              "--prepare", str(framework.resetter), "--export-json", str(export),
+                              " ".join(command)])
+        return float(json.loads(export.read_text(encoding="utf-8"))["results"][0]["min"])
+
+    def peak_memory(self, framework: Framework, command: Sequence[str]) -> int:
+        """The greatest resident size in KiB, of the program or of one of its children, whichever is greater."""
+        framework.reset()
+        report = framework.directory.parent / "memory"
+        self._run(framework, ["/usr/bin/time", "--format=%M", f"--output={report}", *command])
+        return int(report.read_text(encoding="utf-8"))
+
+    def profile(self, framework: Framework, command: Sequence[str]) -> Path:
+        """Run once under callgrind and give its report on the program's own process.
+
+        The copy that a fork makes ends its report with the execution of the other program; one that is left all the
+        same is an error here.
+        """
+        framework.reset()
+        place = framework.directory.parent
+        for old in place.glob("callgrind.*"):
+            old.unlink()
+        self._run(framework, ["valgrind", "--quiet", "--tool=callgrind", "--trace-children=no",
+                              f"--callgrind-out-file={place}/callgrind.%p", *command])
+        report, = place.glob("callgrind.*")
+        return report
+
+    def instructions(self, framework: Framework, command: Sequence[str]) -> int:
+        """How many instructions the program's own process executed, the dynamic loader included."""
+        return total(self.profile(framework, command))
+
+
+def total(report: Path) -> int:
+    """The sum of a callgrind report."""
+    found = re.search(r"^(?:summary|totals): (\d+)", report.read_text(encoding="utf-8"), re.MULTILINE)
+    assert found is not None
+    return int(found[1])
+
+
+# What a profile is divided into: the functions of the libraries whose whole cost counts as one part.
+PARTS = {"parser": ":Poco::XML::DOMParser::parseString(", "writer": ":Poco::XML::DOMWriter::writeNode("}
+# How the functions of the loader are shown, with and without its debugging symbols.
+LOADER = re.compile(r"/ld-linux[^]]*\]$")
+COST = re.compile(r"^\s*([\d,]+) \([^)]*\)\s+(.*)$")
+
+
+def annotated(report: Path, inclusive: str) -> Iterable[tuple[int, str]]:
+    """Cost and name of every function of a report."""
+    text = subprocess.run(["callgrind_annotate", "--threshold=100", "--tree=none", "--auto=no", "--show-percs=yes",
+                           f"--inclusive={inclusive}", str(report)], capture_output=True, text=True,
+                          check=True).stdout
+    for line in text.splitlines():
+        match = COST.match(line)
+        if match is not None:
+            yield int(match[1].replace(",", "")), match[2]
+
+
+def shares(report: Path, program: Path) -> dict[str, float]:
+    """How a run divides: loader, the parts above, the program's own code, and what it calls besides."""
+    whole = total(report)
+    result: dict[str, int] = {"loader": 0, **{part: 0 for part in PARTS}}
+    for cost, name in annotated(report, "yes"):
+        for part, function in PARTS.items():
+            if function in name:
+                result[part] += cost
+    own = 0
+    for cost, name in annotated(report, "no"):
+        if name.endswith(f"[{program}]"):
+            own += cost
+        elif name.startswith("./elf/") or LOADER.search(name):
+            result["loader"] += cost
+    result["the program's own code"] = own
+    result["what it calls besides"] = whole - sum(result.values())
+    return {part: cost / whole for part, cost in result.items()}

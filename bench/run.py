@@ -1,0 +1,259 @@
+#!/usr/bin/python3
+"""Measure the tool beside its yardsticks and print one table, then the targets.
+
+The yardsticks: an empty application on the same libraries, the floor (what no program that does the same work can do
+without), and what an administrator would write instead of calling the tool.  Every figure of the table is a ratio of
+two measurements of this run.
+"""
+from __future__ import annotations
+
+import argparse
+import dataclasses
+import os
+import shutil
+import subprocess
+import sys
+import tempfile
+from collections.abc import Callable, Iterator, Sequence
+from concurrent.futures import ThreadPoolExecutor
+from pathlib import Path
+
+import chart
+from measure import PROJECT, Bench, shares
+from workload import Case, Framework
+
+COMPETITORS = PROJECT / "bench" / "competitors"
+
+IDLE = Case("status, no session", "`--status` without a session", command="status", runs=100)
+SMALL = Case("1 + 10", "1 addition, 10 handlers", actions=1, runs=100)
+MEDIUM = Case("1 + 1000", "1 addition, 1,000 handlers", handlers=1000, actions=1)
+LARGE = Case("100 + 1000", "100 additions, 1,000 handlers", handlers=1000, actions=100, runs=5)
+HUGE = Case("100 + 3000", "100 additions, 3,000 handlers", handlers=3000, actions=100, runs=3)
+REMOVAL = Case("100 - 1000", "100 removals, 1,000 handlers", handlers=1000, actions=100, remove=True, runs=5)
+LIST = Case("long list", "1 addition, 10 handlers, a list of 100,000 lines", actions=1, list_lines=100_000)
+STATUS = Case("status 1000", "`--status`, 1,000 queued actions", actions=1000, command="status")
+STAGING = Case("stage 1000th", "staging the 1,000th action", actions=999, command="stage")
+CASES = (IDLE, SMALL, MEDIUM, LARGE, HUGE, REMOVAL, LIST, STATUS, STAGING)
+QUICK = (IDLE, SMALL, MEDIUM, LIST, STATUS, STAGING)
+GROWTH = (10, 30, 100, 300, 1000, 3000, 10000)
+
+
+@dataclasses.dataclass
+class Figures:
+    """What was measured of one program in one case; the instructions of competitors are not."""
+
+    wall: float = 0.0
+    memory: int = 0
+    instructions: int = 0
+
+
+Table = dict[tuple[str, str], Figures]
+
+
+class Runner:
+    """Runs all contenders through all cases."""
+
+    def __init__(self, build: Path, bench: Bench):
+        self.tool = build / "qor_mim_tool"
+        self.empty = build / "bench" / "empty_application"
+        self.floor = build / "bench" / "commit_floor"
+        self.bench = bench
+
+    def framework(self, case: Case) -> Framework:
+        """A framework of its own for one measurement."""
+        return Framework(Path(tempfile.mkdtemp(dir=self.bench.scratch)), case)
+
+    def contenders(self, case: Case, edits: Path) -> Iterator[tuple[str, list[str]]]:
+        """Names and commands.  The floor of an idle run is the empty application."""
+        yield "tool", [str(self.tool), *case.tool_arguments()]
+        yield "empty", [str(self.empty)]
+        if case.actions:
+            yield "floor", [str(self.floor), *case.floor_arguments()]
+        if case.edits_document:
+            yield "xmlstarlet", [str(COMPETITORS / "xmlstarlet_edit"), str(edits)]
+            yield "python3", [str(COMPETITORS / "elementtree_edit"), str(edits)]
+            if case.actions > 1:
+                yield "python3, each", [str(COMPETITORS / "elementtree_edit"), str(edits), "--write-each"]
+            yield "augtool", [str(COMPETITORS / "augtool_edit"), str(edits)]
+
+    def measure(self, case: Case, progress: Callable[[str], None]) -> Table:
+        """Wall time and memory of every contender, whose results have been checked first."""
+        framework = self.framework(case)
+        table: Table = {}
+        for name, command in self.contenders(case, framework.edits):
+            progress(f"{case.title}: {name}")
+            self.bench.output(framework, command)
+            if case.edits_document and name != "empty" and framework.result() != framework.expected():
+                raise SystemExit(f"{case.title}: the result of {name} is wrong")
+            table[case.name, name] = Figures(self.bench.wall_time(framework, command, case.runs),
+                                             self.bench.peak_memory(framework, command))
+        shutil.rmtree(framework.directory.parent)
+        return table
+
+    def count(self, case: Case, name: str) -> int:
+        """The instructions of one contender."""
+        framework = self.framework(case)
+        command = dict(self.contenders(case, framework.edits))[name]
+        result = self.bench.instructions(framework, command)
+        shutil.rmtree(framework.directory.parent)
+        return result
+
+    def growth(self) -> dict[str, chart.Curve]:
+        """The instructions of a commit of one action, over the number of handlers."""
+        cases = [Case(f"growth {handlers}", "", handlers=handlers, actions=1) for handlers in GROWTH]
+        names = ("tool", "floor")
+        with ThreadPoolExecutor(os.cpu_count()) as pool:
+            counts = list(pool.map(lambda job: self.count(*job), [(case, name) for name in names for case in cases]))
+        return {name: list(zip(GROWTH, counts[index * len(cases):])) for index, name in enumerate(names)}
+
+    def profile(self, case: Case) -> dict[str, float]:
+        """Where the instructions of the tool go."""
+        framework = self.framework(case)
+        command = [str(self.tool), *case.tool_arguments()]
+        return shares(self.bench.profile(framework, command), self.tool)
+
+
+def progress(text: str) -> None:
+    """Tell a person who waits."""
+    if sys.stderr.isatty():
+        sys.stderr.write(f"\r\033[K{text}")
+        sys.stderr.flush()
+
+
+def measure_all(runner: Runner, cases: Sequence[Case]) -> Table:
+    """Wall times one after the other, then the instruction counts, which do not mind company."""
+    table: Table = {}
+    for case in cases:
+        table.update(runner.measure(case, progress))
+    jobs = [(case, name) for case in cases for name in ("tool", "empty", "floor") if (case.name, name) in table]
+    with ThreadPoolExecutor(os.cpu_count()) as pool:
+        for (case, name), count in zip(jobs, pool.map(lambda job: runner.count(*job), jobs)):
+            progress(f"{case.title}: instructions of {name}")
+            table[case.name, name].instructions = count
+    progress("")
+    return table
+
+
+# --- the table
+
+COLUMNS = (("wall", "empty"), ("wall", "floor"), ("wall", "xmlstarlet"), ("wall", "python3"),
+           ("wall", "python3, each"), ("wall", "augtool"), ("instructions", "empty"), ("instructions", "floor"),
+           ("memory", "floor"))
+HEADS = {"wall": "time", "instructions": "instr.", "memory": "memory"}
+
+
+def ratio(table: Table, case: Case, what: str, other: str) -> float | None:
+    """The tool's figure over another's, where there is another's."""
+    if (case.name, other) not in table:
+        return None
+    return getattr(table[case.name, "tool"], what) / getattr(table[case.name, other], what)
+
+
+def rows(table: Table, cases: Sequence[Case]) -> Iterator[list[str]]:
+    """The cells of the table."""
+    yield ["the tool against", "time", *(f"{HEADS[what]} / {other}" for what, other in COLUMNS)]
+    for case in cases:
+        ratios = [ratio(table, case, what, other) for what, other in COLUMNS]
+        yield [case.title, f"{table[case.name, 'tool'].wall * 1000:.1f} ms",
+               *("" if value is None else f"{value:.3f}" if value < 10 else f"{value:.1f}" for value in ratios)]
+
+
+def print_table(lines: Sequence[Sequence[str]]) -> None:
+    """A table that reads well on a terminal and in a document."""
+    widths = [max(len(line[column]) for line in lines) for column in range(len(lines[0]))]
+    for index, line in enumerate(lines):
+        cells = [cell.ljust(width) if column == 0 else cell.rjust(width)
+                 for column, (cell, width) in enumerate(zip(line, widths))]
+        print("| " + " | ".join(cells) + " |")
+        if index == 0:
+            print("|" + "|".join("-" * (width + 2) if column == 0 else "-" * (width + 1) + ":"
+                                 for column, width in enumerate(widths)) + "|")
+
+
+# --- the targets
+
+
+def targets(table: Table, cases: Sequence[Case]) -> Iterator[tuple[str, float, float]]:
+    """What is aimed at: a description, the value, and what it may be at most."""
+    def instructions(case: Case, name: str) -> int:
+        return table[case.name, name].instructions
+
+    idle, empty = instructions(IDLE, "tool"), instructions(IDLE, "empty")
+    yield "instructions, idle status / empty application", idle / empty, 1.05
+    unavoidable = instructions(SMALL, "floor") - empty
+    yield ("instructions, 1 addition over 10 handlers / (1.15 empty applications + the floor's work)",
+           instructions(SMALL, "tool") / (1.15 * empty + unavoidable), 1.0)
+    if LARGE in cases:
+        yield ("instructions, 100 additions over 1,000 handlers / floor",
+               instructions(LARGE, "tool") / instructions(LARGE, "floor"), 1.10)
+        yield ("instructions, 3,000 handlers / 1,000 handlers",
+               instructions(HUGE, "tool") / instructions(LARGE, "tool"), 3.2)
+    for case in cases:
+        memory = ratio(table, case, "memory", "floor")
+        if memory is not None:
+            yield f"memory, {case.title} / floor", memory, 1.10
+    for case in cases:
+        for other in ("python3", "python3, each", "augtool", *(["xmlstarlet"] if case is SMALL else [])):
+            wall = ratio(table, case, "wall", other)
+            if wall is not None:
+                yield f"time, {case.title} / {other}", wall, 1.0
+
+
+def print_targets(table: Table, cases: Sequence[Case]) -> bool:
+    """One line a target; whether all are met."""
+    missed = 0
+    for description, value, limit in targets(table, cases):
+        met = value <= limit
+        missed += not met
+        print(f"{'met   ' if met else 'MISSED'}  {value:6.3f} of {limit:.2f}  {description}")
+    return missed == 0
+
+
+# --- command line
+
+
+def run_operations(runner: Runner, build: Path, arguments: Sequence[str]) -> None:
+    """The benchmark of single operations, in a framework of its own."""
+    framework = runner.framework(SMALL)
+    subprocess.run(runner.bench.sandbox(framework, [str(build / "bench" / "operations"), *arguments]), check=True)
+
+
+def arguments() -> argparse.Namespace:
+    """What was asked for."""
+    parser = argparse.ArgumentParser(prog="scripts/bench", description=__doc__.splitlines()[0], allow_abbrev=False)
+    parser.add_argument("--build", type=Path, default=PROJECT / "build" / "bench", help=argparse.SUPPRESS)
+    parser.add_argument("--quick", action="store_true", help="leave out the cases that take minutes")
+    parser.add_argument("--profile", action="store_true", help="only show where a large commit spends its instructions")
+    parser.add_argument("--growth", type=Path, metavar="SVG", help="only draw the growth curve")
+    parser.add_argument("--operations", nargs=argparse.REMAINDER, metavar="OPTION",
+                        help="only measure single operations; options go to Google Benchmark")
+    parser.add_argument("--directory", type=Path, default=Path("/dev/shm"),
+                        help="where the frameworks are made (default: in memory, so that no disk is measured)")
+    return parser.parse_args()
+
+
+def main() -> int:
+    """The command line's entry."""
+    wanted = arguments()
+    with tempfile.TemporaryDirectory(dir=wanted.directory, prefix="qmt-bench-") as scratch:
+        runner = Runner(wanted.build.absolute(), Bench(Path(scratch)))
+        if wanted.operations is not None:
+            run_operations(runner, wanted.build.absolute(), wanted.operations)
+        elif wanted.profile:
+            print_table([["a commit of 100 additions over 1,000 handlers", "share"],
+                         *([part, f"{share:.1%}"] for part, share in runner.profile(LARGE).items())])
+        elif wanted.growth is not None:
+            wanted.growth.write_text(
+                chart.draw("A commit of one addition", "handlers in the configuration", "instructions",
+                           runner.growth()), encoding="utf-8")
+        else:
+            cases = QUICK if wanted.quick else CASES
+            table = measure_all(runner, cases)
+            print_table(list(rows(table, cases)))
+            print()
+            return 0 if print_targets(table, cases) else 1
+    return 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())

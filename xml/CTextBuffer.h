@@ -1,0 +1,33 @@
+#ifndef QMT_CTextBuffer_INCLUDED
+#define QMT_CTextBuffer_INCLUDED
+
+#include <streambuf>
+#include <string>
+
+namespace QMT
+{
+
+/// Collects in one string what is written to a stream.
+///
+/// The document writer hands over its text byte by byte, which is what this is made for; nor need the text be copied
+/// out at the end, as from the library's string stream. When memory runs out, the stream goes bad.
+class CTextBuffer : public std::streambuf
+{
+public:
+    /// Makes room for `expectedSize` bytes, so that a text of about that size is never moved.
+    explicit CTextBuffer(std::string::size_type expectedSize);
+
+    /// Everything written so far; valid until the next write.
+    const std::string& text() const;
+
+protected:
+    int_type overflow(int_type character) override;
+    std::streamsize xsputn(const char* characters, std::streamsize count) override;
+
+private:
+    std::string _text;
+};
+
+} // namespace QMT
+
+#endif // QMT_CTextBuffer_INCLUDED
