@@ -1,45 +1,178 @@
-"""Every message of the program is explained to its reader."""
+"""The page on messages and the program hold the same messages, with the same priorities, and neither has one more.
+
+A message of the sources is followed from the call that gives it to the logger or to the system log back to its words:
+through variables, constants and the arguments of the program's own operations.  What is filled in at run time is "{}".
+"""
 from __future__ import annotations
 
+import functools
 import re
+from collections.abc import Iterator
 from pathlib import Path
 
 import pytest
 
 PROJECT = Path(__file__).resolve().parents[2]
-MESSAGES = (PROJECT / "docs" / "messages.md").read_text(encoding="utf-8")
+PAGE = PROJECT / "docs" / "messages.md"
 
+CONSOLE, SYSTEM_LOG = "console", "system log"
+PRIORITIES = {"LOG_ERR": "error", "LOG_WARNING": "warning", "LOG_INFO": "information", "LOG_DEBUG": "debug"}
+FUNCTION = re.compile(r"^[^\s#/].*?(?:\w+::)*(~?\w+)\(([^;{}]*?)\)[^;{}()]*\n\{\n(.*?)^\}", re.MULTILINE | re.DOTALL)
 LITERAL = re.compile(r'"((?:[^"\\]|\\.)*)"')
-# What looks like a message and is none: the help text and the pattern of a console line.
-OPTION_TEXT = re.compile(r"<.*>|.*\.\\n|\[-\] \[--\] OPTIONS|%s: %p: %t")
+# Words that the library finds, not the program: the name of an exception.
+FROM_THE_LIBRARY = {"Exception"}
+
+Message = tuple[str, str, str]
 
 
-def messages() -> list[str]:
-    """The fixed texts of several words in the program's sources, each without what is filled in at run time."""
+# --- the messages of the sources -------------------------------------------------------------------------------------
+
+
+@functools.lru_cache(maxsize=None)
+def program() -> str:
+    files = [file for folder in ("app", "impl", "xml") for file in sorted((PROJECT / folder).glob("*.cpp"))]
+    text = "\n".join(file.read_text(encoding="utf-8") for file in files)
+    return re.sub(r"^\s*//.*$", "", text, flags=re.MULTILINE)
+
+
+@functools.lru_cache(maxsize=None)
+def functions() -> list[tuple[str, list[str], str]]:
+    """Name, parameters and body of every function."""
+    found = []
+    for name, parameters, body in FUNCTION.findall(program()):
+        names = [parameter.split()[-1].strip("&*") for parameter in split(parameters, ",") if parameter.split()]
+        found.append((name, names, body))
+    return found
+
+
+def split(text: str, separator: str) -> list[str]:
+    """The parts of an expression, as far as the separator stands outside parentheses and literals."""
+    parts, depth, begin = [], 0, 0
+    for match in re.finditer(r'"(?:[^"\\]|\\.)*"|.', text, re.DOTALL):
+        depth += (match.group() in "([{") - (match.group() in ")]}")
+        if match.group() == separator and depth == 0:
+            parts.append(text[begin : match.start()])
+            begin = match.end()
+    return [part.strip() for part in [*parts, text[begin:]]]
+
+
+def calls(body: str, name: str) -> Iterator[list[str]]:
+    """The arguments of each call in the body."""
+    for match in re.finditer(rf"\b{name}\(", body):
+        depth = 1
+        for part in re.finditer(r'"(?:[^"\\]|\\.)*"|.', body[match.end() :], re.DOTALL):
+            depth += (part.group() == "(") - (part.group() == ")")
+            if depth == 0:
+                yield split(body[match.end() : match.end() + part.start()], ",")
+                break
+
+
+def words(expression: str, function: tuple[str, list[str], str]) -> set[str]:
+    """All texts that the expression may have."""
+    texts = {""}
+    for part in split(expression, "+"):
+        choices = words_of_part(part, function)
+        texts = {text + choice for text in texts for choice in choices}
+    return texts
+
+
+def words_of_part(part: str, function: tuple[str, list[str], str]) -> set[str]:
+    if re.fullmatch(rf"(?:{LITERAL.pattern}\s*)+", part):
+        return {"".join(LITERAL.findall(part)).replace("\\n", "\n")}
+    name = part.removesuffix(".c_str()")
+    if not re.fullmatch(r"\w+", name):
+        return {"{}"}
+    defined = re.search(rf"\b{name} \+?=\s+([^;]+);", function[2]) or re.search(rf"^const \S+ {name} = ([^;]+);", program(), re.M)
+    if defined:
+        return words(defined.group(1), function)
+    if name in function[1]:
+        found = set()
+        for caller in functions():
+            for arguments in calls(caller[2], function[0]):
+                found |= words(arguments[function[1].index(name)], caller)
+        return {text if re.search("[A-Za-z]", text) else "{}" for text in found} or {"{}"}
+    return {"{}"}
+
+
+def messages_of_the_program() -> set[Message]:
     found = set()
-    for folder in ("app", "impl", "xml"):
-        for source in (PROJECT / folder).glob("*.cpp"):
-            for line in source.read_text(encoding="utf-8").splitlines():
-                # What is thrown is caught before anybody sees its text.
-                if not line.lstrip().startswith(("//", "#", "throw ")):
-                    found |= {text for text in LITERAL.findall(line) if not OPTION_TEXT.fullmatch(text)}
-    parts = {part.strip() for text in found for part in re.split(r"\\n|%s", text)}
-    return sorted(part for part in parts if re.search(r"[A-Za-z].* ", part))
+    for function in functions():
+        for priority in ("critical", "error", "warning", "information"):
+            for (text,) in calls(function[2], f"_logger->{priority}"):
+                found |= {(CONSOLE, priority, text) for text in words(text, function)}
+        for priority, form, *values in calls(function[2], "syslog"):
+            for text in words(form, function):
+                for value in words(values[0], function) if values else {""}:
+                    found.add((SYSTEM_LOG, PRIORITIES[priority], text.replace("%s", value)))
+    return {message for message in found if re.search(r"[A-Za-z]", message[2])}
 
 
-def explains(text: str) -> bool:
-    """Whether the page on messages has this text, on however many lines."""
-    return text in " ".join(MESSAGES.split())
+# --- the messages of the page ----------------------------------------------------------------------------------------
 
 
-def test_the_messages_are_found() -> None:
-    assert {"Operation completed.", "Unable to write to FIFO file!", "already exist in"} <= set(messages())
+def template(cell: str) -> str:
+    """The words of a cell, its lines joined, names in capitals taken for what is filled in."""
+    lines = re.findall(r"`([^`]+)`", cell)
+    return re.sub(r"\b(?!QOR |FIFO |XML |WARNING|ERROR)[A-Z]{3,}\b", "{}", "\n".join(lines))
 
 
-@pytest.mark.parametrize("text", messages())
-def test_message_is_explained(text: str) -> None:
-    assert explains(text)
+def rows() -> Iterator[tuple[str, str, str]]:
+    """Message, console's priority and system log of each row of the page's tables."""
+    for line in PAGE.read_text(encoding="utf-8").splitlines():
+        cells = [cell.strip() for cell in line.strip("|").split(" | ")]
+        if line.startswith("| ") and len(cells) == 4 and cells[0] != "message":
+            yield cells[0], cells[1], cells[2]
 
 
-def test_unknown_message_is_noticed() -> None:
-    assert not explains("Unable to find the moon!")
+def messages_of_the_page() -> set[Message]:
+    found = set()
+    for message, priority, log in rows():
+        text = template(message)
+        if priority != "none":
+            found.add((CONSOLE, priority, text))
+        for same, other, level in re.findall(r"(?:(the same)|((?:`[^`]+` ?)+)) \((\w+)\)", log):
+            found.add((SYSTEM_LOG, level, text if same else template(other)))
+    return {message for message in found if message[2] not in FROM_THE_LIBRARY and not message[2].startswith("--")}
+
+
+def known(messages: set[Message]) -> set[Message]:
+    """Without what is filled in at the end: a wait's message gets its number on the way."""
+    return {(where, priority, re.sub(r"(\{\})+$", "", text)) for where, priority, text in messages}
+
+
+# --- the tests -------------------------------------------------------------------------------------------------------
+
+
+def test_messages_are_found_in_the_program() -> None:
+    assert {
+        (CONSOLE, "information", "Operation completed."),
+        (CONSOLE, "critical", "Unable to write to FIFO file!"),
+        (SYSTEM_LOG, "warning", "Unable to write to FIFO file"),
+        (CONSOLE, "information", "Root element {} already exist in {}\nSkipping add."),
+        (SYSTEM_LOG, "error", "ERROR:Cannot wait for child process: {}"),
+        (CONSOLE, "information", "Modelfile entry missing, skipping removal."),
+    } <= messages_of_the_program()
+
+
+@pytest.mark.parametrize("message", sorted(known(messages_of_the_program())), ids=lambda message: message[2])
+def test_message_is_explained(message: Message) -> None:
+    assert message in known(messages_of_the_page())
+
+
+@pytest.mark.parametrize("message", sorted(known(messages_of_the_page())), ids=lambda message: message[2])
+def test_explained_message_exists(message: Message) -> None:
+    assert message in known(messages_of_the_program())
+
+
+def test_every_row_says_what_the_message_means() -> None:
+    lines = [line for line in PAGE.read_text(encoding="utf-8").splitlines() if line.startswith("| `")]
+    assert lines
+    assert all(len(line.strip("|").split(" | ")[-1].strip()) > 3 for line in lines)
+    assert len(lines) == len(list(rows()))
+
+
+def test_lines_of_staged_actions_are_explained() -> None:
+    actions = (PROJECT / "app" / "Actions.cpp").read_text(encoding="utf-8")
+    page = PAGE.read_text(encoding="utf-8")
+    for words_of_line in re.findall(r'"( ?--\w+=)"', actions):
+        assert words_of_line.strip() in page
