@@ -1,0 +1,223 @@
+"""Signals, and standard streams that are closed, full or read by nobody."""
+from __future__ import annotations
+
+import os
+import signal
+import time
+from collections.abc import Iterator
+from contextlib import contextmanager
+from pathlib import Path
+from xml.etree import ElementTree
+
+import pytest
+
+from expect import COMPLETED
+from framework import (AGENT, BASE, CONFIG, CONFIG_TMP, LIST, LIST_TMP, LOCK, PUMP, SESSION, VALIDATOR, Framework,
+                       installed)
+import sandbox
+from sandbox import Result, Run, Sandbox, tool_path
+
+STAGE = (f"--addModelFile={PUMP}", "--modelHandler=pumpHandler")
+COMMITTED = f"{BASE}\n{PUMP}\n"
+
+
+@pytest.fixture
+def session(tool: Sandbox) -> Sandbox:
+    """A session with one addition, ready to be committed."""
+    assert tool.run(*STAGE).status == 0
+    return tool
+
+
+def complete(framework: Framework) -> None:
+    """Both live files are there and whole."""
+    ElementTree.fromstring(framework.read(CONFIG))
+    assert framework.read(LIST) in (f"{BASE}\n", COMMITTED)
+
+
+def slow(framework: Framework, name: str, ending: str = "exit 0") -> str:
+    """Make an executable that tells that it runs, and goes on until it is allowed to end."""
+    framework.script(name, f"touch {installed('running')}\nwhile [ ! -e {installed('go')} ]; do sleep 0.01; done\n{ending}")
+    return name
+
+
+def interrupt_during(run: Run, framework: Framework, number: int) -> Result:
+    """Send a signal while the slow child runs; the child goes on to its own end."""
+    run.wait_for(framework.path("running").exists)
+    run.signal(number)
+    time.sleep(0.05)
+    framework.write("go", "")
+    return run.wait()
+
+
+# --- signals -----------------------------------------------------------------------------------------------------------
+
+
+@pytest.mark.parametrize("number", [signal.SIGINT, signal.SIGTERM])
+def test_a_signal_while_the_agent_runs_ends_the_tool_and_changes_nothing(tool: Sandbox, framework: Framework,
+                                                                        number: int) -> None:
+    slow(framework, AGENT, "echo /opt/qor")
+    before = framework.snapshot()
+    result = interrupt_during(tool.start(*STAGE), framework, number)
+    assert result.status == -number
+    assert set(framework.changes(before)) == {"running", "go"}
+
+
+@pytest.mark.parametrize("number", [signal.SIGINT, signal.SIGTERM])
+def test_a_signal_while_the_validator_runs_leaves_the_commit_as_it_is(session: Sandbox, framework: Framework,
+                                                                     number: int) -> None:
+    slow(framework, VALIDATOR)
+    result = interrupt_during(session.start("--commit"), framework, number)
+    assert result.status == -number
+    complete(framework)
+    assert framework.read(LIST) == COMMITTED
+    assert not framework.path(LOCK).exists()
+    framework.script(VALIDATOR, "exit 0")
+    assert session.run("--rollback").status == 0
+    assert framework.read(LIST) == f"{BASE}\n"
+
+
+@pytest.mark.parametrize("number", [signal.SIGINT, signal.SIGTERM])
+def test_a_signal_while_waiting_for_the_lock_ends_the_wait(tool: Sandbox, framework: Framework, number: int) -> None:
+    framework.session("0:/x\n", host="elsewhere")
+    before = framework.snapshot()
+    run = tool.start(*STAGE)
+    run.wait_for(lambda: run.syslog)
+    time.sleep(0.1)
+    run.signal(number)
+    assert run.wait().status == -number
+    assert framework.changes(before) == {}
+
+
+@pytest.mark.parametrize("number", [signal.SIGINT, signal.SIGTERM])
+def test_a_signal_at_any_moment_of_a_commit_leaves_complete_files(session: Sandbox, framework: Framework,
+                                                                 number: int, tmp_path: Path) -> None:
+    """Seen through the files: the signal is sent as soon as each of them changes its state."""
+    moments = [lambda: framework.path(f"{CONFIG}.bak").exists(), lambda: framework.path(f"{LIST}.bak").exists(),
+               lambda: not framework.path(LIST_TMP).exists(), lambda: not framework.path(CONFIG_TMP).exists(),
+               lambda: not framework.path(LOCK).exists()]
+    for moment in moments:
+        run = session.start("--commit")
+        while run.running and not moment():
+            pass
+        try:
+            run.signal(number)
+        except ProcessLookupError:
+            pass
+        assert run.wait().status in (0, -number)
+        complete(framework)
+        # A live list that is new goes with a configuration that is new.
+        assert (framework.read(LIST) == COMMITTED) == ("pumpHandler" in framework.read(CONFIG))
+        assert session.run("--rollback").status == 0
+        for name in (CONFIG, LIST):
+            framework.path(f"{name}.bak").unlink(missing_ok=True)
+        if framework.read(LIST) == COMMITTED:
+            session.run(f"--removeModelFile={PUMP}", "--modelHandler=pumpHandler")
+            assert session.run("--commit").status == 0
+            for name in (CONFIG, LIST):
+                framework.path(f"{name}.bak").unlink()
+        assert session.run(*STAGE).status == 0
+
+
+# --- standard streams --------------------------------------------------------------------------------------------------
+
+
+@contextmanager
+def no_reader() -> Iterator[int]:
+    """A pipe whose reader is gone."""
+    read, write = os.pipe()
+    os.close(read)
+    try:
+        yield write
+    finally:
+        os.close(write)
+
+
+def committed(framework: Framework) -> None:
+    """The addition has gone through."""
+    assert framework.read(LIST) == COMMITTED
+    assert "pumpHandler" in framework.read(CONFIG)
+    assert not framework.path(LOCK).exists()
+
+
+@pytest.mark.parametrize("closing", [">&-", "2>&-", "<&-", ">&- 2>&-", "<&- >&- 2>&-"])
+def test_a_commit_does_not_need_its_streams(session: Sandbox, framework: Framework, closing: str) -> None:
+    result = session.execute("/bin/sh", "-c", f"exec {tool_path()} --commit {closing}")
+    assert result.status == 0
+    committed(framework)
+    assert (COMPLETED in result.console) == ("2" not in closing)
+
+
+@pytest.mark.parametrize("closing", [">&-", "2>&-", "<&- >&- 2>&-"])
+def test_no_console_line_ends_up_in_a_file_of_the_session(tool: Sandbox, framework: Framework, closing: str) -> None:
+    result = tool.execute("/bin/sh", "-c", f"exec {tool_path()} {' '.join(STAGE)} {closing}")
+    assert result.status == 0
+    assert framework.read(SESSION) == f"3:{PUMP}|pumpHandler|1|1\n"
+    assert framework.read(LOCK) == "alpha"
+
+
+def test_a_commit_goes_on_when_the_reader_of_the_console_is_gone(session: Sandbox, framework: Framework) -> None:
+    with no_reader() as console:
+        assert session.start("--commit", console=console).wait().status == 0
+    committed(framework)
+
+
+def test_a_rejection_is_rolled_back_when_the_reader_of_the_report_is_gone(session: Sandbox,
+                                                                          framework: Framework) -> None:
+    framework.script(VALIDATOR, "echo rejected; exit 1")
+    with no_reader() as output:
+        assert session.start("--commit", stdout=output).wait().status == 255
+    assert framework.read(LIST) == f"{BASE}\n"
+    complete(framework)
+
+
+def test_a_reader_that_is_gone_does_not_change_what_a_child_sees(session: Sandbox, framework: Framework) -> None:
+    """The tool survives closed pipes; its children must still be ended by theirs."""
+    framework.script(VALIDATOR, "(sh -c 'kill -PIPE $$'; echo $? >" + installed("pipe") + "); exit 0")
+    assert session.run("--commit").status == 0
+    assert framework.read("pipe") == f"{128 + signal.SIGPIPE}\n"
+
+
+@pytest.mark.parametrize("stream", ["stdout", "console"])
+def test_a_full_device_as_stream_does_not_stop_a_commit(session: Sandbox, framework: Framework, stream: str) -> None:
+    with open("/dev/full", "wb") as full:
+        assert session.start("--commit", **{stream: full}).wait().status == 0
+    committed(framework)
+
+
+def test_help_without_a_reader_ends_in_order(tool: Sandbox) -> None:
+    with no_reader() as output:
+        assert tool.start("--help", stdout=output).wait().status == 0
+
+
+# --- a framework that cannot be written --------------------------------------------------------------------------------
+
+
+@pytest.fixture
+def read_only(session: Sandbox, monkeypatch: pytest.MonkeyPatch) -> Sandbox:
+    """The session, on a framework that lies on a read-only file system; only bubblewrap can do that."""
+    if sandbox.find_launcher() != "bwrap":
+        pytest.skip("proot has no read-only view")
+    bind = sandbox.LAUNCHERS["bwrap"]
+
+    def bind_read_only(view: sandbox.View) -> list[str]:
+        command = bind(view)
+        command[command.index(sandbox.FRAMEWORK) - 2] = "--ro-bind"
+        return command
+
+    monkeypatch.setitem(sandbox.LAUNCHERS, "bwrap", bind_read_only)
+    return session
+
+
+@pytest.mark.parametrize("words, status, told", [
+    (STAGE, 0, "Unable to write to FIFO file!"),
+    (("--status",), 0, "Queued actions:"),
+    (("--commit",), 70, installed(f"{CONFIG}.bak")),
+    (("--rollback",), 0, "Rolling back."),
+], ids=["stage", "status", "commit", "rollback"])
+def test_a_read_only_framework_stays_as_it_is(read_only: Sandbox, framework: Framework, words: tuple[str, ...],
+                                              status: int, told: str) -> None:
+    before = framework.snapshot()
+    result = read_only.run(*words)
+    assert result.status == status
+    assert told in result.console
+    assert framework.changes(before) == {}
