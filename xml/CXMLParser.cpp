@@ -102,9 +102,13 @@ void CXMLParser::writeXMLFile(const std::string& path, const Document* doc)
         CTextBuffer buffer(_workingTextSize + GROWTH);
         std::ostream stream(&buffer);
         writer.writeNode(stream, doc);
-        const std::string& text = stream.good() ? loadable(buffer.text()) : throw Poco::WriteFileException(path);
-        _workingTextSize = text.size();
-        writeWholeFile(path, text);
+        // Without memory for all of its text the stream goes bad and the writer goes on.
+        if (!stream.good())
+        {
+            throw Poco::WriteFileException(path);
+        }
+        _workingTextSize = buffer.text().size();
+        writeWholeFile(path, loadable(buffer.text()));
     }
     catch (const Poco::Exception&)
     {
