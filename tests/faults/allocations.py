@@ -13,6 +13,8 @@ import sandbox
 import sweep
 
 COUNT = "allocations"
+LOOKUP = "user-lookup"
+IN_LIBRARY = "crashed inside the C library's look-up of the user"
 
 
 def _sandbox(framework: Path, work: Path, **variables: str) -> sandbox.Sandbox:
@@ -40,7 +42,9 @@ def run(prepared: frameworks.Prepared, key: str, number: int) -> dict[str, Any]:
     with tempfile.TemporaryDirectory(prefix="qmt-", dir=sweep.scratch_root()) as scratch:
         framework = Path(scratch) / "framework"
         shutil.copytree(prepared.framework, framework)
-        box = _sandbox(framework, Path(scratch) / "work", QOR_SANDBOX_ALLOCATION=str(number))
+        work = Path(scratch) / "work"
+        box = _sandbox(framework, work, QOR_SANDBOX_ALLOCATION=str(number),
+                       QOR_SANDBOX_ALLOCATION_LOOKUP=f"{sandbox.WORK}/{LOOKUP}")
         try:
             result = box.run(*prepared.scenario.args, timeout=sweep.TIMEOUT)
         except sandbox.SandboxError as error:
@@ -48,6 +52,9 @@ def run(prepared: frameworks.Prepared, key: str, number: int) -> dict[str, Any]:
                 raise
             return {"key": key, "fault": "allocation", "outcome": "hang", "violations": [str(error)], "said": []}
         verdict = judge.judge(prepared, result, frameworks.state(framework))
+        if not judge.ended_in_order(result) and (work / LOOKUP).exists():
+            verdict = judge.Verdict(IN_LIBRARY, tuple(f"{name} is lost" for name in
+                                                      judge.lost(prepared, frameworks.state(framework))), verdict.said)
         violations = list(verdict.violations) + sweep.recovered_after(prepared, result, framework)
     return {"key": key, "fault": "allocation", "outcome": verdict.outcome, "violations": violations,
             "said": list(verdict.said)}

@@ -1,6 +1,7 @@
 /*
  * An allocation that fails. QOR_SANDBOX_ALLOCATION is the number of the one to fail; QOR_SANDBOX_ALLOCATIONS names a
- * file that receives how many there were. Counting begins when the program sets its handler for SIGPIPE, which is the
+ * file that receives how many there were; QOR_SANDBOX_ALLOCATION_LOOKUP one that is created when the allocation that fails
+ * is the C library's own, within getpwuid, which it does not survive. Counting begins when the program sets its handler for SIGPIPE, which is the
  * first thing that it does itself.
  */
 #define _GNU_SOURCE
@@ -10,6 +11,7 @@
 #include <dlfcn.h>
 #include <errno.h>
 #include <fcntl.h>
+#include <pwd.h>
 #include <signal.h>
 #include <stddef.h>
 #include <stdio.h>
@@ -23,6 +25,16 @@ void* __libc_memalign(size_t alignment, size_t size);
 static long seen = -1;
 static long toFail = -1;
 static pid_t counted = 0;
+static int inLookup = 0;
+
+static void touch(const char* path)
+{
+    const int file = path == NULL ? -1 : open(path, O_WRONLY | O_CREAT | O_CLOEXEC, 0644);
+    if (file >= 0)
+    {
+        close(file);
+    }
+}
 
 static int fails(void)
 {
@@ -35,6 +47,10 @@ static int fails(void)
     if (seen != toFail)
     {
         return 0;
+    }
+    if (inLookup)
+    {
+        touch(getenv("QOR_SANDBOX_ALLOCATION_LOOKUP"));
     }
     errno = ENOMEM;
     return 1;
@@ -52,6 +68,15 @@ int sigaction(int number, const struct sigaction* action, struct sigaction* befo
         seen = 0;
     }
     return real(number, action, before);
+}
+
+struct passwd* getpwuid(uid_t user)
+{
+    struct passwd* (*const real)(uid_t) = (struct passwd * (*)(uid_t)) dlsym(RTLD_NEXT, "getpwuid");
+    inLookup = 1;
+    struct passwd* const found = real(user);
+    inLookup = 0;
+    return found;
 }
 
 void* malloc(size_t size)
