@@ -36,7 +36,7 @@ enum class CmdID : std::int32_t
 /// be any number.
 using CommandQueueEntry = std::pair<CmdID, std::string>;
 
-/// The queued actions. New ones go in at the front, so the front is the newest and the back the oldest.
+/// The queued actions: pushed to the front as they come, taken from the back as they are applied.
 using CommandQueue = std::deque<CommandQueueEntry>;
 
 /// What the command line of this run has asked for so far.
@@ -49,8 +49,8 @@ struct CommandLine
     bool removeStaged = false;      ///< --removeModelFile before any --modelHandler
     bool removeWithHandler = false; ///< a removal and a handler, in either order
     bool handlerStaged = false;     ///< --modelHandler before any addition or removal
-    bool statusRequested = false;   ///< state only, no operation reads it
-    bool newSession = false;        ///< no lock file at start-up; state only, no operation reads it
+    bool statusRequested = false;   ///< for the record
+    bool newSession = false;        ///< for the record: there was no lock file at start-up
     bool commandGiven = false;      ///< any option at all
 
     std::string modelFile;    ///< path given to --addModelFile or --removeModelFile
@@ -64,7 +64,8 @@ struct CommandLine
 /// commitCompleted and rollBack let the Poco::Exception reach the caller, and so does every existence test of an empty
 /// path.
 ///
-/// The object owns the queue and the document editor. The logger is not owned and outlives the object.
+/// The object owns the queue and the document editor. The logger is not owned; no destructor uses it, since it may be
+/// gone by then.
 class CQorModelToolImpl
 {
 public:
@@ -80,14 +81,14 @@ public:
         QorEa& operator=(QorEa&&) = delete;
 
         /// Joins `args` with single blanks.
-        static std::string serialize(const std::vector<std::string>& args);
+        std::string serialize(const std::vector<std::string>& args) const;
 
         /// Asks the agent for the framework directory and leaves its answer, less the blanks, tabs and line feeds at
         /// its end, in `dir`. An answer of nothing but such characters stays whole.
         ///
         /// Waits for the agent to end before it reads. Throws a Poco::Exception when the agent cannot be run or ends
         /// with a status other than 0; `dir` then holds whatever the agent printed.
-        static void getEnvDir(std::string& dir);
+        void getEnvDir(std::string& dir) const;
     };
 
     /// `logger` takes the console messages of all operations.
@@ -132,7 +133,7 @@ public:
     // ---- Session file and queue (SessionFile.cpp) ----
 
     /// Reads the whole file at `path` into `content`. A missing file is no failure and leaves `content` as it was.
-    /// False, with a line in the system log, when the file is there and its bytes cannot be had.
+    /// False, with a line in the system log, when readWholeFile fails.
     [[nodiscard]] static bool loadFile(const std::string& path, std::string& content);
 
     /// Whether the session file exists.
@@ -267,8 +268,8 @@ public:
 
 private:
     CFrameworkPaths paths() const;
-    bool hasFields(const std::string& entry);
-    std::string without(const std::string& entry, const std::string& list);
+    bool requireFields(const std::string& entry);
+    std::string removeLines(const std::string& entry, const std::string& list);
     bool findInstalledDirectory(std::string& dir);
     bool useExistingDirectory(const std::string& found, std::string& dir);
     void copyLiveFilesTo(CFrameworkPaths::Version version) const;

@@ -19,8 +19,11 @@ void widen(const Poco::Pipe& pipe)
 {
     int limit = 0;
     std::ifstream("/proc/sys/fs/pipe-max-size") >> limit;
-    // Refused or unknown, the pipe keeps the room it has.
-    static_cast<void>(::fcntl(pipe.readHandle(), F_SETPIPE_SZ, limit));
+    // Refused or unknown, the pipe keeps the room it has; 0 would take nearly all of it away.
+    if (limit > 0)
+    {
+        static_cast<void>(::fcntl(pipe.readHandle(), F_SETPIPE_SZ, limit));
+    }
 }
 
 } // namespace

@@ -42,8 +42,12 @@ bool isThere(const std::string& path)
 /// while the only complete new version, and a power cut must not take it. A missing one is left to the move.
 void sync(const std::string& path)
 {
-    const int file = ::open(path.c_str(), O_WRONLY | O_CLOEXEC);
-    const bool failed = file >= 0 && ::fsync(file) != 0 && errno != EINVAL;
+    const int file = ::open(path.c_str(), O_WRONLY | O_CLOEXEC | O_NONBLOCK);
+    if (file < 0)
+    {
+        return;
+    }
+    const bool failed = ::fsync(file) != 0 && errno != EINVAL;
     static_cast<void>(::close(file));
     if (failed)
     {

@@ -1,6 +1,7 @@
 #include "impl/CQorModelToolImpl.h"
 
 #include "impl/ChildProcess.h"
+#include "impl/WholeFile.h"
 
 #include <Poco/Exception.h>
 #include <Poco/File.h>
@@ -20,7 +21,7 @@ namespace QMT
 
 CQorModelToolImpl::QorEa::~QorEa() = default;
 
-std::string CQorModelToolImpl::QorEa::serialize(const std::vector<std::string>& args)
+std::string CQorModelToolImpl::QorEa::serialize(const std::vector<std::string>& args) const
 {
     std::string joined;
     std::string separator;
@@ -32,7 +33,7 @@ std::string CQorModelToolImpl::QorEa::serialize(const std::vector<std::string>& 
     return joined;
 }
 
-void CQorModelToolImpl::QorEa::getEnvDir(std::string& dir)
+void CQorModelToolImpl::QorEa::getEnvDir(std::string& dir) const
 {
     const std::vector<std::string> args = {"pso", "config"};
     Poco::Pipe pipe;
@@ -53,7 +54,7 @@ bool CQorModelToolImpl::getEnvDir(std::string& dir)
 {
     try
     {
-        QorEa::getEnvDir(dir);
+        _agent.getEnvDir(dir);
         return useExistingDirectory(dir, dir);
     }
     catch (const Poco::Exception& exc)
@@ -83,6 +84,7 @@ bool CQorModelToolImpl::findInstalledDirectory(std::string& dir)
     {
         return useExistingDirectory(CFrameworkPaths::DEFAULT_QOR_PATH, dir);
     }
+    refusePipe(path);
     std::array<char, 256> line = {};
     Poco::FileInputStream file(path);
     file.getline(line.data(), line.size());

@@ -1,5 +1,7 @@
 #include "impl/FileTransfer.h"
 
+#include "impl/WholeFile.h"
+
 #include <Poco/Exception.h>
 #include <Poco/File.h>
 #include <Poco/Path.h>
@@ -20,10 +22,12 @@ bool areSame(const std::string& one, const std::string& other)
            first.st_ino == second.st_ino;
 }
 
-/// A link in place of a working copy or backup may lead back to the live file, or to its directory, into which the
-/// library copies under the old name.
-void refuseSame(const std::string& from, const std::string& to)
+/// A pipe in place of a file could be waited for without end. A link in place of a working copy or backup may lead back
+/// to the live file, or to its directory, into which the library copies under the old name.
+void refuseUnfit(const std::string& from, const std::string& to)
 {
+    refusePipe(from);
+    refusePipe(to);
     if (areSame(from, to) || areSame(from, Poco::Path(to, Poco::Path(from).getFileName()).toString()))
     {
         throw Poco::FileException("The file would replace itself", to);
@@ -34,13 +38,13 @@ void refuseSame(const std::string& from, const std::string& to)
 
 void copyFile(const std::string& from, const std::string& to)
 {
-    refuseSame(from, to);
+    refuseUnfit(from, to);
     Poco::File(from).copyTo(to);
 }
 
 void moveFile(const std::string& from, const std::string& to)
 {
-    refuseSame(from, to);
+    refuseUnfit(from, to);
     Poco::File(from).moveTo(to);
 }
 

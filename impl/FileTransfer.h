@@ -8,8 +8,8 @@ namespace QMT
 
 /// Copies the file at `from` to `to`, replacing the content of an existing file there.
 ///
-/// Throws a Poco::FileException (or a relative) when that cannot be done, also when both names lead to the same file:
-/// the copy would empty it.
+/// Throws a Poco::FileException (or a relative) when that cannot be done, also when one name leads to a pipe, or both
+/// to the same file: the copy would empty it.
 void copyFile(const std::string& from, const std::string& to);
 
 /// Moves the file at `from` to `to` by copying and removing it, with the same rules.

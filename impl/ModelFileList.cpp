@@ -72,7 +72,7 @@ bool CQorModelToolImpl::removeModelFileEntry(const std::string& entry)
     const std::string path = paths().modelFileList(CFrameworkPaths::Version::WORKING_COPY);
     try
     {
-        writeWholeFile(path, without(entry, readListForEdit(path)));
+        writeWholeFile(path, removeLines(entry, readListForEdit(path)));
     }
     catch (const Poco::Exception&)
     {
@@ -83,7 +83,7 @@ bool CQorModelToolImpl::removeModelFileEntry(const std::string& entry)
     return true;
 }
 
-std::string CQorModelToolImpl::without(const std::string& entry, const std::string& list)
+std::string CQorModelToolImpl::removeLines(const std::string& entry, const std::string& list)
 {
     const Poco::StringTokenizer lines(list, "\n",
                                       Poco::StringTokenizer::TOK_IGNORE_EMPTY | Poco::StringTokenizer::TOK_TRIM);

@@ -105,6 +105,7 @@ bool CQorModelToolImpl::saveFIFO()
     {
         const std::string path = paths().sessionFile();
         Poco::File(path).createFile();
+        refusePipe(path);
         Poco::FileOutputStream file(path, std::ios::out | std::ios::trunc);
         for (auto entry = _queue.crbegin(); entry != _queue.crend(); ++entry)
         {
@@ -124,7 +125,7 @@ bool CQorModelToolImpl::saveFIFO()
 bool CQorModelToolImpl::extractHandlerMoVerTrVer(const std::string& entry, std::string& handler, std::string& moVersion,
                                                  std::string& trVersion)
 {
-    if (!hasFields(entry))
+    if (!requireFields(entry))
     {
         return false;
     }
@@ -139,7 +140,7 @@ bool CQorModelToolImpl::extractCommandHandlerMoVerTrVer(const std::string& entry
                                                         std::string& handler, std::string& moVersion,
                                                         std::string& trVersion)
 {
-    if (!hasFields(entry))
+    if (!requireFields(entry))
     {
         return false;
     }
@@ -151,7 +152,7 @@ bool CQorModelToolImpl::extractCommandHandlerMoVerTrVer(const std::string& entry
     return true;
 }
 
-bool CQorModelToolImpl::hasFields(const std::string& entry)
+bool CQorModelToolImpl::requireFields(const std::string& entry)
 {
     if (entry.find(FIELD_SEPARATOR) != std::string::npos)
     {

@@ -11,14 +11,22 @@
 #include <unistd.h>
 
 #include <array>
+#include <iomanip>
 
 namespace QMT
 {
 
+namespace
+{
+
+const int MAX_HOST_NAME = 256;
+
+} // namespace
+
 std::string CQorModelToolImpl::getHostName()
 {
     // One byte more than the call may fill: it need not end a name that just fits.
-    std::array<char, 256 + 1> name = {};
+    std::array<char, MAX_HOST_NAME + 1> name = {};
     static_cast<void>(::gethostname(name.data(), name.size() - 1));
     return std::string(name.data());
 }
@@ -57,8 +65,9 @@ bool CQorModelToolImpl::getSessionHost(std::string& host)
     try
     {
         const std::string path = paths().lockFile();
+        refusePipe(path);
         Poco::FileInputStream file(path);
-        file >> host;
+        file >> std::setw(MAX_HOST_NAME + 1) >> host;
         if (file.bad())
         {
             throw Poco::ReadFileException(path);
@@ -67,8 +76,9 @@ bool CQorModelToolImpl::getSessionHost(std::string& host)
     }
     catch (const Poco::Exception&)
     {
-        _logger->warning("Unable to find hostname");
-        ::syslog(LOG_WARNING, "Unable to find hostname");
+        const std::string text = "Unable to find hostname";
+        _logger->warning(text);
+        ::syslog(LOG_WARNING, "%s", text.c_str());
         return false;
     }
 }

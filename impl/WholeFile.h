@@ -16,13 +16,16 @@ enum class ReadResult
 {
     READ,       ///< the content is complete
     NOT_OPENED, ///< the file is missing or may not be opened
-    FAILED      ///< it was opened, but it has no size or its bytes cannot be had (a directory, for instance)
+    FAILED      ///< it is there, but it is no file with a size (a directory, a pipe), too large, or unreadable
 };
 
 /// Reads the file at `path` into `content`, replacing what `content` held.
 ///
-/// `content` is left exactly as it was when the file cannot be opened. After FAILED its value is not to be used.
+/// A file that cannot be opened does not touch `content`. After FAILED its value is not to be used.
 [[nodiscard]] ReadResult readWholeFile(const std::string& path, std::string& content);
+
+/// Throws a Poco::OpenFileException when `path` leads to a pipe, whose opening may wait for ever.
+void refusePipe(const std::string& path);
 
 /// Replaces the file at `path` by `content`; a missing file is created.
 ///

@@ -50,7 +50,7 @@ public:
     static constexpr int NO_ROOT_CLASS = 2; ///< the model file has no root element
 
     /// Fixes the path of the working copy by the framework directory of `tool`; touches no file. Neither `tool` nor
-    /// `logger` is owned; both outlive the object.
+    /// `logger` is owned; they may be gone before the object, whose destructor uses neither.
     CXMLParser(CQorModelTool& tool, Poco::Logger* logger);
     ~CXMLParser();
     CXMLParser(const CXMLParser&) = delete;
@@ -58,7 +58,7 @@ public:
     CXMLParser(CXMLParser&&) = delete;
     CXMLParser& operator=(CXMLParser&&) = delete;
 
-    // ---- Documents (DocumentAccess.cpp) ----
+    // ---- Documents (CXMLParser.cpp) ----
 
     /// Reads and parses the XML file at `path`. Null when it cannot be opened, or parseFile refuses its content, or,
     /// after a message, when it cannot be read.
@@ -157,8 +157,8 @@ private:
     int addUnservedRoot(Poco::XML::Document* doc, const std::string& modelFile, const std::string& handler,
                         const std::string& moVersion, const std::string& trVersion);
 
-    // Neither is owned, both outlive this. The tool is asked for the framework directory, once, and for the handler
-    // being worked on, and for nothing else.
+    // Neither is owned, nor used by the destructor. The tool is asked for the framework directory, once, and for the
+    // handler being worked on, and for nothing else.
     Poco::Logger* const _logger;
     CQorModelTool& _tool;
 

@@ -1,6 +1,5 @@
 #include "xml/CXMLParser.h"
 
-#include "app/CQorModelTool.h"
 #include "xml/CElementWalk.h"
 #include "xml/DocumentModel.h"
 

@@ -365,3 +365,31 @@ def test_a_configuration_of_many_handlers_is_edited(tool: Sandbox, framework: Fr
     framework.write(CONFIG, config_of_many)
     assert commit_addition(tool, f"--addModelFile={PUMP}", "--modelHandler=h2999").status == 0
     assert len(list(ElementTree.fromstring(framework.read(CONFIG)).iter("root"))) == 3001
+
+
+@pytest.mark.parametrize("name", [SESSION, LOCK, CONFIG, LIST, CONFIG_TMP, LIST_TMP, "qor.env"])
+@pytest.mark.parametrize("option", ["--status", f"--addModelFile={PUMP}", "--commit", "--rollback"])
+def test_a_pipe_in_place_of_a_file_is_not_waited_for(tool: Sandbox, framework: Framework, name: str,
+                                                     option: str) -> None:
+    if name == "qor.env":
+        framework.remove(AGENT)
+    elif name not in (CONFIG, LIST):
+        framework.session(f"0:{PUMP}\n")
+    framework.path(name).unlink(missing_ok=True)
+    os.mkfifo(framework.path(name))
+    assert tool.sleepless().run(option, timeout=20).status in (0, 70, 255)
+
+
+def test_a_model_that_is_a_pipe_is_not_waited_for(tool: Sandbox, framework: Framework) -> None:
+    os.mkfifo(framework.path("models/pipe.xml"))
+    framework.session(f"3:{installed('models/pipe.xml')}|pumpHandler|1|1\n")
+    result = tool.run("--commit", timeout=20)
+    assert (result.status, "ConsoleLogger: Error: Error opening/reading file\n" in result.console) == (255, True)
+
+
+@pytest.mark.parametrize("name", [SESSION, LOCK, LIST_TMP, CONFIG_TMP])
+def test_a_sparse_file_without_end_is_not_read(tool: Sandbox, framework: Framework, name: str) -> None:
+    framework.session(f"0:{PUMP}\n")
+    os.truncate(framework.path(name), 1 << 40)
+    assert tool.run("--status", timeout=20).status == 0
+    assert tool.run("--commit", timeout=20).status in (0, 255)

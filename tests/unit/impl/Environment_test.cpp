@@ -49,9 +49,9 @@ protected:
 
 TEST_F(Environment, SerializesArgumentsWithSingleBlanks)
 {
-    EXPECT_EQ(QorEa::serialize({"pso", "config", ""}), "pso config ");
-    EXPECT_EQ(QorEa::serialize({"pso"}), "pso");
-    EXPECT_EQ(QorEa::serialize({}), "");
+    EXPECT_EQ(QorEa().serialize({"pso", "config", ""}), "pso config ");
+    EXPECT_EQ(QorEa().serialize({"pso"}), "pso");
+    EXPECT_EQ(QorEa().serialize({}), "");
 }
 
 TEST_F(Environment, AsksTheAgentForThePsoConfiguration)
@@ -59,7 +59,7 @@ TEST_F(Environment, AsksTheAgentForThePsoConfiguration)
     installation->setAgent("echo \"$0 $# $*\"");
     std::string answer;
 
-    QorEa::getEnvDir(answer);
+    QorEa().getEnvDir(answer);
 
     EXPECT_EQ(answer, installation->path("qorea/bin/qorea") + " 2 pso config");
 }
@@ -69,7 +69,7 @@ TEST_F(Environment, StripsBlanksTabsAndLineFeedsFromTheEndOfTheAnswer)
     installation->setAgent("printf ' /a b\\n\\t \\n'");
     std::string answer;
 
-    QorEa::getEnvDir(answer);
+    QorEa().getEnvDir(answer);
 
     EXPECT_EQ(answer, " /a b");
 }
@@ -79,7 +79,7 @@ TEST_F(Environment, KeepsACarriageReturnAtTheEndOfTheAnswer)
     installation->setAgent("printf '/a\\r\\n'");
     std::string answer;
 
-    QorEa::getEnvDir(answer);
+    QorEa().getEnvDir(answer);
 
     EXPECT_EQ(answer, "/a\r");
 }
@@ -89,7 +89,7 @@ TEST_F(Environment, KeepsAnAnswerOfNothingButBlanks)
     installation->setAgent("printf ' \\t\\n'");
     std::string answer;
 
-    QorEa::getEnvDir(answer);
+    QorEa().getEnvDir(answer);
 
     EXPECT_EQ(answer, " \t\n");
 }
@@ -99,7 +99,7 @@ TEST_F(Environment, TakesWhatTheAgentWritesToStandardErrorForAnAnswerToo)
     installation->setAgent("printf /a; printf b >&2");
     std::string answer;
 
-    QorEa::getEnvDir(answer);
+    QorEa().getEnvDir(answer);
 
     EXPECT_EQ(answer, "/ab");
 }
@@ -110,7 +110,7 @@ TEST_F(Environment, ThrowsWhenTheAgentFailsAndKeepsWhatItSaid)
     std::string answer;
     try
     {
-        QorEa::getEnvDir(answer);
+        QorEa().getEnvDir(answer);
         FAIL();
     }
     catch (const Poco::Exception& exc)
@@ -125,7 +125,7 @@ TEST_F(Environment, ThrowsWhenThereIsNoAgent)
 {
     std::string answer;
 
-    EXPECT_THROW(QorEa::getEnvDir(answer), Poco::Exception);
+    EXPECT_THROW(QorEa().getEnvDir(answer), Poco::Exception);
 }
 
 // ---- getEnvDir ----
