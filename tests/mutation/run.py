@@ -89,10 +89,21 @@ class Toolchain:
                 plain.append(word)
         return plain + ["-w", "-O0", "-fPIC"]
 
+    def precompile(self, file: str) -> None:
+        """What a source includes, compiled once for all its mutants."""
+        prefix = prefix_of(file)
+        prefix.parent.mkdir(parents=True, exist_ok=True)
+        lines = re.findall(r"^#include .*$", (PROJECT / file).read_text(encoding="utf-8"), re.MULTILINE)
+        prefix.write_text("\n".join(lines) + "\n", encoding="utf-8")
+        command = self.commands[file] + ["-x", "c++-header", "-o", f"{prefix}.gch", str(prefix)]
+        subprocess.run(command, stdin=subprocess.DEVNULL, check=True)
+
     def compile(self, file: str, text: Path, target: Path, overlay: Path | None = None) -> bool:
         command = list(self.commands[file])
         if overlay is not None:
             command.insert(1, f"-I{overlay}")
+        elif text != PROJECT / file:
+            command += ["-include", str(prefix_of(file))]
         command += ["-o", str(target), "-c", str(text)]
         return subprocess.run(command, stdin=subprocess.DEVNULL, capture_output=True, check=False).returncode == 0
 
@@ -109,6 +120,10 @@ class Toolchain:
 
 def built(name: str, folder: str) -> Path:
     return HOME / folder / (name.replace("/", "-") + ".o")
+
+
+def prefix_of(file: str) -> Path:
+    return HOME / "prefix" / (file.replace("/", "-") + ".h")
 
 
 def build_original(toolchain: Toolchain, jobs: int) -> None:
@@ -134,6 +149,8 @@ def build_object(toolchain: Toolchain, file: str, target: Path, everything: str)
     state = everything + digest(PROJECT / file)
     if not (target.exists() and stamp.exists() and stamp.read_text(encoding="utf-8") == state):
         checked(toolchain.compile(file, PROJECT / file, target), file)
+        if target.parent.name == "core":
+            toolchain.precompile(file)
         stamp.write_text(state, encoding="utf-8")
 
 
