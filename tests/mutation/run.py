@@ -5,7 +5,7 @@ A mutant is compiled alone, linked to the objects of the rest, and given to the 
 file, then all.  What they let live is given to the end-to-end tests.  Results are kept in build/mutation/results.json
 and taken over by the next run as far as they still hold:
 
-  killed      as long as the mutated file, the headers and the file of the test that killed it are the same
+  killed      as long as the mutated file and the file of the test that killed it are the same
   survived    as long as all sources and all tests are the same
 """
 from __future__ import annotations
@@ -44,6 +44,9 @@ UNIT_CPU, UNIT_CLOCK = 30, 180
 END_TO_END_CLOCK = 1800
 MEMORY = 4 << 30
 
+# The process entry is built twice: as the program's, and under another name as part of what the unit tests link.
+ENTRY, CALLABLE_ENTRY = "app/main.cpp", "app/main.cpp for the unit tests"
+
 KILLED = ("killed by unit tests", "killed by end-to-end tests")
 SURVIVED = "survived"
 NOT_COMPILED = "not compiled"
@@ -75,6 +78,8 @@ class Toolchain:
         self.commands = {}
         for entry in json.loads(preset.read_text(encoding="utf-8")):
             file = str(Path(entry["file"]).relative_to(PROJECT))
+            if file == ENTRY and "-Dmain=" in entry["command"]:
+                file = CALLABLE_ENTRY
             self.commands[file] = self._plain(shlex.split(entry["command"]))
 
     @staticmethod
@@ -89,10 +94,23 @@ class Toolchain:
                 plain.append(word)
         return plain + ["-w", "-O0", "-fPIC"]
 
+    def precompile(self, file: str) -> None:
+        """What a source includes, compiled once for all its mutants."""
+        if file == CALLABLE_ENTRY:
+            return
+        prefix = prefix_of(file)
+        prefix.parent.mkdir(parents=True, exist_ok=True)
+        lines = re.findall(r"^#include .*$", (PROJECT / file).read_text(encoding="utf-8"), re.MULTILINE)
+        prefix.write_text("\n".join(lines) + "\n", encoding="utf-8")
+        command = self.commands[file] + ["-x", "c++-header", "-o", f"{prefix}.gch", str(prefix)]
+        subprocess.run(command, stdin=subprocess.DEVNULL, check=True)
+
     def compile(self, file: str, text: Path, target: Path, overlay: Path | None = None) -> bool:
         command = list(self.commands[file])
         if overlay is not None:
             command.insert(1, f"-I{overlay}")
+        elif text != PROJECT / file and file != CALLABLE_ENTRY:
+            command += ["-include", str(prefix_of(file))]
         command += ["-o", str(target), "-c", str(text)]
         return subprocess.run(command, stdin=subprocess.DEVNULL, capture_output=True, check=False).returncode == 0
 
@@ -108,7 +126,16 @@ class Toolchain:
 
 
 def built(name: str, folder: str) -> Path:
-    return HOME / folder / (name.replace("/", "-") + ".o")
+    return HOME / folder / (re.sub("[/ ]", "-", name) + ".o")
+
+
+def linked_by_tests() -> list[str]:
+    """What the unit tests link, as one library."""
+    return [CALLABLE_ENTRY if file == ENTRY else file for file in sources()]
+
+
+def prefix_of(file: str) -> Path:
+    return HOME / "prefix" / (file.replace("/", "-") + ".h")
 
 
 def build_original(toolchain: Toolchain, jobs: int) -> None:
@@ -116,12 +143,13 @@ def build_original(toolchain: Toolchain, jobs: int) -> None:
     for folder in ("core", "tests"):
         (HOME / folder).mkdir(parents=True, exist_ok=True)
     tests = [str(path.relative_to(PROJECT)) for path in sorted(UNIT.rglob("*.cpp"))]
-    work = [(file, built(file, "core")) for file in sources()] + [(file, built(file, "tests")) for file in tests]
+    work = [(file, built(file, "core")) for file in [*sources(), CALLABLE_ENTRY]]
+    work += [(file, built(file, "tests")) for file in tests]
     everything = digest(*[PROJECT / file for file in headers()], *sorted(UNIT.rglob("*.h")))
     with concurrent.futures.ThreadPoolExecutor(jobs) as pool:
         for job in [pool.submit(build_object, toolchain, file, target, everything) for file, target in work]:
             job.result()
-    core = [built(file, "core") for file in sources() if file != "app/main.cpp"]
+    core = [built(file, "core") for file in linked_by_tests()]
     library = HOME / "libcore.so"
     checked(toolchain.link(library, core, shared=True), "the library")
     gtest = [Path("-lgtest_main"), Path("-lgtest"), Path("-lpthread")]
@@ -131,9 +159,12 @@ def build_original(toolchain: Toolchain, jobs: int) -> None:
 
 def build_object(toolchain: Toolchain, file: str, target: Path, everything: str) -> None:
     stamp = target.with_suffix(".stamp")
-    state = everything + digest(PROJECT / file)
+    source = PROJECT / (ENTRY if file == CALLABLE_ENTRY else file)
+    state = everything + digest(source)
     if not (target.exists() and stamp.exists() and stamp.read_text(encoding="utf-8") == state):
-        checked(toolchain.compile(file, PROJECT / file, target), file)
+        checked(toolchain.compile(file, source, target), file)
+        if target.parent.name == "core":
+            toolchain.precompile(file)
         stamp.write_text(state, encoding="utf-8")
 
 
@@ -157,10 +188,6 @@ def suites() -> dict[str, list[str]]:
 
 def test_file_of(suite: str) -> str | None:
     return next((file for file, names in suites().items() if suite in names), None)
-
-
-def support_digest() -> str:
-    return digest(*(UNIT / "support").glob("*"), *(PROJECT / "tests" / "support").glob("*.py"))
 
 
 @functools.lru_cache(maxsize=None)
@@ -230,14 +257,12 @@ class Bench:
         objects = self.compile(mutant)
         if objects is None or not self.toolchain.link(self.place / "libcore.so", self.core(objects), shared=True):
             return {"status": NOT_COMPILED, "by": ""}
-        by = None
-        if mutant.file != "app/main.cpp":
-            by = self.unit(mutant)
+        by = self.unit(mutant)
         if by is not None:
             return {"status": KILLED[0], "by": by}
         if not self.end_to_end:
             return {"status": SURVIVED, "by": "unit tests alone"}
-        main = objects.get("app/main.cpp", built("app/main.cpp", "core"))
+        main = objects.get(ENTRY, built(ENTRY, "core"))
         program = self.place / "qor_mim_tool"
         if not self.toolchain.link(program, [main, self.place / "libcore.so"], shared=False):
             return {"status": NOT_COMPILED, "by": ""}
@@ -254,9 +279,10 @@ class Bench:
         changed.write_text(text, encoding="utf-8")
         is_header = mutant.file.endswith(".h")
         objects = {}
-        for file in dependents(mutant.file) if is_header else [mutant.file]:
-            target = self.place / (file.replace("/", "-") + ".o")
-            source = PROJECT / file if is_header else changed
+        affected = dependents(mutant.file) if is_header else [mutant.file]
+        for file in affected + ([CALLABLE_ENTRY] if ENTRY in affected else []):
+            target = self.place / (re.sub("[/ ]", "-", file) + ".o")
+            source = PROJECT / (ENTRY if file == CALLABLE_ENTRY else file) if is_header else changed
             if not self.toolchain.compile(file, source, target, overlay if is_header else None):
                 return None
             objects[file] = target
@@ -264,7 +290,7 @@ class Bench:
 
     @staticmethod
     def core(objects: dict[str, Path]) -> list[Path]:
-        return [objects.get(file, built(file, "core")) for file in sources() if file != "app/main.cpp"]
+        return [objects.get(file, built(file, "core")) for file in linked_by_tests()]
 
     def unit(self, mutant: Mutant) -> str | None:
         own = suites().get(f"tests/unit/{Path(mutant.file).with_suffix('')}_test.cpp")
@@ -300,22 +326,21 @@ class Cache:
         self.entries: dict[str, dict[str, Any]] = {}
         if RESULTS.exists() and not fresh:
             self.entries = json.loads(RESULTS.read_text(encoding="utf-8"))
-        self.headers = digest(*[PROJECT / file for file in headers()]) + support_digest()
         tests = [*UNIT.rglob("*.cpp"), *UNIT.rglob("*.h"), *END_TO_END.glob("*.py")]
-        self.everything = self.headers + digest(*[PROJECT / file for file in sources()], *tests)
+        self.everything = digest(*[PROJECT / file for file in [*sources(), *headers()]], *tests)
 
     def state(self, result: dict[str, str]) -> str:
         """What must not change for the result to hold."""
         if result["status"] == NOT_COMPILED:
-            return self.headers
+            return ""
         if result["status"] == KILLED[0]:
             file = test_file_of(result["by"].split(".")[0])
             if file is not None:
-                return self.headers + digest(PROJECT / file)
+                return digest(PROJECT / file)
         if result["status"] == KILLED[1]:
             test = PROJECT / result["by"].split("::")[0]
             if test.is_file():
-                return self.headers + digest(test)
+                return digest(test)
         return self.everything
 
     def get(self, mutant: Mutant) -> dict[str, str] | None:

@@ -130,6 +130,39 @@ TEST_F(StagingOptions, StageInFrontOfEarlierActions)
     expect({{CmdID::AddModelFile, "/m/a.xml"}, {CmdID::RemoveModelFile, "/m/earlier.xml"}}, true, false, false, false);
 }
 
+TEST_F(StagingOptions, ChangeTheNewestActionAlone)
+{
+    const CommandQueue earlier = {{CmdID::ModelHandler, "b|1|1"}, {CmdID::AddModelFile, "/m/a.xml"}};
+    impl.queue() = earlier;
+
+    add();
+    handler();
+
+    expect({{CmdID::AddModelFileWithHandler, "/m/a.xml"}, earlier[0], earlier[1]}, true, false, false, false);
+}
+
+TEST_F(StagingOptions, ChangeTheNewestActionAloneWhenARemovalGetsItsHandler)
+{
+    const CommandQueue earlier = {{CmdID::RemoveModelFile, "/m/b.xml"}, {CmdID::AddModelFile, "/m/a.xml"}};
+    impl.queue() = earlier;
+
+    remove();
+    handler();
+
+    expect({{CmdID::RemoveModelFileWithHandler, "/m/r.xml"}, earlier[0], earlier[1]}, false, true, false, true);
+}
+
+TEST_F(StagingOptions, ChangeTheNewestActionAloneWhenAHandlerGetsItsAddition)
+{
+    const CommandQueue earlier = {{CmdID::ModelHandler, "b|1|1"}, {CmdID::RemoveModelFile, "/m/b.xml"}};
+    impl.queue() = earlier;
+
+    handler();
+    add();
+
+    expect({{CmdID::AddModelFileWithHandler, "h"}, earlier[0], earlier[1]}, true, false, true, false);
+}
+
 TEST_F(StagingOptions, LeaveTheVersionsAtOne)
 {
     add();

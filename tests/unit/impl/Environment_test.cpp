@@ -7,6 +7,7 @@
 
 #include <syslog.h>
 
+#include <climits>
 #include <cstdlib>
 #include <filesystem>
 #include <optional>
@@ -370,6 +371,31 @@ TEST_F(Environment, IsInvalidWhenAFileStandsInThePlaceOfTheModelDirectory)
     const std::string path = impl.qorPath() + "/etc/model/";
     EXPECT_EQ(log.messages(), (Messages{{Message::PRIO_WARNING, "Unable to create directory structure: " + path}}));
     EXPECT_EQ(systemLog.messages(), (Messages{{LOG_WARNING, "unable to create directory structure " + path}}));
+}
+
+TEST_F(Environment, IsInvalidWhenItsPathIsLongerThanAnyPath)
+{
+    const std::string tail = "/etc/model/";
+    impl.qorPath() = "/" + std::string(PATH_MAX - tail.size() - 1, 'x');
+
+    EXPECT_FALSE(impl.validateEnvironment());
+
+    EXPECT_EQ(log.messages(),
+              (Messages{{Message::PRIO_WARNING, "Unable to create directory structure: The path is too long"}}));
+    EXPECT_EQ(systemLog.messages(),
+              (Messages{{LOG_WARNING, "unable to create directory structure The path is too long"}}));
+}
+
+TEST_F(Environment, IsTriedWhenItsPathIsJustShortEnough)
+{
+    const std::string tail = "/etc/model/";
+    impl.qorPath() = framework.path() + "/";
+    impl.qorPath() += std::string(PATH_MAX - 1 - impl.qorPath().size() - tail.size(), 'x');
+
+    EXPECT_FALSE(impl.validateEnvironment());
+
+    ASSERT_EQ(log.messages().size(), 1U);
+    EXPECT_EQ(log.messages()[0].second.find("The path is too long"), std::string::npos);
 }
 
 } // namespace

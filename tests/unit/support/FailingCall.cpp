@@ -4,6 +4,7 @@
 
 #include <cerrno>
 #include <filesystem>
+#include <stdexcept>
 #include <system_error>
 
 namespace
@@ -25,8 +26,8 @@ int failingFsync(int file)
 namespace QMT::Test
 {
 
-FailingCall::FailingCall(const std::string& call, const std::string& path, int error)
-    : _call(call), _path(path), _error(error)
+FailingCall::FailingCall(const std::string& call, const std::string& path, int error, int spared)
+    : _call(call), _path(path), _error(error), _spared(spared)
 {
     current = this;
 }
@@ -47,7 +48,16 @@ bool FailingCall::fails(const std::string& call, const std::string& path)
     {
         return false;
     }
+    if (current->_spared > 0)
+    {
+        --current->_spared;
+        return false;
+    }
     ++current->_failures;
+    if (current->_error == THROWS)
+    {
+        throw std::runtime_error(call);
+    }
     errno = current->_error;
     return true;
 }

@@ -11,9 +11,13 @@ namespace QMT::Test
 class FailingCall
 {
 public:
+    /// In place of an error number: the call throws a std::runtime_error, as no system call does.
+    static constexpr int THROWS = -1;
+
     /// `call` is "stat", "open" (for writing, and by the library for reading), "fopen" (by the standard streams) or
-    /// "fsync"; it fails for `path` with the error number `error`.
-    FailingCall(const std::string& call, const std::string& path, int error);
+    /// "fsync"; it fails for `path` with the error number `error`, but not the first
+    /// `spared` times.
+    FailingCall(const std::string& call, const std::string& path, int error, int spared = 0);
     ~FailingCall();
     FailingCall(const FailingCall&) = delete;
     FailingCall& operator=(const FailingCall&) = delete;
@@ -30,6 +34,7 @@ private:
     const std::string _call;
     const std::string _path;
     const int _error;
+    int _spared;
     int _failures = 0;
 };
 

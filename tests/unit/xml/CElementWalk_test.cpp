@@ -60,11 +60,12 @@ TEST_F(ElementWalk, MatchesNamesWithTheirPrefixes)
     EXPECT_EQ(names(*document, "p:a"), (Names{"5"}));
 }
 
-TEST_F(ElementWalk, EndsWithNull)
+TEST_F(ElementWalk, StaysAtItsEnd)
 {
     CElementWalk walk(*document, "c");
 
     EXPECT_NE(walk.next(), nullptr);
+    EXPECT_EQ(walk.next(), nullptr);
     EXPECT_EQ(walk.next(), nullptr);
 }
 

@@ -1,0 +1,168 @@
+#include "support/CapturedOutput.h"
+#include "support/CapturedSystemLog.h"
+#include "support/FailingCall.h"
+#include "support/FakeInstallation.h"
+#include "support/ToolTest.h"
+
+#include <Poco/Logger.h>
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <array>
+#include <csignal>
+#include <iostream>
+#include <stdexcept>
+
+/// The process entry, which the tests know by this name.
+int toolMain(int argc, char** argv);
+
+namespace QMT::Test
+{
+
+namespace
+{
+
+class Entry : public ToolTest
+{
+protected:
+    Entry()
+    {
+        for (std::size_t i = 0; i < _signals.size(); ++i)
+        {
+            ::sigaction(_signals[i], nullptr, &_before[i]);
+        }
+    }
+
+    ~Entry() override
+    {
+        for (std::size_t i = 0; i < _signals.size(); ++i)
+        {
+            ::sigaction(_signals[i], &_before[i], nullptr);
+        }
+    }
+
+    Entry(const Entry&) = delete;
+    Entry& operator=(const Entry&) = delete;
+    Entry(Entry&&) = delete;
+    Entry& operator=(Entry&&) = delete;
+
+    /// Runs the entry with one option and keeps what it writes to the console.
+    int run(std::string option)
+    {
+        const CapturedSystemLog systemLog;
+        const CapturedOutput output;
+        const CapturedOutput captured(std::clog);
+        std::string program = "/usr/sbin/qor_mim_tool";
+        std::array<char*, 3> arguments = {program.data(), option.data(), nullptr};
+        const int status = toolMain(2, arguments.data());
+        console = captured.text();
+        return status;
+    }
+
+    std::string console;
+
+private:
+    const std::array<int, 2> _signals = {SIGPIPE, SIGCHLD};
+    std::array<struct sigaction, 2> _before = {};
+};
+
+TEST_F(Entry, GivesEveryConsoleLineTheLoggersNameAndItsPriority)
+{
+    EXPECT_EQ(run("--status"), 0);
+
+    EXPECT_EQ(console, "ConsoleLogger: Information: Exception\n"
+                       "ConsoleLogger: Information: There are no pending actions.\n"
+                       "ConsoleLogger: Information: Operation completed.\n");
+}
+
+TEST_F(Entry, EndsWithTheDriversStatus)
+{
+    givenSession("0:/nonexistent/model.xml\n");
+
+    EXPECT_EQ(run("--commit"), -1);
+}
+
+TEST_F(Entry, EndsWithStatus78AndTheReasonOnAWrongOption)
+{
+    EXPECT_EQ(run("--unknown"), 78);
+
+    EXPECT_NE(console.find("Unknown option specified: unknown"), std::string::npos);
+    EXPECT_EQ(console.find("Operation completed."), std::string::npos);
+}
+
+TEST_F(Entry, LeavesNoLoggerBehind)
+{
+    EXPECT_EQ(run("--status"), 0);
+
+    EXPECT_EQ(Poco::Logger::has("ConsoleLogger"), nullptr);
+}
+
+TEST_F(Entry, CleansUpBeforeAnUnexpectedExceptionLeavesIt)
+{
+    // The construction asks whether there is a lock file, and then the option handler.
+    const FailingCall failing("stat", framework.lock(), FailingCall::THROWS, 1);
+
+    EXPECT_THROW(run("--status"), std::runtime_error);
+
+    EXPECT_EQ(Poco::Logger::has("ConsoleLogger"), nullptr);
+}
+
+TEST_F(Entry, SurvivesAReaderWhoWentAway)
+{
+    EXPECT_EQ(run("--status"), 0);
+    sigset_t open;
+    ::sigemptyset(&open);
+    ::sigaddset(&open, SIGPIPE);
+    sigset_t before;
+    ::sigprocmask(SIG_UNBLOCK, &open, &before);
+
+    EXPECT_EQ(::raise(SIGPIPE), 0);
+
+    ::sigprocmask(SIG_SETMASK, &before, nullptr);
+    struct sigaction now = {};
+    ::sigaction(SIGPIPE, nullptr, &now);
+    EXPECT_NE(now.sa_handler, SIG_IGN);
+}
+
+TEST_F(Entry, HeedsTheEndOfChildrenWhateverItsCallerDid)
+{
+    struct sigaction ignoring = {};
+    ignoring.sa_handler = SIG_IGN;
+    ::sigaction(SIGCHLD, &ignoring, nullptr);
+
+    EXPECT_EQ(run("--status"), 0);
+
+    struct sigaction now = {};
+    ::sigaction(SIGCHLD, nullptr, &now);
+    EXPECT_EQ(now.sa_handler, SIG_DFL);
+}
+
+TEST_F(Entry, LeavesOpenNothingThatItOpenedForClosedStandardStreams)
+{
+    const int free = ::dup(STDIN_FILENO);
+    ::close(free);
+
+    EXPECT_EQ(run("--status"), 0);
+
+    const int freeNow = ::dup(STDIN_FILENO);
+    ::close(freeNow);
+    EXPECT_EQ(freeNow, free);
+}
+
+TEST_F(Entry, OccupiesAStandardStreamThatItsCallerHasClosed)
+{
+    const int saved = ::dup(STDIN_FILENO);
+    ::close(STDIN_FILENO);
+
+    EXPECT_EQ(run("--status"), 0);
+
+    const int flags = ::fcntl(STDIN_FILENO, F_GETFL);
+    ::dup2(saved, STDIN_FILENO);
+    ::close(saved);
+    EXPECT_EQ(flags & O_ACCMODE, O_RDWR);
+}
+
+} // namespace
+
+} // namespace QMT::Test
