@@ -60,10 +60,24 @@ def scratch_root() -> str | None:
 
 
 def cases(prepared: frameworks.Prepared) -> Iterator[Case]:
-    """Every call with every fault that it can meet."""
-    for call in reference(prepared):
-        for fault in call.faults:
-            yield Case(prepared.name, call, fault)
+    """Every call with every fault that it can meet.
+
+    A large document is read and written in hundreds of blocks, all alike: within such a row each call is killed at and
+    meets one of its errors in turn; the ends of the row meet all of them.
+    """
+    run = reference(prepared)
+    for call in run:
+        alike = prepared.size == "large" and _is_within_row(run, call)
+        for number, fault in enumerate(call.faults):
+            if fault == calls.KILL or not alike or number == 1 + call.nth % (len(call.faults) - 1):
+                yield Case(prepared.name, call, fault)
+
+
+def _is_within_row(run: list[calls.Call], call: calls.Call) -> bool:
+    """Whether the same is done to the same file shortly before and shortly after."""
+    alike = [other.name == call.name and other.where == call.where != "" for other in run]
+    return all(any(alike[max(first, 0):last]) for first, last in ((call.index - 4, call.index),
+                                                                  (call.index + 1, call.index + 5)))
 
 
 def _traced(framework: Path, work: Path, options: list[str]) -> sandbox.Sandbox:
