@@ -71,6 +71,7 @@ def test_validator_needs_a_list(tool: Sandbox) -> None:
 @pytest.mark.parametrize("text, complaint", [
     ('<m><c name="A"><root/></c></m>', ""),
     ('<?xml version="1.0"?><!DOCTYPE m><!-- < --><m a="x>y"><c name=\'A\'><root  /><![CDATA[<<]]></c ></m>\n', ""),
+    ('<!DOCTYPE m [<!ENTITY e "x">]><m name="A"><root/>&e; &#65; &amp;</m>', ""),
     ("", "no document element"),
     ("text", "text outside the document element"),
     ("<m>\n<c>\n</m>", "line 3: </m> where </c> is due"),
@@ -80,6 +81,8 @@ def test_validator_needs_a_list(tool: Sandbox) -> None:
     ('<m name="A"><root/></m> more', "text outside the document element"),
     ('<m name="A', "tag without end"),
     ("<m name=A><root/></m>", "malformed attribute in <m>"),
+    ("<m name='A'><root/>this & that</m>", '"&" without a reference'),
+    ("<m name='A' of='this&that'><root/></m>", '"&" without a reference'),
     ('<m name="A" name="B"><root/></m>', "attribute name twice in <m>"),
     ('<m name="<"><root/></m>', "\"<\" in attribute name"),
     ("<m><!-- <root/></m>", "comment without end"),
