@@ -28,7 +28,7 @@ def framework(tmp_path: Path) -> Framework:
 
 @pytest.fixture
 def work(tmp_path: Path) -> Path:
-    """The program's working directory, seen as /opt/work."""
+    """The program's working directory, seen as /opt/scratch."""
     path = tmp_path / "work"
     path.mkdir()
     return path

@@ -140,14 +140,14 @@ def test_the_variable_names_the_framework(shell: Shell, framework: Framework, wo
     elsewhere = Framework.create(work / "else where")
     elsewhere.write(LIST, "/else/where.xml\n")
     elsewhere.write(CONFIG, config(participant("elseHandler")))
-    there = shell.with_env(QORPATH="/opt/work/else where")
+    there = shell.with_env(QORPATH="/opt/scratch/else where")
     assert there.line("-x ") == "-x /else/where.xml "
     assert there.line("-m ") == "-m elseHandler "
 
 
 def test_the_environment_file_names_the_framework(shell: Shell, framework: Framework, work: Path) -> None:
     Framework.create(work / "elsewhere").write(CONFIG, config(participant("elseHandler")))
-    framework.write("qor.env", "/opt/work/elsewhere\nignored\n")
+    framework.write("qor.env", "/opt/scratch/elsewhere\nignored\n")
     assert shell.line("-m ") == "-m elseHandler "
 
 

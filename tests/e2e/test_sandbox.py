@@ -47,7 +47,7 @@ def test_environment_is_scrubbed(boxed: Sandbox, monkeypatch: pytest.MonkeyPatch
 
 
 def test_working_directory_is_the_scratch_directory(boxed: Sandbox, work: Path) -> None:
-    assert boxed.execute("sh", "-c", "pwd; echo left >behind").stdout == "/opt/work\n"
+    assert boxed.execute("sh", "-c", "pwd; echo left >behind").stdout == "/opt/scratch\n"
     assert (work / "behind").read_text() == "left\n"
 
 
@@ -136,7 +136,7 @@ def test_children_of_the_program_get_no_preload(boxed: Sandbox, framework: Frame
 def test_a_tracer_can_be_put_before_the_program(tool: Sandbox, work: Path) -> None:
     if find_launcher() == "proot":
         pytest.skip("proot is a tracer itself, and there can be only one")
-    traced = tool.using(wrapper=("strace", "-o", "/opt/work/trace")).sleepless()
+    traced = tool.using(wrapper=("strace", "-o", "/opt/scratch/trace")).sleepless()
     assert traced.run("--status") == answer(NOTHING_PENDING, COMPLETED)
     started = emulator()[0] if emulator() else str(tool_path())
     assert (work / "trace").read_text().startswith(f'execve("{started}"')

@@ -123,7 +123,7 @@ def faulted(tool: Sandbox, fault: str) -> Sandbox:
     """The program with a fault in its second wait for a child; the first child is the agent."""
     if find_launcher() == "proot" or emulator():
         pytest.skip("neither proot nor an emulator can be traced through")
-    return tool.using(wrapper=("strace", "-o", "/opt/work/trace", "-e", f"inject=wait4:error={fault}:when=2"))
+    return tool.using(wrapper=("strace", "-o", "/opt/scratch/trace", "-e", f"inject=wait4:error={fault}:when=2"))
 
 
 def test_a_validator_that_cannot_be_waited_for_rejects(tool: Sandbox, framework: Framework) -> None:

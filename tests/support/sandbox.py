@@ -5,7 +5,7 @@ The program knows fixed places (/opt/qor, /dev/log), so a test that called it di
 every run gets its own view of the file system instead:
 
     /opt/qor    a scratch framework directory, writable
-    /opt/work   the working directory, empty and writable
+    /opt/scratch   the working directory, empty and writable
     /dev/log    a socket of ours, whose datagrams become ``Result.syslog``
     the rest    the machine's, read-only where bubblewrap is the launcher
 
@@ -47,7 +47,7 @@ PROJECT = SUPPORT.parents[1]
 CACHE = PROJECT / "build" / "support"
 
 FRAMEWORK = "/opt/qor"
-WORK = "/opt/work"
+WORK = "/opt/scratch"
 LOG = "/dev/log"
 PATH = "/usr/sbin:/usr/bin:/sbin:/bin"
 
@@ -362,7 +362,7 @@ class Sandbox:
     wrapper: tuple[str, ...] = ()
     """A command put before the program, for instance a tracer; it gets the preloads on (only strace can)."""
     work: Path | None = None
-    """Where /opt/work lies outside; a scratch directory for each run unless given."""
+    """Where /opt/scratch lies outside; a scratch directory for each run unless given."""
     log: bool = True
     """Whether a system log listens; without one, a plain file lies in its place."""
     own_session: bool = True
