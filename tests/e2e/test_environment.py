@@ -233,8 +233,8 @@ def test_without_any_source_the_default_is_used(tool: Sandbox, framework: Framew
 
 
 def test_without_a_framework_there_is_no_path(tool: Sandbox, work: Path) -> None:
-    if find_launcher() == "proot" and Path("/opt/qor").exists():
-        pytest.skip("proot cannot hide this machine's /opt/qor")
+    if find_launcher() == "proot":
+        pytest.skip("proot cannot hide this machine's /opt/qor, and makes one while other tests run")
     assert tool.using(framework=None).run("--status") == status(NO_AGENT, NO_PATH, syslog=[NO_PATH_LOG])
     assert (work / "etc" / "model").is_dir()
 
