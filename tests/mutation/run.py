@@ -40,9 +40,9 @@ END_TO_END = PROJECT / "tests" / "e2e"
 
 MARK = 95.0
 # Seconds of processor time, so that a busy machine does not kill; and of the clock, for a mutant that waits.
-UNIT_CPU, UNIT_CLOCK = 30, 180
+UNIT_CPU, UNIT_CLOCK = 12, 180
 END_TO_END_CLOCK = 1800
-MEMORY = 4 << 30
+MEMORY = 1 << 30
 
 # The process entry is built twice: as the program's, and under another name as part of what the unit tests link.
 ENTRY, CALLABLE_ENTRY = "app/main.cpp", "app/main.cpp for the unit tests"
@@ -379,7 +379,9 @@ def judge_all(mutants: list[Mutant], cache: Cache, options: argparse.Namespace) 
 
     with concurrent.futures.ThreadPoolExecutor(options.jobs) as pool:
         try:
-            for count, (mutant, result) in enumerate(pool.map(work, open_ones), 1):
+            jobs = [pool.submit(work, mutant) for mutant in open_ones]
+            for count, job in enumerate(concurrent.futures.as_completed(jobs), 1):
+                mutant, result = job.result()
                 results[mutant] = result
                 cache.put(mutant, result)
                 if result["status"] == SURVIVED:
