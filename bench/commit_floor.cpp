@@ -169,20 +169,22 @@ void removeFromDocument(Node* participants, const Action& action)
     roots->removeChild(root);
 }
 
+/// A removal tidies the other lines, for which the library's tokenizer is the means.
+std::string without(const std::string& entry, const std::string& list)
+{
+    std::string kept;
+    for (const std::string& line :
+         Poco::StringTokenizer(list, "\n", Poco::StringTokenizer::TOK_IGNORE_EMPTY | Poco::StringTokenizer::TOK_TRIM))
+    {
+        kept += line == entry ? "" : line + "\n";
+    }
+    return kept;
+}
+
 void changeList(const Action& action, bool add)
 {
-    std::string list = read(MODEL_FILE_LIST + WORKING_COPY);
-    const std::string line = action.path + "\n";
-    const std::string::size_type position = list.find(line);
-    if (add)
-    {
-        list += line;
-    }
-    else
-    {
-        list.erase(position, line.size());
-    }
-    write(MODEL_FILE_LIST + WORKING_COPY, list);
+    const std::string list = read(MODEL_FILE_LIST + WORKING_COPY);
+    write(MODEL_FILE_LIST + WORKING_COPY, add ? list + action.path + "\n" : without(action.path, list));
 }
 
 void install(const std::string& path)

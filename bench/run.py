@@ -9,7 +9,9 @@ from __future__ import annotations
 
 import argparse
 import dataclasses
+import math
 import os
+import re
 import shutil
 import subprocess
 import sys
@@ -24,17 +26,18 @@ from workload import Case, Framework
 
 COMPETITORS = PROJECT / "bench" / "competitors"
 
-IDLE = Case("status, no session", "`--status` without a session", command="status", runs=100)
-SMALL = Case("1 + 10", "1 addition, 10 handlers", actions=1, runs=100)
-MEDIUM = Case("1 + 1000", "1 addition, 1,000 handlers", handlers=1000, actions=1)
-LARGE = Case("100 + 1000", "100 additions, 1,000 handlers", handlers=1000, actions=100, runs=5)
+IDLE = Case("status, no session", "`--status` without a session", command="status", runs=120)
+SMALL = Case("1 + 10", "1 addition, 10 handlers", actions=1, runs=120)
+MEDIUM = Case("1 + 1000", "1 addition, 1,000 handlers", handlers=1000, actions=1, runs=30)
+LARGE = Case("100 + 1000", "100 additions, 1,000 handlers", handlers=1000, actions=100, runs=6)
 HUGE = Case("100 + 3000", "100 additions, 3,000 handlers", handlers=3000, actions=100, runs=3)
-REMOVAL = Case("100 - 1000", "100 removals, 1,000 handlers", handlers=1000, actions=100, remove=True, runs=5)
+REMOVAL = Case("100 - 1000", "100 removals, 1,000 handlers", handlers=1000, actions=100, remove=True, runs=6)
 LIST = Case("long list", "1 addition, 10 handlers, a list of 100,000 lines", actions=1, list_lines=100_000)
 STATUS = Case("status 1000", "`--status`, 1,000 queued actions", actions=1000, command="status")
 STAGING = Case("stage 1000th", "staging the 1,000th action", actions=999, command="stage")
 CASES = (IDLE, SMALL, MEDIUM, LARGE, HUGE, REMOVAL, LIST, STATUS, STAGING)
 QUICK = (IDLE, SMALL, MEDIUM, LIST, STATUS, STAGING)
+ROUNDS = 3
 GROWTH = (10, 30, 100, 300, 1000, 3000, 10000)
 
 
@@ -42,8 +45,8 @@ GROWTH = (10, 30, 100, 300, 1000, 3000, 10000)
 class Figures:
     """What was measured of one program in one case; the instructions of competitors are not."""
 
-    wall: float = 0.0
-    memory: int = 0
+    wall: float
+    memory: int
     instructions: int = 0
 
 
@@ -79,14 +82,19 @@ class Runner:
     def measure(self, case: Case, progress: Callable[[str], None]) -> Table:
         """Wall time and memory of every contender, whose results have been checked first."""
         framework = self.framework(case)
+        contenders = dict(self.contenders(case, framework.edits))
         table: Table = {}
-        for name, command in self.contenders(case, framework.edits):
+        for name, command in contenders.items():
             progress(f"{case.title}: {name}")
-            self.bench.output(framework, command)
+            memory = self.bench.peak_memory(framework, command)
             if case.edits_document and name != "empty" and framework.result() != framework.expected():
                 raise SystemExit(f"{case.title}: the result of {name} is wrong")
-            table[case.name, name] = Figures(self.bench.wall_time(framework, command, case.runs),
-                                             self.bench.peak_memory(framework, command))
+            table[case.name, name] = Figures(math.inf, memory)
+        # In rounds, so that a busy minute of the machine meets all of them.
+        for name in [*contenders] * ROUNDS:
+            progress(f"{case.title}: time of {name}")
+            figures = table[case.name, name]
+            figures.wall = min(figures.wall, self.bench.wall_time(framework, contenders[name], case.runs // ROUNDS))
         shutil.rmtree(framework.directory.parent)
         return table
 
@@ -199,10 +207,21 @@ def targets(table: Table, cases: Sequence[Case]) -> Iterator[tuple[str, float, f
                 yield f"time, {case.title} / {other}", wall, 1.0
 
 
-def print_targets(table: Table, cases: Sequence[Case]) -> bool:
+LIBRARIES = {"libPocoUtil", "libPocoXML", "libPocoFoundation", "libstdc++", "libgcc_s", "libc"}
+
+
+def stray_libraries(program: Path) -> int:
+    """How many libraries the program names beyond the three and the language's, or does not name though it should."""
+    dynamic = subprocess.run(["readelf", "--dynamic", "--wide", str(program)], capture_output=True, text=True,
+                             check=True).stdout
+    return len(LIBRARIES ^ set(re.findall(r"\(NEEDED\).*\[(.*?)\.so", dynamic)))
+
+
+def print_targets(table: Table, cases: Sequence[Case], program: Path) -> bool:
     """One line a target; whether all are met."""
     missed = 0
-    for description, value, limit in targets(table, cases):
+    for description, value, limit in [*targets(table, cases),
+                                      ("libraries named too many or too few", stray_libraries(program), 0)]:
         met = value <= limit
         missed += not met
         print(f"{'met   ' if met else 'MISSED'}  {value:6.3f} of {limit:.2f}  {description}")
@@ -251,7 +270,7 @@ def main() -> int:
             table = measure_all(runner, cases)
             print_table(list(rows(table, cases)))
             print()
-            return 0 if print_targets(table, cases) else 1
+            return 0 if print_targets(table, cases, runner.tool) else 1
     return 0
 
 

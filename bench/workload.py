@@ -25,7 +25,7 @@ class Case:
     remove: bool = False
     list_lines: int | None = None
     command: str = "commit"
-    runs: int = 40
+    runs: int = 60
 
     def session_actions(self) -> list[tuple[str, str, str]]:
         """Kind, model file and handler of each queued action.  Every second addition is to a new handler."""
