@@ -145,7 +145,7 @@ def test_a_tracer_can_be_put_before_the_program(tool: Sandbox, work: Path) -> No
 def test_machines_own_framework_directory_is_out_of_reach(tool: Sandbox) -> None:
     if find_launcher() != "bwrap":
         pytest.skip("only bubblewrap hides the rest of /opt")
-    assert tool.execute("ls", "/opt").stdout == "qor\nwork\n"
+    assert tool.execute("ls", "/opt").stdout == "qor\nscratch\n"
     assert tool.execute("sh", "-c", ": >/usr/written").status != 0
 
 
