@@ -1,5 +1,6 @@
 #include "app/CQorModelTool.h"
 
+#include "impl/CQorModelToolImpl.h"
 #include "xml/CXMLParser.h"
 
 #include <Poco/DOM/Document.h>
@@ -50,46 +51,36 @@ void CQorModelTool::completeNewestEntry()
     }
 }
 
-std::string CQorModelTool::statusLine(const CommandQueueEntry& entry)
+std::string CQorModelTool::statusLine(CmdID kind, const std::string& text)
 {
     std::string path;
     std::string handler;
     std::string moVersion;
     std::string trVersion;
     // A text that does not split has been reported; its line shows the fields as empty.
-    switch (entry.first)
+    switch (kind)
     {
     case CmdID::AddModelFile:
-        return "--addModelFile=" + entry.second;
+        return "--addModelFile=" + text;
     case CmdID::ModelHandler:
-        static_cast<void>(_impl->extractHandlerMoVerTrVer(entry.second, handler, moVersion, trVersion));
+        static_cast<void>(_impl->extractHandlerMoVerTrVer(text, handler, moVersion, trVersion));
         return withVersions(handler, moVersion, trVersion);
     case CmdID::RemoveModelFile:
-        return "--removeModelFile=" + entry.second;
+        return "--removeModelFile=" + text;
     case CmdID::AddModelFileWithHandler:
-        static_cast<void>(_impl->extractCommandHandlerMoVerTrVer(entry.second, path, handler, moVersion, trVersion));
+        static_cast<void>(_impl->extractCommandHandlerMoVerTrVer(text, path, handler, moVersion, trVersion));
         return "--addModelFile=" + path + " " + withVersions(handler, moVersion, trVersion);
     case CmdID::RemoveModelFileWithHandler:
-        static_cast<void>(_impl->extractCommandHandlerMoVerTrVer(entry.second, path, handler, moVersion, trVersion));
+        static_cast<void>(_impl->extractCommandHandlerMoVerTrVer(text, path, handler, moVersion, trVersion));
         return "--removeModelFile=" + path + " --modelHandler=" + handler;
     }
-    return entry.second;
+    return text;
 }
 
-std::string CQorModelTool::stagingLine(const CommandQueueEntry& entry)
+std::string CQorModelTool::stagingLine(CmdID kind, const std::string& text)
 {
-    // Only here does the line of a handler alone begin with a blank, and that of an unknown kind say nothing.
-    switch (entry.first)
-    {
-    case CmdID::ModelHandler:
-        return " " + statusLine(entry);
-    case CmdID::AddModelFile:
-    case CmdID::RemoveModelFile:
-    case CmdID::AddModelFileWithHandler:
-    case CmdID::RemoveModelFileWithHandler:
-        return statusLine(entry);
-    }
-    return std::string();
+    // Only here does the line of a handler alone begin with a blank.
+    return (kind == CmdID::ModelHandler ? " " : "") + statusLine(kind, text);
 }
 
 CXMLParser& CQorModelTool::editor()
@@ -97,20 +88,20 @@ CXMLParser& CQorModelTool::editor()
     return *_impl->parser();
 }
 
-CQorModelTool::ActionResult CQorModelTool::apply(const CommandQueueEntry& entry, Poco::XML::Document* document)
+CQorModelTool::ActionResult CQorModelTool::apply(CmdID kind, const std::string& text, Poco::XML::Document* document)
 {
-    switch (entry.first)
+    switch (kind)
     {
     case CmdID::AddModelFile:
-        return applyAddition(entry.second);
+        return applyAddition(text);
     case CmdID::ModelHandler:
-        return applyHandler(entry.second, document);
+        return applyHandler(text, document);
     case CmdID::RemoveModelFile:
-        return applyRemoval(entry.second);
+        return applyRemoval(text);
     case CmdID::AddModelFileWithHandler:
-        return applyAdditionWithHandler(entry.second, document);
+        return applyAdditionWithHandler(text, document);
     case CmdID::RemoveModelFileWithHandler:
-        return applyRemovalWithHandler(entry.second, document);
+        return applyRemovalWithHandler(text, document);
     }
     return ActionResult::APPLIED;
 }

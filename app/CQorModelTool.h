@@ -1,10 +1,9 @@
 #ifndef QMT_CQorModelTool_INCLUDED
 #define QMT_CQorModelTool_INCLUDED
 
-#include "impl/CQorModelToolImpl.h"
-
 #include <Poco/AutoPtr.h>
 
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -25,6 +24,10 @@ class Document;
 
 namespace QMT
 {
+
+class CQorModelToolImpl;
+class CXMLParser;
+enum class CmdID : std::int32_t;
 
 /// The logic of the tool: records what the options ask for, and runs it.
 ///
@@ -153,9 +156,9 @@ private:
     // The kinds of action (Actions.cpp).
     CXMLParser& editor();
     void completeNewestEntry();
-    std::string statusLine(const CommandQueueEntry& entry);
-    std::string stagingLine(const CommandQueueEntry& entry);
-    ActionResult apply(const CommandQueueEntry& entry, Poco::XML::Document* document);
+    std::string statusLine(CmdID kind, const std::string& text);
+    std::string stagingLine(CmdID kind, const std::string& text);
+    ActionResult apply(CmdID kind, const std::string& text, Poco::XML::Document* document);
     ActionResult applyAddition(const std::string& path);
     ActionResult applyHandler(const std::string& text, Poco::XML::Document* document);
     ActionResult applyRemoval(const std::string& path);

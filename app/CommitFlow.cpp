@@ -1,5 +1,6 @@
 #include "app/CQorModelTool.h"
 
+#include "impl/CQorModelToolImpl.h"
 #include "xml/CXMLParser.h"
 
 #include <Poco/DOM/Document.h>
@@ -103,7 +104,7 @@ CQorModelTool::QueueResult CQorModelTool::applyQueue(Poco::XML::Document* docume
     }
     while (!queue.empty())
     {
-        const ActionResult applied = apply(queue.back(), document);
+        const ActionResult applied = apply(queue.back().first, queue.back().second, document);
         result.needsValidation = result.needsValidation || applied == ActionResult::ADDED;
         result.failed = result.failed || applied == ActionResult::FAILED;
         queue.pop_back();

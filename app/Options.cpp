@@ -1,5 +1,6 @@
 #include "app/CQorModelTool.h"
 
+#include "impl/CQorModelToolImpl.h"
 #include "xml/CXMLParser.h"
 
 #include <Poco/Logger.h>

@@ -1,5 +1,7 @@
 #include "app/CQorModelTool.h"
 
+#include "impl/CQorModelToolImpl.h"
+
 #include <Poco/Logger.h>
 
 #include <syslog.h>
@@ -17,7 +19,8 @@ bool CQorModelTool::stage(bool lockExisted)
         _impl->backupFiles();
         _impl->createLockFile();
     }
-    const std::string line = stagingLine(_impl->queue().front());
+    const CommandQueueEntry& newest = _impl->queue().front();
+    const std::string line = stagingLine(newest.first, newest.second);
     ::syslog(LOG_DEBUG, "%s", line.c_str());
     if (isLockWithCurrentHost())
     {

@@ -1,5 +1,7 @@
 #include "app/CQorModelTool.h"
 
+#include "impl/CQorModelToolImpl.h"
+
 #include <Poco/Logger.h>
 
 namespace QMT

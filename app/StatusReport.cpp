@@ -1,5 +1,7 @@
 #include "app/CQorModelTool.h"
 
+#include "impl/CQorModelToolImpl.h"
+
 #include <Poco/Logger.h>
 
 namespace QMT
@@ -23,7 +25,7 @@ void CQorModelTool::handleStatus(const std::string&, const std::string&)
     _logger->information("Queued actions:");
     for (auto entry = queue.crbegin(); entry != queue.crend(); ++entry)
     {
-        _logger->information(statusLine(*entry));
+        _logger->information(statusLine(entry->first, entry->second));
     }
 }
 

@@ -1,5 +1,6 @@
 #include "app/CQorModelTool.h"
 #include "app/CQorModelToolWrapper.h"
+#include "impl/CQorModelToolImpl.h"
 
 #include <Poco/AutoPtr.h>
 #include <Poco/ConsoleChannel.h>

@@ -30,12 +30,7 @@ bool isReadable(std::ifstream& file)
 {
     file.seekg(0, std::ios::beg);
     file.peek();
-    if (file.bad() || (file.fail() && !file.eof()))
-    {
-        return false;
-    }
-    file.clear();
-    return true;
+    return !file.fail();
 }
 
 } // namespace

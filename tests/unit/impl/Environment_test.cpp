@@ -1,3 +1,4 @@
+#include "support/FailingCall.h"
 #include "support/FakeInstallation.h"
 #include "support/Files.h"
 #include "support/ImplTest.h"
@@ -7,6 +8,7 @@
 
 #include <syslog.h>
 
+#include <cerrno>
 #include <climits>
 #include <cstdlib>
 #include <filesystem>
@@ -300,6 +302,25 @@ TEST_F(Environment, TakesAnEnvironmentFileThatCannotBeExaminedForMissing)
 TEST_F(Environment, FailsSilentlyWhenTheEnvironmentFileIsADirectory)
 {
     putDirectoryAt(installation->path("qor.env"));
+
+    EXPECT_FALSE(impl.getEnvDir(dir));
+
+    EXPECT_EQ(log.messages(), AGENT_FAILED);
+}
+
+TEST_F(Environment, FailsSilentlyWhenTheEnvironmentFileIsAPipe)
+{
+    putPipeAt(installation->path("qor.env"));
+
+    EXPECT_FALSE(impl.getEnvDir(dir));
+
+    EXPECT_EQ(log.messages(), AGENT_FAILED);
+}
+
+TEST_F(Environment, FailsSilentlyWhenTheEnvironmentFileCannotBeRead)
+{
+    writeFile(installation->path("qor.env"), framework.path());
+    const FailingCall unreadable("read", installation->path("qor.env"), EIO);
 
     EXPECT_FALSE(impl.getEnvDir(dir));
 

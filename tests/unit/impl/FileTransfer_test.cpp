@@ -119,6 +119,26 @@ TEST_F(FileTransfer, RefusesALinkBackToTheFilesDirectory)
     expectRefused([this] { moveFile(from, to); });
 }
 
+TEST_F(FileTransfer, RefusesAPipeInPlaceOfTheFile)
+{
+    putPipeAt(from);
+
+    EXPECT_THROW(copyFile(from, to), Poco::OpenFileException);
+    EXPECT_THROW(moveFile(from, to), Poco::OpenFileException);
+
+    EXPECT_FALSE(exists(to));
+}
+
+TEST_F(FileTransfer, RefusesAPipeInPlaceOfTheTarget)
+{
+    putPipeAt(to);
+
+    EXPECT_THROW(copyFile(from, to), Poco::OpenFileException);
+    EXPECT_THROW(moveFile(from, to), Poco::OpenFileException);
+
+    EXPECT_EQ(readFile(from), "content");
+}
+
 TEST_F(FileTransfer, ThrowsWithoutAFile)
 {
     EXPECT_THROW(copyFile(directory.path("missing"), to), Poco::FileException);

@@ -313,6 +313,16 @@ TEST_F(SessionFile, WritingOverADirectoryIsReported)
     EXPECT_EQ(systemLog.messages(), UNWRITABLE_SYSTEM_LOG);
 }
 
+TEST_F(SessionFile, WritingOverAPipeIsReported)
+{
+    putPipeAt(framework.session());
+
+    EXPECT_FALSE(impl.saveFIFO());
+
+    EXPECT_EQ(log.messages(), UNWRITABLE);
+    EXPECT_EQ(systemLog.messages(), UNWRITABLE_SYSTEM_LOG);
+}
+
 TEST_F(SessionFile, WritingWithoutAModelDirectoryIsReported)
 {
     impl.qorPath() = framework.path() + "/missing";

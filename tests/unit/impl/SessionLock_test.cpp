@@ -146,6 +146,25 @@ TEST_F(SessionLock, CannotNameTheHostWhenTheLockFileIsADirectory)
     EXPECT_EQ(systemLog.messages(), NO_HOST_SYSTEM_LOG);
 }
 
+TEST_F(SessionLock, CannotNameTheHostWhenTheLockFileIsAPipe)
+{
+    putPipeAt(framework.lock());
+
+    EXPECT_FALSE(impl.getSessionHost(host));
+
+    EXPECT_EQ(log.messages(), NO_HOST);
+    EXPECT_EQ(systemLog.messages(), NO_HOST_SYSTEM_LOG);
+}
+
+TEST_F(SessionLock, NamesAHostWithoutEndByItsBeginning)
+{
+    writeFile(framework.lock(), std::string(300000, 'h'));
+
+    EXPECT_TRUE(impl.getSessionHost(host));
+
+    EXPECT_EQ(host, std::string(257, 'h'));
+}
+
 } // namespace
 
 } // namespace QMT::Test

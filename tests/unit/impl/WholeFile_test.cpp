@@ -1,5 +1,7 @@
 #include "impl/WholeFile.h"
 
+#include "support/FailingAllocation.h"
+#include "support/FailingCall.h"
 #include "support/FileSizeLimit.h"
 #include "support/Files.h"
 #include "support/TemporaryDirectory.h"
@@ -9,6 +11,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cerrno>
+#include <cstdint>
 #include <filesystem>
 
 namespace QMT::Test
@@ -72,9 +76,74 @@ TEST_F(WholeFile, FailsOnADirectory)
     EXPECT_EQ(readWholeFile(directory.path(), content), ReadResult::FAILED);
 }
 
+TEST_F(WholeFile, FailsOnAPipe)
+{
+    putPipeAt(directory.path("pipe"));
+
+    EXPECT_EQ(readWholeFile(directory.path("pipe"), content), ReadResult::FAILED);
+}
+
+TEST_F(WholeFile, FailsOnAFileWithoutEnd)
+{
+    const std::uintmax_t OVER_THE_LIMIT = (1U << 30) + 1;
+    const std::string path = directory.write("sparse", "");
+    std::filesystem::resize_file(path, OVER_THE_LIMIT);
+    const FailingAllocation whateverItsSize(OVER_THE_LIMIT);
+
+    EXPECT_EQ(readWholeFile(path, content), ReadResult::FAILED);
+}
+
+TEST_F(WholeFile, FailsOnAFileThatDoesNotFitIntoMemory)
+{
+    const std::string path = directory.write("file", std::string(300000, 'x'));
+    const FailingAllocation outOfMemory(300000);
+
+    EXPECT_EQ(readWholeFile(path, content), ReadResult::FAILED);
+}
+
+TEST_F(WholeFile, FailsOnAFileThatCannotBeRead)
+{
+    const std::string path = directory.write("file", "ab");
+    const FailingCall unreadable("read", path, EIO);
+
+    EXPECT_EQ(readWholeFile(path, content), ReadResult::FAILED);
+}
+
+TEST_F(WholeFile, FailsOnAFileThatCannotBeReadToItsEnd)
+{
+    const std::string path = directory.write("file", std::string(300000, 'x'));
+    const FailingCall unreadable("read", path, EIO, 1);
+
+    EXPECT_EQ(readWholeFile(path, content), ReadResult::FAILED);
+}
+
 TEST_F(WholeFile, FailsOnAFileWithoutASize)
 {
     EXPECT_EQ(readWholeFile("/proc/self/mem", content), ReadResult::FAILED);
+}
+
+// ---- refusePipe ----
+
+TEST_F(WholeFile, APipeIsRefusedUnderItsName)
+{
+    const std::string path = directory.path("pipe");
+    putPipeAt(path);
+    try
+    {
+        refusePipe(path);
+        FAIL();
+    }
+    catch (const Poco::OpenFileException& exc)
+    {
+        EXPECT_EQ(exc.message(), path);
+    }
+}
+
+TEST_F(WholeFile, WhatIsNoPipeIsNotRefused)
+{
+    EXPECT_NO_THROW(refusePipe(directory.write("file", "a")));
+    EXPECT_NO_THROW(refusePipe(directory.path()));
+    EXPECT_NO_THROW(refusePipe(directory.path("missing")));
 }
 
 // ---- writeWholeFile ----
@@ -111,6 +180,13 @@ TEST_F(WholeFile, WritingThroughALinkKeepsTheLink)
 TEST_F(WholeFile, WritingWithoutADirectoryThrows)
 {
     EXPECT_THROW(writeWholeFile(directory.path("missing/file"), "a"), Poco::FileException);
+}
+
+TEST_F(WholeFile, WritingIntoAPipeThrows)
+{
+    putPipeAt(directory.path("pipe"));
+
+    EXPECT_THROW(writeWholeFile(directory.path("pipe"), "a"), Poco::OpenFileException);
 }
 
 TEST_F(WholeFile, WritingOnAFullDeviceThrows)

@@ -2,7 +2,10 @@
 
 #include "support/RealCall.h"
 
+#include <sys/types.h>
+
 #include <cerrno>
+#include <cstddef>
 #include <filesystem>
 #include <stdexcept>
 #include <system_error>
@@ -14,13 +17,21 @@ QMT::Test::FailingCall* current = nullptr;
 
 } // namespace
 
-extern "C" int failingFsync(int file) __asm__("fsync");
+extern "C"
+{
+    int failingFsync(int file) __asm__("fsync");
+    ssize_t failingRead(int file, void* buffer, std::size_t size) __asm__("read");
+}
 
 int failingFsync(int file)
 {
-    std::error_code unknown;
-    const std::string path = std::filesystem::read_symlink("/proc/self/fd/" + std::to_string(file), unknown).string();
-    return QMT::Test::FailingCall::fails("fsync", path) ? -1 : QMT::Test::realCall<int(int)>("fsync")(file);
+    return QMT::Test::FailingCall::fails("fsync", file) ? -1 : QMT::Test::realCall<int(int)>("fsync")(file);
+}
+
+ssize_t failingRead(int file, void* buffer, std::size_t size)
+{
+    static auto* const realRead = QMT::Test::realCall<ssize_t(int, void*, std::size_t)>("read");
+    return QMT::Test::FailingCall::fails("read", file) ? -1 : realRead(file, buffer, size);
 }
 
 namespace QMT::Test
@@ -40,6 +51,16 @@ FailingCall::~FailingCall()
 int FailingCall::failures() const
 {
     return _failures;
+}
+
+bool FailingCall::fails(const std::string& call, int file)
+{
+    if (current == nullptr || current->_call != call)
+    {
+        return false;
+    }
+    std::error_code unknown;
+    return fails(call, std::filesystem::read_symlink("/proc/self/fd/" + std::to_string(file), unknown).string());
 }
 
 bool FailingCall::fails(const std::string& call, const std::string& path)

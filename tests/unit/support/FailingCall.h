@@ -14,9 +14,8 @@ public:
     /// In place of an error number: the call throws a std::runtime_error, as no system call does.
     static constexpr int THROWS = -1;
 
-    /// `call` is "stat", "open" (for writing, and by the library for reading), "fopen" (by the standard streams) or
-    /// "fsync"; it fails for `path` with the error number `error`, but not the first
-    /// `spared` times.
+    /// `call` is "stat", "open" (for writing, and by the library for reading), "fopen" (by the standard streams),
+    /// "read" or "fsync"; it fails for `path` with the error number `error`, but not the first `spared` times.
     FailingCall(const std::string& call, const std::string& path, int error, int spared = 0);
     ~FailingCall();
     FailingCall(const FailingCall&) = delete;
@@ -29,6 +28,7 @@ public:
 
     /// For the stand-ins: whether the call fails now, the error number being set then.
     static bool fails(const std::string& call, const std::string& path);
+    static bool fails(const std::string& call, int file);
 
 private:
     const std::string _call;

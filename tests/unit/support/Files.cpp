@@ -55,6 +55,15 @@ void putLoopAt(const std::string& path)
     std::filesystem::create_symlink(path, path);
 }
 
+void putPipeAt(const std::string& path)
+{
+    std::filesystem::remove(path);
+    if (::mkfifo(path.c_str(), S_IRUSR | S_IWUSR) != 0)
+    {
+        throw std::runtime_error("cannot make a pipe: " + path);
+    }
+}
+
 void putSocketAt(const std::string& path)
 {
     std::filesystem::remove(path);

@@ -24,6 +24,9 @@ void putDirectoryAt(const std::string& path);
 /// Puts a link to itself in the place of the file at `path`: it can be neither opened nor replaced by opening it.
 void putLoopAt(const std::string& path);
 
+/// Puts a pipe that nobody writes in the place of the file at `path`: opening it would wait for ever.
+void putPipeAt(const std::string& path);
+
 /// Puts a socket in the place of the file at `path`: it exists, and cannot be opened.
 void putSocketAt(const std::string& path);
 

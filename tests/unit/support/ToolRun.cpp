@@ -2,6 +2,7 @@
 
 #include "app/CQorModelTool.h"
 #include "app/CQorModelToolWrapper.h"
+#include "impl/CQorModelToolImpl.h"
 #include "support/CapturedOutput.h"
 #include "support/CapturedSystemLog.h"
 

@@ -1,3 +1,4 @@
+#include "support/FailingAllocation.h"
 #include "support/Files.h"
 #include "support/XmlTest.h"
 #include "xml/CElementWalk.h"
@@ -147,6 +148,18 @@ TEST_F(DocumentAccess, ReportsAWriteThatFails)
 
     parser.writeXMLFile(path, parse("<a/>"));
 
+    EXPECT_EQ(log.messages(), UNWRITABLE);
+}
+
+TEST_F(DocumentAccess, KeepsTheFileWhenThereIsNoMemoryForItsText)
+{
+    const std::string path = framework.file("out.xml", "complete");
+    const CXMLParser::DocumentPtr document = parse("<a>" + std::string(200000, 'x') + "</a>");
+    const FailingAllocation outOfMemory(100000);
+
+    parser.writeXMLFile(path, document);
+
+    EXPECT_EQ(readFile(path), "complete");
     EXPECT_EQ(log.messages(), UNWRITABLE);
 }
 

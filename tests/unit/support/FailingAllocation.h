@@ -1,0 +1,24 @@
+#ifndef QMT_TEST_FailingAllocation_INCLUDED
+#define QMT_TEST_FailingAllocation_INCLUDED
+
+#include <cstddef>
+
+namespace QMT::Test
+{
+
+/// Lets memory run out, as long as the object lives, for whoever asks for much at once. There is one at a time.
+class FailingAllocation
+{
+public:
+    /// Requests of `size` bytes and more fail.
+    explicit FailingAllocation(std::size_t size);
+    ~FailingAllocation();
+    FailingAllocation(const FailingAllocation&) = delete;
+    FailingAllocation& operator=(const FailingAllocation&) = delete;
+    FailingAllocation(FailingAllocation&&) = delete;
+    FailingAllocation& operator=(FailingAllocation&&) = delete;
+};
+
+} // namespace QMT::Test
+
+#endif // QMT_TEST_FailingAllocation_INCLUDED
