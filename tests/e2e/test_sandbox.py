@@ -84,6 +84,16 @@ def test_a_running_program_can_be_sent_a_signal(boxed: Sandbox) -> None:
     assert run.wait().status == -signal.SIGTERM
 
 
+@pytest.mark.parametrize("number", [signal.SIGHUP, signal.SIGINT, signal.SIGQUIT, signal.SIGTERM])
+def test_a_signal_that_is_ignored_outside_ends_the_program(boxed: Sandbox, number: signal.Signals) -> None:
+    before = signal.signal(number, signal.SIG_IGN)
+    try:
+        run = boxed._start(["sh", "-c", f"kill -{number} $$"], [], subprocess.DEVNULL, subprocess.PIPE, subprocess.PIPE)
+    finally:
+        signal.signal(number, before)
+    assert run.wait().status == -number
+
+
 def test_a_program_that_hangs_is_ended_and_reported(boxed: Sandbox) -> None:
     with pytest.raises(SandboxError, match="no end after 0.2 s"):
         boxed.execute("sleep", "60", timeout=0.2)

@@ -37,6 +37,9 @@ RESULTS = HOME / "results.json"
 FOLDERS = ("app", "impl", "xml")
 UNIT = PROJECT / "tests" / "unit"
 END_TO_END = PROJECT / "tests" / "e2e"
+# End-to-end tests that do not judge what the program does, and those that take longest and so come last.
+OTHER_TESTS = ("test_completion.py", "test_hardening.py", "test_manual.py", "test_sandbox.py", "test_sanitizers_in_sandbox.py")
+LAST_TESTS = ("test_signals_and_streams.py", "test_hostile_input.py")
 
 MARK = 95.0
 # Seconds of processor time, so that a busy machine does not kill; and of the clock, for a mutant that waits.
@@ -157,6 +160,17 @@ def build_original(toolchain: Toolchain, jobs: int) -> None:
     checked(toolchain.link(HOME / "unit_tests", objects, shared=False), "the unit tests")
 
 
+def check_original(toolchain: Toolchain, end_to_end: bool) -> None:
+    """Tests that fail without any fault would kill every mutant."""
+    failed = run_unit_tests(HOME / "unit_tests", None)
+    if failed is None and end_to_end:
+        program = HOME / "qor_mim_tool"
+        checked(toolchain.link(program, [built(ENTRY, "core"), HOME / "libcore.so"], shared=False), "the program")
+        failed = run_end_to_end_tests(program)
+    if failed is not None:
+        sys.exit(f"{failed}: fails on the unchanged program")
+
+
 def build_object(toolchain: Toolchain, file: str, target: Path, everything: str) -> None:
     stamp = target.with_suffix(".stamp")
     source = PROJECT / (ENTRY if file == CALLABLE_ENTRY else file)
@@ -222,8 +236,14 @@ def run_unit_tests(program: Path, chosen: list[str] | None) -> str | None:
     return started[-1].decode() if started else "start"
 
 
+@functools.lru_cache(maxsize=None)
+def end_to_end_files() -> tuple[str, ...]:
+    files = [path for path in END_TO_END.glob("test_*.py") if path.name not in OTHER_TESTS]
+    return tuple(map(str, sorted(files, key=lambda path: (path.name in LAST_TESTS, path.name))))
+
+
 def run_end_to_end_tests(program: Path) -> str | None:
-    command = ["/usr/bin/python3", "-m", "pytest", "-x", "-q", "-p", "no:cacheprovider", str(END_TO_END)]
+    command = ["/usr/bin/python3", "-m", "pytest", "-x", "-q", "-p", "no:cacheprovider", *end_to_end_files()]
     environment = {**os.environ, "QOR_MIM_TOOL": str(program)}
     try:
         run = subprocess.run(
@@ -368,6 +388,7 @@ def judge_all(mutants: list[Mutant], cache: Cache, options: argparse.Namespace) 
         return results
     toolchain = Toolchain()
     build_original(toolchain, options.jobs)
+    check_original(toolchain, options.end_to_end)
     local = threading.local()
     numbers = iter(range(options.jobs))
 
