@@ -6,8 +6,8 @@
  *     disturb EINTR N PROGRAM [ARGUMENT...]     likewise EINTR
  *     disturb ENOSPC N PROGRAM [ARGUMENT...]    likewise ENOSPC
  *
- * Calls are counted from the last program's execution, so that env may stand in between. Children are not followed. Ends as the program ended, or with 127
- * when there was no such call.
+ * Calls are counted from the last program's execution, so that env may stand in between. Children are not followed.
+ * Ends as the program ended, or with 127 when there was no such call.
  */
 #include <errno.h>
 #include <signal.h>
@@ -33,8 +33,8 @@ enum
 
 struct Disturbance
 {
-    long call;  /* the number of the system call */
-    int error;  /* what a close reports; 0 for a short write */
+    long call; /* the number of the system call */
+    int error; /* what a close reports; 0 for a short write */
     long nth;
     long seen;
 };

@@ -1,8 +1,8 @@
 /*
  * An allocation that fails. QOR_SANDBOX_ALLOCATION is the number of the one to fail; QOR_SANDBOX_ALLOCATIONS names a
- * file that receives how many there were; QOR_SANDBOX_ALLOCATION_LOOKUP one that is created when the allocation that fails
- * is the C library's own, within getpwuid, which it does not survive. Counting begins when the program sets its handler for SIGPIPE, which is the
- * first thing that it does itself.
+ * file that receives how many there were; QOR_SANDBOX_ALLOCATION_LOOKUP one that is created when the allocation that
+ * fails is the C library's own, within getpwuid, which it does not survive. Counting begins when the program sets its
+ * handler for SIGPIPE, which is the first thing that it does itself.
  */
 #define _GNU_SOURCE
 
