@@ -239,8 +239,10 @@ def run_unit_tests(program: Path, chosen: list[str] | None) -> str | None:
         output, status = late.stdout or b"", -1
     if status == 0:
         return None
+    # After a failure all other tests are started and skipped; after a crash there is only the one that was started last.
+    failed = re.findall(rb"^\[  FAILED  \] (\S+) \(", output, re.MULTILINE)
     started = re.findall(rb"^\[ RUN      \] (\S+)$", output, re.MULTILINE)
-    return started[-1].decode() if started else "start"
+    return (failed[:1] or started[-1:] or [b"start"])[0].decode()
 
 
 @functools.lru_cache(maxsize=None)
@@ -413,7 +415,7 @@ def judge_all(mutants: list[Mutant], cache: Cache, options: argparse.Namespace) 
                 cache.put(mutant, result)
                 if result["status"] == SURVIVED:
                     print(f"survived: {mutant}", flush=True)
-                if count % 50 == 0:
+                if count % 25 == 0:
                     cache.save()
                     print(f"{count} of {len(open_ones)}", flush=True)
         finally:
