@@ -1,24 +1,28 @@
 """The session lock: who owns a session, what another host may do, and how it waits."""
 from __future__ import annotations
 
+import contextlib
 import time
 from pathlib import Path
 
 import pytest
 
-from expect import (COMPLETED, DEBUG, INFO, NEW_SESSION, ROLLING_BACK, UPDATED, WARNING, answer, console, staged,
+from expect import (COMPLETED, DEBUG, INFO, NEW_SESSION, ROLLING_BACK, UPDATED, WARNING, Bare, answer, staged,
                     warning)
 from framework import (BASE, CONFIG, CONFIG_BAK, CONFIG_TMP, LIST, LIST_BAK, LIST_TMP, LOCK, PUMP, SESSION, VALVE,
                        Framework, installed)
+from gate import held_at_gate
 from sandbox import Result, Sandbox
 
 ADD = f"--addModelFile={PUMP}"
+ADD_OTHER = f"--addModelFile={VALVE}"
 
 
-def refused(owner: str, line: str = ADD) -> Result:
-    """What a host gets that may not add to the session."""
+def refused(owner: str, line: str = ADD, new: bool = False) -> Result:
+    """What a host gets that may not add to the session; with ``new`` it has seen none when it began."""
+    start = (NEW_SESSION,) if new else ()
     warning = f"WARNING: Session already in progress and locked by: {owner}\nPending action canceled."
-    return answer(warning, syslog=[(DEBUG, line), (INFO, warning)])
+    return answer(*start, warning, syslog=[(DEBUG, line), (INFO, warning)])
 
 
 def taken_over() -> Result:
@@ -66,15 +70,6 @@ def test_a_lock_without_a_name_belongs_to_nobody(tool: Sandbox, framework: Frame
     assert framework.changes(before) == {}
 
 
-def test_a_lock_that_is_a_directory_belongs_to_nobody(tool: Sandbox, framework: Framework) -> None:
-    framework.path(LOCK).mkdir()
-    before = framework.snapshot()
-    result = tool.sleepless().run(ADD)
-    assert result.status == 0
-    assert result.console.endswith(refused("").console.partition("\n")[2])
-    assert framework.changes(before) == {}
-
-
 UNKNOWN_OWNER = warning("Unable to find hostname")
 UNKNOWN_OWNER_LOG = (WARNING, "Unable to find hostname")
 
@@ -85,13 +80,24 @@ def sealed_session(framework: Framework) -> None:
     framework.path(LOCK).chmod(0o200)
 
 
+def refused_by_nobody(line: str) -> Result:
+    """What a host gets whose question for the owner has no answer: at the start, before the wait and after it."""
+    text = "WARNING: Session already in progress and locked by: \nPending action canceled."
+    return answer(UNKNOWN_OWNER, UNKNOWN_OWNER, UNKNOWN_OWNER, text,
+                  syslog=[UNKNOWN_OWNER_LOG, (DEBUG, line), UNKNOWN_OWNER_LOG, UNKNOWN_OWNER_LOG, (INFO, text)])
+
+
+def test_a_lock_that_is_a_directory_belongs_to_nobody(tool: Sandbox, framework: Framework) -> None:
+    framework.path(LOCK).mkdir()
+    before = framework.snapshot()
+    assert tool.sleepless().run(ADD) == refused_by_nobody(ADD)
+    assert framework.changes(before) == {}
+
+
 def test_a_lock_that_cannot_be_read_refuses_an_action(tool: Sandbox, framework: Framework) -> None:
     sealed_session(framework)
     line = f"--removeModelFile={BASE}"
-    text = "WARNING: Session already in progress and locked by: \nPending action canceled."
-    assert tool.sleepless().run(line) == answer(
-        UNKNOWN_OWNER, UNKNOWN_OWNER, UNKNOWN_OWNER, text,
-        syslog=[UNKNOWN_OWNER_LOG, (DEBUG, line), UNKNOWN_OWNER_LOG, UNKNOWN_OWNER_LOG, (INFO, text)])
+    assert tool.sleepless().run(line) == refused_by_nobody(line)
     assert framework.read(SESSION) == f"0:{PUMP}\n"
 
 
@@ -159,6 +165,41 @@ def test_a_session_taken_over_by_waiting_can_be_committed(tool: Sandbox, framewo
     tool.sleepless(unlink=installed(LOCK), at=3).run(ADD)
     assert tool.run("--commit") == answer(COMPLETED)
     assert framework.read(LIST) == f"{BASE}\n{PUMP}\n"
+
+
+def test_a_host_that_gets_the_lock_but_no_working_copies_keeps_the_lock(tool: Sandbox, framework: Framework) -> None:
+    framework.session(f"2:{BASE}\n", host="beta")
+    framework.remove(LIST)
+    before = framework.snapshot()
+    result = tool.sleepless(unlink=installed(LOCK), at=1).run(ADD)
+    assert result == answer(NEW_SESSION, UPDATED, ADD, Bare(f"File not found: {installed(LIST)}"), status=70,
+                            syslog=[(DEBUG, ADD)])
+    assert framework.changes(before) == {LOCK: "alpha"}
+
+
+@pytest.mark.parametrize("ending", ["--rollback", "--commit"])
+def test_a_waiting_host_takes_over_when_the_owner_ends_its_session(tool: Sandbox, other: Sandbox,
+                                                                   framework: Framework, ending: str) -> None:
+    tool.run(ADD_OTHER)
+    with held_at_gate(other.sleepless(), ADD, at=f"3:{installed(LOCK)}") as waiting:
+        assert tool.run(ending).status == 0
+        before = framework.snapshot()
+    assert waiting.wait() == taken_over()
+    assert framework.changes(before) == {LOCK: "beta", SESSION: f"0:{PUMP}\n", CONFIG_TMP: framework.read(CONFIG),
+                                         LIST_TMP: framework.read(LIST)}
+
+
+def test_a_host_whose_last_attempt_comes_after_the_commit_leaves_a_lock_that_a_rollback_drops(
+        tool: Sandbox, other: Sandbox, framework: Framework, work: Path) -> None:
+    tool.run(ADD_OTHER)
+    with held_at_gate(other.sleepless(), ADD, at=f"31:{installed(LOCK)}") as waiting:
+        assert tool.run("--commit") == answer(COMPLETED)
+        before = framework.snapshot()
+    assert waiting.wait() == refused("beta")
+    assert framework.changes(before) == {LOCK: "beta"}
+    assert sleeps(work) == 30
+    assert tool.run("--rollback") == answer(ROLLING_BACK)
+    assert framework.changes(before) == {}
 
 
 def test_a_refused_action_is_not_committed_in_the_same_run(tool: Sandbox, framework: Framework) -> None:
@@ -230,24 +271,108 @@ def test_hosts_take_turns_after_each_commit(tool: Sandbox, other: Sandbox, frame
     assert framework.read(LIST) == f"{BASE}\n{PUMP}\n{VALVE}\n"
 
 
+# --- two hosts at the same moment --------------------------------------------------------------------------------------
+
+BEFORE_ITS_COPIES = f"1:{installed(CONFIG_TMP)}"
+BEFORE_THE_LOCK = f"1:{installed(LOCK)}"
+BEFORE_ITS_NAME_IS_WRITTEN = f"2:{installed(LOCK)}"
+
+
+def session_of(framework: Framework, host: str, entry: str) -> dict[str, str]:
+    """The files of a session that has just begun."""
+    return {LOCK: host, SESSION: entry, CONFIG_TMP: framework.read(CONFIG), LIST_TMP: framework.read(LIST)}
+
+
+@pytest.mark.parametrize("at", [BEFORE_ITS_COPIES, BEFORE_THE_LOCK], ids=["working copies", "lock"])
+def test_a_host_that_saw_no_session_but_is_too_late_for_the_lock_is_refused(tool: Sandbox, other: Sandbox,
+                                                                           framework: Framework, at: str) -> None:
+    before = framework.snapshot()
+    with held_at_gate(other.sleepless(), ADD_OTHER, at=at) as late:
+        assert tool.run(ADD) == staged(ADD, new=True)
+    assert late.wait() == refused("alpha", ADD_OTHER, new=True)
+    assert framework.changes(before) == session_of(framework, "alpha", f"0:{PUMP}\n")
+    assert tool.run("--commit") == answer(COMPLETED)
+
+
+def test_a_host_that_meets_a_lock_without_a_name_yet_is_refused(tool: Sandbox, other: Sandbox,
+                                                               framework: Framework) -> None:
+    before = framework.snapshot()
+    with held_at_gate(tool, ADD, at=BEFORE_ITS_NAME_IS_WRITTEN) as owner:
+        assert framework.read(LOCK) == ""
+        assert other.sleepless().run(ADD_OTHER) == refused("", ADD_OTHER)
+    assert owner.wait() == staged(ADD, new=True)
+    assert framework.changes(before) == session_of(framework, "alpha", f"0:{PUMP}\n")
+
+
+def test_a_host_that_comes_before_the_owner_has_saved_is_refused(tool: Sandbox, other: Sandbox,
+                                                                framework: Framework) -> None:
+    before = framework.snapshot()
+    with held_at_gate(tool, ADD) as owner:
+        assert not framework.path(SESSION).exists()
+        assert other.sleepless().run(ADD_OTHER) == refused("alpha", ADD_OTHER)
+    assert owner.wait() == staged(ADD, new=True)
+    assert framework.changes(before) == session_of(framework, "alpha", f"0:{PUMP}\n")
+
+
+def test_a_session_whose_working_copies_went_with_another_hosts_commit_is_dropped(tool: Sandbox, other: Sandbox,
+                                                                                 framework: Framework) -> None:
+    with held_at_gate(other, ADD_OTHER, at=BEFORE_THE_LOCK) as late:
+        tool.run(ADD)
+        assert tool.run("--commit") == answer(COMPLETED)
+        before = framework.snapshot()
+    assert late.wait() == staged(ADD_OTHER, new=True)
+    assert framework.changes(before) == {LOCK: "beta", SESSION: f"0:{VALVE}\n"}
+    assert other.run("--commit") == answer(
+        "Unable to commit!\nRolling back...",
+        syslog=[(INFO, "check of qor.cfg or Model files failed, Unable to commit rolling back")])
+    assert framework.changes(before) == {}
+
+
+@pytest.mark.parametrize("winner", ["alpha", "beta"])
+def test_of_two_hosts_that_both_saw_no_session_the_first_at_the_lock_owns_it(tool: Sandbox, other: Sandbox,
+                                                                            framework: Framework, winner: str) -> None:
+    before = framework.snapshot()
+    lines = {"alpha": ADD, "beta": ADD_OTHER}
+    loser = {"alpha": "beta", "beta": "alpha"}[winner]
+    with contextlib.ExitStack() as first, contextlib.ExitStack() as second:
+        gates = {winner: first, loser: second}
+        runs = {host.host: gates[host.host].enter_context(
+            held_at_gate(host.sleepless(), lines[host.host], at=BEFORE_THE_LOCK)) for host in (tool, other)}
+        first.close()
+        assert runs[winner].wait() == staged(lines[winner], new=True)
+    assert runs[loser].wait() == refused(winner, lines[loser], new=True)
+    assert framework.changes(before) == session_of(framework, winner, f"0:{lines[winner].partition('=')[2]}\n")
+
+
+def expect_one_owner(framework: Framework, answers: dict[str, Result], lines: dict[str, str], new: set[bool]) -> None:
+    """One host has the session, whole, and the other is refused; ``new``: what the other may have seen at its start."""
+    owner = framework.read(LOCK)
+    loser = {"alpha": "beta", "beta": "alpha"}[owner]
+    assert answers[owner] == staged(lines[owner], new=True)
+    # The owner has made the lock before it writes its name there.
+    assert answers[loser] in [refused(name, lines[loser], new=seen) for name in (owner, "") for seen in new]
+    assert framework.read(SESSION) == f"0:{lines[owner].partition('=')[2]}\n"
+
+
 @pytest.mark.parametrize("attempt", range(5))
 def test_of_two_hosts_that_start_together_exactly_one_owns_the_session(tool: Sandbox, other: Sandbox,
                                                                        framework: Framework, tmp_path: Path,
                                                                        attempt: int) -> None:
+    lines = {"alpha": ADD, "beta": ADD_OTHER}
     runs = {}
-    for host, model in ((tool, PUMP), (other, VALVE)):
+    for host in (tool, other) if attempt % 2 else (other, tool):
         work = tmp_path / host.host
         work.mkdir()
-        runs[host.host] = (host.using(work=work).sleepless().start(f"--addModelFile={model}"), model)
-    answers = {host: (run.wait(), model) for host, (run, model) in runs.items()}
-    owner = framework.read(LOCK)
-    loser = {"alpha": "beta", "beta": "alpha"}[owner]
-    won, model = answers[owner]
-    assert won == staged(f"--addModelFile={model}", new=True)
-    assert framework.read(SESSION) == f"0:{model}\n"
-    lost, model = answers[loser]
-    assert lost.status == 0
-    assert UPDATED not in lost.console
-    assert lost.console.endswith("\nPending action canceled.\n")
-    assert lost.console.removeprefix(console()).removeprefix(f"ConsoleLogger: Information: {NEW_SESSION}\n").startswith(
-        "ConsoleLogger: Information: WARNING: Session already in progress and locked by: ")
+        runs[host.host] = host.using(work=work).sleepless().start(lines[host.host])
+    expect_one_owner(framework, {host: run.wait() for host, run in runs.items()}, lines, new={True, False})
+
+
+@pytest.mark.parametrize("attempt", range(5))
+def test_of_two_hosts_that_make_the_lock_together_exactly_one_owns_the_session(tool: Sandbox, other: Sandbox,
+                                                                               framework: Framework,
+                                                                               attempt: int) -> None:
+    lines = {"alpha": ADD, "beta": ADD_OTHER}
+    with contextlib.ExitStack() as gates:
+        runs = {host.host: gates.enter_context(held_at_gate(host.sleepless(), lines[host.host], at=BEFORE_THE_LOCK))
+                for host in ((tool, other) if attempt % 2 else (other, tool))}
+    expect_one_owner(framework, {host: run.wait() for host, run in runs.items()}, lines, new={True})
