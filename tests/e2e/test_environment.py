@@ -70,6 +70,11 @@ def test_errors_of_the_agent_are_part_of_its_answer(tool: Sandbox, framework: Fr
     assert tool.run("--status") == status("Using QOR path: /opt/qor")
 
 
+def test_the_agent_has_the_standard_input_of_the_caller(tool: Sandbox, framework: Framework) -> None:
+    framework.script(AGENT, "cat")
+    assert tool.run("--status", stdin=b"/opt/qor\n") == status("Using QOR path: /opt/qor")
+
+
 def test_a_carriage_return_stays_in_the_answer(tool: Sandbox, framework: Framework, nested: Framework) -> None:
     framework.script(AGENT, f"printf '{OTHER}\\r\\n'")
     before = framework.snapshot()

@@ -1,9 +1,11 @@
 """Validation: when the framework's validator is run, and what its verdict does."""
 from __future__ import annotations
 
+from pathlib import Path
+
 import pytest
 
-from expect import COMPLETED, ERROR, FAILED, INFO, WARNING, answer, error, warning
+from expect import COMPLETED, ERROR, FAILED, INFO, WARNING, answer, console, error, warning
 from framework import (BASE, CONFIG, CONFIG_BAK, CONFIG_TMP, LIST, LIST_BAK, LIST_TMP, LOCK, MISSING, PLACEHOLDER, PUMP,
                        SESSION, VALIDATOR, VALVE, Framework, config, installed, participant)
 from sandbox import Result, Sandbox, emulator, find_launcher
@@ -96,6 +98,17 @@ def test_a_long_report_is_shown_whole(tool: Sandbox, framework: Framework) -> No
     framework.script(VALIDATOR, "i=0; while [ $i -lt 2000 ]; do echo complaint number $i; i=$((i+1)); done; exit 1")
     framework.session(ADD)
     assert tool.run("--commit") == rejected("".join(f"complaint number {i}\n" for i in range(2000)))
+
+
+def test_the_report_comes_before_the_verdict_where_both_go_to_one_file(tool: Sandbox, framework: Framework,
+                                                                      tmp_path: Path) -> None:
+    framework.script(VALIDATOR, "echo judged; exit 1")
+    framework.session(f"{ADD}0:{MISSING}\n")
+    together = tmp_path / "together"
+    with together.open("wb") as file:
+        assert tool.start("--commit", stdout=file, console=file).wait().status == 255
+    assert together.read_text(encoding="utf-8") == (
+        console(f"Cannot find the model file: {MISSING}") + "judged\n\n\n" + console(FAILED, path=None))
 
 
 def test_after_a_rejection_there_is_nothing_left_to_undo(tool: Sandbox, framework: Framework) -> None:
