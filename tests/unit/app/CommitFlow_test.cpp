@@ -145,6 +145,19 @@ TEST_F(CommitFlow, DropsTheSessionWhenTheListHasChanged)
     expectLive(before, "changed");
 }
 
+TEST_F(CommitFlow, DoesNotLookAtTheListsWhenTheConfigurationHasChanged)
+{
+    givenSession("0:/m/a.xml\n");
+    writeFile(framework.configuration(), "changed");
+    putDirectoryAt(framework.list(".tmp"));
+
+    const ToolRun run = runTool({"--commit"});
+
+    EXPECT_EQ(run.log, told({"Unable to commit!\nRolling back..."}));
+    EXPECT_EQ(run.systemLog,
+              (Messages{{LOG_INFO, "check of qor.cfg or Model files failed, Unable to commit rolling back"}}));
+}
+
 TEST_F(CommitFlow, FailsWithTheSessionKeptWhenTheWorkingCopyIsNoDocument)
 {
     writeFile(framework.configuration(), "no document");

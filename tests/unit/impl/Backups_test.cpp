@@ -1,9 +1,13 @@
+#include "support/FailingCall.h"
 #include "support/Files.h"
 #include "support/ImplTest.h"
 
 #include <Poco/Exception.h>
 
+#include <syslog.h>
+
 #include <filesystem>
+#include <stdexcept>
 
 namespace QMT::Test
 {
@@ -138,6 +142,23 @@ TEST_F(Backups, CleanUpTheOthersWhenOneCannotBeRemoved)
     EXPECT_EQ(log.messages(), SILENCE);
 }
 
+TEST_F(Backups, CleanUpInTheirOrderUntilSomethingElseThanALibrarysExceptionStopsThem)
+{
+    for (const std::string& path :
+         {framework.list(".tmp"), framework.session(), framework.lock(), framework.configuration(".tmp")})
+    {
+        writeFile(path, "content");
+    }
+    {
+        const FailingCall failing("stat", framework.lock(), FailingCall::THROWS);
+        EXPECT_THROW(impl.cleanupTmp(), std::runtime_error);
+    }
+    EXPECT_FALSE(exists(framework.list(".tmp")));
+    EXPECT_FALSE(exists(framework.session()));
+    EXPECT_TRUE(exists(framework.lock()));
+    EXPECT_TRUE(exists(framework.configuration(".tmp")));
+}
+
 // ---- Checksums ----
 
 TEST_F(Backups, SumAFileByTheStandardCrc32)
@@ -190,6 +211,31 @@ TEST_F(Backups, FindAConfigurationThatDiffersInOneByte)
     writeFile(framework.configuration(".tmp"), "configuratioN");
 
     EXPECT_FALSE(impl.crcCheckQORFiles());
+}
+
+TEST_F(Backups, FindEmptyConfigurationsEqual)
+{
+    writeFile(framework.configuration(), "");
+    writeFile(framework.configuration(".tmp"), "");
+
+    EXPECT_TRUE(impl.crcCheckQORFiles());
+}
+
+TEST_F(Backups, SumTheLiveFileBeforeItsWorkingCopy)
+{
+    for (const std::string& path :
+         {framework.list(), framework.list(".tmp"), framework.configuration(), framework.configuration(".tmp")})
+    {
+        putDirectoryAt(path);
+    }
+
+    EXPECT_TRUE(impl.crcCheckModelFiles());
+    EXPECT_TRUE(impl.crcCheckQORFiles());
+
+    EXPECT_EQ(systemLog.messages(), (Messages{{LOG_INFO, "Unable to load file " + framework.list()},
+                                              {LOG_INFO, "Unable to load file " + framework.list(".tmp")},
+                                              {LOG_INFO, "Unable to load file " + framework.configuration()},
+                                              {LOG_INFO, "Unable to load file " + framework.configuration(".tmp")}}));
 }
 
 TEST_F(Backups, FindAMissingWorkingCopyDifferentUnlessTheLiveFileIsEmpty)

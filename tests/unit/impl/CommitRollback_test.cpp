@@ -117,6 +117,25 @@ TEST_F(CommitRollback, GivesInstalledFilesTheirGroupAndModeWhenToldTo)
                      "chmod " + framework.configuration() + " 0660"}));
 }
 
+TEST_F(CommitRollback, GoesOnWhenGroupsAndModesCannotBeSet)
+{
+    makeSession();
+    const FakeOwnership refusing(-1);
+    impl.adjustOwnership(4711);
+
+    EXPECT_TRUE(impl.commitCompleted());
+
+    expectLive("new configuration", "new list");
+    EXPECT_FALSE(exists(framework.lock()));
+    const std::string group = "Error occurred while changing the group of directory ";
+    const std::string mode = "Error occurred while modifying the permissions of ";
+    EXPECT_EQ(systemLog.messages(), (Messages{{LOG_ERR, group + framework.list() + " file"},
+                                              {LOG_ERR, mode + framework.list() + " file"},
+                                              {LOG_ERR, group + framework.configuration() + " file"},
+                                              {LOG_ERR, mode + framework.configuration() + " file"}}));
+    EXPECT_EQ(log.messages(), SILENCE);
+}
+
 TEST_F(CommitRollback, StopsWithNoLiveListWhenTheWorkingCopyOfTheListIsMissing)
 {
     makeSession();

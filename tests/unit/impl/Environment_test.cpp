@@ -13,6 +13,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <optional>
+#include <stdexcept>
 
 namespace QMT::Test
 {
@@ -325,6 +326,17 @@ TEST_F(Environment, FailsSilentlyWhenTheEnvironmentFileCannotBeRead)
     EXPECT_FALSE(impl.getEnvDir(dir));
 
     EXPECT_EQ(log.messages(), AGENT_FAILED);
+}
+
+TEST_F(Environment, LetsAnythingElseThanALibrarysExceptionThrough)
+{
+    installation->setAgent("echo " + framework.path());
+    dir.clear();
+    const FailingCall failing("stat", framework.path(), FailingCall::THROWS);
+
+    EXPECT_THROW(static_cast<void>(impl.getEnvDir(dir)), std::runtime_error);
+
+    EXPECT_EQ(log.messages(), SILENCE);
 }
 
 TEST_F(Environment, UsesTheDefaultDirectoryWhenNothingElseAnswers)

@@ -54,6 +54,17 @@ TEST_F(DefaultComponent, IsTakenOverWithTheRootClassOfTheModel)
     EXPECT_EQ(systemLog.messages(), SILENCE);
 }
 
+TEST_F(DefaultComponent, IsWrittenWithItsNewNameBeforeTheRootClassJoins)
+{
+    putFullDeviceAt(framework.configuration(".tmp"));
+    given(configurationOf({{PLACEHOLDER, {}}}));
+
+    EXPECT_EQ(verify(model), 1);
+
+    EXPECT_EQ(log.messages(), told({"Replaced default QOR component tag with: h", "Unable to wite updated XML file!",
+                                    "Found handler: h", "Unable to wite updated XML file!"}));
+}
+
 TEST_F(DefaultComponent, IsTakenOverByAHandlerAlone)
 {
     given(configurationOf({{PLACEHOLDER, {"D"}}}));

@@ -1,3 +1,4 @@
+#include "support/Files.h"
 #include "support/XmlTest.h"
 #include "xml/CElementWalk.h"
 
@@ -84,6 +85,16 @@ TEST_F(Handlers, AreRemovedByTheirNode)
     EXPECT_EQ(textOf(document), configurationOf({{"b", {"B"}}}));
     EXPECT_EQ(written(), configurationOf({{"b", {"B"}}}));
     EXPECT_EQ(log.messages(), (Messages{{Message::PRIO_INFORMATION, "Removed handler: a"}}));
+}
+
+TEST_F(Handlers, AreWrittenOnceWhenOneIsRemovedAndSaidToBeRemovedEvenIfThatFails)
+{
+    putFullDeviceAt(framework.configuration(".tmp"));
+    CXMLParser::DocumentPtr document = parse(configurationOf({{"a", {"A"}}, {"b", {"B"}}}));
+
+    EXPECT_EQ(parser.removeModelHandler(document, CElementWalk::first(*document, "participant"), "a"), 1);
+
+    EXPECT_EQ(log.messages(), told({"Unable to wite updated XML file!", "Removed handler: a"}));
 }
 
 TEST_F(Handlers, AreNotRemovedByTheirNodeWhenOnlyOneIsLeft)

@@ -280,6 +280,16 @@ TEST_F(RootEntries, ReportAWorkingCopyThatCannotBeWrittenAndStayAdded)
     EXPECT_EQ(log.messages(), told({"Found handler: h", "Unable to wite updated XML file!"}));
 }
 
+TEST_F(RootEntries, AreWrittenOnceWhenTheyRegisterAHandler)
+{
+    putFullDeviceAt(framework.configuration(".tmp"));
+    given(configurationOf({{"a", {"A"}}}));
+
+    EXPECT_EQ(add(), 1);
+
+    EXPECT_EQ(log.messages(), told({"Adding new handler: h with root class: R", "Unable to wite updated XML file!"}));
+}
+
 // ---- modifyRoot, ENTRY_REMOVE_ROOT ----
 
 TEST_F(RootEntries, AreRemovedFromTheirHandlerAlone)
