@@ -19,8 +19,16 @@ CONSOLE, SYSTEM_LOG = "console", "system log"
 PRIORITIES = {"LOG_ERR": "error", "LOG_WARNING": "warning", "LOG_INFO": "information", "LOG_DEBUG": "debug"}
 FUNCTION = re.compile(r"^[^\s#/].*?(?:\w+::)*(~?\w+)\(([^;{}]*?)\)[^;{}()]*\n\{\n(.*?)^\}", re.MULTILINE | re.DOTALL)
 LITERAL = re.compile(r'"((?:[^"\\]|\\.)*)"')
-# Words that the library finds, not the program: the name of an exception.
-FROM_THE_LIBRARY = {"Exception"}
+CONSOLE_PRIORITIES = ("critical", "error", "warning", "information")
+# Words that the library finds, not the program: the names of exceptions.
+FROM_THE_LIBRARY = {"Exception", "Assertion violation"}
+# Where the program passes on words that are found elsewhere: the operation, the priority and what it passes on.
+PASSED_ON = {
+    ("getEnvDir", "information", "exc.what()"),
+    ("announceEntry", "information", "line"),
+    ("handleStatus", "information", "statusLine(entry->first, entry->second)"),
+    ("stage", "debug", "line.c_str()"),
+}
 
 Message = tuple[str, str, str]
 
@@ -97,7 +105,7 @@ def words_of_part(part: str, function: tuple[str, list[str], str]) -> set[str]:
 def messages_of_the_program() -> set[Message]:
     found = set()
     for function in functions():
-        for priority in ("critical", "error", "warning", "information"):
+        for priority in CONSOLE_PRIORITIES:
             for (text,) in calls(function[2], f"_logger->{priority}"):
                 found |= {(CONSOLE, priority, text) for text in words(text, function)}
         for priority, form, *values in calls(function[2], "syslog"):
@@ -154,6 +162,35 @@ def test_messages_are_found_in_the_program() -> None:
     } <= messages_of_the_program()
 
 
+def test_every_call_that_tells_something_is_followed() -> None:
+    loggers = re.findall(r"\w*[lL]ogger(?:\(\))?(?:->|\.)(\w+)\(", program())
+    # What else is done with a logger: to give it its channel, and to log why an option was not understood.
+    assert set(loggers) <= {*CONSOLE_PRIORITIES, "setChannel", "log"}
+    followed = [name for function in functions() for name in CONSOLE_PRIORITIES
+                for _ in calls(function[2], f"_logger->{name}")]
+    assert sorted(followed) == sorted(name for name in loggers if name in CONSOLE_PRIORITIES)
+    assert sum(len(list(calls(function[2], "syslog"))) for function in functions()) == len(
+        re.findall(r"\bsyslog\(", program()))
+
+
+def test_only_staged_actions_and_exceptions_are_passed_on_unread() -> None:
+    found = set()
+    for function in functions():
+        told = [(priority, text) for priority in CONSOLE_PRIORITIES
+                for (text,) in calls(function[2], f"_logger->{priority}")]
+        told += [(PRIORITIES[priority], values[0]) for priority, form, *values in calls(function[2], "syslog")
+                 if words(form, function) == {"%s"}]
+        found |= {(function[0], priority, text) for priority, text in told
+                  if not any(re.search("[A-Za-z]", choice) for choice in words(text, function))}
+    assert found == PASSED_ON
+
+
+@pytest.mark.parametrize("name", sorted(FROM_THE_LIBRARY))
+def test_name_of_an_exception_is_explained(name: str) -> None:
+    assert [(priority, log) for message, priority, log in rows() if template(message) == name] == [
+        ("information", "nothing")]
+
+
 @pytest.mark.parametrize("message", sorted(known(messages_of_the_program())), ids=lambda message: message[2])
 def test_message_is_explained(message: Message) -> None:
     assert message in known(messages_of_the_page())
@@ -176,3 +213,5 @@ def test_lines_of_staged_actions_are_explained() -> None:
     page = PAGE.read_text(encoding="utf-8")
     for words_of_line in re.findall(r'"( ?--\w+=)"', actions):
         assert words_of_line.strip() in page
+    told = {(priority, log) for message, priority, log in rows() if template(message).startswith("--")}
+    assert told == {("information", "the same (debug), when it is staged")}
