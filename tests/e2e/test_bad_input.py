@@ -5,7 +5,7 @@ import os
 
 import pytest
 
-from expect import COMPLETED, FAILED, INFO, NEW_SESSION, UPDATED, answer, critical, staged
+from expect import COMPLETED, FAILED, INFO, NEW_SESSION, UPDATED, answer, critical, error, staged
 from framework import (BASE, CONFIG, CONFIG_TMP, LIST, LIST_TMP, LOCK, PUMP, SESSION, VALIDATOR, Framework, config,
                        installed, participant)
 from sandbox import Sandbox
@@ -57,19 +57,17 @@ def test_a_directory_in_place_of_the_working_list_reads_as_empty_and_drops_the_s
     framework.session(f"0:{PUMP}\n")
     framework.remove(LIST_TMP)
     framework.path(LIST_TMP).mkdir()
-    result = tool.run("--commit")
-    assert result.console == answer("Unable to commit!\nRolling back...").console
-    assert result.syslog == [(INFO, f"Unable to load file {installed(LIST_TMP)}"),
-                             (INFO, "check of qor.cfg or Model files failed, Unable to commit rolling back")]
+    assert tool.run("--commit") == answer(
+        "Unable to commit!\nRolling back...",
+        syslog=[(INFO, f"Unable to load file {installed(LIST_TMP)}"),
+                (INFO, "check of qor.cfg or Model files failed, Unable to commit rolling back")])
     assert (framework.read(LIST), framework.path(LOCK).exists()) == (f"{BASE}\n", False)
 
 
 def test_a_directory_in_place_of_a_model_file_is_an_unreadable_model(tool: Sandbox, framework: Framework) -> None:
     framework.session("3:/opt/qor/models|h|1|1\n")
     before = framework.read(CONFIG)
-    result = tool.run("--commit")
-    assert result.status == 255
-    assert result.console.endswith(answer(UNREADABLE, "Aborting", FAILED, path=None).console)
+    assert tool.run("--commit") == answer(error("Error opening/reading file"), UNREADABLE, "Aborting", FAILED, status=255)
     assert framework.read(CONFIG) == before
 
 

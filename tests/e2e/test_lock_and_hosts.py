@@ -7,8 +7,8 @@ from pathlib import Path
 
 import pytest
 
-from expect import (COMPLETED, DEBUG, INFO, NEW_SESSION, ROLLING_BACK, UPDATED, WARNING, Bare, answer, staged,
-                    warning)
+from expect import (COMPLETED, DEBUG, INFO, NEW_SESSION, NOTHING_PENDING, ROLLING_BACK, UPDATED, WARNING, Bare, answer,
+                    staged, warning)
 from framework import (BASE, CONFIG, CONFIG_BAK, CONFIG_TMP, LIST, LIST_BAK, LIST_TMP, LOCK, PUMP, SESSION, VALVE,
                        Framework, installed)
 from gate import held_at_gate
@@ -16,6 +16,10 @@ from sandbox import Result, Sandbox
 
 ADD = f"--addModelFile={PUMP}"
 ADD_OTHER = f"--addModelFile={VALVE}"
+
+
+MISMATCH = answer("Unable to commit!\nRolling back...",
+                  syslog=[(INFO, "check of qor.cfg or Model files failed, Unable to commit rolling back")])
 
 
 def refused(owner: str, line: str = ADD, new: bool = False) -> Result:
@@ -177,6 +181,15 @@ def test_a_host_that_gets_the_lock_but_no_working_copies_keeps_the_lock(tool: Sa
     assert framework.changes(before) == {LOCK: "alpha"}
 
 
+def test_actions_listed_before_the_wait_are_part_of_the_session_that_follows_it(tool: Sandbox,
+                                                                               framework: Framework) -> None:
+    framework.session(f"2:{BASE}\n", host="beta")
+    line = f"--removeModelFile={BASE}"
+    assert tool.sleepless(unlink=installed(LOCK), at=1).run("--status", ADD) == answer(
+        "Queued actions:", line, NEW_SESSION, UPDATED, ADD, COMPLETED, syslog=[(DEBUG, ADD)])
+    assert framework.read(SESSION) == f"2:{BASE}\n0:{PUMP}\n"
+
+
 @pytest.mark.parametrize("ending", ["--rollback", "--commit"])
 def test_a_waiting_host_takes_over_when_the_owner_ends_its_session(tool: Sandbox, other: Sandbox,
                                                                    framework: Framework, ending: str) -> None:
@@ -242,6 +255,16 @@ def test_another_host_may_commit_the_session(tool: Sandbox, other: Sandbox, fram
     assert framework.changes(before) == {
         LIST: old + f"{PUMP}\n", LIST_BAK: old, CONFIG_BAK: framework.read(CONFIG),
         **dict.fromkeys((SESSION, LOCK, LIST_TMP, CONFIG_TMP))}
+
+
+def test_another_host_that_finds_a_changed_file_drops_the_session(tool: Sandbox, other: Sandbox,
+                                                                 framework: Framework) -> None:
+    tool.run(ADD)
+    framework.write(LIST, "/changed.xml\n")
+    before = framework.snapshot()
+    assert other.run("--commit") == MISMATCH
+    assert framework.changes(before) == dict.fromkeys((SESSION, LOCK, LIST_TMP, CONFIG_TMP))
+    assert tool.run("--status") == answer(NOTHING_PENDING, COMPLETED)
 
 
 def test_another_host_may_drop_the_session_and_begin_its_own(tool: Sandbox, other: Sandbox,
@@ -322,9 +345,7 @@ def test_a_session_whose_working_copies_went_with_another_hosts_commit_is_droppe
         before = framework.snapshot()
     assert late.wait() == staged(ADD_OTHER, new=True)
     assert framework.changes(before) == {LOCK: "beta", SESSION: f"0:{VALVE}\n"}
-    assert other.run("--commit") == answer(
-        "Unable to commit!\nRolling back...",
-        syslog=[(INFO, "check of qor.cfg or Model files failed, Unable to commit rolling back")])
+    assert other.run("--commit") == MISMATCH
     assert framework.changes(before) == {}
 
 
