@@ -1,10 +1,12 @@
 """Signals, and standard streams that are closed, full or read by nobody."""
 from __future__ import annotations
 
+import itertools
 import os
+import shutil
 import signal
 import time
-from collections.abc import Iterator
+from collections.abc import Callable, Iterator
 from contextlib import contextmanager
 from pathlib import Path
 from xml.etree import ElementTree
@@ -118,6 +120,50 @@ def test_a_signal_at_any_moment_of_a_commit_leaves_complete_files(session: Sandb
         assert session.run(*STAGE).status == 0
 
 
+def live(root: Path) -> tuple[str, str]:
+    """The two live files of a framework."""
+    return (root / CONFIG).read_text(), (root / LIST).read_text()
+
+
+PHASES = {
+    "opening a session": ((), STAGE),
+    "joining a session": ((("--modelHandler=otherHandler",),), STAGE),
+    "a commit": ((STAGE,), ("--commit",)),
+    "dropping a session": ((STAGE,), ("--rollback",)),
+    "undoing a commit": ((STAGE, ("--commit",)), ("--rollback",)),
+}
+
+
+@pytest.mark.parametrize("earlier, words", PHASES.values(), ids=PHASES.keys())
+def test_a_signal_at_any_write_or_removal_leaves_two_files_that_match(tool: Sandbox, framework: Framework,
+                                                                     work: Path, tmp_path: Path, earlier: tuple,
+                                                                     words: tuple) -> None:
+    """Sent by a tracer, so that no moment is missed; the two signals take turns."""
+    if sandbox.find_launcher() != "bwrap" or sandbox.emulator():
+        pytest.skip("no tracer of ours can follow the program here")
+    for arguments in earlier:
+        assert tool.run(*arguments).status == 0
+    before = live(framework.root)
+    whole = shutil.copytree(framework.root, tmp_path / "whole")
+    assert tool.using(framework=whole).run(*words).status == 0
+    for call in ("write", "unlink"):
+        for nth, number in zip(itertools.count(1), itertools.cycle((signal.SIGINT, signal.SIGTERM))):
+            scratch = shutil.copytree(framework.root, tmp_path / f"{call}-{nth}")
+            tracer = ("strace", "-o", f"{sandbox.WORK}/trace", "-e", f"trace={call}", "-e",
+                      f"inject={call}:signal={number.name}:when={nth}")
+            status = tool.using(framework=scratch, wrapper=tracer).run(*words).status
+            assert live(scratch) in (before, live(whole))
+            if f"--- {number.name} " not in (work / "trace").read_text():
+                break
+            assert status == -number
+            again = tool.using(framework=scratch)
+            if (scratch / LOCK).exists():
+                assert again.run("--rollback").status == 0
+            assert "There are no pending actions." in again.run("--status").console
+        # The last run met no signal: there is no such call any more. Staging removes nothing.
+        assert (status, nth > 1) == (0, call == "write" or words != STAGE)
+
+
 # --- standard streams --------------------------------------------------------------------------------------------------
 
 
@@ -193,8 +239,8 @@ def test_help_without_a_reader_ends_in_order(tool: Sandbox) -> None:
 
 
 @pytest.fixture
-def read_only(session: Sandbox, monkeypatch: pytest.MonkeyPatch) -> Sandbox:
-    """The session, on a framework that lies on a read-only file system; only bubblewrap can do that."""
+def read_only(tool: Sandbox, monkeypatch: pytest.MonkeyPatch) -> Callable[..., Sandbox]:
+    """The framework, after some calls, on a file system that has become read-only; only bubblewrap can do that."""
     if sandbox.find_launcher() != "bwrap":
         pytest.skip("proot has no read-only view")
     bind = sandbox.LAUNCHERS["bwrap"]
@@ -204,20 +250,30 @@ def read_only(session: Sandbox, monkeypatch: pytest.MonkeyPatch) -> Sandbox:
         command[command.index(sandbox.FRAMEWORK) - 2] = "--ro-bind"
         return command
 
-    monkeypatch.setitem(sandbox.LAUNCHERS, "bwrap", bind_read_only)
-    return session
+    def after(*earlier: tuple[str, ...]) -> Sandbox:
+        for words in earlier:
+            assert tool.run(*words).status == 0
+        monkeypatch.setitem(sandbox.LAUNCHERS, "bwrap", bind_read_only)
+        return tool
+
+    return after
 
 
-@pytest.mark.parametrize("words, status, told", [
-    (STAGE, 0, "Unable to write to FIFO file!"),
-    (("--status",), 0, "Queued actions:"),
-    (("--commit",), 70, installed(f"{CONFIG}.bak")),
-    (("--rollback",), 0, "Rolling back."),
-], ids=["stage", "status", "commit", "rollback"])
-def test_a_read_only_framework_stays_as_it_is(read_only: Sandbox, framework: Framework, words: tuple[str, ...],
+@pytest.mark.parametrize("earlier, words, status, told", [
+    ((), STAGE, 70, f"File is read-only: {installed(CONFIG_TMP)}"),
+    ((), ("--commit",), 0, "There is nothing to commit!"),
+    ((STAGE,), STAGE, 0, "Unable to write to FIFO file!"),
+    ((STAGE,), ("--status",), 0, "Queued actions:"),
+    ((STAGE,), ("--commit",), 70, f"File is read-only: {installed(f'{CONFIG}.bak')}"),
+    ((STAGE,), ("--rollback",), 0, "Rolling back."),
+    ((STAGE, ("--commit",)), ("--rollback",), 70, f"File is read-only: {installed(LIST)}"),
+], ids=["open", "commit without a session", "join", "status", "commit", "drop", "undo"])
+def test_a_read_only_framework_stays_as_it_is(read_only: Callable[..., Sandbox], framework: Framework,
+                                              earlier: tuple[tuple[str, ...], ...], words: tuple[str, ...],
                                               status: int, told: str) -> None:
+    tool = read_only(*earlier)
     before = framework.snapshot()
-    result = read_only.run(*words)
+    result = tool.run(*words)
     assert result.status == status
     assert told in result.console
     assert framework.changes(before) == {}
