@@ -20,6 +20,7 @@ PROJECT = Path(__file__).resolve().parents[1]
 sys.path.insert(0, str(PROJECT / "tests" / "support"))
 os.environ.setdefault("QOR_MIM_TOOL", str(PROJECT / "build" / "release" / "qor_mim_tool"))
 
+from expect import version  # noqa: E402 (path set above)
 from sandbox import LogLine, Result, Sandbox, SandboxError, launcher_name  # noqa: E402 (path set above)
 
 CONFIGURATION = "etc/qor.cfg"
@@ -143,7 +144,7 @@ def tell(demo: Demo) -> None:
 def look_around(demo: Demo) -> None:
     demo.chapter("Look around")
     answer = demo.step("--help", console=[COMPLETED], stdout=None)
-    demo.compare("head of the help", ["usage: qor_mim_tool [-] [--] OPTIONS", "qor_mim_tool v1.0", ""],
+    demo.compare("head of the help", ["usage: qor_mim_tool [-] [--] OPTIONS", f"qor_mim_tool v{version()}", ""],
                  answer.stdout.split("\n")[:3])
     for option in OPTIONS:
         demo.compare(f"help on {option}", 1, answer.stdout.count(f"\n{option}  "))

@@ -11,6 +11,7 @@ from pathlib import Path
 import pytest
 
 import packages
+from expect import version
 from framework import LIST, LOCK, SESSION, Framework
 from machine import PACKAGE, PROGRAM, Machine
 from sandbox import PROJECT, Sandbox
@@ -67,9 +68,7 @@ def test_its_example_framework_is_complete(machine: Machine, package: Path) -> N
 
 
 def test_it_carries_the_version_of_the_project(package: Path) -> None:
-    version = re.search(r"project\(qor_mim_tool VERSION ([\d.]+)", (PROJECT / "CMakeLists.txt").read_text())
-    assert version is not None
-    assert packages.field(package, "Version") == version[1]
+    assert packages.field(package, "Version") == version()
 
 
 def test_it_depends_on_what_the_program_is_linked_with_and_nothing_else(machine: Machine, package: Path) -> None:

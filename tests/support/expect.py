@@ -1,9 +1,10 @@
 """What the program says, in the words of a test: ``assert tool.run("--status") == answer(...)``."""
 from __future__ import annotations
 
+import re
 from collections.abc import Iterable
 
-from sandbox import LogLine, Result
+from sandbox import PROJECT, LogLine, Result
 
 COMPLETED = "Operation completed."
 NEW_SESSION = "Starting new session:\nUse -s to list queued actions."
@@ -13,6 +14,12 @@ ROLLING_BACK = "Rolling back."
 NO_HANDLER = "Unable to locate model handler.\nAborting."
 
 ERROR, WARNING, INFO, DEBUG = 3, 4, 6, 7
+
+
+def version() -> str:
+    """The version of the project, from the one place that has it."""
+    text = (PROJECT / "CMakeLists.txt").read_text(encoding="utf-8")
+    return re.findall(r"^project\(qor_mim_tool VERSION ([\d.]+) ", text, re.MULTILINE)[0]
 
 
 class Line(str):

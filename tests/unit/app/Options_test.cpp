@@ -128,7 +128,7 @@ TEST_F(Options, AreExplainedByTheHelp)
 
     EXPECT_EQ(output.text(),
               "usage: the-command [-] [--] OPTIONS\n"
-              "qor_mim_tool v1.0\n\n" +
+              "qor_mim_tool v" QMT_VERSION "\n\n" +
                   helpOf("-h, --help", {"Display help information on", "command line arguments."}) +
                   helpOf("-a<absolute model file path>, --addModelFile=<absolute model file path>",
                          {"Stage full path of a model ", "file to be added."}) +
