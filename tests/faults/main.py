@@ -22,6 +22,7 @@ import allocations
 import calls
 import frameworks
 import full_disk
+import recovery
 import sandbox
 import sweep
 
@@ -66,8 +67,9 @@ class Journal:
 
 def _journal_path() -> Path:
     digest = hashlib.sha256(sandbox.tool_path().read_bytes())
-    for source in sorted(sweep.HERE.glob("*.py")) + [sandbox.PROJECT / "docs" / "recovery.md"]:
+    for source in sorted(sweep.HERE.glob("*.py")):
         digest.update(source.read_bytes())
+    digest.update(recovery.rules().encode())
     return JOURNALS / f"{digest.hexdigest()[:16]}.jsonl"
 
 

@@ -1,7 +1,7 @@
-"""The recovery page, read as the program that it is.
+"""The recovery in the operator's guide, read as the program that it is.
 
-Whoever follows docs/recovery.md runs shell commands by its tables.  So do the tests: what is run after a killed tool is
-taken from the page itself, so that page and proof cannot drift apart.
+Whoever follows docs/operations.md after a power cut runs shell commands by its tables.  So do the tests: what is run
+after a killed tool is taken from the page itself, so that page and proof cannot drift apart.
 """
 from __future__ import annotations
 
@@ -13,7 +13,7 @@ from pathlib import Path
 import frameworks
 import sandbox
 
-PAGE = sandbox.PROJECT / "docs" / "recovery.md"
+PAGE = sandbox.PROJECT / "docs" / "operations.md"
 SESSION = "A staging call was interrupted, or a rollback that drops an open session"
 COMMIT = "A commit was interrupted, or a rollback of a commit, or it is not known what"
 FULL_DISK = "After a full disk"
@@ -48,6 +48,12 @@ def table(page: str, section: str) -> list[Row]:
         if line.startswith("|") and cells[0].isdigit():
             rows.append(Row(cells[0], CODE.fullmatch(cells[1])[1], tuple(CODE.findall(cells[2]))))
     return rows
+
+
+def rules() -> str:
+    """All that the page has the operator do, whatever words stand around it."""
+    page = PAGE.read_text(encoding="utf-8")
+    return names(page) + "".join(repr(table(page, section)) for section in (SESSION, COMMIT, FULL_DISK))
 
 
 def script(page: str, section: str, stop_after: int | None = None) -> str:

@@ -81,7 +81,8 @@ def test_the_recovery_page_is_read_whole():
     page = recovery.PAGE.read_text(encoding="utf-8")
     assert [row.number for row in recovery.table(page, recovery.SESSION)] == ["1"]
     assert [row.number for row in recovery.table(page, recovery.COMMIT)] == ["1", "2", "3", "4", "5", "6"]
-    assert all(row.commands for section in (recovery.SESSION, recovery.COMMIT)
+    assert [row.number for row in recovery.table(page, recovery.FULL_DISK)] == ["1", "2", "3", "4", "5", "6"]
+    assert all(row.commands for section in (recovery.SESSION, recovery.COMMIT, recovery.FULL_DISK)
                for row in recovery.table(page, section))
 
 
