@@ -8,6 +8,5 @@ install(FILES completions/qor_mim_tool.bash RENAME qor_mim_tool
         DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/bash-completion/completions)
 install(FILES completions/_qor_mim_tool DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/zsh/vendor-completions)
 
-install(FILES README.md DESTINATION ${QMT_DOCUMENTS_DIR})
-install(DIRECTORY docs DESTINATION ${QMT_DOCUMENTS_DIR} FILES_MATCHING PATTERN "*.md")
+install(DIRECTORY docs DESTINATION ${QMT_DOCUMENTS_DIR} FILES_MATCHING PATTERN "*.md" PATTERN "*.svg")
 install(DIRECTORY examples/framework DESTINATION ${QMT_DOCUMENTS_DIR}/examples USE_SOURCE_PERMISSIONS)
