@@ -88,6 +88,16 @@ TEST_F(Environment, KeepsACarriageReturnAtTheEndOfTheAnswer)
     EXPECT_EQ(answer, "/a\r");
 }
 
+TEST_F(Environment, KeepsEveryOtherSignAtTheEndOfTheAnswer)
+{
+    installation->setAgent("printf '/a~\\n'");
+    std::string answer;
+
+    QorEa().getEnvDir(answer);
+
+    EXPECT_EQ(answer, "/a~");
+}
+
 TEST_F(Environment, KeepsAnAnswerOfNothingButBlanks)
 {
     installation->setAgent("printf ' \\t\\n'");
