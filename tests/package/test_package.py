@@ -90,6 +90,11 @@ def test_it_asks_for_what_it_needs(package: Path, tmp_path: Path) -> None:
     assert bare.state() == "install ok unpacked"
 
 
+def test_its_program_fits_a_small_machine(machine: Machine, package: Path) -> None:
+    machine.succeed("--install", package)
+    assert (machine.root / PROGRAM).stat().st_size < 200_000
+
+
 def test_its_program_is_hardened(machine: Machine, package: Path) -> None:
     machine.succeed("--install", package)
     program = machine.root / PROGRAM
