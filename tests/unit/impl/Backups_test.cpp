@@ -6,6 +6,7 @@
 
 #include <syslog.h>
 
+#include <cerrno>
 #include <filesystem>
 #include <stdexcept>
 
@@ -217,6 +218,15 @@ TEST_F(Backups, FindEmptyConfigurationsEqual)
 {
     writeFile(framework.configuration(), "");
     writeFile(framework.configuration(".tmp"), "");
+
+    EXPECT_TRUE(impl.crcCheckQORFiles());
+}
+
+TEST_F(Backups, FindAConfigurationThatCannotBeReadToItsEndEqualToAnEmptyOne)
+{
+    writeFile(framework.configuration(), std::string(300000, 'x'));
+    writeFile(framework.configuration(".tmp"), "");
+    const FailingCall unreadable("read", framework.configuration(), EIO, 1);
 
     EXPECT_TRUE(impl.crcCheckQORFiles());
 }

@@ -85,6 +85,14 @@ TEST_F(ModelFileList, ListsNothingWhenTheWorkingCopyCannotBeRead)
     EXPECT_EQ(systemLog.messages(), (Messages{{LOG_INFO, "Unable to load file " + workingCopy}}));
 }
 
+TEST_F(ModelFileList, ListsNothingWhenTheWorkingCopyCannotBeReadToItsEnd)
+{
+    writeFile(workingCopy, "/m/a.xml\n" + std::string(300000, 'x'));
+    const FailingCall unreadable("read", workingCopy, EIO, 1);
+
+    EXPECT_TRUE(impl.verifyModelFileEntry("/m/a.xml"));
+}
+
 // ---- updateModelFile ----
 
 TEST_F(ModelFileList, GainsAnEntryAtItsEnd)
@@ -181,6 +189,15 @@ TEST_F(ModelFileList, LosesEveryLineThatContainsTheEntry)
               (Messages{{Message::PRIO_INFORMATION, "Found and removed model entry: /m/a.xml"},
                         {Message::PRIO_INFORMATION, "Found and removed model entry: /other/m/a.xml.old"}}));
     EXPECT_EQ(systemLog.messages(), SILENCE);
+}
+
+TEST_F(ModelFileList, KeepsEverySignOfTheOtherLines)
+{
+    writeFile(workingCopy, "/m/a.xml\n/m/~b;c,d|e:f.xml\n");
+
+    EXPECT_TRUE(impl.removeModelFileEntry("/m/a.xml"));
+
+    EXPECT_EQ(readFile(workingCopy), "/m/~b;c,d|e:f.xml\n");
 }
 
 TEST_F(ModelFileList, IsTidiedByARemovalThatFindsNothing)

@@ -1,3 +1,4 @@
+#include "support/FailingCall.h"
 #include "support/Files.h"
 #include "support/ImplTest.h"
 #include "support/OpenedFiles.h"
@@ -5,6 +6,8 @@
 #include <Poco/Message.h>
 
 #include <syslog.h>
+
+#include <cerrno>
 
 namespace QMT::Test
 {
@@ -207,6 +210,29 @@ TEST_F(SessionFile, TokenizingADirectoryIsInvalid)
     EXPECT_EQ(impl.tokenizeFIFO(), 3);
 
     EXPECT_EQ(log.messages(), INVALID_QUEUE);
+}
+
+TEST_F(SessionFile, TokenizingAFileThatCannotBeReadToItsEndTakesNothingFromIt)
+{
+    std::string content;
+    for (int i = 0; i < 10000; ++i)
+    {
+        content += "0:/m/a\n";
+    }
+    writeFile(framework.session(), content);
+    const FailingCall unreadable("read", framework.session(), EIO, 1);
+
+    EXPECT_EQ(impl.tokenizeFIFO(), 3);
+
+    EXPECT_TRUE(impl.queue().empty());
+    EXPECT_EQ(log.messages(), INVALID_QUEUE);
+}
+
+TEST_F(SessionFile, EveryOtherSignBelongsToAPath)
+{
+    tokenize("0:/m/~a;b,c d|e.xml\n", 1);
+
+    EXPECT_EQ(impl.queue(), (CommandQueue{{CmdID::AddModelFile, "/m/~a;b,c d|e.xml"}}));
 }
 
 TEST_F(SessionFile, APathWithAColonMakesTheQueueInvalid)
