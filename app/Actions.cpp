@@ -79,8 +79,19 @@ std::string CQorModelTool::statusLine(CmdID kind, const std::string& text)
 
 std::string CQorModelTool::stagingLine(CmdID kind, const std::string& text)
 {
-    // Only here does the line of a handler alone begin with a blank.
-    return (kind == CmdID::ModelHandler ? " " : "") + statusLine(kind, text);
+    // Only here does the line of a handler alone begin with a blank, and that of an unknown kind say nothing: the
+    // newest entry is another host's when --status has listed its session after the staging option.
+    switch (kind)
+    {
+    case CmdID::ModelHandler:
+        return " " + statusLine(kind, text);
+    case CmdID::AddModelFile:
+    case CmdID::RemoveModelFile:
+    case CmdID::AddModelFileWithHandler:
+    case CmdID::RemoveModelFileWithHandler:
+        return statusLine(kind, text);
+    }
+    return std::string();
 }
 
 CXMLParser& CQorModelTool::editor()

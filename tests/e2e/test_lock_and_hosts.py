@@ -190,6 +190,18 @@ def test_actions_listed_before_the_wait_are_part_of_the_session_that_follows_it(
     assert framework.read(SESSION) == f"2:{BASE}\n0:{PUMP}\n"
 
 
+@pytest.mark.parametrize("entry, shown, line", [
+    (f"2:{BASE}", f"--removeModelFile={BASE}", f"--removeModelFile={BASE}"),
+    ("7:unknown", "unknown", ""),
+], ids=["removal", "unknown kind"])
+def test_of_actions_listed_behind_the_staged_one_the_last_is_announced(
+        tool: Sandbox, framework: Framework, entry: str, shown: str, line: str) -> None:
+    framework.session(f"{entry}\n", host="beta")
+    assert tool.sleepless(unlink=installed(LOCK), at=1).run(ADD, "--status") == answer(
+        "Queued actions:", ADD, shown, NEW_SESSION, UPDATED, line, COMPLETED, syslog=[(DEBUG, line)])
+    assert framework.read(SESSION) == f"0:{PUMP}\n{entry}\n"
+
+
 @pytest.mark.parametrize("ending", ["--rollback", "--commit"])
 def test_a_waiting_host_takes_over_when_the_owner_ends_its_session(tool: Sandbox, other: Sandbox,
                                                                    framework: Framework, ending: str) -> None:

@@ -243,6 +243,19 @@ TEST_F(LockWait, DropsTheStagedActionAndTheCommitOfARefusedRun)
     EXPECT_EQ(readFile(framework.session()), "0:/m/theirs.xml\n");
 }
 
+TEST_F(LockWait, ShowsAnEmptyLineForAnUnknownKindThatTheStatusHasPutInFrontOfTheStagedAction)
+{
+    writeFile(framework.session(), "7:unknown\n");
+    releaseDuring(1);
+
+    const ToolRun run = runTool({"-a", "/m/a.xml", "--status"});
+
+    EXPECT_EQ(run.log,
+              told({"Queued actions:", "--addModelFile=/m/a.xml", "unknown", NEW_SESSION, UPDATED, "", COMPLETED}));
+    EXPECT_EQ(run.systemLog, (Messages{{LOG_DEBUG, ""}}));
+    EXPECT_EQ(readFile(framework.session()), "0:/m/a.xml\n7:unknown\n");
+}
+
 TEST_F(LockWait, ShowsAnOwnerThatLooksLikeAFormatAsItIs)
 {
     writeFile(framework.lock(), "%s%n");
