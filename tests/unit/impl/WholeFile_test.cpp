@@ -21,6 +21,9 @@ namespace QMT::Test
 namespace
 {
 
+/// The size of the largest file that is read.
+const std::uintmax_t LIMIT = 1U << 30;
+
 class WholeFile : public testing::Test
 {
 protected:
@@ -83,14 +86,26 @@ TEST_F(WholeFile, FailsOnAPipe)
     EXPECT_EQ(readWholeFile(directory.path("pipe"), content), ReadResult::FAILED);
 }
 
-TEST_F(WholeFile, FailsOnAFileWithoutEnd)
+TEST_F(WholeFile, AsksForNoMemoryForAFileOverTheLimit)
 {
-    const std::uintmax_t OVER_THE_LIMIT = (1U << 30) + 1;
     const std::string path = directory.write("sparse", "");
-    std::filesystem::resize_file(path, OVER_THE_LIMIT);
-    const FailingAllocation whateverItsSize(OVER_THE_LIMIT);
+    std::filesystem::resize_file(path, LIMIT + 1);
+    const FailingAllocation whateverItsSize(LIMIT);
 
     EXPECT_EQ(readWholeFile(path, content), ReadResult::FAILED);
+
+    EXPECT_EQ(whateverItsSize.failures(), 0);
+}
+
+TEST_F(WholeFile, AsksForMemoryForAFileAtTheLimit)
+{
+    const std::string path = directory.write("sparse", "");
+    std::filesystem::resize_file(path, LIMIT);
+    const FailingAllocation whateverItsSize(LIMIT);
+
+    EXPECT_EQ(readWholeFile(path, content), ReadResult::FAILED);
+
+    EXPECT_EQ(whateverItsSize.failures(), 1);
 }
 
 TEST_F(WholeFile, FailsOnAFileThatDoesNotFitIntoMemory)

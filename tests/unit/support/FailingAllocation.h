@@ -17,6 +17,9 @@ public:
     FailingAllocation& operator=(const FailingAllocation&) = delete;
     FailingAllocation(FailingAllocation&&) = delete;
     FailingAllocation& operator=(FailingAllocation&&) = delete;
+
+    /// How many requests failed.
+    int failures() const;
 };
 
 } // namespace QMT::Test
