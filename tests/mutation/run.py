@@ -37,6 +37,7 @@ RESULTS = HOME / "results.json"
 FOLDERS = ("app", "impl", "xml")
 UNIT = PROJECT / "tests" / "unit"
 END_TO_END = PROJECT / "tests" / "e2e"
+SUPPORT = PROJECT / "tests" / "support"
 # End-to-end tests of other things than the program, and two that take longer than all others together; without them a few
 # more may seem to survive.
 OTHER_TESTS = (
@@ -68,6 +69,10 @@ def digest(*paths: Path) -> str:
     for path in sorted(paths):
         total.update(str(path.relative_to(PROJECT)).encode() + b"\0" + path.read_bytes() + b"\0")
     return total.hexdigest()[:16]
+
+
+def files_of(folder: Path) -> list[Path]:
+    return [path for path in folder.rglob("*") if path.is_file() and "__pycache__" not in path.parts]
 
 
 def sources() -> list[str]:
@@ -129,7 +134,8 @@ class Toolchain:
     def link(target: Path, objects: list[Path], shared: bool) -> bool:
         command = ["c++", "-fuse-ld=gold", "-o", str(target), *map(str, objects)]
         if shared:
-            command += ["-shared", f"-Wl,-soname,{target.name}"]
+            # A mutant that leaves something undefined is none: the test program would not even start.
+            command += ["-shared", f"-Wl,-soname,{target.name}", "-Wl,--no-undefined"]
         else:
             command += ["-rdynamic", "-Wl,-rpath,$ORIGIN", "-Wl,--allow-shlib-undefined"]
         command += ["-lPocoUtil", "-lPocoXML", "-lPocoFoundation", "-ldl"]
@@ -355,7 +361,7 @@ class Cache:
         self.entries: dict[str, dict[str, Any]] = {}
         if RESULTS.exists() and not fresh:
             self.entries = json.loads(RESULTS.read_text(encoding="utf-8"))
-        tests = [*UNIT.rglob("*.cpp"), *UNIT.rglob("*.h"), *END_TO_END.glob("*.py")]
+        tests = [*UNIT.rglob("*.cpp"), *UNIT.rglob("*.h"), *files_of(END_TO_END), *files_of(SUPPORT)]
         self.everything = digest(*[PROJECT / file for file in [*sources(), *headers()]], *tests)
 
     def state(self, result: dict[str, str]) -> str:
