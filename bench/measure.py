@@ -103,7 +103,7 @@ def total(report: Path) -> int:
 
 # What a profile is divided into: the functions of the libraries whose whole cost counts as one part.
 PARTS = {"parser": ":Poco::XML::DOMParser::parseString(", "writer": ":Poco::XML::DOMWriter::writeNode("}
-# The one function of the program that the library calls in turn: it takes the text from the writer.
+# What the library calls of the program in turn: the buffer that takes the text from the writer.
 CALLED_BY_WRITER = ":QMT::CTextBuffer::"
 # How the functions of the loader are shown, with and without its debugging symbols.
 LOADER = re.compile(r"/ld-linux[^]]*\]$")
@@ -132,7 +132,8 @@ def shares(report: Path, program: Path) -> dict[str, float]:
     own = 0
     for cost, name in annotated(report, "no"):
         if name.endswith(f"[{program}]"):
-            own += 0 if CALLED_BY_WRITER in name else cost
+            own += cost
+            result["writer"] -= cost if CALLED_BY_WRITER in name else 0
         elif name.startswith("./elf/") or LOADER.search(name):
             result["loader"] += cost
     result["the program's own code"] = own
