@@ -273,6 +273,16 @@ TEST_F(WholeFile, ClosingTellsOfADiskThatIsFullOnlyThen)
     EXPECT_THROW(closeWritten(file, path), Poco::WriteFileException);
 }
 
+TEST_F(WholeFile, ClosingTellsOfADiskThatIsFullWithinTheLastBytes)
+{
+    const std::string path = directory.path("file");
+    Poco::FileOutputStream file(path);
+    file << "ab";
+    const FileSizeLimit fullDisk(1);
+
+    EXPECT_THROW(closeWritten(file, path), Poco::WriteFileException);
+}
+
 } // namespace
 
 } // namespace QMT::Test

@@ -3,16 +3,16 @@
 namespace QMT::Test
 {
 
-FileSizeLimit::FileSizeLimit()
+FileSizeLimit::FileSizeLimit(unsigned int size)
 {
     // A write over the limit would end the process by a signal otherwise.
     struct sigaction ignored = {};
     ignored.sa_handler = SIG_IGN;
     ::sigaction(SIGXFSZ, &ignored, &_previousAction);
     ::getrlimit(RLIMIT_FSIZE, &_previousLimit);
-    struct rlimit none = _previousLimit;
-    none.rlim_cur = 0;
-    ::setrlimit(RLIMIT_FSIZE, &none);
+    struct rlimit limit = _previousLimit;
+    limit.rlim_cur = size;
+    ::setrlimit(RLIMIT_FSIZE, &limit);
 }
 
 FileSizeLimit::~FileSizeLimit()

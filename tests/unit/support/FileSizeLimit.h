@@ -8,12 +8,12 @@
 namespace QMT::Test
 {
 
-/// Lets files be made but no byte be written to them, as on a full disk, as long as the object lives. Holds for root
-/// too. The test itself must not write meanwhile.
+/// Lets files be made but no more than `size` bytes be written to them, as on a full disk, as long as the object lives.
+/// Holds for root too. The test itself must not write meanwhile.
 class FileSizeLimit
 {
 public:
-    FileSizeLimit();
+    explicit FileSizeLimit(unsigned int size = 0);
     ~FileSizeLimit();
     FileSizeLimit(const FileSizeLimit&) = delete;
     FileSizeLimit& operator=(const FileSizeLimit&) = delete;

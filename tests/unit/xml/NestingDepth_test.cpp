@@ -60,6 +60,12 @@ TEST(NestingDepth, CountsWhatIsNotClosed)
     EXPECT_TRUE(isNestedTooDeeply(repeat("<a>", MAX_NESTING_DEPTH + 1)));
 }
 
+TEST(NestingDepth, GoesOnBehindAnElementThatIsClosed)
+{
+    EXPECT_FALSE(isNestedTooDeeply(repeat("<a><b></b>", MAX_NESTING_DEPTH - 1)));
+    EXPECT_TRUE(isNestedTooDeeply(repeat("<a><b></b>", MAX_NESTING_DEPTH)));
+}
+
 TEST(NestingDepth, AllowsAnyNumberOfElementsSideBySide)
 {
     EXPECT_FALSE(isNestedTooDeeply("<a>" + repeat("<b></b>", 3 * MAX_NESTING_DEPTH) + "</a>"));
