@@ -203,6 +203,13 @@ def test_no_console_line_ends_up_in_a_file_of_the_session(tool: Sandbox, framewo
     assert "Logger" not in framework.read(LOCK)
 
 
+@pytest.mark.parametrize("number", [0, 1, 2])
+def test_a_closed_stream_is_no_place_for_a_file(tool: Sandbox, framework: Framework, number: int) -> None:
+    framework.script(AGENT, f"readlink /proc/$PPID/fd/{number} >{installed('stream')}\necho /opt/qor")
+    tool.execute("/bin/sh", "-c", f"exec {' '.join(tool.tool_command())} --status {number}>&-")
+    assert framework.read("stream") == "/dev/null\n"
+
+
 def test_a_commit_goes_on_when_the_reader_of_the_console_is_gone(session: Sandbox, framework: Framework) -> None:
     with no_reader() as console:
         assert session.start("--commit", console=console).wait().status == 0
