@@ -215,9 +215,10 @@ TEST_F(SessionFile, TokenizingADirectoryIsInvalid)
 TEST_F(SessionFile, TokenizingAFileThatCannotBeReadToItsEndTakesNothingFromIt)
 {
     std::string content;
-    for (int i = 0; i < 10000; ++i)
+    // Long paths: the read breaks off within one, so that kinds and texts still pair.
+    for (int i = 0; i < 100; ++i)
     {
-        content += "0:/m/a\n";
+        content += "0:/m/" + std::string(1000, 'a') + "\n";
     }
     writeFile(framework.session(), content);
     const FailingCall unreadable("read", framework.session(), EIO, 1);

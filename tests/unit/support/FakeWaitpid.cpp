@@ -22,8 +22,15 @@ int fakeWaitpid(int pid, int* status, int options)
     }
     const QMT::Test::FakeWaitpid::Answer answer = prepared.front();
     prepared.pop_front();
-    *status = answer.status;
-    errno = answer.error;
+    // As the real one: who fails says nothing of the child, and who succeeds nothing of an error.
+    if (answer.result < 0)
+    {
+        errno = answer.error;
+    }
+    else
+    {
+        *status = answer.status;
+    }
     return answer.result;
 }
 
