@@ -86,6 +86,16 @@ TEST(NestingDepth, CountsElementsWithAttributes)
     EXPECT_TRUE(isNestedTooDeeply(repeat(tag, MAX_NESTING_DEPTH + 1)));
 }
 
+TEST(NestingDepth, CountsElementsWithAnEmptyAttribute)
+{
+    EXPECT_TRUE(isNestedTooDeeply(repeat("<a b=''>", MAX_NESTING_DEPTH + 1)));
+}
+
+TEST(NestingDepth, SkipsManyComments)
+{
+    EXPECT_FALSE(isNestedTooDeeply("<b>" + repeat("<!--<a>-->", MAX_NESTING_DEPTH + 1) + "</b>"));
+}
+
 TEST(NestingDepth, SkipsComments)
 {
     EXPECT_FALSE(isNestedTooDeeply("<a><!-- > -> ' " + tooManyStartTags() + " --></a>"));
