@@ -26,7 +26,8 @@ public:
     /// How often the call failed so far.
     int failures() const;
 
-    /// For the stand-ins: whether the call fails now, the error number being set then.
+    /// For the stand-ins: whether the call fails now, the error number being set then. Calls that know their file only
+    /// by its descriptor give that.
     static bool fails(const std::string& call, const std::string& path);
     static bool fails(const std::string& call, int file);
 
