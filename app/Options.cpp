@@ -33,13 +33,13 @@ Option optionFor(CQorModelTool* tool, Handler handler, const Option& option)
 
 Option flag(const std::string& name, const std::string& letter, const std::string& description)
 {
-    return Option(name, letter, description, false);
+    return Option(name, letter, description);
 }
 
 Option valued(const std::string& name, const std::string& letter, const std::string& argument,
               const std::string& description)
 {
-    return Option(name, letter, description, false).argument(argument, true);
+    return Option(name, letter, description).argument(argument);
 }
 
 } // namespace

@@ -118,10 +118,7 @@ bool CQorModelToolImpl::validateEnvironment()
             throw Poco::CreateFileException("The path is too long");
         }
         Poco::File directory(path);
-        if (!directory.exists() || !directory.isDirectory())
-        {
-            directory.createDirectories();
-        }
+        directory.createDirectories();
         // The creation is content with a plain file of that name.
         if (!directory.isDirectory())
         {
