@@ -1,9 +1,9 @@
 #include "app/CQorModelTool.h"
 
 #include "impl/CQorModelToolImpl.h"
+#include "impl/JoinedText.h"
 #include "xml/CXMLParser.h"
 
-#include <Poco/DOM/Document.h>
 #include <Poco/Logger.h>
 
 namespace QMT
@@ -12,16 +12,9 @@ namespace QMT
 namespace
 {
 
-std::string join(const std::vector<std::string>& fields)
+std::string entryText(const std::vector<std::string>& fields)
 {
-    std::string text;
-    std::string separator;
-    for (const std::string& field : fields)
-    {
-        text += separator + field;
-        separator = "|";
-    }
-    return text;
+    return joinedText(fields, std::string(1, FIELD_SEPARATOR));
 }
 
 std::string withVersions(const std::string& handler, const std::string& moVersion, const std::string& trVersion)
@@ -39,11 +32,11 @@ void CQorModelTool::completeNewestEntry()
     switch (entry.first)
     {
     case CmdID::ModelHandler:
-        entry.second = join({request.modelHandler, _impl->moVersion(), _impl->trVersion()});
+        entry.second = entryText({request.modelHandler, _impl->moVersion(), _impl->trVersion()});
         break;
     case CmdID::AddModelFileWithHandler:
     case CmdID::RemoveModelFileWithHandler:
-        entry.second = join({request.modelFile, request.modelHandler, _impl->moVersion(), _impl->trVersion()});
+        entry.second = entryText({request.modelFile, request.modelHandler, _impl->moVersion(), _impl->trVersion()});
         break;
     case CmdID::AddModelFile:
     case CmdID::RemoveModelFile:

@@ -3,8 +3,6 @@
 
 #include "impl/CFrameworkPaths.h"
 
-#include <Poco/Path.h>
-
 #include <cstdint>
 #include <deque>
 #include <memory>
@@ -15,7 +13,8 @@
 namespace Poco
 {
 class Logger;
-}
+class Path;
+} // namespace Poco
 
 namespace QMT
 {
@@ -32,8 +31,10 @@ enum class CmdID : std::int32_t
     RemoveModelFileWithHandler = 4
 };
 
-/// One queued action: its kind and its text, whose fields are separated by "|". A kind read from the session file may
-/// be any number.
+/// What separates the fields in the text of a queued action.
+const char FIELD_SEPARATOR = '|';
+
+/// One queued action: its kind and its text, one or more fields. A kind read from the session file may be any number.
 using CommandQueueEntry = std::pair<CmdID, std::string>;
 
 /// The queued actions: pushed to the front as they come, taken from the back as they are applied.
@@ -61,8 +62,8 @@ struct CommandLine
 /// list, the framework directory, backups and checksums, installing and rolling back, and the model validator.
 ///
 /// Failures of files are caught inside the operations and come out as a message and a result. backupFiles, cfgBackup,
-/// commitCompleted and rollBack let the Poco::Exception reach the caller, and so does every existence test of an empty
-/// path.
+/// commitCompleted and rollBack let the Poco::Exception reach the caller, and so do every existence test of an empty
+/// path and a validator for which there is no process.
 ///
 /// The object owns the queue and the document editor. The logger is not owned; no destructor uses it, since it may be
 /// gone by then.
@@ -150,7 +151,8 @@ public:
     int tokenizeFIFO();
 
     /// Writes the whole queue to the session file, oldest action first, one "kind:text" a line. False, after messages,
-    /// when that failed; the file may then be incomplete.
+    /// when that failed; the file may then be incomplete. A signal that asks the program to end waits until it is
+    /// written.
     bool saveFIFO();
 
     /// Splits the text of a handler action into its three fields. A missing second separator gives both versions the
@@ -178,8 +180,9 @@ public:
     /// failed; a file created before the failure stays. Callers take every result but 0 for success.
     int createLockFile();
 
-    /// Reads the name of the host that owns the session into `host`. False, after messages and with `host` untouched,
-    /// when the lock file is missing or cannot be read.
+    /// Reads the name of the host that owns the session, the first word of the lock file, into `host`. True, with
+    /// `host` untouched, also when there is no word. False, after messages and with `host` untouched, when the lock
+    /// file is missing or cannot be read.
     bool getSessionHost(std::string& host);
 
     // ---- Model file list (ModelFileList.cpp); all on the working copy, a missing one counts as empty ----
@@ -190,12 +193,12 @@ public:
     /// True when `entry` is MISSING: when it is not even a part of some line.
     [[nodiscard]] bool verifyModelFileEntry(const std::string& entry) const;
 
-    /// Appends `entry` and a newline. False, after a message, when the file could not be read or written; one that
-    /// could not be read stays as it was.
+    /// Appends `entry` and a newline. False, after a message, when the file could not be read, and then stays as it
+    /// was, or could not be written, and then may be incomplete.
     [[nodiscard]] bool updateModelFile(const std::string& entry);
 
     /// Removes every line that contains `entry` and tidies the others (trimmed, no empty lines). Always true; a list
-    /// that cannot be read, and then stays as it was, or cannot be written is reported.
+    /// that cannot be read, and then stays as it was, or cannot be written, and then may be incomplete, is reported.
     bool removeModelFileEntry(const std::string& entry);
 
     /// Puts the model file `path` on the list unless it is there already, which `alreadyListed` tells. False, after a
@@ -205,7 +208,12 @@ public:
     // ---- Installation environment (Environment.cpp) ----
 
     /// Finds the framework directory: from the agent, else QORPATH, else the environment file, else the default. The
-    /// first that answers decides, even with a directory that does not exist; then, and when nothing answers, false.
+    /// first that answers decides.
+    ///
+    /// True with the directory in `dir`, logged unless QORPATH gave it. QORPATH is taken as it is, even empty, and an
+    /// environment file whose first line is empty leaves `dir` alone. False when another answer names a directory that
+    /// does not exist or nothing answers. An agent that fails is logged, and what it printed is left in `dir` unless a
+    /// later answer replaces it.
     [[nodiscard]] bool getEnvDir(std::string& dir);
 
     /// Makes sure that the model directory exists, with all its parents. False, after messages, when it cannot be made.
@@ -213,10 +221,11 @@ public:
 
     // ---- Backups and checksums (Backups.cpp) ----
 
-    /// Copies the live configuration and the live list to their working copies. Returns true.
+    /// Copies the live configuration and then the live list to their working copies. Returns true. A failure leaves the
+    /// copy at hand incomplete and the one after it undone.
     bool backupFiles();
 
-    /// Copies the live configuration and the live list to their backups. Returns true.
+    /// Copies the live configuration and then the live list to their backups, with the same rules.
     bool cfgBackup();
 
     /// Removes working copies, session file and lock file, as far as they exist. Returns true.
@@ -259,7 +268,8 @@ public:
     [[nodiscard]] bool verifyModelTool();
 
     /// Runs the model validator on the live list. True when it REJECTED the list or ended abnormally, its report then
-    /// standing on standard output; false when it accepted or does not exist.
+    /// standing on standard output; false when it accepted or does not exist. Throws a Poco::Exception when there is no
+    /// process or pipe to run it with; the list stays live then, unjudged.
     [[nodiscard]] bool checkModelCfgValidity();
 
     /// Waits for the child `pid` to end. Returns its exit status, or -1 after messages, whose text is appended to

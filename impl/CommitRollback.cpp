@@ -6,6 +6,7 @@
 #include <Poco/Error.h>
 #include <Poco/Exception.h>
 #include <Poco/File.h>
+#include <Poco/Path.h>
 
 #include <fcntl.h>
 #include <sys/stat.h>

@@ -1,6 +1,7 @@
 #include "impl/CQorModelToolImpl.h"
 
 #include "impl/ChildProcess.h"
+#include "impl/JoinedText.h"
 #include "impl/WholeFile.h"
 
 #include <Poco/Exception.h>
@@ -23,14 +24,7 @@ CQorModelToolImpl::QorEa::~QorEa() = default;
 
 std::string CQorModelToolImpl::QorEa::serialize(const std::vector<std::string>& args) const
 {
-    std::string joined;
-    std::string separator;
-    for (const std::string& arg : args)
-    {
-        joined += separator + arg;
-        separator = " ";
-    }
-    return joined;
+    return joinedText(args, " ");
 }
 
 void CQorModelToolImpl::QorEa::getEnvDir(std::string& dir) const

@@ -9,10 +9,11 @@ namespace QMT
 /// Copies the file at `from` to `to`, replacing the content of an existing file there.
 ///
 /// Throws a Poco::FileException (or a relative) when that cannot be done, also when one name leads to a pipe, or both
-/// to the same file: the copy would empty it.
+/// to the same file, which the copy would empty. The file at `to` may be incomplete when writing it failed.
 void copyFile(const std::string& from, const std::string& to);
 
-/// Moves the file at `from` to `to` by copying and removing it, with the same rules.
+/// Moves the file at `from` to `to` by copying and removing it, with the same rules. The file at `from` stays until the
+/// copy is complete.
 void moveFile(const std::string& from, const std::string& to);
 
 } // namespace QMT

@@ -20,8 +20,6 @@ namespace QMT
 namespace
 {
 
-const char FIELD_SEPARATOR = '|';
-
 /// Moves the text up to the first separator from `rest` to `field`. Without a separator `rest` stays whole and `field`
 /// becomes all of it: the position after "no position" is 0.
 void takeField(std::string& rest, std::string& field)

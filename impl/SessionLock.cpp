@@ -67,6 +67,8 @@ bool CQorModelToolImpl::getSessionHost(std::string& host)
         const std::string path = paths().lockFile();
         refusePipe(path);
         Poco::FileInputStream file(path);
+        // One byte more than a host can be named by, so that a longer word is not taken for a name; and no more, since
+        // the file may have no end.
         file >> std::setw(MAX_HOST_NAME + 1) >> host;
         if (file.bad())
         {

@@ -20,7 +20,8 @@ PROJECT = Path(__file__).resolve().parents[1]
 sys.path.insert(0, str(PROJECT / "tests" / "support"))
 os.environ.setdefault("QOR_MIM_TOOL", str(PROJECT / "build" / "release" / "qor_mim_tool"))
 
-from expect import version  # noqa: E402 (path set above)
+from expect import COMPLETED, NEW_SESSION, UPDATED, version  # noqa: E402 (path set above)
+from framework import participant  # noqa: E402 (path set above)
 from sandbox import LogLine, Result, Sandbox, SandboxError, launcher_name  # noqa: E402 (path set above)
 
 CONFIGURATION = "etc/qor.cfg"
@@ -37,10 +38,6 @@ DOOR = "/opt/qor/models/door.xml"
 BROKEN = "/opt/qor/models/lighting-broken.xml"
 ROOTLESS = "/opt/qor/models/units-rootless.xml"
 
-NEW_SESSION = "Starting new session:\nUse -s to list queued actions."
-UPDATED = "Updated session file with new entry."
-COMPLETED = "Operation completed."
-
 OPTIONS = ("-h, --help", "-a<absolute model file path>, --addModelFile=<absolute model file path>",
            "-x<absolute model file path>, --removeModelFile=<absolute model file path>",
            "-m<model handler name>, --modelHandler=<model handler name>",
@@ -53,16 +50,6 @@ class Surprise(Exception):
     """A step did not go as the story says."""
 
 
-def participant(handler: str, versions: tuple[str, str], *roots: str) -> str:
-    """One handler as the configuration document shows it."""
-    lines = [f'\t\t\t\t<root name="{root}"/>\n' for root in roots]
-    inner = "\t\t\t<roots>\n" + "".join(lines) + "\t\t\t</roots>\n" if roots else "\t\t\t<roots/>\n"
-    return (f'\t\t<participant>\n{inner}'
-            f'\t\t\t<managedObject compName="{handler}" ifName="PelOamSpiManagedObject" version="{versions[0]}"/>\n'
-            f'\t\t\t<txResource compName="{handler}" ifName="PelOamSpiTransactionalResource" version="{versions[1]}"/>\n'
-            '\t\t</participant>\n')
-
-
 class Demo:
     """The scratch framework, and the story told so far."""
 
@@ -73,8 +60,8 @@ class Demo:
         self.steps = 0
         self.before, _, rest = self.read(CONFIGURATION).partition("\t\t<participant>\n")
         self.after = "\t</participants>\n" + rest.partition("\t</participants>\n")[2]
-        self.participants = [participant("VELDA_OAM_COMPONENT", ("1", "1")),
-                             participant("stationHandler", ("1", "1"), "Station")]
+        self.participants = [participant("VELDA_OAM_COMPONENT"),
+                             participant("stationHandler", "Station")]
         self.models = [STATION]
         self.present = self.files()
         self.expect_files()
@@ -166,8 +153,8 @@ def install(demo: Demo) -> None:
     demo.step(door, console=[UPDATED, door, COMPLETED], syslog=[(7, door)])
     demo.step("--status", console=["Queued actions:", power + defaults, climate + versions, door, COMPLETED])
 
-    demo.participants[0] = participant("powerHandler", ("1", "1"), "PowerSupply")
-    demo.participants.append(participant("climateHandler", ("2", "3"), "ClimateControl"))
+    demo.participants[0] = participant("powerHandler", "PowerSupply")
+    demo.participants.append(participant("climateHandler", "ClimateControl", mo="2", tr="3"))
     demo.models += [POWER, CLIMATE, DOOR]
     demo.present = demo.present - SESSION | BACKUPS
     demo.step("--commit", console=["Replaced default QOR component tag with: powerHandler",

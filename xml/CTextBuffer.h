@@ -14,7 +14,8 @@ namespace QMT
 class CTextBuffer : public std::streambuf
 {
 public:
-    /// Makes room for `expectedSize` bytes, so that a text of about that size is never moved.
+    /// Makes room for `expectedSize` bytes, so that a text of about that size is never moved. Throws a std::bad_alloc
+    /// when there is none.
     explicit CTextBuffer(std::string::size_type expectedSize);
 
     /// Everything written so far; valid until the next write.

@@ -164,7 +164,8 @@ private:
 
     Poco::Path _workingConfiguration;
 
-    // The size of the working copy when it was last read or written: how much room its next text will need.
+    // The size of the last text that was read from the working copy or made of a document: how much room the next one
+    // will need.
     std::string::size_type _workingTextSize = 0;
 };
 

@@ -13,6 +13,7 @@ from pathlib import Path
 sys.path.insert(0, str(Path(__file__).resolve().parents[1] / "support"))
 
 import sandbox  # noqa: E402
+from framework import participant  # noqa: E402
 
 CONFIGURATION = "qor.cfg"
 LIST = "model/model_file_list.cfg"
@@ -27,17 +28,9 @@ Pair = tuple[bytes, bytes]
 """Contents of the configuration and of the list."""
 
 
-def _participant(handler: str, *roots: str) -> str:
-    entries = "".join(f'\t\t\t\t<root name="{root}"/>\n' for root in roots)
-    return ("\t\t<participant>\n" + (f"\t\t\t<roots>\n{entries}\t\t\t</roots>\n" if roots else "\t\t\t<roots/>\n") +
-            f'\t\t\t<managedObject compName="{handler}" ifName="PelOamSpiManagedObject" version="1"/>\n'
-            f'\t\t\t<txResource compName="{handler}" ifName="PelOamSpiTransactionalResource" version="1"/>\n'
-            "\t\t</participant>\n")
-
-
 def _configuration(handlers: int) -> str:
-    participants = [_participant("VELDA_OAM_COMPONENT"), _participant("stationHandler", "Station", "Door")]
-    participants += [_participant(f"handler{number}", f"Class{number}") for number in range(handlers)]
+    participants = [participant("VELDA_OAM_COMPONENT"), participant("stationHandler", "Station", "Door")]
+    participants += [participant(f"handler{number}", f"Class{number}") for number in range(handlers)]
     return f"<framework>\n\t<participants>\n{''.join(participants)}\t</participants>\n</framework>\n"
 
 

@@ -41,18 +41,6 @@ protected:
         EXPECT_FALSE(exists(framework.list(".tmp")));
     }
 
-    void expectLive(const std::string& configuration, const std::string& list) const
-    {
-        EXPECT_EQ(readFile(framework.configuration()), configuration);
-        EXPECT_EQ(readFile(framework.list()), list);
-    }
-
-    void expectBackups(const std::string& configuration, const std::string& list) const
-    {
-        EXPECT_EQ(readFile(framework.configuration(".bak")), configuration);
-        EXPECT_EQ(readFile(framework.list(".bak")), list);
-    }
-
     const std::string before;
 };
 
@@ -70,8 +58,8 @@ TEST_F(CommitFlow, RollsBackThePendingSessionByDroppingIt)
     EXPECT_EQ(run.log, told({"Rolling back."}));
     EXPECT_EQ(run.systemLog, Messages());
     expectNoSession();
-    expectLive(before, "/m/old.xml\n");
-    expectBackups("old configuration", "old list");
+    framework.expectLive(before, "/m/old.xml\n");
+    framework.expectBackups("old configuration", "old list");
 }
 
 TEST_F(CommitFlow, RollsBackTheLastCommitWithoutASession)
@@ -85,7 +73,7 @@ TEST_F(CommitFlow, RollsBackTheLastCommitWithoutASession)
     EXPECT_EQ(run.status, 0);
     EXPECT_EQ(run.log, told({"Rolling back.", COMPLETED}));
     EXPECT_EQ(run.systemLog, (Messages{{LOG_INFO, "lock file not present, Rolling back."}}));
-    expectLive("old configuration", "old list");
+    framework.expectLive("old configuration", "old list");
     EXPECT_TRUE(exists(framework.session()));
 }
 
@@ -127,7 +115,7 @@ TEST_F(CommitFlow, DropsTheSessionWhenTheConfigurationHasChanged)
     EXPECT_EQ(run.systemLog,
               (Messages{{LOG_INFO, "check of qor.cfg or Model files failed, Unable to commit rolling back"}}));
     expectNoSession();
-    expectLive("changed", "/m/old.xml\n");
+    framework.expectLive("changed", "/m/old.xml\n");
     EXPECT_EQ(readFile(framework.list(".bak")), "old list");
     EXPECT_FALSE(exists(framework.configuration(".bak")));
 }
@@ -142,7 +130,7 @@ TEST_F(CommitFlow, DropsTheSessionWhenTheListHasChanged)
     EXPECT_EQ(run.status, 0);
     EXPECT_EQ(run.log, told({"Unable to commit!\nRolling back..."}));
     expectNoSession();
-    expectLive(before, "changed");
+    framework.expectLive(before, "changed");
 }
 
 TEST_F(CommitFlow, DoesNotLookAtTheListsWhenTheConfigurationHasChanged)
@@ -172,7 +160,7 @@ TEST_F(CommitFlow, FailsWithTheSessionKeptWhenTheWorkingCopyIsNoDocument)
     EXPECT_EQ(readFile(framework.session()), "0:/m/a.xml\n");
     EXPECT_TRUE(exists(framework.lock()));
     EXPECT_EQ(readFile(path), "no document");
-    expectBackups("no document", "/m/old.xml\n");
+    framework.expectBackups("no document", "/m/old.xml\n");
 }
 
 TEST_F(CommitFlow, FailsOnADocumentThatCannotBeLoadedEvenWithAnEmptyQueue)
@@ -227,8 +215,9 @@ TEST_F(CommitFlow, AppliesEveryKindOfActionOldestFirst)
                                  {4, "Unable to locate model tool."},
                                  {6, COMPLETED}}));
     EXPECT_EQ(run.systemLog, NO_VALIDATOR_SYSTEM_LOG);
-    expectLive(configurationOf({{"second", {"Handled"}, "4", "5"}}), added + "\n" + handled + "\n");
-    expectBackups(configurationOf({{"VELDA_OAM_COMPONENT", {"Unhandled"}}}), removed + "\n" + unhandled + "\n");
+    framework.expectLive(configurationOf({{"second", {"Handled"}, "4", "5"}}), added + "\n" + handled + "\n");
+    framework.expectBackups(configurationOf({{"VELDA_OAM_COMPONENT", {"Unhandled"}}}),
+                            removed + "\n" + unhandled + "\n");
     expectNoSession();
 }
 
@@ -240,7 +229,7 @@ TEST_F(CommitFlow, ReplacesOlderBackups)
 
     EXPECT_EQ(runTool({"--commit"}).status, 0);
 
-    expectBackups(before, "/m/old.xml\n");
+    framework.expectBackups(before, "/m/old.xml\n");
 }
 
 TEST_F(CommitFlow, LeavesTheSessionOfAnEmptyQueueOpen)
@@ -256,7 +245,7 @@ TEST_F(CommitFlow, LeavesTheSessionOfAnEmptyQueueOpen)
     EXPECT_TRUE(exists(framework.lock()));
     EXPECT_TRUE(exists(framework.session()));
     EXPECT_TRUE(exists(framework.configuration(".tmp")));
-    expectBackups(before, "/m/old.xml\n");
+    framework.expectBackups(before, "/m/old.xml\n");
 }
 
 TEST_F(CommitFlow, CommitsTheSessionOfAnotherHost)
@@ -268,7 +257,7 @@ TEST_F(CommitFlow, CommitsTheSessionOfAnotherHost)
 
     EXPECT_EQ(run.status, 0);
     EXPECT_EQ(run.log, (Messages{{6, "Found handler: a"}, {4, "Unable to locate model tool."}, {6, COMPLETED}}));
-    expectLive(configurationOf({{"a", {"A", "M"}}}), "/m/old.xml\n" + model + "\n");
+    framework.expectLive(configurationOf({{"a", {"A", "M"}}}), "/m/old.xml\n" + model + "\n");
     expectNoSession();
 }
 
@@ -284,7 +273,7 @@ TEST_F(CommitFlow, CompletesWithTheOtherActionsWhenOneFails)
                                  {6, "Found handler: a"},
                                  {4, "Unable to locate model tool."},
                                  FAILED}));
-    expectLive(configurationOf({{"a", {"A", "M"}}}), "/m/old.xml\n" + model + "\n");
+    framework.expectLive(configurationOf({{"a", {"A", "M"}}}), "/m/old.xml\n" + model + "\n");
     expectNoSession();
 }
 
@@ -354,7 +343,7 @@ TEST_F(ValidatedCommit, IsCompletedWhenTheValidatorAccepts)
     EXPECT_EQ(run.systemLog, Messages());
     EXPECT_EQ(run.output, "");
     EXPECT_EQ(readFile(installation.path("list")), "/m/old.xml\n" + model + "\n");
-    expectLive(before, "/m/old.xml\n" + model + "\n");
+    framework.expectLive(before, "/m/old.xml\n" + model + "\n");
 }
 
 TEST_F(ValidatedCommit, IsUndoneWhenTheValidatorRejects)
@@ -367,7 +356,7 @@ TEST_F(ValidatedCommit, IsUndoneWhenTheValidatorRejects)
     EXPECT_EQ(run.status, -1);
     EXPECT_EQ(run.log, (Messages{{6, "Found handler: a"}, FAILED}));
     EXPECT_EQ(run.output, "no good\n\n\n");
-    expectLive(before, "/m/old.xml\n");
+    framework.expectLive(before, "/m/old.xml\n");
     EXPECT_FALSE(exists(framework.configuration(".bak")));
     EXPECT_FALSE(exists(framework.list(".bak")));
     expectNoSession();
@@ -407,7 +396,7 @@ TEST_F(ValidatedCommit, IsNotValidatedWhenNothingWasAdded)
 
     EXPECT_EQ(run.status, 0);
     EXPECT_FALSE(wasCalled());
-    expectLive(configurationOf({{"h", {"N"}}}), "");
+    framework.expectLive(configurationOf({{"h", {"N"}}}), "");
 }
 
 TEST_F(ValidatedCommit, IsNotValidatedWhenEveryAdditionFailed)
@@ -431,7 +420,7 @@ TEST_F(ValidatedCommit, IsValidatedWhenOnlyOneOfItsAdditionsFailed)
     EXPECT_EQ(run.status, -1);
     EXPECT_TRUE(wasCalled());
     EXPECT_EQ(run.log.back(), FAILED);
-    expectLive(before, "/m/old.xml\n" + model + "\n");
+    framework.expectLive(before, "/m/old.xml\n" + model + "\n");
 }
 
 } // namespace

@@ -1,8 +1,6 @@
 #include "app/CQorModelTool.h"
 #include "support/ImplTest.h"
 
-#include <syslog.h>
-
 namespace QMT::Test
 {
 

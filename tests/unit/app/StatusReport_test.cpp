@@ -4,8 +4,6 @@
 
 #include <Poco/Message.h>
 
-#include <syslog.h>
-
 namespace QMT::Test
 {
 

@@ -48,18 +48,6 @@ protected:
         writeFile(framework.configuration(".bak"), "old configuration");
         writeFile(framework.list(".bak"), "old list");
     }
-
-    void expectLive(const std::string& configuration, const std::string& list) const
-    {
-        EXPECT_EQ(readFile(framework.configuration()), configuration);
-        EXPECT_EQ(readFile(framework.list()), list);
-    }
-
-    void expectBackups(const std::string& configuration, const std::string& list) const
-    {
-        EXPECT_EQ(readFile(framework.configuration(".bak")), configuration);
-        EXPECT_EQ(readFile(framework.list(".bak")), list);
-    }
 };
 
 // ---- commitCompleted ----
@@ -71,8 +59,8 @@ TEST_F(CommitRollback, MakesTheWorkingCopiesLiveAndEndsTheSession)
 
     EXPECT_TRUE(impl.commitCompleted());
 
-    expectLive("new configuration", "new list");
-    expectBackups("live configuration", "live list");
+    framework.expectLive("new configuration", "new list");
+    framework.expectBackups("live configuration", "live list");
     EXPECT_FALSE(exists(framework.configuration(".tmp")));
     EXPECT_FALSE(exists(framework.list(".tmp")));
     EXPECT_FALSE(exists(framework.session()));
@@ -125,7 +113,7 @@ TEST_F(CommitRollback, GoesOnWhenGroupsAndModesCannotBeSet)
 
     EXPECT_TRUE(impl.commitCompleted());
 
-    expectLive("new configuration", "new list");
+    framework.expectLive("new configuration", "new list");
     EXPECT_FALSE(exists(framework.lock()));
     const std::string group = "Error occurred while changing the group of directory ";
     const std::string mode = "Error occurred while modifying the permissions of ";
@@ -182,7 +170,7 @@ TEST_F(CommitRollback, InstallsNothingBeforeBothWorkingCopiesAreOnTheDisk)
             EXPECT_EQ(exc.message(), path);
         }
     }
-    expectLive("live configuration", "live list");
+    framework.expectLive("live configuration", "live list");
     EXPECT_EQ(readFile(framework.list(".tmp")), "new list");
     EXPECT_EQ(readFile(framework.configuration(".tmp")), "new configuration");
     EXPECT_FALSE(exists(framework.list(".bak")));
@@ -197,7 +185,7 @@ TEST_F(CommitRollback, InstallsWhatCannotBeBroughtToADisk)
     EXPECT_TRUE(impl.commitCompleted());
 
     EXPECT_EQ(failing.failures(), 1);
-    expectLive("new configuration", "new list");
+    framework.expectLive("new configuration", "new list");
 }
 
 TEST_F(CommitRollback, KeepsTheLockWhenThereIsNoSessionFileToRemove)
@@ -207,7 +195,7 @@ TEST_F(CommitRollback, KeepsTheLockWhenThereIsNoSessionFileToRemove)
 
     EXPECT_THROW(impl.commitCompleted(), Poco::FileException);
 
-    expectLive("new configuration", "new list");
+    framework.expectLive("new configuration", "new list");
     EXPECT_TRUE(exists(framework.lock()));
 }
 
@@ -219,7 +207,7 @@ TEST_F(CommitRollback, PutsTheBackupsBack)
 
     EXPECT_TRUE(impl.rollBack());
 
-    expectLive("old configuration", "old list");
+    framework.expectLive("old configuration", "old list");
     EXPECT_FALSE(exists(framework.configuration(".bak")));
     EXPECT_FALSE(exists(framework.list(".bak")));
     EXPECT_EQ(log.messages(), SILENCE);
@@ -245,8 +233,8 @@ TEST_F(CommitRollback, ChangesNothingWhileASessionIsOpen)
 
     EXPECT_TRUE(impl.rollBack());
 
-    expectLive("live configuration", "live list");
-    expectBackups("old configuration", "old list");
+    framework.expectLive("live configuration", "live list");
+    framework.expectBackups("old configuration", "old list");
 }
 
 TEST_F(CommitRollback, ChangesNothingWithoutABackupOfTheList)
@@ -255,7 +243,7 @@ TEST_F(CommitRollback, ChangesNothingWithoutABackupOfTheList)
 
     EXPECT_TRUE(impl.rollBack());
 
-    expectLive("live configuration", "live list");
+    framework.expectLive("live configuration", "live list");
     EXPECT_EQ(readFile(framework.configuration(".bak")), "old configuration");
 }
 
@@ -265,7 +253,7 @@ TEST_F(CommitRollback, PutsTheListAloneBackWhenItsBackupIsTheOnlyOne)
 
     EXPECT_TRUE(impl.rollBack());
 
-    expectLive("live configuration", "old list");
+    framework.expectLive("live configuration", "old list");
     EXPECT_FALSE(exists(framework.list(".bak")));
 }
 
@@ -277,7 +265,7 @@ TEST_F(CommitRollback, FailsAndChangesNothingWithoutALiveList)
     EXPECT_FALSE(impl.rollBack());
 
     EXPECT_EQ(readFile(framework.configuration()), "live configuration");
-    expectBackups("old configuration", "old list");
+    framework.expectBackups("old configuration", "old list");
 }
 
 TEST_F(CommitRollback, AdjustsTheBackupsPathInsteadOfTheConfigurationPutBack)
@@ -324,8 +312,8 @@ TEST_F(CommitRollback, ChangesNothingWhenItCannotTellWhichFilesAreThere)
             EXPECT_EQ(exc.message(), "Input/output error: " + path);
         }
     }
-    expectLive("live configuration", "live list");
-    expectBackups("old configuration", "old list");
+    framework.expectLive("live configuration", "live list");
+    framework.expectBackups("old configuration", "old list");
 }
 
 TEST_F(CommitRollback, StopsWhenItCannotTellWhetherThereIsABackupOfTheConfiguration)

@@ -123,7 +123,7 @@ TEST_F(SessionLock, NamesNobodyWhenTheFileIsEmpty)
 
     EXPECT_TRUE(impl.getSessionHost(host));
 
-    EXPECT_NE(host, "this-host");
+    EXPECT_EQ(host, "as it was");
     EXPECT_EQ(log.messages(), SILENCE);
 }
 

@@ -3,9 +3,11 @@
 #include "support/Files.h"
 #include "support/ImplTest.h"
 
+#include <Poco/Exception.h>
 #include <Poco/Message.h>
 #include <Poco/Process.h>
 
+#include <sys/resource.h>
 #include <syslog.h>
 
 #include <cerrno>
@@ -111,6 +113,21 @@ TEST_F(Validation, FailsOnTheHighestExitStatusToo)
     EXPECT_TRUE(impl.checkModelCfgValidity());
 
     EXPECT_EQ(output.text(), "\n\n");
+}
+
+TEST_F(Validation, ThrowsWhenTheMachineHasNoPipeToRunTheValidatorWith)
+{
+    setValidator("exit 0");
+    struct rlimit before = {};
+    ::getrlimit(RLIMIT_NOFILE, &before);
+    const struct rlimit none = {0, before.rlim_max};
+    ::setrlimit(RLIMIT_NOFILE, &none);
+
+    EXPECT_THROW(static_cast<void>(impl.checkModelCfgValidity()), Poco::CreateFileException);
+
+    ::setrlimit(RLIMIT_NOFILE, &before);
+    EXPECT_EQ(output.text(), "");
+    EXPECT_EQ(log.messages(), SILENCE);
 }
 
 TEST_F(Validation, HandsTheLiveListToTheValidator)

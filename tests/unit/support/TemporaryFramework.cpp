@@ -2,6 +2,8 @@
 
 #include "support/Files.h"
 
+#include <gtest/gtest.h>
+
 #include <cstdlib>
 #include <filesystem>
 
@@ -56,6 +58,18 @@ std::string TemporaryFramework::session() const
 std::string TemporaryFramework::lock() const
 {
     return _directory.path("etc/model/qor_mim_tool.lock");
+}
+
+void TemporaryFramework::expectLive(const std::string& configuration, const std::string& list) const
+{
+    EXPECT_EQ(readFile(this->configuration()), configuration);
+    EXPECT_EQ(readFile(this->list()), list);
+}
+
+void TemporaryFramework::expectBackups(const std::string& configuration, const std::string& list) const
+{
+    EXPECT_EQ(readFile(this->configuration(".bak")), configuration);
+    EXPECT_EQ(readFile(this->list(".bak")), list);
 }
 
 std::string TemporaryFramework::model(const std::string& name, const std::string& rootClass) const

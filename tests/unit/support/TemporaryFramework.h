@@ -30,6 +30,11 @@ public:
     std::string session() const;
     std::string lock() const;
 
+    // Expectations of the content of both live files, and of both backups.
+
+    void expectLive(const std::string& configuration, const std::string& list) const;
+    void expectBackups(const std::string& configuration, const std::string& list) const;
+
     /// Makes a model file of the root class `rootClass` and returns its path.
     std::string model(const std::string& name, const std::string& rootClass) const;
 

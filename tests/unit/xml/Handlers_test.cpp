@@ -48,8 +48,21 @@ TEST_F(Handlers, AreAddedToTheFirstOfTwoContainers)
 
     EXPECT_EQ(parser.addHandler(*document, "h", "R", "1", "1"), 1);
 
-    const std::string text = textOf(document);
-    EXPECT_LT(text.find("compName=\"h\""), text.find("<participants n=\"2\"/>"));
+    EXPECT_EQ(textOf(document),
+              "<qor>\n"
+              "\t<participants>\n"
+              "\t\t<participant>\n"
+              "\t\t\t<roots>\n"
+              "\t\t\t\t<root name=\"R\"/>\n"
+              "\t\t\t</roots>\n"
+              "\t\t\t<managedObject compName=\"h\" ifName=\"PelOamSpiManagedObject\" version=\"1\"/>\n"
+              "\t\t\t<txResource compName=\"h\" ifName=\"PelOamSpiTransactionalResource\" version=\"1\"/>\n"
+              "\t\t</participant>\n"
+              "\t</participants>\n"
+              "\t<x>\n"
+              "\t\t<participants n=\"2\"/>\n"
+              "\t</x>\n"
+              "</qor>\n");
 }
 
 TEST_F(Handlers, AreRefusedWithoutARootClass)

@@ -155,7 +155,18 @@ TEST_F(RootEntries, GoToTheFirstRootsAmongTheParticipantsChildren)
 
     EXPECT_EQ(add(), 1);
 
-    EXPECT_NE(written().find("<roots n=\"1\">\n\t\t\t<root name=\"R\"/>"), std::string::npos);
+    EXPECT_EQ(written(), "<participants>\n"
+                         "\t<participant>\n"
+                         "\t\t<x>\n"
+                         "\t\t\t<roots n=\"0\"/>\n"
+                         "\t\t</x>\n"
+                         "\t\t<roots n=\"1\">\n"
+                         "\t\t\t<root name=\"R\"/>\n"
+                         "\t\t</roots>\n"
+                         "\t\t<roots n=\"2\"/>\n"
+                         "\t\t<managedObject compName=\"h\"/>\n"
+                         "\t</participant>\n"
+                         "</participants>\n");
 }
 
 TEST_F(RootEntries, HaveAnEmptyNameWhenTheModelHasNoRootElement)
@@ -266,7 +277,14 @@ TEST_F(RootEntries, AreAddedToAHandlerWithoutANameWhenItHasOtherAttributes)
     EXPECT_EQ(add(), 1);
 
     EXPECT_EQ(log.messages(), told({"Found handler: "}));
-    EXPECT_NE(written().find("<root name=\"R\"/>"), std::string::npos);
+    EXPECT_EQ(written(), "<participants>\n"
+                         "\t<participant>\n"
+                         "\t\t<roots>\n"
+                         "\t\t\t<root name=\"R\"/>\n"
+                         "\t\t</roots>\n"
+                         "\t\t<managedObject version=\"1\"/>\n"
+                         "\t</participant>\n"
+                         "</participants>\n");
 }
 
 TEST_F(RootEntries, ReportAWorkingCopyThatCannotBeWrittenAndStayAdded)
