@@ -65,7 +65,7 @@ public:
     /// Whether help was asked for.
     bool isHelpRequested() const;
 
-    /// The logger given to the constructor, still not owned by anyone else.
+    /// The logger given to the constructor.
     Poco::Logger* logger() const;
 
     // The option handlers take the option's name, which none of them uses, and its value.
@@ -101,8 +101,8 @@ public:
     /// Runs what was asked for: rejects contradictions, stages, rolls back, commits. `args` is not used.
     ///
     /// Returns the exit status: 0, or -1 when a commit failed. A Poco::Exception leaves the operation when a file
-    /// cannot be copied or moved, when there is no process for the validator, and when an action's model file has no
-    /// name.
+    /// cannot be looked at, copied, moved, brought to the disk or removed, when there is no process for the validator,
+    /// and when an action's model file has no name.
     int main(const std::vector<std::string>& args);
 
     /// Whether the open session belongs to this host. False, after messages, when there is no lock file to be read.

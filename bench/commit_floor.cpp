@@ -1,9 +1,6 @@
 // The floor under the tool's cost: the calls that no program can do without that leaves the same files behind and keeps
 // the working copies complete after every action. It searches no more than it must, checks and reports nothing, and
-// starts no other program. It knows only the shape of the benchmark's own frameworks. The library's writer gets the
-// program's own buffer, since every stream of the libraries takes its bytes at a higher price.
-#include "xml/CTextBuffer.h"
-
+// starts no other program. It knows only the shape of the benchmark's own frameworks.
 #include <Poco/AutoPtr.h>
 #include <Poco/Checksum.h>
 #include <Poco/ConsoleChannel.h>
@@ -22,6 +19,7 @@
 
 #include <fstream>
 #include <ostream>
+#include <streambuf>
 #include <string>
 #include <vector>
 
@@ -93,18 +91,46 @@ DocumentPtr parse(const std::string& path)
     return DocumentPtr(parser.parseString(read(path)));
 }
 
+/// Takes the text from the library's writer, mostly byte by byte, for less than any stream of the libraries does.
+class TextBuffer : public std::streambuf
+{
+public:
+    std::string text;
+
+protected:
+    int_type overflow(int_type character) override
+    {
+        text += traits_type::to_char_type(character);
+        return character;
+    }
+
+    std::streamsize xsputn(const char* characters, std::streamsize count) override
+    {
+        if (count == 1)
+        {
+            text.push_back(*characters);
+        }
+        else
+        {
+            text.append(characters, static_cast<std::string::size_type>(count));
+        }
+        return count;
+    }
+};
+
 /// Returns the size of the document's text; `expectedSize` is that of the text before.
 std::string::size_type write(const Document* document, std::string::size_type expectedSize)
 {
     const std::string::size_type GROWTH = 4096;
-    QMT::CTextBuffer buffer(expectedSize + GROWTH);
+    TextBuffer buffer;
+    buffer.text.reserve(expectedSize + GROWTH);
     std::ostream stream(&buffer);
     Poco::XML::DOMWriter writer;
     writer.setNewLine("\n");
     writer.setOptions(Poco::XML::XMLWriter::PRETTY_PRINT);
     writer.writeNode(stream, document);
-    write(CONFIGURATION + WORKING_COPY, buffer.text());
-    return buffer.text().size();
+    write(CONFIGURATION + WORKING_COPY, buffer.text);
+    return buffer.text.size();
 }
 
 std::string attribute(const Node* node, const std::string& name)

@@ -51,7 +51,7 @@ public:
     /// The file whose first line names the framework directory. It does not follow the framework directory.
     static std::string environmentFile();
 
-    /// The model validator. It does not follow the framework directory. Its name has a doubled slash, as messages show.
+    /// The model validator. It does not follow the framework directory. The doubled slash in its path stays.
     static std::string validator();
 
 private:

@@ -212,8 +212,8 @@ public:
     ///
     /// True with the directory in `dir`, logged unless QORPATH gave it. QORPATH is taken as it is, even empty, and an
     /// environment file whose first line is empty leaves `dir` alone. False when another answer names a directory that
-    /// does not exist or nothing answers. An agent that fails is logged, and what it printed is left in `dir` unless a
-    /// later answer replaces it.
+    /// does not exist, when the environment file cannot be read, and when nothing answers. An agent that fails is
+    /// logged, and what it printed is left in `dir` unless a later answer replaces it.
     [[nodiscard]] bool getEnvDir(std::string& dir);
 
     /// Makes sure that the model directory exists, with all its parents. False, after messages, when it cannot be made.
@@ -221,8 +221,8 @@ public:
 
     // ---- Backups and checksums (Backups.cpp) ----
 
-    /// Copies the live configuration and then the live list to their working copies. Returns true. A failure leaves the
-    /// copy at hand incomplete and the one after it undone.
+    /// Copies the live configuration and then the live list to their working copies. Returns true. A failure may
+    /// leave the copy being made incomplete, and leaves the one after it unmade.
     bool backupFiles();
 
     /// Copies the live configuration and then the live list to their backups, with the same rules.

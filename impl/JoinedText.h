@@ -7,7 +7,7 @@
 namespace QMT
 {
 
-/// `words` in their order, with `separator` between each two of them, also between empty ones.
+/// `words` in their order, with `separator` between neighbours, also empty ones.
 std::string joinedText(const std::vector<std::string>& words, const std::string& separator);
 
 } // namespace QMT
