@@ -1,4 +1,5 @@
 #include "support/CapturedOutput.h"
+#include "support/FailingCall.h"
 #include "support/FakeWaitpid.h"
 #include "support/Files.h"
 #include "support/ImplTest.h"
@@ -7,7 +8,6 @@
 #include <Poco/Message.h>
 #include <Poco/Process.h>
 
-#include <sys/resource.h>
 #include <syslog.h>
 
 #include <cerrno>
@@ -115,17 +115,14 @@ TEST_F(Validation, FailsOnTheHighestExitStatusToo)
     EXPECT_EQ(output.text(), "\n\n");
 }
 
-TEST_F(Validation, ThrowsWhenTheMachineHasNoPipeToRunTheValidatorWith)
+TEST_F(Validation, ThrowsWhenTheMachineHasNoProcessForTheValidator)
 {
     setValidator("exit 0");
-    struct rlimit before = {};
-    ::getrlimit(RLIMIT_NOFILE, &before);
-    const struct rlimit none = {0, before.rlim_max};
-    ::setrlimit(RLIMIT_NOFILE, &none);
+    const FailingCall fork("fork", "", EAGAIN);
 
-    EXPECT_THROW(static_cast<void>(impl.checkModelCfgValidity()), Poco::CreateFileException);
+    EXPECT_THROW(static_cast<void>(impl.checkModelCfgValidity()), Poco::SystemException);
 
-    ::setrlimit(RLIMIT_NOFILE, &before);
+    EXPECT_EQ(fork.failures(), 1);
     EXPECT_EQ(output.text(), "");
     EXPECT_EQ(log.messages(), SILENCE);
 }

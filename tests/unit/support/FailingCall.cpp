@@ -19,8 +19,14 @@ QMT::Test::FailingCall* current = nullptr;
 
 extern "C"
 {
+    int failingFork() __asm__("fork");
     int failingFsync(int file) __asm__("fsync");
     ssize_t failingRead(int file, void* buffer, std::size_t size) __asm__("read");
+}
+
+int failingFork()
+{
+    return QMT::Test::FailingCall::fails("fork", std::string()) ? -1 : QMT::Test::realCall<int()>("fork")();
 }
 
 int failingFsync(int file)
