@@ -60,8 +60,7 @@ class Demo:
         self.steps = 0
         self.before, _, rest = self.read(CONFIGURATION).partition("\t\t<participant>\n")
         self.after = "\t</participants>\n" + rest.partition("\t</participants>\n")[2]
-        self.participants = [participant("VELDA_OAM_COMPONENT"),
-                             participant("stationHandler", "Station")]
+        self.participants = [participant("VELDA_OAM_COMPONENT"), participant("stationHandler", "Station")]
         self.models = [STATION]
         self.present = self.files()
         self.expect_files()

@@ -26,6 +26,11 @@ def live(framework: Framework) -> tuple[bytes, bytes]:
     return framework.path(CONFIG).read_bytes(), framework.path(LIST).read_bytes()
 
 
+def root_classes(framework: Framework) -> list[str | None]:
+    """The names of all root classes of the live configuration, in its order."""
+    return [root.get("name") for root in ElementTree.fromstring(framework.read(CONFIG)).iter("root")]
+
+
 def commit_addition(tool: Sandbox, *words: str) -> Result:
     """Stage an addition and commit it."""
     assert tool.run(*words).status == 0
@@ -129,8 +134,7 @@ def test_an_unusual_model_is_installed(tool: Sandbox, framework: Framework, cont
     result = commit_addition(tool, f"--addModelFile={HOSTILE}", "--modelHandler=baseHandler")
     assert (result.status, COMPLETED in result.console) == (0, True)
     assert HOSTILE in framework.read(LIST)
-    roots = [root.get("name") for root in ElementTree.fromstring(framework.read(CONFIG)).iter("root")]
-    assert roots == ["Base", root_class, "Aux"]
+    assert root_classes(framework) == ["Base", root_class, "Aux"]
 
 
 def test_a_list_of_100_megabytes_is_extended(tool: Sandbox, framework: Framework) -> None:
@@ -240,8 +244,7 @@ def test_a_live_file_that_is_a_link_is_replaced_by_a_file(tool: Sandbox, framewo
     framework.path(CONFIG).symlink_to("real.cfg")
     assert commit_addition(tool, f"--addModelFile={PUMP}", "--modelHandler=auxHandler").status == 0
     assert not framework.path(CONFIG).is_symlink()
-    roots = [root.get("name") for root in ElementTree.fromstring(framework.read(CONFIG)).iter("root")]
-    assert roots == ["Base", "Aux", "Pump"]
+    assert root_classes(framework) == ["Base", "Aux", "Pump"]
     assert framework.read("etc/real.cfg") == before
 
 
@@ -371,7 +374,7 @@ def config_of_many() -> str:
 def test_a_configuration_of_many_handlers_is_edited(tool: Sandbox, framework: Framework, config_of_many: str) -> None:
     framework.write(CONFIG, config_of_many)
     assert commit_addition(tool, f"--addModelFile={PUMP}", "--modelHandler=h2999").status == 0
-    roots = [root.get("name") for root in ElementTree.fromstring(framework.read(CONFIG)).iter("root")]
+    roots = root_classes(framework)
     assert (len(roots), roots[-1]) == (3001, "Pump")
 
 
