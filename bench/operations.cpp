@@ -3,7 +3,7 @@
 #include "app/CQorModelTool.h"
 #include "impl/CFrameworkPaths.h"
 #include "impl/CQorModelToolImpl.h"
-#include "impl/WholeFile.h"
+#include "base/WholeFile.h"
 #include "xml/CElementWalk.h"
 #include "xml/CXMLParser.h"
 #include "xml/NestingDepth.h"

@@ -1,6 +1,6 @@
 #include "impl/CQorModelToolImpl.h"
 
-#include "impl/FileTransfer.h"
+#include "base/FileTransfer.h"
 
 #include <Poco/Checksum.h>
 #include <Poco/Exception.h>

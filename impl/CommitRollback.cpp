@@ -1,7 +1,7 @@
 #include "impl/CQorModelToolImpl.h"
 
-#include "impl/CSignalHold.h"
-#include "impl/FileTransfer.h"
+#include "base/CSignalBlock.h"
+#include "base/FileTransfer.h"
 
 #include <Poco/Error.h>
 #include <Poco/Exception.h>
@@ -66,7 +66,7 @@ void CQorModelToolImpl::adjustOwnership(std::uint32_t group)
 
 bool CQorModelToolImpl::commitCompleted()
 {
-    const CSignalHold hold;
+    const CSignalBlock block;
     sync(paths().modelFileList(Version::WORKING_COPY));
     sync(paths().configuration(Version::WORKING_COPY));
     moveFile(paths().modelFileList(Version::LIVE), paths().modelFileList(Version::BACKUP));
@@ -82,7 +82,7 @@ bool CQorModelToolImpl::commitCompleted()
 
 bool CQorModelToolImpl::rollBack()
 {
-    const CSignalHold hold;
+    const CSignalBlock block;
     if (!isThere(paths().modelFileList(Version::LIVE)))
     {
         return false;

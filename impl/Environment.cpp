@@ -1,8 +1,8 @@
 #include "impl/CQorModelToolImpl.h"
 
-#include "impl/ChildProcess.h"
+#include "base/ChildProcess.h"
 #include "impl/JoinedText.h"
-#include "impl/WholeFile.h"
+#include "base/WholeFile.h"
 
 #include <Poco/Exception.h>
 #include <Poco/File.h>

@@ -1,6 +1,6 @@
 #include "impl/CQorModelToolImpl.h"
 
-#include "impl/WholeFile.h"
+#include "base/WholeFile.h"
 
 #include <Poco/Exception.h>
 #include <Poco/File.h>

@@ -1,7 +1,7 @@
 #include "impl/CQorModelToolImpl.h"
 
-#include "impl/CSignalHold.h"
-#include "impl/WholeFile.h"
+#include "base/CSignalBlock.h"
+#include "base/WholeFile.h"
 
 #include <Poco/Exception.h>
 #include <Poco/File.h>
@@ -98,7 +98,7 @@ int CQorModelToolImpl::tokenizeFIFO()
 
 bool CQorModelToolImpl::saveFIFO()
 {
-    const CSignalHold hold;
+    const CSignalBlock block;
     try
     {
         const std::string path = paths().sessionFile();

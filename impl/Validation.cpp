@@ -1,6 +1,6 @@
 #include "impl/CQorModelToolImpl.h"
 
-#include "impl/ChildProcess.h"
+#include "base/ChildProcess.h"
 
 #include <Poco/File.h>
 #include <Poco/Logger.h>

@@ -2,7 +2,7 @@
 
 #include "app/CQorModelTool.h"
 #include "impl/CFrameworkPaths.h"
-#include "impl/WholeFile.h"
+#include "base/WholeFile.h"
 #include "xml/CElementWalk.h"
 #include "xml/CTextBuffer.h"
 #include "xml/DocumentModel.h"

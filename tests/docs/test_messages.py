@@ -38,7 +38,8 @@ Message = tuple[str, str, str]
 
 @functools.lru_cache(maxsize=None)
 def program() -> str:
-    files = [file for folder in ("app", "impl", "xml") for file in sorted((PROJECT / folder).glob("*.cpp"))]
+    folders = (PROJECT / "cmake" / "SourceFolders.txt").read_text(encoding="utf-8").split()
+    files = [file for folder in folders for file in sorted((PROJECT / folder).glob("*.cpp"))]
     text = "\n".join(file.read_text(encoding="utf-8") for file in files)
     return re.sub(r"^\s*//.*$", "", text, flags=re.MULTILINE)
 

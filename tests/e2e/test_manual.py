@@ -64,7 +64,7 @@ def diagnostics() -> list[str]:
 def messages() -> set[str]:
     """Every text in the program's sources, up to what differs from case to case."""
     texts: set[str] = set()
-    for folder in ("app", "impl", "xml"):
+    for folder in (PROJECT / "cmake" / "SourceFolders.txt").read_text(encoding="utf-8").split():
         for source in (PROJECT / folder).glob("*.cpp"):
             for text in STRING.findall(source.read_text(encoding="utf-8")):
                 texts.update(part.partition(": ")[0] for part in text.split(r"\n"))

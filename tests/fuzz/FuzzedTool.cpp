@@ -1,6 +1,6 @@
 #include "FuzzedTool.h"
 
-#include "impl/WholeFile.h"
+#include "base/WholeFile.h"
 
 #include <Poco/AutoPtr.h>
 #include <Poco/File.h>

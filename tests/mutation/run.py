@@ -34,7 +34,7 @@ from mutants import Mutant, mutants_of
 PROJECT = Path(__file__).resolve().parents[2]
 HOME = PROJECT / "build" / "mutation"
 RESULTS = HOME / "results.json"
-FOLDERS = ("app", "impl", "xml")
+FOLDERS = tuple((PROJECT / "cmake" / "SourceFolders.txt").read_text(encoding="utf-8").split())
 UNIT = PROJECT / "tests" / "unit"
 END_TO_END = PROJECT / "tests" / "e2e"
 SUPPORT = PROJECT / "tests" / "support"

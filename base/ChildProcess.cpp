@@ -1,4 +1,4 @@
-#include "impl/ChildProcess.h"
+#include "base/ChildProcess.h"
 
 #include <Poco/Pipe.h>
 #include <Poco/PipeStream.h>
@@ -15,11 +15,11 @@ namespace QMT
 namespace
 {
 
-void widen(const Poco::Pipe& pipe)
+void growPipe(const Poco::Pipe& pipe)
 {
     int limit = 0;
     std::ifstream("/proc/sys/fs/pipe-max-size") >> limit;
-    // Refused or unknown, the pipe keeps the room it has; 0 would take nearly all of it away.
+    // When the size is unknown or refused, the pipe keeps its default; 0 would shrink it.
     if (limit > 0)
     {
         static_cast<void>(::fcntl(pipe.readHandle(), F_SETPIPE_SZ, limit));
@@ -30,7 +30,7 @@ void widen(const Poco::Pipe& pipe)
 
 Poco::ProcessHandle launchIntoPipe(const std::string& command, const std::vector<std::string>& args, Poco::Pipe& pipe)
 {
-    widen(pipe);
+    growPipe(pipe);
     return Poco::Process::launch(command, args, nullptr, &pipe, &pipe);
 }
 

@@ -1,6 +1,6 @@
-#include "impl/FileTransfer.h"
+#include "base/FileTransfer.h"
 
-#include "impl/WholeFile.h"
+#include "base/WholeFile.h"
 
 #include <Poco/Exception.h>
 #include <Poco/File.h>

@@ -1,4 +1,4 @@
-#include "impl/FileTransfer.h"
+#include "base/FileTransfer.h"
 
 #include "support/Files.h"
 #include "support/TemporaryDirectory.h"

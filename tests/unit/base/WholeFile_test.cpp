@@ -1,4 +1,4 @@
-#include "impl/WholeFile.h"
+#include "base/WholeFile.h"
 
 #include "support/FailingAllocation.h"
 #include "support/FailingCall.h"

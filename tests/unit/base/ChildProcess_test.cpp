@@ -1,4 +1,4 @@
-#include "impl/ChildProcess.h"
+#include "base/ChildProcess.h"
 
 #include <Poco/Pipe.h>
 #include <Poco/Process.h>

@@ -1,4 +1,4 @@
-#include "impl/CSignalHold.h"
+#include "base/CSignalBlock.h"
 
 #include <gtest/gtest.h>
 
@@ -19,10 +19,10 @@ void note(int signal)
 }
 
 /// Signals come in and are noted, instead of ending the test.
-class SignalHold : public testing::TestWithParam<int>
+class SignalBlock : public testing::TestWithParam<int>
 {
 protected:
-    SignalHold()
+    SignalBlock()
     {
         arrived.clear();
         struct sigaction noting = {};
@@ -30,35 +30,35 @@ protected:
         ::sigaction(GetParam(), &noting, &_before);
     }
 
-    ~SignalHold() override
+    ~SignalBlock() override
     {
         ::sigaction(GetParam(), &_before, nullptr);
     }
 
-    SignalHold(const SignalHold&) = delete;
-    SignalHold& operator=(const SignalHold&) = delete;
-    SignalHold(SignalHold&&) = delete;
-    SignalHold& operator=(SignalHold&&) = delete;
+    SignalBlock(const SignalBlock&) = delete;
+    SignalBlock& operator=(const SignalBlock&) = delete;
+    SignalBlock(SignalBlock&&) = delete;
+    SignalBlock& operator=(SignalBlock&&) = delete;
 
 private:
     struct sigaction _before = {};
 };
 
-class EndingSignal : public SignalHold
+class EndingSignal : public SignalBlock
 {
 };
 
-class OtherSignal : public SignalHold
+class OtherSignal : public SignalBlock
 {
 };
 
-INSTANTIATE_TEST_SUITE_P(SignalHold, EndingSignal, testing::Values(SIGHUP, SIGINT, SIGQUIT, SIGTERM));
-INSTANTIATE_TEST_SUITE_P(SignalHold, OtherSignal, testing::Values(SIGUSR1, SIGCHLD));
+INSTANTIATE_TEST_SUITE_P(SignalBlock, EndingSignal, testing::Values(SIGHUP, SIGINT, SIGQUIT, SIGTERM));
+INSTANTIATE_TEST_SUITE_P(SignalBlock, OtherSignal, testing::Values(SIGUSR1, SIGCHLD));
 
-TEST_P(EndingSignal, TakesEffectWhenTheHoldIsGone)
+TEST_P(EndingSignal, TakesEffectWhenTheBlockEnds)
 {
     {
-        const CSignalHold hold;
+        const CSignalBlock block;
         ::raise(GetParam());
         EXPECT_EQ(arrived, std::vector<int>());
     }
@@ -68,9 +68,9 @@ TEST_P(EndingSignal, TakesEffectWhenTheHoldIsGone)
 TEST_P(EndingSignal, StaysHeldWhenItWasHeldBefore)
 {
     {
-        const CSignalHold outer;
+        const CSignalBlock outer;
         {
-            const CSignalHold inner;
+            const CSignalBlock inner;
         }
         ::raise(GetParam());
         EXPECT_EQ(arrived, std::vector<int>());
@@ -80,7 +80,7 @@ TEST_P(EndingSignal, StaysHeldWhenItWasHeldBefore)
 
 TEST_P(OtherSignal, TakesEffectAtOnce)
 {
-    const CSignalHold hold;
+    const CSignalBlock block;
 
     ::raise(GetParam());
 

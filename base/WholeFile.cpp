@@ -1,4 +1,4 @@
-#include "impl/WholeFile.h"
+#include "base/WholeFile.h"
 
 #include <Poco/Exception.h>
 #include <Poco/FileStream.h>
