@@ -1,21 +1,28 @@
-"""The transcripts of the documents are what the program says, and a difference would be noticed."""
+"""The documents show what the program says, and so does the demonstration."""
 from __future__ import annotations
 
+import os
+import pty
 import re
+import signal
 import subprocess
 import sys
+import time
 from pathlib import Path
+from typing import IO
 
 import pytest
 
 PROJECT = Path(__file__).resolve().parents[2]
-PROGRAM = PROJECT / "scripts" / "transcripts.py"
-sys.path.insert(0, str(PROGRAM.parent))
+DEMO = PROJECT / "scripts" / "demo.py"
+sys.path.insert(0, str(DEMO.parent))
 
-from transcripts import Exchange, Script, Section, Stage, TranscriptError, documents, sections  # noqa: E402
-from transcripts import difference  # noqa: E402
+from demo import STORY  # noqa: E402 (path set above)
+from transcripts import DOCUMENTS, Stage, Step, rewrite, sections  # noqa: E402
 
-TOLD = [section for document in documents() for section in sections(document)]
+GUIDE = sections(PROJECT / "docs" / "operations.md")
+INSTALL_MODEL = GUIDE["A script to copy"][0]
+SECTIONS = [(document, heading) for document in DOCUMENTS for heading in sections(document)]
 
 STATUS = """$ qor_mim_tool --status
 ConsoleLogger: Information: Using QOR path: /opt/qor
@@ -28,151 +35,157 @@ ConsoleLogger: Information: Operation completed.
 $ cat /opt/qor/etc/model/cmdfifo.dat /opt/qor/etc/model/qor_mim_tool.lock; echo
 1:powerHandler|1|1
 beta
+$ exit 7
+[exit status 7]
+$ echo $?
+7
 """
 
 
-def written(directory: Path, *blocks: str, kind: str = "console") -> Path:
-    """A document of one section for each block."""
-    document = directory / "document.md"
-    document.write_text("".join(f"# Section\n\n```{kind}\n{block}```\n\n" for block in blocks), encoding="utf-8")
-    return document
+def answer(stage: Stage, command: str) -> str:
+    return stage.play(Step("alpha", command))
 
 
-def transcripts(*args: str | Path) -> subprocess.CompletedProcess[str]:
-    """The program itself."""
-    return subprocess.run(["/usr/bin/python3", str(PROGRAM), *map(str, args)], capture_output=True, text=True,
-                          stdin=subprocess.DEVNULL, check=False)
+# --- transcripts -----------------------------------------------------------------------------------------------------
 
 
-@pytest.mark.parametrize("section", TOLD, ids=[f"{section.document.name}: {section.heading}" for section in TOLD])
-def test_transcript_is_what_the_program_says(section: Section) -> None:
-    assert difference(section) == ""
+@pytest.mark.parametrize("document, heading", SECTIONS, ids=[f"{path.name}: {name}" for path, name in SECTIONS])
+def test_transcript_is_what_the_program_says(document: Path, heading: str, tmp_path: Path) -> None:
+    stage = Stage(tmp_path)
+    steps = sections(document)[heading]
+    assert [stage.play(step) for step in steps] == [step.answer for step in steps]
 
 
-def test_documents_with_transcripts_are_found() -> None:
-    assert {"README.md", "operations.md", "files.md"} <= {document.name for document in documents()}
+def test_every_command_in_a_document_is_played() -> None:
+    assert {"README.md", "operations.md", "files.md"} <= {document.name for document, _ in SECTIONS}
+    for document in DOCUMENTS:
+        text = document.read_text(encoding="utf-8")
+        played = [step for steps in sections(document).values() for step in steps if step.place != (0, 0)]
+        assert len(re.findall(r"^[a-z]*\$ ", text, re.MULTILINE)) == len(played)
+        assert re.findall(r"^```console\n(?![a-z]*\$ )", text, re.MULTILINE) == []
 
 
-def test_every_command_in_a_document_is_in_a_transcript() -> None:
-    for document in documents():
-        prompts = re.findall(r"^[a-z]*\$ ", document.read_text(encoding="utf-8"), re.MULTILINE)
-        assert len(prompts) == sum(len(section.exchanges) for section in sections(document))
-
-
-def test_check_accepts_what_is_true(tmp_path: Path) -> None:
-    answer = transcripts("--check", written(tmp_path, STATUS, STAGED))
-    assert (answer.returncode, answer.stderr) == (0, "")
-    assert answer.stdout.startswith("transcripts: 3 commands, 0 sections differ")
-
-
-@pytest.mark.parametrize("old, new", [
-    ("pending actions", "pending action"),
-    ("ConsoleLogger: Information: Operation completed.\n", ""),
-    ("completed.\n", "completed.\n\n"),
-    ("--status", "--commit"),
-])
-def test_check_shows_a_difference(tmp_path: Path, old: str, new: str) -> None:
-    document = written(tmp_path, STATUS.replace(old, new))
-    before = document.read_bytes()
-    answer = transcripts("--check", document)
-    assert answer.returncode == 1
-    assert "1 sections differ" in answer.stdout and "--- document.md, Section" in answer.stdout
-    assert document.read_bytes() == before
-
-
-def test_last_line_of_an_abridged_answer_is_compared(tmp_path: Path) -> None:
-    assert transcripts("--check", written(tmp_path, STAGED.replace("completed", "failed"))).returncode == 1
-
-
-def test_write_puts_the_programs_words_in_and_leaves_the_rest(tmp_path: Path) -> None:
-    true = written(tmp_path, STATUS, STAGED).read_text()
-    document = written(tmp_path, STATUS.replace("no pending", "many pending"), STAGED.replace("beta\n", ""))
-    assert transcripts("--write", document).stdout == "written: document.md\n"
-    assert document.read_text() == true
-    assert transcripts("--write", document).stdout == "unchanged: document.md\n"
-
-
-def test_sections_know_nothing_of_each_other(tmp_path: Path) -> None:
-    staged = "$ qor_mim_tool --modelHandler=h\n[...]\nConsoleLogger: Information: Operation completed.\n"
-    assert transcripts("--check", written(tmp_path, staged, STATUS)).returncode == 0
+def test_rewrite_puts_the_programs_words_in(tmp_path: Path) -> None:
+    document = tmp_path / "document.md"
+    text = f"Before\n\n```console\n{STAGED}```\n\n# Between\n\n```console\n{STATUS}```\n\n```sh\n$ after\n```\n"
+    wrong = text.replace("completed", "failed").replace("beta\n", "").replace("status 7", "3").replace("7\n```", "```")
+    document.write_text(wrong, encoding="utf-8")
+    rewrite(document)
+    assert document.read_text(encoding="utf-8") == text
 
 
 def test_output_comes_in_the_order_of_a_terminal(tmp_path: Path) -> None:
-    said = Stage(tmp_path).run("alpha", "qor_mim_tool --help")
-    assert said.index("usage:") < said.index("Operation completed.")
+    said = answer(Stage(tmp_path), "qor_mim_tool --help")
+    assert said.index("Using QOR path") < said.index("usage:") < said.index("Operation completed.")
 
 
-def test_status_and_directory_carry_over(tmp_path: Path) -> None:
+# --- the demonstration -----------------------------------------------------------------------------------------------
+
+
+def start_demo(scratch: Path, stdout: int = subprocess.PIPE, **env: str) -> subprocess.Popen[bytes]:
+    """The demonstration, with its temporary files in a directory of the test."""
+    scratch.mkdir()
+    return subprocess.Popen([str(DEMO)], stdin=subprocess.DEVNULL, stdout=stdout, stderr=subprocess.PIPE,
+                            env={**os.environ, "TMPDIR": str(scratch), "TERM": "xterm", **env})
+
+
+def read_until(stream: IO[bytes], wanted: bytes) -> bytes:
+    """What a stream holds up to the first occurrence of ``wanted``."""
+    said = b""
+    while wanted not in said and (chunk := os.read(stream.fileno(), 4096)):
+        said += chunk
+    return said
+
+
+def is_emptied(directory: Path) -> bool:
+    """Wait until a directory is empty, which a killed demonstration's last process sees to."""
+    for _ in range(600):
+        if not any(directory.iterdir()):
+            return True
+        time.sleep(0.1)
+    return False
+
+
+def test_demo_plays_its_chapters_of_the_guide(tmp_path: Path) -> None:
+    said, complaints = start_demo(tmp_path / "tmp").communicate()
+    for heading in STORY:
+        chapter = "".join(f"\n{step.sentence}\n\n{step.host}$ {step.command}\n{step.answer}" for step in GUIDE[heading])
+        # The help text is left out in the guide only.
+        assert chapter.replace("`", "").partition("[...]")[0] in said.decode()
+        assert all(step.sentence for step in GUIDE[heading])
+    assert b" commands, all as the guide shows them (sandbox: " in said
+    assert (complaints, b"\033" in said, is_emptied(tmp_path / "tmp")) == (b"", False, True)
+
+
+@pytest.mark.parametrize("said, status", [("Nothing.\n", 0), (GUIDE[STORY[0]][0].answer, 3)])
+def test_demo_fails_where_the_program_differs(tmp_path: Path, said: str, status: int) -> None:
+    program = tmp_path / "qor_mim_tool"
+    program.write_text(f"#!/bin/sh\ncat <<'END'\n{said}END\nexit {status}\n")
+    program.chmod(0o755)
+    demo = start_demo(tmp_path / "tmp", QOR_MIM_TOOL=str(program), QOR_MIM_TOOL_EMULATOR="")
+    assert "demo: not as the guide shows it" in demo.communicate()[1].decode()
+    assert (demo.returncode, is_emptied(tmp_path / "tmp")) == (1, True)
+
+
+@pytest.mark.parametrize("number", [signal.SIGINT, signal.SIGTERM, signal.SIGKILL])
+def test_demo_leaves_nothing_when_ended_by_a_signal(tmp_path: Path, number: signal.Signals) -> None:
+    with start_demo(tmp_path / "tmp") as demo:
+        read_until(demo.stdout, b"alpha$")
+        demo.send_signal(number)
+        assert demo.communicate()[1] == b""
+    assert demo.returncode == (-number if number == signal.SIGKILL else 128 + number)
+    assert is_emptied(tmp_path / "tmp")
+
+
+def test_demo_ends_quietly_when_its_reader_is_gone(tmp_path: Path) -> None:
+    with start_demo(tmp_path / "tmp") as demo:
+        read_until(demo.stdout, b"alpha$")
+        demo.stdout.close()
+        assert demo.stderr.read() == b""
+    assert (demo.returncode, is_emptied(tmp_path / "tmp")) == (128 + signal.SIGPIPE, True)
+
+
+@pytest.mark.parametrize("env, coloured", [({}, True), ({"NO_COLOR": "1"}, False), ({"TERM": "dumb"}, False)])
+def test_demo_is_coloured_on_a_terminal(tmp_path: Path, env: dict[str, str], coloured: bool) -> None:
+    master, slave = pty.openpty()
+    with open(master, "rb", buffering=0) as terminal, start_demo(tmp_path / "tmp", slave, **env) as demo:
+        os.close(slave)
+        assert (b"\033[" in read_until(terminal, b"alpha$")) == coloured
+        demo.terminate()
+
+
+@pytest.mark.parametrize("words, status", [(["--help"], 0), (["--unknown"], 2), (["--fallback", "more"], 2)])
+def test_demo_script_shows_its_usage(words: list[str], status: int) -> None:
+    called = subprocess.run([str(DEMO.with_suffix("")), *words], capture_output=True, text=True, check=False)
+    assert (called.returncode, (called.stdout + called.stderr).count("\n")) == (status, 1)
+    assert (called.stdout or called.stderr).startswith("usage: scripts/demo ")
+
+
+# --- the guide's script for other scripts ----------------------------------------------------------------------------
+
+
+def test_install_model_can_run_several_times_at_once(tmp_path: Path) -> None:
     stage = Stage(tmp_path)
-    stage.add(Script("fail", "#!/bin/sh\nexit 7\n"))
-    stage.run("alpha", "./fail")
-    assert stage.run("beta", "echo $?") == "7\n"
-
-
-def test_continued_command_is_one(tmp_path: Path) -> None:
-    document = written(tmp_path, "$ echo a\n> echo b\na\nb\n> c\n")
-    assert sections(document)[0].exchanges == [Exchange("alpha", "echo a\necho b", ["a", "b", "> c"], 5)]
-
-
-def test_other_blocks_are_left_alone(tmp_path: Path) -> None:
-    assert sections(written(tmp_path, "$ echo a\n", kind="sh")) == []
-
-
-@pytest.mark.parametrize("text, complaint", [
-    ("```console\nan answer\n```\n", "a transcript starts with a command"),
-    ("```console\n$ true\n", "a fenced block has no end"),
-])
-def test_malformed_document_is_refused(tmp_path: Path, text: str, complaint: str) -> None:
-    document = tmp_path / "document.md"
-    document.write_text(text, encoding="utf-8")
-    with pytest.raises(TranscriptError, match=complaint):
-        sections(document)
-
-
-def test_unfinished_line_is_refused(tmp_path: Path) -> None:
-    answer = transcripts("--check", written(tmp_path, "$ printf a\na\n"))
-    assert answer.returncode == 1
-    assert answer.stderr == "transcripts: the last line of what this says has no end: printf a\n"
-
-
-def install_model() -> Script:
-    """The guide's script for other scripts."""
-    guide = sections(PROJECT / "docs" / "operations.md")
-    return next(step for section in guide for step in section.steps if isinstance(step, Script))
-
-
-def test_guides_script_can_be_run_several_times_at_once(tmp_path: Path) -> None:
-    stage = Stage(tmp_path)
-    stage.add(install_model())
+    stage.play(INSTALL_MODEL)
     models = [f"/opt/qor/models/{name}.xml" for name in ("power", "climate", "door")]
-    calls = "".join(f"./install-model {model} handler & " for model in models)
-    said = stage.run("alpha", f"{calls}wait")
+    said = answer(stage, "".join(f"./install-model {model} handler & " for model in models) + "wait")
     assert sorted(line for line in said.splitlines() if line.startswith("install-model")) == sorted(
         f"install-model: {model} is installed" for model in models)
     listed = (stage.framework / "etc/model/model_file_list.cfg").read_text().splitlines()
     assert sorted(listed) == sorted(["/opt/qor/models/station.xml", *models])
 
 
+# In the last case another host begins a session between the script's look at the status and its staging call.
 @pytest.mark.parametrize("hindrance, complaint", [
     ("qor_mim_tool --modelHandler=h 2>&1", "somebody has a session open"),
     ("rm /opt/qor/bin/pel_model_validator", "Warning: Unable to locate model tool."),
     ("chmod a-w /opt/qor/etc", "Access to file denied"),
     ("rm /opt/qor/models/power.xml", "Unable to parse and get the root class name"),
+    ("sed -i 's|^call --add|printf beta >/opt/qor/etc/model/qor_mim_tool.lock\\n&|' install-model", "action canceled."),
 ])
-def test_guides_script_fails_when_something_is_wrong(tmp_path: Path, hindrance: str, complaint: str) -> None:
+def test_install_model_fails_when_something_is_wrong(tmp_path: Path, hindrance: str, complaint: str) -> None:
     stage = Stage(tmp_path)
-    stage.add(install_model())
-    stage.run("alpha", hindrance)
-    assert complaint in stage.run("alpha", "./install-model /opt/qor/models/power.xml powerHandler")
-    assert stage.status == 1
-
-
-def test_guides_script_fails_when_another_host_begins_a_session(tmp_path: Path) -> None:
-    stage = Stage(tmp_path)
-    script = install_model()
-    staging = 'call --addModelFile="$1"'
-    assert script.text.count(staging) == 1
-    interrupted = script.text.replace(staging, f"printf beta >/opt/qor/etc/model/qor_mim_tool.lock\n{staging}")
-    stage.add(Script(script.name, interrupted))
-    said = stage.run("alpha", "./install-model /opt/qor/models/power.xml powerHandler")
-    assert "Pending action canceled." in said and stage.status == 1
+    stage.play(INSTALL_MODEL)
+    answer(stage, hindrance)
+    said = answer(stage, "./install-model /opt/qor/models/power.xml powerHandler")
+    assert complaint in said and said.endswith("[exit status 1]\n")
