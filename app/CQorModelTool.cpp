@@ -25,6 +25,13 @@ CQorModelTool::CQorModelTool(CQorModelToolImpl* impl, Poco::Logger* logger) : _i
     }
 }
 
+CQorModelTool::CQorModelTool(CQorModelToolImpl* impl, Poco::Logger* logger, const std::string& qorPath)
+    : _impl(impl), _logger(logger)
+{
+    _impl->qorPath() = qorPath;
+    _impl->setValidatorPath(CFrameworkPaths::validator());
+}
+
 CQorModelTool::~CQorModelTool()
 {
     if (_logger != nullptr)

@@ -1,9 +1,6 @@
 #ifndef QMT_CQorModelTool_INCLUDED
 #define QMT_CQorModelTool_INCLUDED
 
-#include <Poco/AutoPtr.h>
-
-#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -16,18 +13,12 @@ namespace Util
 class Application;
 class OptionSet;
 } // namespace Util
-namespace XML
-{
-class Document;
-} // namespace XML
 } // namespace Poco
 
 namespace QMT
 {
 
 class CQorModelToolImpl;
-class CXMLParser;
-enum class CmdID : std::int32_t;
 
 /// The logic of the tool: records what the options ask for, and runs it.
 ///
@@ -41,6 +32,11 @@ public:
     /// Neither `impl` nor `logger` is owned. `impl` outlives the object; the logger, named "ConsoleLogger", is
     /// destroyed by the destructor unless it is null.
     CQorModelTool(CQorModelToolImpl* impl, Poco::Logger* logger);
+
+    /// The same for a caller who knows the framework directory, `qorPath`, with or without a trailing slash: nothing is
+    /// looked up, reported or loaded.
+    CQorModelTool(CQorModelToolImpl* impl, Poco::Logger* logger, const std::string& qorPath);
+
     virtual ~CQorModelTool();
     CQorModelTool(const CQorModelTool&) = delete;
     CQorModelTool& operator=(const CQorModelTool&) = delete;
@@ -117,23 +113,6 @@ public:
     void getComponentName(std::string& name) const;
 
 private:
-    using DocumentPtr = Poco::AutoPtr<Poco::XML::Document>;
-
-    /// What became of one queued action.
-    enum class ActionResult
-    {
-        ADDED,   ///< a model file is on the list, the validator must judge it
-        APPLIED, ///< done, or skipped without harm
-        FAILED
-    };
-
-    /// What became of the whole queue.
-    struct QueueResult
-    {
-        bool needsValidation = false;
-        bool failed = false;
-    };
-
     // Driver.
     bool rejectContradiction();
     bool isStagingRequested() const;
@@ -146,27 +125,13 @@ private:
     void announceSession();
     void announceEntry(const std::string& line);
     void refuse();
+    void completeNewestEntry();
 
     // Commit and rollback.
     int rollBackOnRequest(bool lockExisted);
     int commit(bool lockExisted);
     int commitSession();
     bool areLiveFilesUntouched() const;
-    DocumentPtr loadWorkingCopy();
-    QueueResult applyQueue(Poco::XML::Document* document);
-
-    // The kinds of action (Actions.cpp).
-    CXMLParser& editor();
-    void completeNewestEntry();
-    std::string statusLine(CmdID kind, const std::string& text);
-    std::string stagingLine(CmdID kind, const std::string& text);
-    ActionResult apply(CmdID kind, const std::string& text, Poco::XML::Document* document);
-    ActionResult applyAddition(const std::string& path);
-    ActionResult applyHandler(const std::string& text, Poco::XML::Document* document);
-    ActionResult applyRemoval(const std::string& path);
-    ActionResult applyAdditionWithHandler(const std::string& text, Poco::XML::Document* document);
-    ActionResult applyRemovalWithHandler(const std::string& text, Poco::XML::Document* document);
-    void removeFromList(const std::string& path, const std::string& missingFile, const std::string& missingEntry);
 
     // Not owned.
     CQorModelToolImpl* const _impl;

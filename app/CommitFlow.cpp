@@ -1,8 +1,8 @@
 #include "app/CQorModelTool.h"
 
 #include "impl/CQorModelToolImpl.h"
-#include "xml/CXMLParser.h"
 
+#include <Poco/AutoPtr.h>
 #include <Poco/DOM/Document.h>
 #include <Poco/Logger.h>
 #include <Poco/Util/Application.h>
@@ -15,20 +15,21 @@ namespace QMT
 int CQorModelTool::rollBackOnRequest(bool lockExisted)
 {
     _logger->information("Rolling back.");
-    _impl->rollBack();
     if (lockExisted)
     {
-        // The open session kept rollBack from doing anything; dropping the session is all that was asked for.
+        // Nothing is put back while a session is open, and rollBack is not even asked: should another host end the
+        // session in this moment, its commit would be undone.
         _impl->cleanupTmp();
         return Poco::Util::Application::EXIT_OK;
     }
+    _impl->rollBack();
     ::syslog(LOG_INFO, "lock file not present, Rolling back.");
     return succeed();
 }
 
 int CQorModelTool::commit(bool lockExisted)
 {
-    if (_impl->commandLine().rollbackRequested)
+    if (_impl->request().rollbackRequested)
     {
         _logger->information("Invalid command!\nSeparate calls to commit and rollback.");
         return Poco::Util::Application::EXIT_OK;
@@ -47,7 +48,7 @@ int CQorModelTool::commit(bool lockExisted)
     {
         _logger->information("Unable to commit!\nRolling back...");
         ::syslog(LOG_INFO, "check of qor.cfg or Model files failed, Unable to commit rolling back");
-        _impl->rollBack();
+        // As in a rollback of an open session, nothing is put back.
         _impl->cleanupTmp();
         return Poco::Util::Application::EXIT_OK;
     }
@@ -57,12 +58,17 @@ int CQorModelTool::commit(bool lockExisted)
 int CQorModelTool::commitSession()
 {
     _impl->cfgBackup();
-    DocumentPtr document = loadWorkingCopy();
+    Poco::AutoPtr<Poco::XML::Document> document = _impl->loadWorkingCopy();
     if (document.isNull())
     {
         return fail();
     }
-    const QueueResult result = applyQueue(document);
+    const bool hasActions = !_impl->queue().empty();
+    const QueueResult result = _impl->applyQueue(document);
+    if (hasActions)
+    {
+        _impl->commitCompleted();
+    }
     document = nullptr;
     if (result.needsValidation && _impl->checkModelCfgValidity())
     {
@@ -76,41 +82,6 @@ int CQorModelTool::commitSession()
 bool CQorModelTool::areLiveFilesUntouched() const
 {
     return _impl->crcCheckQORFiles() && _impl->crcCheckModelFiles();
-}
-
-CQorModelTool::DocumentPtr CQorModelTool::loadWorkingCopy()
-{
-    const std::string path = CFrameworkPaths(_impl->qorPath()).configuration(CFrameworkPaths::Version::WORKING_COPY);
-    DocumentPtr document;
-    // Without a valid environment there is no editor.
-    if (_impl->parser() != nullptr)
-    {
-        document = _impl->parser()->loadXMLDocument(path);
-    }
-    if (document.isNull())
-    {
-        _logger->critical("Unable to parse XML file: " + path);
-    }
-    return document;
-}
-
-CQorModelTool::QueueResult CQorModelTool::applyQueue(Poco::XML::Document* document)
-{
-    QueueResult result;
-    CommandQueue& queue = _impl->queue();
-    if (queue.empty())
-    {
-        return result;
-    }
-    while (!queue.empty())
-    {
-        const ActionResult applied = apply(queue.back().first, queue.back().second, document);
-        result.needsValidation = result.needsValidation || applied == ActionResult::ADDED;
-        result.failed = result.failed || applied == ActionResult::FAILED;
-        queue.pop_back();
-    }
-    _impl->commitCompleted();
-    return result;
 }
 
 } // namespace QMT

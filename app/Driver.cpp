@@ -19,16 +19,16 @@ int CQorModelTool::main(const std::vector<std::string>&)
     {
         return Poco::Util::Application::EXIT_OK;
     }
-    if (_impl->commandLine().commitRequested)
+    if (_impl->request().commitRequested)
     {
         return commit(lockExisted);
     }
-    return _impl->commandLine().rollbackRequested ? rollBackOnRequest(lockExisted) : succeed();
+    return _impl->request().rollbackRequested ? rollBackOnRequest(lockExisted) : succeed();
 }
 
 bool CQorModelTool::rejectContradiction()
 {
-    const CommandLine& request = _impl->commandLine();
+    const Request& request = _impl->request();
     if (request.addStaged && request.removeStaged)
     {
         _logger->information("Invalid command!\nSeparate calls to add and remove of model files.");
@@ -44,7 +44,7 @@ bool CQorModelTool::rejectContradiction()
 
 bool CQorModelTool::isStagingRequested() const
 {
-    const CommandLine& request = _impl->commandLine();
+    const Request& request = _impl->request();
     return request.addStaged || request.removeStaged || request.handlerStaged || request.removeWithHandler;
 }
 

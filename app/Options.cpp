@@ -24,49 +24,51 @@ using Poco::Util::OptionSet;
 namespace
 {
 
-using Handler = void (CQorModelTool::*)(const std::string&, const std::string&);
-
-Option optionFor(CQorModelTool* tool, Handler handler, const Option& option)
+struct OptionRow
 {
-    return Option(option).required(false).repeatable(false).callback(OptionCallback<CQorModelTool>(tool, handler));
-}
+    const char* name;
+    const char* letter;
+    const char* argument; ///< empty for an option without a value
+    const char* description;
+    void (CQorModelTool::*handler)(const std::string&, const std::string&);
+};
 
-Option flag(const std::string& name, const std::string& letter, const std::string& description)
-{
-    return Option(name, letter, description);
-}
+const char* const MODEL_FILE_PATH = "<absolute model file path>";
 
-Option valued(const std::string& name, const std::string& letter, const std::string& argument,
-              const std::string& description)
-{
-    return Option(name, letter, description).argument(argument);
-}
+const OptionRow OPTIONS[] = {
+    {"help", "h", "", "Display help information on command line arguments.\n", &CQorModelTool::handleHelp},
+    {"addModelFile", "a", MODEL_FILE_PATH, "Stage full path of a model file to be added.\n",
+     &CQorModelTool::handleAddModelFile},
+    {"removeModelFile", "x", MODEL_FILE_PATH, "Stage full path of a model file to be removed.\n",
+     &CQorModelTool::handleRemoveModelFile},
+    {"modelHandler", "m", "<model handler name>",
+     "Stage the name of a model handler to be associated with the model file.\n", &CQorModelTool::handleModelHandler},
+    {"managedObjectVersion", "o", "<managed object version>",
+     "Stage the version of PelOamSpiManagedObject to be associated with the model handler.\n",
+     &CQorModelTool::handleManagedObjectVersion},
+    {"transactionalResourceVersion", "t", "<transactional resource version>",
+     "Stage the version of PelOamSpiTransactionalResource to be associated with the model handler.\n",
+     &CQorModelTool::handleTransactionalResourceVersion},
+    {"commit", "c", "", "Commit and apply the pending changes.\n", &CQorModelTool::handleCommit},
+    {"rollback", "r", "", "Rollback a committed transaction or undo any pending changes.\n",
+     &CQorModelTool::handleRollback},
+    {"status", "s", "", "Show staged pending changes.\n", &CQorModelTool::handleStatus},
+};
 
 } // namespace
 
 void CQorModelTool::defineOptions(OptionSet& options)
 {
-    const auto add = [this, &options](Handler handler, const Option& option)
-    { options.addOption(optionFor(this, handler, option)); };
-
-    add(&CQorModelTool::handleHelp, flag("help", "h", "Display help information on command line arguments.\n"));
-    add(&CQorModelTool::handleAddModelFile,
-        valued("addModelFile", "a", "<absolute model file path>", "Stage full path of a model file to be added.\n"));
-    add(&CQorModelTool::handleRemoveModelFile, valued("removeModelFile", "x", "<absolute model file path>",
-                                                      "Stage full path of a model file to be removed.\n"));
-    add(&CQorModelTool::handleModelHandler,
-        valued("modelHandler", "m", "<model handler name>",
-               "Stage the name of a model handler to be associated with the model file.\n"));
-    add(&CQorModelTool::handleManagedObjectVersion,
-        valued("managedObjectVersion", "o", "<managed object version>",
-               "Stage the version of PelOamSpiManagedObject to be associated with the model handler.\n"));
-    add(&CQorModelTool::handleTransactionalResourceVersion,
-        valued("transactionalResourceVersion", "t", "<transactional resource version>",
-               "Stage the version of PelOamSpiTransactionalResource to be associated with the model handler.\n"));
-    add(&CQorModelTool::handleCommit, flag("commit", "c", "Commit and apply the pending changes.\n"));
-    add(&CQorModelTool::handleRollback,
-        flag("rollback", "r", "Rollback a committed transaction or undo any pending changes.\n"));
-    add(&CQorModelTool::handleStatus, flag("status", "s", "Show staged pending changes.\n"));
+    for (const OptionRow& row : OPTIONS)
+    {
+        Option option(row.name, row.letter, row.description);
+        option.required(false).repeatable(false).callback(OptionCallback<CQorModelTool>(this, row.handler));
+        if (*row.argument != '\0')
+        {
+            option.argument(row.argument);
+        }
+        options.addOption(option);
+    }
 }
 
 void CQorModelTool::displayHelp(const OptionSet& options, std::string& command)
@@ -78,7 +80,8 @@ void CQorModelTool::displayHelp(const OptionSet& options, std::string& command)
     formatter.setAutoIndent();
     formatter.setWidth(WIDTH);
     formatter.setUsage("[-] [--] OPTIONS");
-    formatter.setHeader(std::string("qor_mim_tool ") + "v" QMT_VERSION);
+    // The interface's version, whatever that of the package.
+    formatter.setHeader("qor_mim_tool v1.0");
     formatter.format(std::cout);
 }
 
@@ -90,36 +93,36 @@ void CQorModelTool::initialize(Poco::Util::Application&)
         ::syslog(LOG_WARNING, "Invalid Environment, exiting");
         return;
     }
-    _impl->commandLine().newSession = !_impl->isLockFile();
+    _impl->request().newSession = !_impl->isLockFile();
     _impl->setParser(std::make_unique<CXMLParser>(*this, _logger));
 }
 
 bool CQorModelTool::isCmdGiven() const
 {
-    return _impl->commandLine().commandGiven;
+    return _impl->request().commandGiven;
 }
 
 bool CQorModelTool::isHelpRequested() const
 {
-    return _impl->commandLine().helpRequested;
+    return _impl->request().helpRequested;
 }
 
 void CQorModelTool::handleHelp(const std::string&, const std::string&)
 {
-    _impl->commandLine().helpRequested = true;
-    _impl->commandLine().commandGiven = true;
+    _impl->request().helpRequested = true;
+    _impl->request().commandGiven = true;
 }
 
 void CQorModelTool::handleCommit(const std::string&, const std::string&)
 {
-    _impl->commandLine().commandGiven = true;
-    _impl->commandLine().commitRequested = true;
+    _impl->request().commandGiven = true;
+    _impl->request().commitRequested = true;
 }
 
 void CQorModelTool::handleRollback(const std::string&, const std::string&)
 {
-    _impl->commandLine().commandGiven = true;
-    _impl->commandLine().rollbackRequested = true;
+    _impl->request().commandGiven = true;
+    _impl->request().rollbackRequested = true;
 }
 
 } // namespace QMT

@@ -19,8 +19,10 @@ bool CQorModelTool::stage(bool lockExisted)
         _impl->backupFiles();
         _impl->createLockFile();
     }
-    const CommandQueueEntry& newest = _impl->queue().front();
-    const std::string line = stagingLine(newest.first, newest.second);
+    Action newest;
+    // A text that does not split has been reported; its line shows the fields as empty.
+    static_cast<void>(_impl->takeApart(_impl->queue().front(), newest));
+    const std::string line = newest.stagingLine();
     ::syslog(LOG_DEBUG, "%s", line.c_str());
     if (isLockWithCurrentHost())
     {
@@ -39,6 +41,27 @@ bool CQorModelTool::stage(bool lockExisted)
     }
     _impl->saveFIFO();
     return true;
+}
+
+void CQorModelTool::completeNewestEntry()
+{
+    CommandQueueEntry& entry = _impl->queue().front();
+    const Request& request = _impl->request();
+    const Action action = {entry.first, request.modelFile, request.modelHandler, _impl->moVersion(),
+                           _impl->trVersion()};
+    // The newest entry is another host's when --status has listed its session behind the staging option. So the kind is
+    // that of the entry, and the text of the kinds that are complete already stays.
+    switch (entry.first)
+    {
+    case CmdID::ModelHandler:
+    case CmdID::AddModelFileWithHandler:
+    case CmdID::RemoveModelFileWithHandler:
+        entry.second = action.text();
+        break;
+    case CmdID::AddModelFile:
+    case CmdID::RemoveModelFile:
+        break;
+    }
 }
 
 bool CQorModelTool::waitForLock()

@@ -9,7 +9,7 @@ namespace QMT
 
 void CQorModelTool::handleAddModelFile(const std::string&, const std::string& value)
 {
-    CommandLine& request = _impl->commandLine();
+    Request& request = _impl->request();
     request.commandGiven = true;
     request.addStaged = true;
     request.modelFile = value;
@@ -26,7 +26,7 @@ void CQorModelTool::handleAddModelFile(const std::string&, const std::string& va
 
 void CQorModelTool::handleRemoveModelFile(const std::string&, const std::string& value)
 {
-    CommandLine& request = _impl->commandLine();
+    Request& request = _impl->request();
     request.commandGiven = true;
     request.modelFile = value;
     if (request.handlerStaged)
@@ -43,7 +43,7 @@ void CQorModelTool::handleRemoveModelFile(const std::string&, const std::string&
 
 void CQorModelTool::handleModelHandler(const std::string&, const std::string& value)
 {
-    CommandLine& request = _impl->commandLine();
+    Request& request = _impl->request();
     request.commandGiven = true;
     request.modelHandler = value;
     if (request.removeStaged)
@@ -64,14 +64,14 @@ void CQorModelTool::handleModelHandler(const std::string&, const std::string& va
 
 void CQorModelTool::handleManagedObjectVersion(const std::string&, const std::string& value)
 {
-    _impl->commandLine().commandGiven = true;
+    _impl->request().commandGiven = true;
     _impl->moVersion() = value;
     _logger->information("handleManagedObjectVersion: " + value);
 }
 
 void CQorModelTool::handleTransactionalResourceVersion(const std::string&, const std::string& value)
 {
-    _impl->commandLine().commandGiven = true;
+    _impl->request().commandGiven = true;
     _impl->trVersion() = value;
 }
 

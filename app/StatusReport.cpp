@@ -9,8 +9,8 @@ namespace QMT
 
 void CQorModelTool::handleStatus(const std::string&, const std::string&)
 {
-    _impl->commandLine().commandGiven = true;
-    _impl->commandLine().statusRequested = true;
+    _impl->request().commandGiven = true;
+    _impl->request().statusRequested = true;
     // The queue of this host's own session was loaded at the start.
     if (_impl->isLockFile() && !isLockWithCurrentHost())
     {
@@ -25,7 +25,10 @@ void CQorModelTool::handleStatus(const std::string&, const std::string&)
     _logger->information("Queued actions:");
     for (auto entry = queue.crbegin(); entry != queue.crend(); ++entry)
     {
-        _logger->information(statusLine(entry->first, entry->second));
+        Action action;
+        // A text that does not split has been reported; its line shows the fields as empty.
+        static_cast<void>(_impl->takeApart(*entry, action));
+        _logger->information(action.statusLine());
     }
 }
 

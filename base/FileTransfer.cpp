@@ -22,12 +22,14 @@ bool areSame(const std::string& one, const std::string& other)
            first.st_ino == second.st_ino;
 }
 
-/// A pipe in place of a file could be waited for without end. A link in place of a working copy or backup may lead back
-/// to the live file, or to its directory, into which the library copies under the old name.
+/// A link in place of a working copy or backup may lead back to the live file, or to its directory, into which the
+/// library copies under the old name.
 void refuseUnfit(const std::string& from, const std::string& to)
 {
-    refusePipe(from);
-    refusePipe(to);
+    if (isUnfit(from) || isUnfit(to))
+    {
+        throw Poco::OpenFileException(isUnfit(from) ? from : to);
+    }
     if (areSame(from, to) || areSame(from, Poco::Path(to, Poco::Path(from).getFileName()).toString()))
     {
         throw Poco::FileException("The file would replace itself", to);

@@ -1,5 +1,7 @@
 #include "base/WholeFile.h"
 
+#include "base/Existence.h"
+
 #include <Poco/Exception.h>
 #include <Poco/FileStream.h>
 
@@ -15,14 +17,8 @@ namespace QMT
 namespace
 {
 
-/// Far above any file that the tool reads, and what a sparse file without end must not exceed.
+/// Far above any file that is read here. It keeps a sparse file without end out of memory.
 const std::streamoff MAX_SIZE = 1 << 30;
-
-bool isPipe(const std::string& path)
-{
-    struct stat status = {};
-    return ::stat(path.c_str(), &status) == 0 && S_ISFIFO(status.st_mode);
-}
 
 /// Whether `file` gives bytes at all. A directory opens like a file and may claim any size, so the size alone must not
 /// decide how much memory is asked for.
@@ -33,19 +29,8 @@ bool isReadable(std::ifstream& file)
     return !file.fail();
 }
 
-} // namespace
-
-ReadResult readWholeFile(const std::string& path, std::string& content)
+ReadResult readAll(std::ifstream& file, std::string& content)
 {
-    if (isPipe(path))
-    {
-        return ReadResult::FAILED;
-    }
-    std::ifstream file(path, std::ios::in);
-    if (!file.is_open())
-    {
-        return ReadResult::NOT_OPENED;
-    }
     file.seekg(0, std::ios::end);
     const std::streamoff size = file.tellg();
     if (size < 0 || size > MAX_SIZE || !isReadable(file))
@@ -64,32 +49,57 @@ ReadResult readWholeFile(const std::string& path, std::string& content)
     return file.gcount() == size ? ReadResult::READ : ReadResult::FAILED;
 }
 
-void refusePipe(const std::string& path)
+} // namespace
+
+ReadResult readWholeFile(const std::string& path, std::string& content)
 {
-    if (isPipe(path))
+    if (isUnfit(path))
     {
-        throw Poco::OpenFileException(path);
+        return ReadResult::FAILED;
+    }
+    std::ifstream file(path, std::ios::in);
+    if (!file.is_open())
+    {
+        return existenceOf(path) == Existence::ABSENT ? ReadResult::MISSING : ReadResult::NOT_OPENED;
+    }
+    return readAll(file, content);
+}
+
+bool openForReading(const std::string& path, std::ifstream& file)
+{
+    if (!isUnfit(path))
+    {
+        file.open(path, std::ios::in);
+    }
+    return file.is_open();
+}
+
+bool writeWholeFile(const std::string& path, const std::string& content)
+{
+    if (isUnfit(path))
+    {
+        return false;
+    }
+    try
+    {
+        Poco::FileOutputStream file(path, std::ios::out | std::ios::trunc);
+        file.write(content.data(), static_cast<std::streamsize>(content.size()));
+        // The stream's close forgets a write that came up short; only the flush before it tells.
+        file.flush();
+        const bool flushed = file.good();
+        file.close();
+        return flushed && file.good();
+    }
+    catch (const Poco::Exception&)
+    {
+        return false;
     }
 }
 
-void writeWholeFile(const std::string& path, const std::string& content)
+bool isUnfit(const std::string& path)
 {
-    refusePipe(path);
-    Poco::FileOutputStream file(path, std::ios::out | std::ios::trunc);
-    file.write(content.data(), static_cast<std::streamsize>(content.size()));
-    closeWritten(file, path);
-}
-
-void closeWritten(Poco::FileOutputStream& file, const std::string& path)
-{
-    // The stream's close forgets a write that came up short; only the flush before it tells.
-    file.flush();
-    const bool flushed = file.good();
-    file.close();
-    if (!flushed || !file.good())
-    {
-        throw Poco::WriteFileException(path);
-    }
+    struct stat status = {};
+    return ::stat(path.c_str(), &status) == 0 && S_ISFIFO(status.st_mode);
 }
 
 } // namespace QMT

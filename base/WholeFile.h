@@ -1,12 +1,8 @@
 #ifndef QMT_WholeFile_INCLUDED
 #define QMT_WholeFile_INCLUDED
 
+#include <iosfwd>
 #include <string>
-
-namespace Poco
-{
-class FileOutputStream;
-}
 
 namespace QMT
 {
@@ -15,28 +11,27 @@ namespace QMT
 enum class ReadResult
 {
     READ,       ///< the content is complete
-    NOT_OPENED, ///< the file is missing or may not be opened
-    FAILED      ///< it is there, but it is no file with a size (a directory, a pipe), too large, or unreadable
+    MISSING,    ///< there is no such file
+    NOT_OPENED, ///< it is there, or may be, and cannot be opened
+    FAILED      ///< it is no file with a size (a directory, a pipe), too large, or cannot be read to its end
 };
 
-/// Reads the file at `path` into `content`, replacing what `content` held.
-///
-/// A file that cannot be opened does not touch `content`. After FAILED its value is not to be used.
+/// Reads the file at `path` into `content`, replacing what `content` held. MISSING and NOT_OPENED do not touch
+/// `content`; after FAILED its value is not to be used.
 [[nodiscard]] ReadResult readWholeFile(const std::string& path, std::string& content);
 
-/// Throws a Poco::OpenFileException when `path` leads to a pipe, whose opening may wait for ever.
-void refusePipe(const std::string& path);
+/// Opens the file at `path` on `file`, for callers that read only its beginning. False when it cannot be opened, or
+/// must not be, see isUnfit.
+[[nodiscard]] bool openForReading(const std::string& path, std::ifstream& file);
 
-/// Replaces the file at `path` by `content`; a missing file is created.
+/// Replaces the content of the file at `path` by `content` in one write; a missing file is created.
 ///
-/// Throws a Poco::FileException (or a relative) when the file cannot be opened, in which case it keeps its content,
-/// and a Poco::WriteFileException when a write, the flush or the close fails, in which case it may be incomplete.
-void writeWholeFile(const std::string& path, const std::string& content);
+/// False when the file cannot be opened or must not be, in which case it keeps its content, and when the write, the
+/// flush or the close fails, in which case it may be incomplete.
+[[nodiscard]] bool writeWholeFile(const std::string& path, const std::string& content);
 
-/// Flushes and closes `file`, whose path is `path`.
-///
-/// Throws a Poco::WriteFileException when anything written to the stream did not reach the file.
-void closeWritten(Poco::FileOutputStream& file, const std::string& path);
+/// Whether `path` leads to something that must not be opened as a file: a pipe, whose opening may wait for ever.
+[[nodiscard]] bool isUnfit(const std::string& path);
 
 } // namespace QMT
 

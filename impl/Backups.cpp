@@ -1,6 +1,7 @@
 #include "impl/CQorModelToolImpl.h"
 
 #include "base/FileTransfer.h"
+#include "base/WholeFile.h"
 
 #include <Poco/Checksum.h>
 #include <Poco/Exception.h>
@@ -11,8 +12,6 @@ namespace QMT
 
 namespace
 {
-
-using Version = CFrameworkPaths::Version;
 
 void removeIfPossible(const std::string& path)
 {
@@ -29,53 +28,66 @@ void removeIfPossible(const std::string& path)
 
 bool CQorModelToolImpl::backupFiles()
 {
-    copyLiveFilesTo(Version::WORKING_COPY);
+    copyLiveFilesTo(&ManagedFile::workingCopy);
     return true;
 }
 
 bool CQorModelToolImpl::cfgBackup()
 {
-    copyLiveFilesTo(Version::BACKUP);
+    copyLiveFilesTo(&ManagedFile::backup);
     return true;
 }
 
-void CQorModelToolImpl::copyLiveFilesTo(Version version) const
+void CQorModelToolImpl::copyLiveFilesTo(std::string ManagedFile::*copy) const
 {
-    copyFile(paths().configuration(Version::LIVE), paths().configuration(version));
-    copyFile(paths().modelFileList(Version::LIVE), paths().modelFileList(version));
+    for (const ManagedFile& file : {paths().configuration(), paths().modelFileList()})
+    {
+        copyFile(file.live, file.*copy);
+    }
 }
 
 bool CQorModelToolImpl::cleanupTmp()
 {
-    removeIfPossible(paths().modelFileList(Version::WORKING_COPY));
+    removeIfPossible(paths().modelFileList().workingCopy);
     removeIfPossible(paths().sessionFile());
     removeIfPossible(paths().lockFile());
-    removeIfPossible(paths().configuration(Version::WORKING_COPY));
+    removeIfPossible(paths().configuration().workingCopy);
     return true;
 }
 
 std::uint32_t CQorModelToolImpl::checksumFile(const std::string& path)
 {
+    return checksumOf(path).value_or(0);
+}
+
+std::optional<std::uint32_t> CQorModelToolImpl::checksumOf(const std::string& path)
+{
     std::string content;
-    if (!loadFile(path, content))
+    const ReadResult result = load(path, content);
+    if (result == ReadResult::FAILED || result == ReadResult::NOT_OPENED)
     {
-        content.clear();
+        return std::nullopt;
     }
     Poco::Checksum checksum(Poco::Checksum::TYPE_CRC32);
     checksum.update(content);
     return checksum.checksum();
 }
 
+bool CQorModelToolImpl::haveEqualChecksums(const ManagedFile& file)
+{
+    const std::optional<std::uint32_t> live = checksumOf(file.live);
+    const std::optional<std::uint32_t> workingCopy = checksumOf(file.workingCopy);
+    return live.has_value() && live == workingCopy;
+}
+
 bool CQorModelToolImpl::crcCheckModelFiles() const
 {
-    const std::uint32_t live = checksumFile(paths().modelFileList(Version::LIVE));
-    return live == checksumFile(paths().modelFileList(Version::WORKING_COPY));
+    return haveEqualChecksums(paths().modelFileList());
 }
 
 bool CQorModelToolImpl::crcCheckQORFiles() const
 {
-    const std::uint32_t live = checksumFile(paths().configuration(Version::LIVE));
-    return live == checksumFile(paths().configuration(Version::WORKING_COPY));
+    return haveEqualChecksums(paths().configuration());
 }
 
 } // namespace QMT

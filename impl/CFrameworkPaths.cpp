@@ -1,5 +1,7 @@
 #include "impl/CFrameworkPaths.h"
 
+#include "xml/ConfigurationFile.h"
+
 #include <Poco/Path.h>
 
 namespace QMT
@@ -8,23 +10,8 @@ namespace QMT
 namespace
 {
 
-const std::string CONFIGURATION_DIRECTORY = "etc/";
 const std::string MODEL_DIRECTORY = "etc/model/";
 const std::string MODEL_FILE_LIST = "model_file_list.cfg";
-
-std::string suffixOf(CFrameworkPaths::Version version)
-{
-    switch (version)
-    {
-    case CFrameworkPaths::Version::WORKING_COPY:
-        return ".tmp";
-    case CFrameworkPaths::Version::BACKUP:
-        return ".bak";
-    case CFrameworkPaths::Version::LIVE:
-        break;
-    }
-    return std::string();
-}
 
 } // namespace
 
@@ -37,17 +24,17 @@ CFrameworkPaths::CFrameworkPaths(const std::string& qorPath) : _qorPath(qorPath)
 
 std::string CFrameworkPaths::modelDirectory() const
 {
-    return compose(MODEL_DIRECTORY, std::string());
+    return inModelDirectory(std::string());
 }
 
-std::string CFrameworkPaths::configuration(Version version) const
+ManagedFile CFrameworkPaths::configuration() const
 {
-    return compose(CONFIGURATION_DIRECTORY, "qor.cfg") + suffixOf(version);
+    return configurationFile(_qorPath);
 }
 
-std::string CFrameworkPaths::modelFileList(Version version) const
+ManagedFile CFrameworkPaths::modelFileList() const
 {
-    return compose(MODEL_DIRECTORY, MODEL_FILE_LIST) + suffixOf(version);
+    return ManagedFile::in(_qorPath, MODEL_DIRECTORY, MODEL_FILE_LIST);
 }
 
 std::string CFrameworkPaths::modelFileListArgument() const
@@ -57,12 +44,12 @@ std::string CFrameworkPaths::modelFileListArgument() const
 
 std::string CFrameworkPaths::sessionFile() const
 {
-    return compose(MODEL_DIRECTORY, "cmdfifo.dat");
+    return inModelDirectory("cmdfifo.dat");
 }
 
 std::string CFrameworkPaths::lockFile() const
 {
-    return compose(MODEL_DIRECTORY, "qor_mim_tool.lock");
+    return inModelDirectory("qor_mim_tool.lock");
 }
 
 std::string CFrameworkPaths::environmentFile()
@@ -75,12 +62,9 @@ std::string CFrameworkPaths::validator()
     return DEFAULT_QOR_PATH + "/bin/pel_model_validator";
 }
 
-std::string CFrameworkPaths::compose(const std::string& directory, const std::string& file) const
+std::string CFrameworkPaths::inModelDirectory(const std::string& file) const
 {
-    Poco::Path path(_qorPath);
-    path.append(directory);
-    path.append(file);
-    return path.toString();
+    return Poco::Path(_qorPath).append(MODEL_DIRECTORY).append(file).toString();
 }
 
 } // namespace QMT

@@ -1,6 +1,8 @@
 #ifndef QMT_CFrameworkPaths_INCLUDED
 #define QMT_CFrameworkPaths_INCLUDED
 
+#include "base/ManagedFile.h"
+
 #include <string>
 
 namespace QMT
@@ -12,14 +14,6 @@ namespace QMT
 class CFrameworkPaths
 {
 public:
-    /// The states in which a configuration file exists side by side.
-    enum class Version
-    {
-        LIVE,         ///< what the framework reads
-        WORKING_COPY, ///< what a commit edits
-        BACKUP        ///< what a rollback puts back
-    };
-
     /// `qorPath` is the framework directory, with or without a trailing slash.
     explicit CFrameworkPaths(const std::string& qorPath);
 
@@ -27,10 +21,10 @@ public:
     std::string modelDirectory() const;
 
     /// The framework's configuration document.
-    std::string configuration(Version version) const;
+    ManagedFile configuration() const;
 
     /// The list of the installed model files.
-    std::string modelFileList(Version version) const;
+    ManagedFile modelFileList() const;
 
     /// The live model file list as the model validator is told it: joined with a slash of its own, so that a framework
     /// directory with a trailing slash gives a doubled one.
@@ -55,7 +49,7 @@ public:
     static std::string validator();
 
 private:
-    std::string compose(const std::string& directory, const std::string& file) const;
+    std::string inModelDirectory(const std::string& file) const;
 
     const std::string _qorPath;
 };

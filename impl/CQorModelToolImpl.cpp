@@ -11,14 +11,14 @@ CQorModelToolImpl::CQorModelToolImpl(Poco::Logger* logger) : _logger(logger)
 
 CQorModelToolImpl::~CQorModelToolImpl() = default;
 
-CommandLine& CQorModelToolImpl::commandLine()
+Request& CQorModelToolImpl::request()
 {
-    return _commandLine;
+    return _request;
 }
 
-const CommandLine& CQorModelToolImpl::commandLine() const
+const Request& CQorModelToolImpl::request() const
 {
-    return _commandLine;
+    return _request;
 }
 
 CommandQueue& CQorModelToolImpl::queue()

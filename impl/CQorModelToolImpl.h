@@ -1,47 +1,36 @@
 #ifndef QMT_CQorModelToolImpl_INCLUDED
 #define QMT_CQorModelToolImpl_INCLUDED
 
+#include "base/ManagedFile.h"
+#include "impl/Action.h"
 #include "impl/CFrameworkPaths.h"
 
+#include <Poco/AutoPtr.h>
+
 #include <cstdint>
-#include <deque>
 #include <memory>
+#include <optional>
 #include <string>
-#include <utility>
 #include <vector>
 
 namespace Poco
 {
 class Logger;
 class Path;
+namespace XML
+{
+class Document;
+}
 } // namespace Poco
 
 namespace QMT
 {
 
 class CXMLParser;
+enum class ReadResult;
 
-/// The kinds of queued action. The numbers stand in the session file and never change.
-enum class CmdID : std::int32_t
-{
-    AddModelFile = 0,
-    ModelHandler = 1,
-    RemoveModelFile = 2,
-    AddModelFileWithHandler = 3,
-    RemoveModelFileWithHandler = 4
-};
-
-/// What separates the fields in the text of a queued action.
-const char FIELD_SEPARATOR = '|';
-
-/// One queued action: its kind and its text, one or more fields. A kind read from the session file may be any number.
-using CommandQueueEntry = std::pair<CmdID, std::string>;
-
-/// The queued actions: pushed to the front as they come, taken from the back as they are applied.
-using CommandQueue = std::deque<CommandQueueEntry>;
-
-/// What the command line of this run has asked for so far.
-struct CommandLine
+/// What the options of this run have asked for so far.
+struct Request
 {
     bool helpRequested = false;
     bool commitRequested = false;
@@ -56,6 +45,36 @@ struct CommandLine
 
     std::string modelFile;    ///< path given to --addModelFile or --removeModelFile
     std::string modelHandler; ///< name given to --modelHandler
+};
+
+/// What became of one queued action.
+enum class ActionResult
+{
+    ADDED,   ///< a model file is on the list, the validator must judge it
+    APPLIED, ///< done, or skipped without harm
+    FAILED
+};
+
+/// What became of the whole queue.
+struct QueueResult
+{
+    bool needsValidation = false; ///< some action ADDED
+    bool failed = false;          ///< some action FAILED
+};
+
+/// What the model validator says of a list.
+struct Judgement
+{
+    enum class Verdict
+    {
+        ACCEPTED,
+        REJECTED, ///< or the validator ended abnormally
+        ABSENT    ///< there is no validator
+    };
+
+    Verdict verdict = Verdict::ABSENT;
+    std::string report;  ///< what the validator wrote
+    std::string message; ///< why it could not be waited for, or that it ended abnormally; mostly empty
 };
 
 /// Everything the tool does to files and processes: the session file and its queue, the session lock, the model file
@@ -102,9 +121,9 @@ public:
 
     // ---- State shared with the tool object ----
 
-    /// The request of this run.
-    CommandLine& commandLine();
-    const CommandLine& commandLine() const;
+    /// What this run was asked for.
+    Request& request();
+    const Request& request() const;
 
     /// The queued actions, filled by loadFIFO and by the staging options.
     CommandQueue& queue();
@@ -130,6 +149,9 @@ public:
 
     /// Takes `parser` over and deletes the one held before.
     void setParser(std::unique_ptr<CXMLParser> parser);
+
+    /// The names of the framework's files.
+    CFrameworkPaths paths() const;
 
     // ---- Session file and queue (SessionFile.cpp) ----
 
@@ -165,6 +187,10 @@ public:
     [[nodiscard]] bool extractCommandHandlerMoVerTrVer(const std::string& entry, std::string& path,
                                                        std::string& handler, std::string& moVersion,
                                                        std::string& trVersion);
+
+    /// Tells the fields of a queue entry apart, by the operation for its kind. False, after messages, when the text has
+    /// no separator where its kind needs one; the fields are empty then.
+    [[nodiscard]] bool takeApart(const CommandQueueEntry& entry, Action& action);
 
     // ---- Session lock (SessionLock.cpp) ----
 
@@ -234,11 +260,25 @@ public:
     /// The CRC-32 of the file's content; that of no bytes when the file is missing or cannot be read.
     [[nodiscard]] static std::uint32_t checksumFile(const std::string& path);
 
-    /// Whether the live list has the checksum of its working copy.
+    /// Whether the live list has the checksum of its working copy. A missing file has that of an empty one; one that is
+    /// there and cannot be read whole equals nothing.
     [[nodiscard]] bool crcCheckModelFiles() const;
 
-    /// Whether the live configuration has the checksum of its working copy.
+    /// Whether the live configuration has the checksum of its working copy, with the same rules.
     [[nodiscard]] bool crcCheckQORFiles() const;
+
+    // ---- Applying the queue (Actions.cpp) ----
+
+    /// Loads the working copy of the configuration. Null, after a message, when it cannot be parsed or there is no
+    /// editor.
+    [[nodiscard]] Poco::AutoPtr<Poco::XML::Document> loadWorkingCopy();
+
+    /// Applies one action to `document` and to the working copies. The component name and the versions become those of
+    /// the action, if it has any. There must be an editor.
+    ActionResult apply(const CommandQueueEntry& entry, Poco::XML::Document* document);
+
+    /// Applies all queued actions, oldest first, and empties the queue. A failing action does not stop the others.
+    QueueResult applyQueue(Poco::XML::Document* document);
 
     // ---- Installing and rolling back (CommitRollback.cpp) ----
 
@@ -264,6 +304,11 @@ public:
 
     // ---- Validation (Validation.cpp) ----
 
+    /// Runs the model validator on the list at `list`, a path as the validator is to see it. Messages tell of a missing
+    /// validator and of an abnormal end; the report is left to the caller. Throws a Poco::Exception when there is no
+    /// process or pipe to run it with.
+    [[nodiscard]] Judgement judge(const std::string& list);
+
     /// Whether the model validator exists; messages when not.
     [[nodiscard]] bool verifyModelTool();
 
@@ -277,12 +322,20 @@ public:
     int wait(int pid, std::string& message);
 
 private:
-    CFrameworkPaths paths() const;
+    static ReadResult load(const std::string& path, std::string& content);
     bool requireFields(const std::string& entry);
     std::string removeLines(const std::string& entry, const std::string& list);
     bool findInstalledDirectory(std::string& dir);
     bool useExistingDirectory(const std::string& found, std::string& dir);
-    void copyLiveFilesTo(CFrameworkPaths::Version version) const;
+    void copyLiveFilesTo(std::string ManagedFile::*copy) const;
+    static std::optional<std::uint32_t> checksumOf(const std::string& path);
+    static bool haveEqualChecksums(const ManagedFile& file);
+    ActionResult addToList(const std::string& path);
+    void workOn(const Action& action);
+    ActionResult applyHandler(const Action& action, Poco::XML::Document* document);
+    ActionResult applyRemovalWithHandler(const Action& action, Poco::XML::Document* document);
+    void removeFromList(const std::string& path, const std::string& missingFile, const std::string& missingEntry);
+    void install(const ManagedFile& file) const;
     void adjustOwnershipOf(const std::string& path) const;
     int reportWaitFailure(const std::string& text, int pid, std::string& message);
 
@@ -299,7 +352,7 @@ private:
     std::string _validatorPath;
 
     // The request of the run; the versions and the component name take the values of each action being committed.
-    CommandLine _commandLine;
+    Request _request;
     std::string _componentName;
     std::string _moVersion = "1";
     std::string _trVersion = "1";

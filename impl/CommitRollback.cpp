@@ -1,6 +1,8 @@
 #include "impl/CQorModelToolImpl.h"
 
 #include "base/CSignalBlock.h"
+#include "base/DiskSync.h"
+#include "base/Existence.h"
 #include "base/FileTransfer.h"
 
 #include <Poco/Error.h>
@@ -8,12 +10,9 @@
 #include <Poco/File.h>
 #include <Poco/Path.h>
 
-#include <fcntl.h>
 #include <sys/stat.h>
 #include <syslog.h>
 #include <unistd.h>
-
-#include <cerrno>
 
 namespace QMT
 {
@@ -21,39 +20,16 @@ namespace QMT
 namespace
 {
 
-using Version = CFrameworkPaths::Version;
-
 /// Whether `path` exists. Throws a Poco::FileException when that cannot be told: a file that is only taken for missing
-/// would leave two files of different versions, or put backups over an open session.
+/// would leave two files that do not match, or put backups over an open session.
 bool isThere(const std::string& path)
 {
-    struct stat status = {};
-    if (::stat(path.c_str(), &status) == 0)
+    const Existence existence = existenceOf(path);
+    if (existence == Existence::UNKNOWN)
     {
-        return true;
+        throw Poco::FileException(Poco::Error::getMessage(Poco::Error::last()), path);
     }
-    if (errno != ENOENT && errno != ENOTDIR && errno != ELOOP && errno != ENAMETOOLONG)
-    {
-        throw Poco::FileException(Poco::Error::getMessage(errno), path);
-    }
-    return false;
-}
-
-/// Waits until the content of `path` is on the disk: once the installing has begun, an edited working copy is for a
-/// while the only complete new version, and a power cut must not take it. A missing one is left to the move.
-void sync(const std::string& path)
-{
-    const int file = ::open(path.c_str(), O_WRONLY | O_CLOEXEC | O_NONBLOCK);
-    if (file < 0)
-    {
-        return;
-    }
-    const bool failed = ::fsync(file) != 0 && errno != EINVAL;
-    static_cast<void>(::close(file));
-    if (failed)
-    {
-        throw Poco::WriteFileException(path);
-    }
+    return existence == Existence::PRESENT;
 }
 
 } // namespace
@@ -67,39 +43,44 @@ void CQorModelToolImpl::adjustOwnership(std::uint32_t group)
 bool CQorModelToolImpl::commitCompleted()
 {
     const CSignalBlock block;
-    sync(paths().modelFileList(Version::WORKING_COPY));
-    sync(paths().configuration(Version::WORKING_COPY));
-    moveFile(paths().modelFileList(Version::LIVE), paths().modelFileList(Version::BACKUP));
-    moveFile(paths().modelFileList(Version::WORKING_COPY), paths().modelFileList(Version::LIVE));
-    adjustOwnershipOf(paths().modelFileList(Version::LIVE));
-    moveFile(paths().configuration(Version::LIVE), paths().configuration(Version::BACKUP));
-    moveFile(paths().configuration(Version::WORKING_COPY), paths().configuration(Version::LIVE));
-    adjustOwnershipOf(paths().configuration(Version::LIVE));
+    // Once the installing has begun, an edited working copy is for a while the only complete new version.
+    syncFile(paths().modelFileList().workingCopy);
+    syncFile(paths().configuration().workingCopy);
+    install(paths().modelFileList());
+    install(paths().configuration());
     Poco::File(paths().sessionFile()).remove(false);
     Poco::File(paths().lockFile()).remove(false);
     return true;
 }
 
+void CQorModelToolImpl::install(const ManagedFile& file) const
+{
+    moveFile(file.live, file.backup);
+    moveFile(file.workingCopy, file.live);
+    adjustOwnershipOf(file.live);
+}
+
 bool CQorModelToolImpl::rollBack()
 {
     const CSignalBlock block;
-    if (!isThere(paths().modelFileList(Version::LIVE)))
+    const ManagedFile list = paths().modelFileList();
+    const ManagedFile configuration = paths().configuration();
+    if (!Poco::File(list.live).exists())
     {
         return false;
     }
-    if (!isThere(paths().modelFileList(Version::BACKUP)) || isThere(paths().lockFile()))
+    if (!Poco::File(list.backup).exists() || isThere(paths().lockFile()))
     {
         return true;
     }
-    moveFile(paths().modelFileList(Version::BACKUP), paths().modelFileList(Version::LIVE));
-    adjustOwnershipOf(paths().modelFileList(Version::LIVE));
-    const std::string backup = paths().configuration(Version::BACKUP);
-    if (isThere(backup))
+    moveFile(list.backup, list.live);
+    adjustOwnershipOf(list.live);
+    if (isThere(configuration.backup))
     {
-        moveFile(backup, paths().configuration(Version::LIVE));
+        moveFile(configuration.backup, configuration.live);
     }
     // The backup's path, on purpose: the configuration put back keeps the mode and group of its backup.
-    adjustOwnershipOf(backup);
+    adjustOwnershipOf(configuration.backup);
     return true;
 }
 

@@ -1,12 +1,10 @@
 #include "impl/CQorModelToolImpl.h"
 
 #include "base/ChildProcess.h"
-#include "impl/JoinedText.h"
 #include "base/WholeFile.h"
 
 #include <Poco/Exception.h>
 #include <Poco/File.h>
-#include <Poco/FileStream.h>
 #include <Poco/Logger.h>
 #include <Poco/Pipe.h>
 #include <Poco/Process.h>
@@ -16,6 +14,7 @@
 #include <array>
 #include <climits>
 #include <cstdlib>
+#include <fstream>
 
 namespace QMT
 {
@@ -24,7 +23,12 @@ CQorModelToolImpl::QorEa::~QorEa() = default;
 
 std::string CQorModelToolImpl::QorEa::serialize(const std::vector<std::string>& args) const
 {
-    return joinedText(args, " ");
+    std::string text;
+    for (const std::string& arg : args)
+    {
+        text += arg + " ";
+    }
+    return text.substr(0, text.empty() ? 0 : text.size() - 1);
 }
 
 void CQorModelToolImpl::QorEa::getEnvDir(std::string& dir) const
@@ -78,13 +82,11 @@ bool CQorModelToolImpl::findInstalledDirectory(std::string& dir)
     {
         return useExistingDirectory(CFrameworkPaths::DEFAULT_QOR_PATH, dir);
     }
-    refusePipe(path);
     std::array<char, 256> line = {};
-    Poco::FileInputStream file(path);
-    file.getline(line.data(), line.size());
-    if (file.bad())
+    std::ifstream file;
+    if (!openForReading(path, file) || file.getline(line.data(), line.size()).bad())
     {
-        throw Poco::ReadFileException(path);
+        return false;
     }
     const std::string named(line.data());
     return named.empty() || useExistingDirectory(named, dir);
@@ -104,28 +106,25 @@ bool CQorModelToolImpl::useExistingDirectory(const std::string& found, std::stri
 bool CQorModelToolImpl::validateEnvironment()
 {
     const std::string path = paths().modelDirectory();
+    std::string reason = path;
     try
     {
-        if (path.size() >= PATH_MAX)
+        // Of a path that is too long, no part behind the first one that is too long itself is ever reached; without
+        // them the library need not go through thousands of parents.
+        Poco::File(path.substr(0, path.find('/', PATH_MAX))).createDirectories();
+        // The library takes a plain file of that name for success.
+        if (Poco::File(path).isDirectory())
         {
-            // The creation would try each of its thousands of parents first.
-            throw Poco::CreateFileException("The path is too long");
+            return true;
         }
-        Poco::File directory(path);
-        directory.createDirectories();
-        // The creation is content with a plain file of that name.
-        if (!directory.isDirectory())
-        {
-            throw Poco::CreateFileException(path);
-        }
-        return true;
     }
     catch (const Poco::Exception& exc)
     {
-        _logger->warning("Unable to create directory structure: " + exc.message());
-        ::syslog(LOG_WARNING, "unable to create directory structure %s", exc.message().c_str());
-        return false;
+        reason = exc.message();
     }
+    _logger->warning("Unable to create directory structure: " + reason);
+    ::syslog(LOG_WARNING, "unable to create directory structure %s", reason.c_str());
+    return false;
 }
 
 } // namespace QMT

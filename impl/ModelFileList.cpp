@@ -2,12 +2,15 @@
 
 #include "base/WholeFile.h"
 
-#include <Poco/Exception.h>
 #include <Poco/File.h>
 #include <Poco/Logger.h>
 #include <Poco/StringTokenizer.h>
 
 #include <syslog.h>
+
+#include <filesystem>
+#include <optional>
+#include <system_error>
 
 namespace QMT
 {
@@ -26,15 +29,16 @@ std::string readList(const std::string& path)
     return content;
 }
 
-/// The lines of the list at `path`, which is about to be written anew: one that is there and gives nothing must not be
-/// taken for an empty one. Throws a Poco::ReadFileException then.
-std::string readListForEdit(const std::string& path)
+/// The lines of the list at `path`, which is about to be written anew: one that is there and cannot be read must not be
+/// taken for an empty one, unless it is.
+std::optional<std::string> readListForEdit(const std::string& path)
 {
     std::string content;
+    std::error_code unknown;
     if (!CQorModelToolImpl::loadFile(path, content) ||
-        (content.empty() && Poco::File(path).exists() && Poco::File(path).getSize() > 0))
+        (content.empty() && std::filesystem::file_size(path, unknown) > 0 && !unknown))
     {
-        throw Poco::ReadFileException(path);
+        return std::nullopt;
     }
     return content;
 }
@@ -48,33 +52,27 @@ bool CQorModelToolImpl::verifyFileExist(const std::string& path)
 
 bool CQorModelToolImpl::verifyModelFileEntry(const std::string& entry) const
 {
-    const std::string list = readList(paths().modelFileList(CFrameworkPaths::Version::WORKING_COPY));
+    const std::string list = readList(paths().modelFileList().workingCopy);
     return list.find(entry) == std::string::npos;
 }
 
 bool CQorModelToolImpl::updateModelFile(const std::string& entry)
 {
-    const std::string path = paths().modelFileList(CFrameworkPaths::Version::WORKING_COPY);
-    try
-    {
-        writeWholeFile(path, readListForEdit(path) + entry + "\n");
-        return true;
-    }
-    catch (const Poco::Exception&)
+    const std::string path = paths().modelFileList().workingCopy;
+    const std::optional<std::string> list = readListForEdit(path);
+    if (!list || !writeWholeFile(path, *list + entry + "\n"))
     {
         _logger->critical("Unable to write the new model!");
         return false;
     }
+    return true;
 }
 
 bool CQorModelToolImpl::removeModelFileEntry(const std::string& entry)
 {
-    const std::string path = paths().modelFileList(CFrameworkPaths::Version::WORKING_COPY);
-    try
-    {
-        writeWholeFile(path, removeLines(entry, readListForEdit(path)));
-    }
-    catch (const Poco::Exception&)
+    const std::string path = paths().modelFileList().workingCopy;
+    const std::optional<std::string> list = readListForEdit(path);
+    if (!list || !writeWholeFile(path, removeLines(entry, *list)))
     {
         const std::string text = "Unable to open: " + path;
         _logger->warning(text);

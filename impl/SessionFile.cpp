@@ -5,14 +5,11 @@
 
 #include <Poco/Exception.h>
 #include <Poco/File.h>
-#include <Poco/FileStream.h>
 #include <Poco/Logger.h>
 #include <Poco/NumberParser.h>
 #include <Poco/StringTokenizer.h>
 
 #include <syslog.h>
-
-#include <ostream>
 
 namespace QMT
 {
@@ -33,12 +30,17 @@ void takeField(std::string& rest, std::string& field)
 
 bool CQorModelToolImpl::loadFile(const std::string& path, std::string& content)
 {
-    if (readWholeFile(path, content) == ReadResult::FAILED)
+    return load(path, content) != ReadResult::FAILED;
+}
+
+ReadResult CQorModelToolImpl::load(const std::string& path, std::string& content)
+{
+    const ReadResult result = readWholeFile(path, content);
+    if (result == ReadResult::FAILED)
     {
         ::syslog(LOG_INFO, "Unable to load file %s", path.c_str());
-        return false;
     }
-    return true;
+    return result;
 }
 
 bool CQorModelToolImpl::isFIFOFile() const
@@ -98,26 +100,39 @@ int CQorModelToolImpl::tokenizeFIFO()
 
 bool CQorModelToolImpl::saveFIFO()
 {
-    const CSignalBlock block;
-    try
+    std::string lines;
+    for (auto entry = _queue.crbegin(); entry != _queue.crend(); ++entry)
     {
-        const std::string path = paths().sessionFile();
-        Poco::File(path).createFile();
-        refusePipe(path);
-        Poco::FileOutputStream file(path, std::ios::out | std::ios::trunc);
-        for (auto entry = _queue.crbegin(); entry != _queue.crend(); ++entry)
-        {
-            file << static_cast<std::int32_t>(entry->first) << ":" << entry->second << std::endl;
-        }
-        closeWritten(file, path);
-        return true;
+        lines += std::to_string(static_cast<std::int32_t>(entry->first)) + ":" + entry->second + "\n";
     }
-    catch (const Poco::Exception&)
+    const CSignalBlock block;
+    if (!writeWholeFile(paths().sessionFile(), lines))
     {
         _logger->critical("Unable to write to FIFO file!");
         ::syslog(LOG_WARNING, "Unable to write to FIFO file");
         return false;
     }
+    return true;
+}
+
+bool CQorModelToolImpl::takeApart(const CommandQueueEntry& entry, Action& action)
+{
+    action = Action();
+    action.kind = entry.first;
+    switch (entry.first)
+    {
+    case CmdID::ModelHandler:
+        return extractHandlerMoVerTrVer(entry.second, action.handler, action.moVersion, action.trVersion);
+    case CmdID::AddModelFileWithHandler:
+    case CmdID::RemoveModelFileWithHandler:
+        return extractCommandHandlerMoVerTrVer(entry.second, action.path, action.handler, action.moVersion,
+                                               action.trVersion);
+    case CmdID::AddModelFile:
+    case CmdID::RemoveModelFile:
+        break;
+    }
+    action.path = entry.second;
+    return true;
 }
 
 bool CQorModelToolImpl::extractHandlerMoVerTrVer(const std::string& entry, std::string& handler, std::string& moVersion,

@@ -4,13 +4,13 @@
 
 #include <Poco/Exception.h>
 #include <Poco/File.h>
-#include <Poco/FileStream.h>
 #include <Poco/Logger.h>
 
 #include <syslog.h>
 #include <unistd.h>
 
 #include <array>
+#include <fstream>
 #include <iomanip>
 
 namespace QMT
@@ -42,47 +42,43 @@ int CQorModelToolImpl::createLockFile()
     const int CREATED = 1;
     const int FAILED = 3;
 
+    const std::string path = paths().lockFile();
     try
     {
-        const std::string path = paths().lockFile();
         if (!Poco::File(path).createFile())
         {
             return EXISTED;
         }
-        writeWholeFile(path, getHostName());
-        return CREATED;
+        if (writeWholeFile(path, getHostName()))
+        {
+            return CREATED;
+        }
     }
-    catch (const Poco::Exception&)
+    catch (const Poco::Exception&) // NOLINT(bugprone-empty-catch): told below, like a failed write
     {
-        _logger->critical("Unable to create lockfile");
-        ::syslog(LOG_WARNING, "unable to create lockfile");
-        return FAILED;
     }
+    _logger->critical("Unable to create lockfile");
+    ::syslog(LOG_WARNING, "unable to create lockfile");
+    return FAILED;
 }
 
 bool CQorModelToolImpl::getSessionHost(std::string& host)
 {
-    try
+    std::ifstream file;
+    if (openForReading(paths().lockFile(), file))
     {
-        const std::string path = paths().lockFile();
-        refusePipe(path);
-        Poco::FileInputStream file(path);
         // One byte more than a host can be named by, so that a longer word is not taken for a name; and no more, since
         // the file may have no end.
         file >> std::setw(MAX_HOST_NAME + 1) >> host;
-        if (file.bad())
+        if (!file.bad())
         {
-            throw Poco::ReadFileException(path);
+            return true;
         }
-        return true;
     }
-    catch (const Poco::Exception&)
-    {
-        const std::string text = "Unable to find hostname";
-        _logger->warning(text);
-        ::syslog(LOG_WARNING, "%s", text.c_str());
-        return false;
-    }
+    const std::string text = "Unable to find hostname";
+    _logger->warning(text);
+    ::syslog(LOG_WARNING, "%s", text.c_str());
+    return false;
 }
 
 } // namespace QMT

@@ -29,31 +29,35 @@ bool CQorModelToolImpl::verifyModelTool()
 
 bool CQorModelToolImpl::checkModelCfgValidity()
 {
+    const Judgement judgement = judge(paths().modelFileListArgument());
+    if (judgement.verdict != Judgement::Verdict::REJECTED)
+    {
+        return false;
+    }
+    std::cout << judgement.report << std::endl << judgement.message << std::endl;
+    return true;
+}
+
+Judgement CQorModelToolImpl::judge(const std::string& list)
+{
+    Judgement judgement;
     if (!verifyModelTool())
     {
         ::syslog(LOG_INFO, "model tool does not exist");
-        return false;
+        return judgement;
     }
     Poco::Pipe pipe;
-    const std::vector<std::string> args = {"-q", "-c", paths().modelFileListArgument()};
-    const Poco::ProcessHandle validator = launchIntoPipe(_validatorPath, args, pipe);
-    std::string message;
-    std::string report;
-    const int status = wait(validator.id(), message);
-    readPipe(pipe, report);
-    if (status == 0)
-    {
-        return false;
-    }
-    std::cout << report << std::endl << message << std::endl;
-    return true;
+    const Poco::ProcessHandle validator = launchIntoPipe(_validatorPath, {"-q", "-c", list}, pipe);
+    const int status = wait(validator.id(), judgement.message);
+    readPipe(pipe, judgement.report);
+    judgement.verdict = status == 0 ? Judgement::Verdict::ACCEPTED : Judgement::Verdict::REJECTED;
+    return judgement;
 }
 
 int CQorModelToolImpl::wait(int pid, std::string& message)
 {
     int status = 0;
     int ended = 0;
-    errno = 0;
     do
     {
         ended = ::waitpid(pid, &status, 0);

@@ -1,12 +1,12 @@
 #include "xml/CXMLParser.h"
 
 #include "app/CQorModelTool.h"
-#include "impl/CFrameworkPaths.h"
 #include "base/WholeFile.h"
 #include "xml/CElementWalk.h"
 #include "xml/CTextBuffer.h"
+#include "xml/ConfigurationFile.h"
+#include "xml/DocumentDemand.h"
 #include "xml/DocumentModel.h"
-#include "xml/NestingDepth.h"
 
 #include <Poco/DOM/DOMParser.h>
 #include <Poco/DOM/DOMWriter.h>
@@ -15,6 +15,7 @@
 #include <Poco/DOM/NodeList.h>
 #include <Poco/Exception.h>
 #include <Poco/Logger.h>
+#include <Poco/XML/NamePool.h>
 #include <Poco/XML/XMLWriter.h>
 
 #include <algorithm>
@@ -31,17 +32,13 @@ using Poco::XML::NodeList;
 namespace
 {
 
-/// `xml` itself, if it can be read again. The writer ends in the middle, without a word, where it meets a name that is
-/// no UTF-8. Plain ASCII that goes on to the line feed behind the document element needs no trial.
-const std::string& loadable(const std::string& xml)
+/// Whether `xml` can be read again. The writer stops silently at a name that is invalid UTF-8, so re-parse unless the
+/// text is plain ASCII up to the line feed behind the document element.
+bool isLoadable(const std::string& xml)
 {
     const auto isAscii = [](char byte) { return static_cast<unsigned char>(byte) < 0x80; };
     const bool isPlain = !xml.empty() && xml.back() == '\n' && std::all_of(xml.begin(), xml.end(), isAscii);
-    if (!isPlain && CXMLParser::parseFile(xml).isNull())
-    {
-        throw Poco::DataFormatException("not readable again");
-    }
-    return xml;
+    return isPlain || !CXMLParser::parseFile(xml).isNull();
 }
 
 } // namespace
@@ -50,7 +47,7 @@ CXMLParser::CXMLParser(CQorModelTool& tool, Poco::Logger* logger) : _logger(logg
 {
     Poco::Path qorPath;
     tool.getQorPath(qorPath);
-    _workingConfiguration = CFrameworkPaths(qorPath.toString()).configuration(CFrameworkPaths::Version::WORKING_COPY);
+    _workingConfiguration = configurationFile(qorPath.toString()).workingCopy;
 }
 
 CXMLParser::~CXMLParser() = default;
@@ -72,13 +69,18 @@ CXMLParser::DocumentPtr CXMLParser::loadXMLDocument(const std::string& path)
 
 CXMLParser::DocumentPtr CXMLParser::parseFile(const std::string& content)
 {
-    if (isNestedTooDeeply(content))
+    const std::size_t ADDED_NAMES = 64; // far more than the editor brings into a document
+
+    const std::optional<std::size_t> names = measureNames(content);
+    if (!names)
     {
         return DocumentPtr();
     }
     try
     {
-        Poco::XML::DOMParser parser;
+        // Twice as many places as names keep the pool quick.
+        Poco::AutoPtr<Poco::XML::NamePool> pool(new Poco::XML::NamePool(2 * (*names + ADDED_NAMES)));
+        Poco::XML::DOMParser parser(pool);
         parser.setFeature(Poco::XML::DOMParser::FEATURE_FILTER_WHITESPACE, true);
         parser.setFeature(Poco::XML::XMLReader::FEATURE_NAMESPACES, false);
         return DocumentPtr(parser.parseString(content));
@@ -93,6 +95,7 @@ void CXMLParser::writeXMLFile(const std::string& path, const Document* doc)
 {
     const std::string::size_type GROWTH = 4096; // a few handlers more than last time
 
+    bool isWritten = false;
     try
     {
         Poco::XML::DOMWriter writer;
@@ -103,14 +106,13 @@ void CXMLParser::writeXMLFile(const std::string& path, const Document* doc)
         std::ostream stream(&buffer);
         writer.writeNode(stream, doc);
         // Without memory for all of its text the stream goes bad and the writer goes on.
-        if (!stream.good())
-        {
-            throw Poco::WriteFileException(path);
-        }
+        isWritten = stream.good() && isLoadable(buffer.text()) && writeWholeFile(path, buffer.text());
         _workingTextSize = buffer.text().size();
-        writeWholeFile(path, loadable(buffer.text()));
     }
-    catch (const Poco::Exception&)
+    catch (const Poco::Exception&) // NOLINT(bugprone-empty-catch): told below, like a failed write
+    {
+    }
+    if (!isWritten)
     {
         _logger->information("Unable to wite updated XML file!");
     }
@@ -136,7 +138,7 @@ std::vector<std::string> CXMLParser::getAttributeValueList(Element* element, con
 int CXMLParser::countRootEntries(NodeList* nodes)
 {
     int count = 0;
-    for (const Node* node = nodes->item(0); node != nullptr; node = node->nextSibling())
+    for (unsigned long i = 0; const Node* const node = nodes->item(i); ++i)
     {
         count += node->nodeName() == DocumentModel::ROOT ? 1 : 0;
     }

@@ -64,8 +64,8 @@ public:
     /// after a message, when it cannot be read.
     [[nodiscard]] DocumentPtr loadXMLDocument(const std::string& path);
 
-    /// Parses the XML text `content`, leaving out text that is only white space. Null when it is not well-formed or
-    /// nested too deeply.
+    /// Parses the XML text `content`, leaving out text that is only white space. Null when it is not well-formed,
+    /// nested deeper than 2,000 elements, or declares too many entities.
     [[nodiscard]] static DocumentPtr parseFile(const std::string& content);
 
     /// Replaces the file at `path` by the indented text of `doc`. A failure is told by a message; the file is still
@@ -77,7 +77,7 @@ public:
     static std::vector<std::string> getAttributeValueList(Poco::XML::Element* element, const std::string& tag,
                                                           const std::string& attribute);
 
-    /// How many of `nodes`, the children of one element, are named "root".
+    /// How many of `nodes` are named "root".
     static int countRootEntries(Poco::XML::NodeList* nodes);
 
     /// Whether `doc` holds exactly one participant, the last handler, which must stay.
@@ -129,7 +129,8 @@ public:
     // ---- Default handler (DefaultComponent.cpp) ----
 
     /// Applies a staged handler: lets it take over the placeholder if that is the document's first handler, and adds
-    /// the root class of the model file at `modelFile`, if that is not empty, to it.
+    /// the root class of the model file at `modelFile`, if that is not empty, to it. `handler` must be the handler that
+    /// the tool is working on (getComponentName), which is the one that gets the root class.
     ///
     /// Returns 1 when that is done or needs no doing; 0, mostly after a message, when the document has no handler, when
     /// another handler serves the root class, when there is no placeholder for a handler without a model file, or when
@@ -140,6 +141,7 @@ public:
 
 private:
     struct RootEdit;
+    struct Registration;
     enum class EditProgress;
 
     void writeWorkingCopy(const Poco::XML::Document* doc);
@@ -152,10 +154,9 @@ private:
     bool findServingHandler(Poco::XML::Node& participants, const std::string& rootClass, std::string& handlerName);
     static bool servesRoot(Poco::XML::Element& participant, const std::string& rootClass);
 
-    void takeOverPlaceholder(Poco::XML::Document* doc, Poco::XML::Element& managedObject, const std::string& handler,
-                             const std::string& moVersion, const std::string& trVersion);
-    int addUnservedRoot(Poco::XML::Document* doc, const std::string& modelFile, const std::string& handler,
-                        const std::string& moVersion, const std::string& trVersion);
+    void takeOverPlaceholder(const Registration& registration, Poco::XML::Element& managedObject);
+    int addUnservedRoot(const Registration& registration);
+    int addRootEntry(const Registration& registration);
 
     // Neither is owned, nor used by the destructor. The tool is asked for the framework directory, once, and for the
     // handler being worked on, and for nothing else.

@@ -13,6 +13,16 @@ namespace QMT
 using Poco::XML::Document;
 using Poco::XML::Element;
 
+/// The arguments of one call of verifySetDefaultComponent.
+struct CXMLParser::Registration
+{
+    Document* doc;
+    const std::string& modelFile;
+    const std::string& handler;
+    const std::string& moVersion;
+    const std::string& trVersion;
+};
+
 namespace
 {
 
@@ -37,13 +47,10 @@ int CXMLParser::verifySetDefaultComponent(Document* doc, const std::string& mode
     {
         return FAILURE;
     }
+    const Registration registration = {doc, modelFile, handler, moVersion, trVersion};
     if (isPlaceholder(managedObject))
     {
-        takeOverPlaceholder(doc, *managedObject, handler, moVersion, trVersion);
-        if (!modelFile.empty())
-        {
-            static_cast<void>(modifyRoot(doc, modelFile, CmdEntryAction::ENTRY_ADD, moVersion, trVersion));
-        }
+        takeOverPlaceholder(registration, *managedObject);
         return SUCCESS;
     }
     if (modelFile.empty())
@@ -51,28 +58,30 @@ int CXMLParser::verifySetDefaultComponent(Document* doc, const std::string& mode
         _logger->information("Default model handler not found, ignoring modelHandler update!");
         return FAILURE;
     }
-    return addUnservedRoot(doc, modelFile, handler, moVersion, trVersion);
+    return addUnservedRoot(registration);
 }
 
-void CXMLParser::takeOverPlaceholder(Document* doc, Element& managedObject, const std::string& handler,
-                                     const std::string& moVersion, const std::string& trVersion)
+void CXMLParser::takeOverPlaceholder(const Registration& registration, Element& managedObject)
 {
-    assign(managedObject, handler, moVersion);
-    _logger->information("Replaced default QOR component tag with: " + handler);
-    Element* const txResource = CElementWalk::first(*doc, DocumentModel::TX_RESOURCE);
+    assign(managedObject, registration.handler, registration.moVersion);
+    _logger->information("Replaced default QOR component tag with: " + registration.handler);
+    Element* const txResource = CElementWalk::first(*registration.doc, DocumentModel::TX_RESOURCE);
     if (isPlaceholder(txResource))
     {
-        assign(*txResource, handler, trVersion);
-        writeWorkingCopy(doc);
+        assign(*txResource, registration.handler, registration.trVersion);
+        writeWorkingCopy(registration.doc);
+    }
+    if (!registration.modelFile.empty())
+    {
+        static_cast<void>(addRootEntry(registration));
     }
 }
 
-int CXMLParser::addUnservedRoot(Document* doc, const std::string& modelFile, const std::string& handler,
-                                const std::string& moVersion, const std::string& trVersion)
+int CXMLParser::addUnservedRoot(const Registration& registration)
 {
     bool found = false;
     std::string servingHandler;
-    const int result = existsRoot(doc, modelFile, found, servingHandler);
+    const int result = existsRoot(registration.doc, registration.modelFile, found, servingHandler);
     if (result == FAILURE)
     {
         _logger->information("Aborting");
@@ -84,14 +93,20 @@ int CXMLParser::addUnservedRoot(Document* doc, const std::string& modelFile, con
     }
     if (found)
     {
-        return servingHandler == handler ? SUCCESS : FAILURE;
+        return servingHandler == registration.handler ? SUCCESS : FAILURE;
     }
-    if (modifyRoot(doc, modelFile, CmdEntryAction::ENTRY_ADD, moVersion, trVersion) == FAILURE)
+    if (addRootEntry(registration) == FAILURE)
     {
-        _logger->information("Invalid model file: " + modelFile + "\nAborting.");
+        _logger->information("Invalid model file: " + registration.modelFile + "\nAborting.");
         return FAILURE;
     }
     return SUCCESS;
+}
+
+int CXMLParser::addRootEntry(const Registration& registration)
+{
+    return modifyRoot(registration.doc, registration.modelFile, CmdEntryAction::ENTRY_ADD, registration.moVersion,
+                      registration.trVersion);
 }
 
 } // namespace QMT

@@ -16,8 +16,7 @@ FILLED_IN = r"%\w|\b(?!QOR |FIFO |XML |WARNING)[A-Z]{3,}\b:?"
 # POCO's names of exceptions, which the page explains.
 OF_THE_LIBRARY = {"Exception", "Assertion violation"}
 # Texts of exceptions that the program catches itself.
-NEVER_SHOWN = {"Failed to invoke: qorea", ", retval", "The file would replace itself", "The path is too long",
-               "not readable again"}
+NEVER_SHOWN = {"Failed to invoke: qorea", ", retval", "The file would replace itself"}
 
 
 def pieces(texts: list[str]) -> set[str]:

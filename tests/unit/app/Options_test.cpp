@@ -90,7 +90,7 @@ TEST_F(Options, AreBoundToTheirHandlers)
         option.callback()->invoke(option.fullName(), "value of " + option.fullName());
     }
 
-    const CommandLine& request = impl.commandLine();
+    const Request& request = impl.request();
     EXPECT_TRUE(request.helpRequested);
     EXPECT_TRUE(request.addStaged);
     EXPECT_TRUE(request.removeStaged);
@@ -128,7 +128,7 @@ TEST_F(Options, AreExplainedByTheHelp)
 
     EXPECT_EQ(output.text(),
               "usage: the-command [-] [--] OPTIONS\n"
-              "qor_mim_tool v" QMT_VERSION "\n\n" +
+              "qor_mim_tool v1.0\n\n" +
                   helpOf("-h, --help", {"Display help information on", "command line arguments."}) +
                   helpOf("-a<absolute model file path>, --addModelFile=<absolute model file path>",
                          {"Stage full path of a model ", "file to be added."}) +
@@ -168,7 +168,7 @@ TEST_F(Initialization, BringsADocumentEditorAndNoticesThatNoSessionIsOpen)
     initialize();
 
     EXPECT_NE(impl.parser(), nullptr);
-    EXPECT_TRUE(impl.commandLine().newSession);
+    EXPECT_TRUE(impl.request().newSession);
     EXPECT_EQ(log.messages(), SILENCE);
     EXPECT_EQ(systemLog.messages(), SILENCE);
 }
@@ -179,7 +179,7 @@ TEST_F(Initialization, NoticesAnOpenSession)
 
     initialize();
 
-    EXPECT_FALSE(impl.commandLine().newSession);
+    EXPECT_FALSE(impl.request().newSession);
 }
 
 TEST_F(Initialization, ReplacesTheDocumentEditor)
@@ -203,7 +203,7 @@ TEST_F(Initialization, BringsNoDocumentEditorInAnInvalidEnvironment)
     initialize();
 
     EXPECT_EQ(impl.parser(), nullptr);
-    EXPECT_FALSE(impl.commandLine().newSession);
+    EXPECT_FALSE(impl.request().newSession);
     ASSERT_EQ(log.messages().size(), 2U);
     EXPECT_EQ(log.messages()[1], (Messages{{Poco::Message::PRIO_WARNING, "Invaild environment, exiting."}})[0]);
     ASSERT_EQ(systemLog.messages().size(), 2U);
@@ -218,17 +218,17 @@ TEST_F(Options, RecordHelp)
 
     EXPECT_TRUE(tool.isHelpRequested());
     EXPECT_TRUE(tool.isCmdGiven());
-    EXPECT_FALSE(impl.commandLine().commitRequested);
-    EXPECT_FALSE(impl.commandLine().rollbackRequested);
+    EXPECT_FALSE(impl.request().commitRequested);
+    EXPECT_FALSE(impl.request().rollbackRequested);
 }
 
 TEST_F(Options, RecordACommit)
 {
     tool.handleCommit("commit", "");
 
-    EXPECT_TRUE(impl.commandLine().commitRequested);
+    EXPECT_TRUE(impl.request().commitRequested);
     EXPECT_TRUE(tool.isCmdGiven());
-    EXPECT_FALSE(impl.commandLine().rollbackRequested);
+    EXPECT_FALSE(impl.request().rollbackRequested);
     EXPECT_FALSE(tool.isHelpRequested());
 }
 
@@ -236,9 +236,9 @@ TEST_F(Options, RecordARollback)
 {
     tool.handleRollback("rollback", "");
 
-    EXPECT_TRUE(impl.commandLine().rollbackRequested);
+    EXPECT_TRUE(impl.request().rollbackRequested);
     EXPECT_TRUE(tool.isCmdGiven());
-    EXPECT_FALSE(impl.commandLine().commitRequested);
+    EXPECT_FALSE(impl.request().commitRequested);
     EXPECT_FALSE(tool.isHelpRequested());
 }
 

@@ -33,7 +33,7 @@ protected:
     void expect(const CommandQueue& queue, bool addStaged, bool removeStaged, bool handlerStaged,
                 bool removeWithHandler)
     {
-        const CommandLine& request = impl.commandLine();
+        const Request& request = impl.request();
         EXPECT_EQ(impl.queue(), queue);
         EXPECT_EQ(request.addStaged, addStaged);
         EXPECT_EQ(request.removeStaged, removeStaged);
@@ -52,7 +52,7 @@ TEST_F(StagingOptions, StageAnAddition)
     add();
 
     expect({{CmdID::AddModelFile, "/m/a.xml"}}, true, false, false, false);
-    EXPECT_EQ(impl.commandLine().modelFile, "/m/a.xml");
+    EXPECT_EQ(impl.request().modelFile, "/m/a.xml");
 }
 
 TEST_F(StagingOptions, StageAnAdditionAndItsHandler)
@@ -61,8 +61,8 @@ TEST_F(StagingOptions, StageAnAdditionAndItsHandler)
     handler();
 
     expect({{CmdID::AddModelFileWithHandler, "/m/a.xml"}}, true, false, false, false);
-    EXPECT_EQ(impl.commandLine().modelFile, "/m/a.xml");
-    EXPECT_EQ(impl.commandLine().modelHandler, "h");
+    EXPECT_EQ(impl.request().modelFile, "/m/a.xml");
+    EXPECT_EQ(impl.request().modelHandler, "h");
 }
 
 TEST_F(StagingOptions, StageAHandlerAndItsAddition)
@@ -71,8 +71,8 @@ TEST_F(StagingOptions, StageAHandlerAndItsAddition)
     add();
 
     expect({{CmdID::AddModelFileWithHandler, "h"}}, true, false, true, false);
-    EXPECT_EQ(impl.commandLine().modelFile, "/m/a.xml");
-    EXPECT_EQ(impl.commandLine().modelHandler, "h");
+    EXPECT_EQ(impl.request().modelFile, "/m/a.xml");
+    EXPECT_EQ(impl.request().modelHandler, "h");
 }
 
 TEST_F(StagingOptions, StageARemoval)
@@ -80,7 +80,7 @@ TEST_F(StagingOptions, StageARemoval)
     remove();
 
     expect({{CmdID::RemoveModelFile, "/m/r.xml"}}, false, true, false, false);
-    EXPECT_EQ(impl.commandLine().modelFile, "/m/r.xml");
+    EXPECT_EQ(impl.request().modelFile, "/m/r.xml");
 }
 
 TEST_F(StagingOptions, StageARemovalAndItsHandler)
@@ -89,7 +89,7 @@ TEST_F(StagingOptions, StageARemovalAndItsHandler)
     handler();
 
     expect({{CmdID::RemoveModelFileWithHandler, "/m/r.xml"}}, false, true, false, true);
-    EXPECT_EQ(impl.commandLine().modelHandler, "h");
+    EXPECT_EQ(impl.request().modelHandler, "h");
 }
 
 TEST_F(StagingOptions, StageAHandlerAndARemovalAsTwo)
@@ -98,7 +98,7 @@ TEST_F(StagingOptions, StageAHandlerAndARemovalAsTwo)
     remove();
 
     expect({{CmdID::RemoveModelFileWithHandler, "/m/r.xml"}, {CmdID::ModelHandler, "h"}}, false, false, true, true);
-    EXPECT_EQ(impl.commandLine().modelFile, "/m/r.xml");
+    EXPECT_EQ(impl.request().modelFile, "/m/r.xml");
 }
 
 TEST_F(StagingOptions, StageAHandler)
@@ -106,7 +106,7 @@ TEST_F(StagingOptions, StageAHandler)
     handler();
 
     expect({{CmdID::ModelHandler, "h"}}, false, false, true, false);
-    EXPECT_EQ(impl.commandLine().modelHandler, "h");
+    EXPECT_EQ(impl.request().modelHandler, "h");
 }
 
 TEST_F(StagingOptions, PreferTheRemovalWhenAHandlerFollowsBoth)

@@ -37,7 +37,7 @@ TEST_F(StatusReport, SaysThatNothingIsPending)
     EXPECT_EQ(log.messages(), told({"There are no pending actions."}));
     EXPECT_EQ(systemLog.messages(), SILENCE);
     EXPECT_TRUE(tool.isCmdGiven());
-    EXPECT_TRUE(impl.commandLine().statusRequested);
+    EXPECT_TRUE(impl.request().statusRequested);
 }
 
 TEST_F(StatusReport, ListsEveryKindOfActionOldestFirst)

@@ -222,16 +222,25 @@ TEST_F(Backups, FindEmptyConfigurationsEqual)
     EXPECT_TRUE(impl.crcCheckQORFiles());
 }
 
-TEST_F(Backups, FindAConfigurationThatCannotBeReadToItsEndEqualToAnEmptyOne)
+TEST_F(Backups, CompareFindsAFileThatCannotBeReadToItsEndDifferent)
 {
     writeFile(framework.configuration(), std::string(300000, 'x'));
     writeFile(framework.configuration(".tmp"), "");
     const FailingCall unreadable("read", framework.configuration(), EIO, 1);
 
-    EXPECT_TRUE(impl.crcCheckQORFiles());
+    EXPECT_FALSE(impl.crcCheckQORFiles());
 }
 
-TEST_F(Backups, SumTheLiveFileBeforeItsWorkingCopy)
+TEST_F(Backups, CompareFindsAFileThatCannotBeOpenedDifferent)
+{
+    writeFile(framework.list(), "");
+    writeFile(framework.list(".tmp"), "");
+    const FailingCall refused("fopen", framework.list(".tmp"), EACCES);
+
+    EXPECT_FALSE(impl.crcCheckModelFiles());
+}
+
+TEST_F(Backups, CompareReadsTheLiveFileBeforeItsWorkingCopy)
 {
     for (const std::string& path :
          {framework.list(), framework.list(".tmp"), framework.configuration(), framework.configuration(".tmp")})
@@ -239,8 +248,8 @@ TEST_F(Backups, SumTheLiveFileBeforeItsWorkingCopy)
         putDirectoryAt(path);
     }
 
-    EXPECT_TRUE(impl.crcCheckModelFiles());
-    EXPECT_TRUE(impl.crcCheckQORFiles());
+    EXPECT_FALSE(impl.crcCheckModelFiles());
+    EXPECT_FALSE(impl.crcCheckQORFiles());
 
     EXPECT_EQ(systemLog.messages(), (Messages{{LOG_INFO, "Unable to load file " + framework.list()},
                                               {LOG_INFO, "Unable to load file " + framework.list(".tmp")},

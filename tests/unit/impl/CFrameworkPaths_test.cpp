@@ -8,8 +8,6 @@ namespace QMT::Test
 namespace
 {
 
-using Version = CFrameworkPaths::Version;
-
 TEST(FrameworkPaths, NameTheModelDirectoryWithASlashAtItsEnd)
 {
     EXPECT_EQ(CFrameworkPaths("/qor").modelDirectory(), "/qor/etc/model/");
@@ -19,18 +17,18 @@ TEST(FrameworkPaths, NameTheConfiguration)
 {
     const CFrameworkPaths paths("/qor");
 
-    EXPECT_EQ(paths.configuration(Version::LIVE), "/qor/etc/qor.cfg");
-    EXPECT_EQ(paths.configuration(Version::WORKING_COPY), "/qor/etc/qor.cfg.tmp");
-    EXPECT_EQ(paths.configuration(Version::BACKUP), "/qor/etc/qor.cfg.bak");
+    EXPECT_EQ(paths.configuration().live, "/qor/etc/qor.cfg");
+    EXPECT_EQ(paths.configuration().workingCopy, "/qor/etc/qor.cfg.tmp");
+    EXPECT_EQ(paths.configuration().backup, "/qor/etc/qor.cfg.bak");
 }
 
 TEST(FrameworkPaths, NameTheModelFileList)
 {
     const CFrameworkPaths paths("/qor");
 
-    EXPECT_EQ(paths.modelFileList(Version::LIVE), "/qor/etc/model/model_file_list.cfg");
-    EXPECT_EQ(paths.modelFileList(Version::WORKING_COPY), "/qor/etc/model/model_file_list.cfg.tmp");
-    EXPECT_EQ(paths.modelFileList(Version::BACKUP), "/qor/etc/model/model_file_list.cfg.bak");
+    EXPECT_EQ(paths.modelFileList().live, "/qor/etc/model/model_file_list.cfg");
+    EXPECT_EQ(paths.modelFileList().workingCopy, "/qor/etc/model/model_file_list.cfg.tmp");
+    EXPECT_EQ(paths.modelFileList().backup, "/qor/etc/model/model_file_list.cfg.bak");
 }
 
 TEST(FrameworkPaths, NameTheFilesOfTheSession)
@@ -46,13 +44,13 @@ TEST(FrameworkPaths, AreTheSameWithATrailingSlash)
     const CFrameworkPaths paths("/qor/");
 
     EXPECT_EQ(paths.modelDirectory(), "/qor/etc/model/");
-    EXPECT_EQ(paths.configuration(Version::LIVE), "/qor/etc/qor.cfg");
+    EXPECT_EQ(paths.configuration().live, "/qor/etc/qor.cfg");
     EXPECT_EQ(paths.lockFile(), "/qor/etc/model/qor_mim_tool.lock");
 }
 
 TEST(FrameworkPaths, AreRelativeToAnEmptyFrameworkDirectory)
 {
-    EXPECT_EQ(CFrameworkPaths("").configuration(Version::LIVE), "etc/qor.cfg");
+    EXPECT_EQ(CFrameworkPaths("").configuration().live, "etc/qor.cfg");
 }
 
 TEST(FrameworkPaths, TellTheValidatorTheListWithASlashOfTheirOwn)

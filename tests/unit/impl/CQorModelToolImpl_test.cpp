@@ -17,7 +17,7 @@ TEST_F(Implementation, BeginsWithNothingAskedFor)
 {
     const CQorModelToolImpl fresh(log.logger());
 
-    const CommandLine& request = fresh.commandLine();
+    const Request& request = fresh.request();
     EXPECT_FALSE(request.helpRequested);
     EXPECT_FALSE(request.commitRequested);
     EXPECT_FALSE(request.rollbackRequested);
@@ -56,9 +56,9 @@ TEST_F(Implementation, KeepsTheNumbersOfTheKindsAndTheirWidth)
 
 TEST_F(Implementation, SharesOneRequestWithReadersAndWriters)
 {
-    impl.commandLine().modelFile = "/m/a.xml";
+    impl.request().modelFile = "/m/a.xml";
 
-    EXPECT_EQ(static_cast<const CQorModelToolImpl&>(impl).commandLine().modelFile, "/m/a.xml");
+    EXPECT_EQ(static_cast<const CQorModelToolImpl&>(impl).request().modelFile, "/m/a.xml");
 }
 
 TEST_F(Implementation, TakesOverADocumentEditorAndLetsTheOneBeforeGo)

@@ -3,6 +3,8 @@
 
 #include <Poco/Message.h>
 
+#include <memory>
+
 namespace QMT::Test
 {
 
@@ -22,10 +24,10 @@ Messages::value_type told(const std::string& text)
 }
 
 /// The commit of a single queued action.
-class Action : public ToolTest
+class Actions : public ToolTest
 {
 protected:
-    Action() : model(framework.model("m.xml", "M"))
+    Actions() : model(framework.model("m.xml", "M"))
     {
         given({{"a", {"A"}}});
     }
@@ -53,7 +55,7 @@ protected:
 
 // ---- An addition ----
 
-TEST_F(Action, AddsAModelFileToTheListAlone)
+TEST_F(Actions, AddsAModelFileToTheListAlone)
 {
     const ToolRun run = commit("0:" + model);
 
@@ -62,7 +64,7 @@ TEST_F(Action, AddsAModelFileToTheListAlone)
     expectLive({{"a", {"A"}}}, model + "\n");
 }
 
-TEST_F(Action, AcceptsAModelFileThatIsListedAlready)
+TEST_F(Actions, AcceptsAModelFileThatIsListedAlready)
 {
     given({{"a", {"A"}}}, model + "\n");
 
@@ -74,7 +76,7 @@ TEST_F(Action, AcceptsAModelFileThatIsListedAlready)
     expectLive({{"a", {"A"}}}, model + "\n");
 }
 
-TEST_F(Action, FailsToAddAModelFileThatDoesNotExist)
+TEST_F(Actions, FailsToAddAModelFileThatDoesNotExist)
 {
     const ToolRun run = commit("0:/nonexistent/m.xml");
 
@@ -85,7 +87,7 @@ TEST_F(Action, FailsToAddAModelFileThatDoesNotExist)
 
 // ---- A handler ----
 
-TEST_F(Action, LetsAHandlerTakeOverThePlaceholder)
+TEST_F(Actions, LetsAHandlerTakeOverThePlaceholder)
 {
     given({{"VELDA_OAM_COMPONENT", {}}});
 
@@ -96,7 +98,7 @@ TEST_F(Action, LetsAHandlerTakeOverThePlaceholder)
     expectLive({{"h", {}, "2", "3"}}, "");
 }
 
-TEST_F(Action, FailsForAHandlerWithoutAPlaceholder)
+TEST_F(Actions, FailsForAHandlerWithoutAPlaceholder)
 {
     const ToolRun run = commit("1:h|2|3");
 
@@ -105,7 +107,7 @@ TEST_F(Action, FailsForAHandlerWithoutAPlaceholder)
     expectLive({{"a", {"A"}}}, "");
 }
 
-TEST_F(Action, FailsForAHandlerTextThatDoesNotSplit)
+TEST_F(Actions, FailsForAHandlerTextThatDoesNotSplit)
 {
     given({{"VELDA_OAM_COMPONENT", {}}});
 
@@ -119,7 +121,7 @@ TEST_F(Action, FailsForAHandlerTextThatDoesNotSplit)
 
 // ---- A removal ----
 
-TEST_F(Action, RemovesAModelFileFromTheListAlone)
+TEST_F(Actions, RemovesAModelFileFromTheListAlone)
 {
     given({{"a", {"M"}}}, model + "\n/m/other.xml\n");
 
@@ -131,7 +133,7 @@ TEST_F(Action, RemovesAModelFileFromTheListAlone)
     expectLive({{"a", {"M"}}}, "/m/other.xml\n");
 }
 
-TEST_F(Action, SkipsTheRemovalOfAModelFileThatDoesNotExist)
+TEST_F(Actions, SkipsTheRemovalOfAModelFileThatDoesNotExist)
 {
     given({{"a", {"A"}}}, "/nonexistent/m.xml\n");
 
@@ -142,7 +144,7 @@ TEST_F(Action, SkipsTheRemovalOfAModelFileThatDoesNotExist)
     expectLive({{"a", {"A"}}}, "/nonexistent/m.xml\n");
 }
 
-TEST_F(Action, SkipsTheRemovalOfAModelFileThatIsNotListed)
+TEST_F(Actions, SkipsTheRemovalOfAModelFileThatIsNotListed)
 {
     given({{"a", {"A"}}}, " /m/other.xml\n");
 
@@ -155,7 +157,7 @@ TEST_F(Action, SkipsTheRemovalOfAModelFileThatIsNotListed)
 
 // ---- An addition with a handler ----
 
-TEST_F(Action, AddsAModelFileWithANewHandler)
+TEST_F(Actions, AddsAModelFileWithANewHandler)
 {
     const ToolRun run = commit("3:" + model + "|h|2|3");
 
@@ -164,7 +166,7 @@ TEST_F(Action, AddsAModelFileWithANewHandler)
     expectLive({{"a", {"A"}}, {"h", {"M"}, "2", "3"}}, model + "\n");
 }
 
-TEST_F(Action, LetsAnAdditionsHandlerTakeOverThePlaceholder)
+TEST_F(Actions, LetsAnAdditionsHandlerTakeOverThePlaceholder)
 {
     given({{"VELDA_OAM_COMPONENT", {}}});
 
@@ -176,7 +178,7 @@ TEST_F(Action, LetsAnAdditionsHandlerTakeOverThePlaceholder)
     expectLive({{"h", {"M"}, "2", "3"}}, model + "\n");
 }
 
-TEST_F(Action, FailsToAddAModelThatAnotherHandlerServes)
+TEST_F(Actions, FailsToAddAModelThatAnotherHandlerServes)
 {
     given({{"a", {"M"}}});
 
@@ -187,20 +189,7 @@ TEST_F(Action, FailsToAddAModelThatAnotherHandlerServes)
     expectLive({{"a", {"M"}}}, "");
 }
 
-TEST_F(Action, FailsToAddAModelFileWithAHandlerWhenTheListCannotBeWritten)
-{
-    givenSession("3:" + model + "|a|1|1\n");
-    putDirectoryAt(framework.list(".tmp"));
-
-    const ToolRun run = runTool({"--commit"});
-
-    EXPECT_EQ(run.status, -1);
-    EXPECT_EQ(run.log,
-              (Messages{told("Found handler: a"), {Message::PRIO_CRITICAL, "Unable to write the new model!"}, FAILED}));
-    EXPECT_EQ(readFile(framework.configuration()), configurationOf({{"a", {"A", "M"}}}));
-}
-
-TEST_F(Action, FailsForAnAdditionsTextThatDoesNotSplit)
+TEST_F(Actions, FailsForAnAdditionsTextThatDoesNotSplit)
 {
     const ToolRun run = commit("3:" + model);
 
@@ -211,7 +200,7 @@ TEST_F(Action, FailsForAnAdditionsTextThatDoesNotSplit)
 
 // ---- A removal with a handler ----
 
-TEST_F(Action, RemovesAModelFileAndItsRootClass)
+TEST_F(Actions, RemovesAModelFileAndItsRootClass)
 {
     given({{"a", {"A", "M"}}, {"b", {"M"}}}, model + "\n");
 
@@ -224,7 +213,7 @@ TEST_F(Action, RemovesAModelFileAndItsRootClass)
     expectLive({{"a", {"A"}}, {"b", {"M"}}}, "");
 }
 
-TEST_F(Action, FailsToRemoveTheLastRootClassAndKeepsTheListThen)
+TEST_F(Actions, FailsToRemoveTheLastRootClassAndKeepsTheListThen)
 {
     given({{"a", {"M"}}}, model + "\n");
 
@@ -235,7 +224,7 @@ TEST_F(Action, FailsToRemoveTheLastRootClassAndKeepsTheListThen)
     expectLive({{"a", {"M"}}}, model + "\n");
 }
 
-TEST_F(Action, SkipsTheRemovalFromTheListOfAModelFileThatDoesNotExist)
+TEST_F(Actions, SkipsTheRemovalFromTheListOfAModelFileThatDoesNotExist)
 {
     given({{"b", {"M"}}}, "/nonexistent/m.xml\n");
 
@@ -246,7 +235,7 @@ TEST_F(Action, SkipsTheRemovalFromTheListOfAModelFileThatDoesNotExist)
     expectLive({{"b", {"M"}}}, "/nonexistent/m.xml\n");
 }
 
-TEST_F(Action, SkipsTheRemovalFromTheListOfAModelFileThatIsNotListed)
+TEST_F(Actions, SkipsTheRemovalFromTheListOfAModelFileThatIsNotListed)
 {
     given({{"a", {"A", "M"}}});
 
@@ -258,7 +247,7 @@ TEST_F(Action, SkipsTheRemovalFromTheListOfAModelFileThatIsNotListed)
     expectLive({{"a", {"A"}}}, "");
 }
 
-TEST_F(Action, FailsForARemovalsTextThatDoesNotSplit)
+TEST_F(Actions, FailsForARemovalsTextThatDoesNotSplit)
 {
     given({{"a", {"A", "M"}}}, model + "\n");
 
@@ -271,7 +260,7 @@ TEST_F(Action, FailsForARemovalsTextThatDoesNotSplit)
 
 // ---- What is none of these ----
 
-TEST_F(Action, SkipsAKindItDoesNotKnow)
+TEST_F(Actions, SkipsAKindItDoesNotKnow)
 {
     const ToolRun run = commit("7:" + model);
 
@@ -280,7 +269,7 @@ TEST_F(Action, SkipsAKindItDoesNotKnow)
     expectLive({{"a", {"A"}}}, "");
 }
 
-TEST_F(Action, FailsWhenItsPathIsEmptyAndItsHandlerKnown)
+TEST_F(Actions, FailsWhenItsPathIsEmptyAndItsHandlerKnown)
 {
     const ToolRun run = commit("4:|a|1|1");
 
@@ -289,13 +278,68 @@ TEST_F(Action, FailsWhenItsPathIsEmptyAndItsHandlerKnown)
                                  told("Unable to parse and get the root class name from the model file."), FAILED}));
 }
 
-TEST_F(Action, EndsTheRunWithStatus70WhenItsPathIsEmptyAndItsHandlerUnknown)
+TEST_F(Actions, EndsTheRunWithStatus70WhenItsPathIsEmptyAndItsHandlerUnknown)
 {
     const ToolRun run = commit("4:|h|1|1");
 
     EXPECT_EQ(run.status, 70);
     EXPECT_EQ(run.log, Messages());
     EXPECT_TRUE(exists(framework.lock()));
+}
+
+/// Actions applied to a document, without a session.
+class AppliedAction : public XmlTest
+{
+protected:
+    AppliedAction()
+    {
+        impl.setParser(std::make_unique<CXMLParser>(tool, log.logger()));
+        document = parse(configurationOf({{"a", {"A"}}}));
+    }
+
+    CXMLParser::DocumentPtr document;
+};
+
+TEST_F(AppliedAction, FailsWhenTheListCannotBeWritten)
+{
+    putDirectoryAt(framework.list(".tmp"));
+
+    EXPECT_EQ(impl.apply({CmdID::AddModelFileWithHandler, framework.model("m.xml", "M") + "|a|1|1"}, document),
+              ActionResult::FAILED);
+
+    EXPECT_EQ(written(), configurationOf({{"a", {"A", "M"}}}));
+}
+
+TEST_F(AppliedAction, SetsComponentNameAndVersionsWhenItHasAHandler)
+{
+    for (const CommandQueueEntry& entry :
+         std::vector<CommandQueueEntry>{{CmdID::ModelHandler, "h|2|3"},
+                                        {CmdID::AddModelFileWithHandler, "/m|h|2|3"},
+                                        {CmdID::RemoveModelFileWithHandler, "/m|h|2|3"}})
+    {
+        impl.componentName() = impl.moVersion() = impl.trVersion() = "before";
+
+        impl.apply(entry, document);
+
+        EXPECT_EQ((std::vector{impl.componentName(), impl.moVersion(), impl.trVersion()}),
+                  (std::vector<std::string>{"h", "2", "3"}));
+    }
+}
+
+TEST_F(AppliedAction, KeepsComponentNameAndVersionsWithoutAHandler)
+{
+    for (const CommandQueueEntry& entry : std::vector<CommandQueueEntry>{{CmdID::AddModelFile, "/m|h|2|3"},
+                                                                         {CmdID::RemoveModelFile, "/m|h|2|3"},
+                                                                         {CmdID(7), "/m|h|2|3"},
+                                                                         {CmdID::ModelHandler, "h"}})
+    {
+        impl.componentName() = impl.moVersion() = impl.trVersion() = "before";
+
+        impl.apply(entry, document);
+
+        EXPECT_EQ((std::vector{impl.componentName(), impl.moVersion(), impl.trVersion()}),
+                  (std::vector<std::string>(3, "before")));
+    }
 }
 
 } // namespace

@@ -1,3 +1,5 @@
+#include "app/Process.h"
+
 #include "support/CapturedOutput.h"
 #include "support/CapturedSystemLog.h"
 #include "support/FailingCall.h"
@@ -14,19 +16,16 @@
 #include <iostream>
 #include <stdexcept>
 
-/// The process entry, which the tests know by this name.
-int toolMain(int argc, char** argv);
-
 namespace QMT::Test
 {
 
 namespace
 {
 
-class Entry : public ToolTest
+class Process : public ToolTest
 {
 protected:
-    Entry()
+    Process()
     {
         for (std::size_t i = 0; i < _signals.size(); ++i)
         {
@@ -34,7 +33,7 @@ protected:
         }
     }
 
-    ~Entry() override
+    ~Process() override
     {
         for (std::size_t i = 0; i < _signals.size(); ++i)
         {
@@ -42,10 +41,10 @@ protected:
         }
     }
 
-    Entry(const Entry&) = delete;
-    Entry& operator=(const Entry&) = delete;
-    Entry(Entry&&) = delete;
-    Entry& operator=(Entry&&) = delete;
+    Process(const Process&) = delete;
+    Process& operator=(const Process&) = delete;
+    Process(Process&&) = delete;
+    Process& operator=(Process&&) = delete;
 
     /// Runs the entry with one option and keeps what it writes to the console.
     int run(std::string option)
@@ -55,7 +54,7 @@ protected:
         const CapturedOutput captured(std::clog);
         std::string program = "/usr/sbin/qor_mim_tool";
         std::array<char*, 3> arguments = {program.data(), option.data(), nullptr};
-        const int status = toolMain(2, arguments.data());
+        const int status = runProcess(2, arguments.data());
         console = captured.text();
         return status;
     }
@@ -67,7 +66,7 @@ private:
     std::array<struct sigaction, 2> _before = {};
 };
 
-TEST_F(Entry, GivesEveryConsoleLineTheLoggersNameAndItsPriority)
+TEST_F(Process, GivesEveryConsoleLineTheLoggersNameAndItsPriority)
 {
     EXPECT_EQ(run("--status"), 0);
 
@@ -76,14 +75,14 @@ TEST_F(Entry, GivesEveryConsoleLineTheLoggersNameAndItsPriority)
                        "ConsoleLogger: Information: Operation completed.\n");
 }
 
-TEST_F(Entry, EndsWithTheDriversStatus)
+TEST_F(Process, EndsWithTheDriversStatus)
 {
     givenSession("0:/nonexistent/model.xml\n");
 
     EXPECT_EQ(run("--commit"), -1);
 }
 
-TEST_F(Entry, EndsWithStatus78AndTheReasonOnAWrongOption)
+TEST_F(Process, EndsWithStatus78AndTheReasonOnAWrongOption)
 {
     EXPECT_EQ(run("--unknown"), 78);
 
@@ -91,14 +90,14 @@ TEST_F(Entry, EndsWithStatus78AndTheReasonOnAWrongOption)
                        "Unknown option specified: unknown\n");
 }
 
-TEST_F(Entry, LeavesNoLoggerBehind)
+TEST_F(Process, LeavesNoLoggerBehind)
 {
     EXPECT_EQ(run("--status"), 0);
 
     EXPECT_EQ(Poco::Logger::has("ConsoleLogger"), nullptr);
 }
 
-TEST_F(Entry, CleansUpBeforeAnUnexpectedExceptionLeavesIt)
+TEST_F(Process, CleansUpBeforeAnUnexpectedExceptionLeavesIt)
 {
     // The construction asks whether there is a lock file, and then the option handler.
     const FailingCall failing("stat", framework.lock(), FailingCall::THROWS, 1);
@@ -108,7 +107,7 @@ TEST_F(Entry, CleansUpBeforeAnUnexpectedExceptionLeavesIt)
     EXPECT_EQ(Poco::Logger::has("ConsoleLogger"), nullptr);
 }
 
-TEST_F(Entry, SurvivesAReaderWhoWentAway)
+TEST_F(Process, SurvivesAReaderWhoWentAway)
 {
     EXPECT_EQ(run("--status"), 0);
     sigset_t open;
@@ -125,7 +124,7 @@ TEST_F(Entry, SurvivesAReaderWhoWentAway)
     EXPECT_NE(now.sa_handler, SIG_IGN);
 }
 
-TEST_F(Entry, HeedsTheEndOfChildrenWhateverItsCallerDid)
+TEST_F(Process, HeedsTheEndOfChildrenWhateverItsCallerDid)
 {
     struct sigaction ignoring = {};
     ignoring.sa_handler = SIG_IGN;
@@ -138,7 +137,7 @@ TEST_F(Entry, HeedsTheEndOfChildrenWhateverItsCallerDid)
     EXPECT_EQ(now.sa_handler, SIG_DFL);
 }
 
-TEST_F(Entry, LeavesOpenNothingThatItOpenedForClosedStandardStreams)
+TEST_F(Process, LeavesOpenNothingThatItOpenedForClosedStandardStreams)
 {
     const int free = ::dup(STDIN_FILENO);
     ::close(free);
@@ -150,7 +149,7 @@ TEST_F(Entry, LeavesOpenNothingThatItOpenedForClosedStandardStreams)
     EXPECT_EQ(freeNow, free);
 }
 
-TEST_F(Entry, OccupiesAStandardStreamThatItsCallerHasClosed)
+TEST_F(Process, OccupiesAStandardStreamThatItsCallerHasClosed)
 {
     const int saved = ::dup(STDIN_FILENO);
     ::close(STDIN_FILENO);

@@ -1,0 +1,49 @@
+#include "app/Process.h"
+
+#include "app/CQorModelTool.h"
+#include "app/CQorModelToolWrapper.h"
+#include "base/ProcessSetup.h"
+#include "impl/CQorModelToolImpl.h"
+
+#include <Poco/AutoPtr.h>
+#include <Poco/ConsoleChannel.h>
+#include <Poco/Exception.h>
+#include <Poco/FormattingChannel.h>
+#include <Poco/Logger.h>
+#include <Poco/Message.h>
+#include <Poco/PatternFormatter.h>
+
+#include <memory>
+
+namespace QMT
+{
+
+int runProcess(int argc, char** argv)
+{
+    setUpProcess();
+
+    Poco::AutoPtr<Poco::PatternFormatter> formatter(new Poco::PatternFormatter("%s: %p: %t"));
+    Poco::AutoPtr<Poco::FormattingChannel> channel(new Poco::FormattingChannel(formatter));
+    Poco::AutoPtr<Poco::ConsoleChannel> console(new Poco::ConsoleChannel);
+    channel->setChannel(console);
+    channel->open();
+    Poco::Logger& logger = Poco::Logger::create("ConsoleLogger", channel, Poco::Message::PRIO_INFORMATION);
+
+    const auto impl = std::make_unique<CQorModelToolImpl>(&logger);
+    const auto tool = std::make_unique<CQorModelTool>(impl.get(), &logger);
+    Poco::AutoPtr<CQorModelToolWrapper> application(new CQorModelToolWrapper(*tool));
+    // The application object has just put a bare console channel on every logger.
+    logger.setChannel(channel);
+    try
+    {
+        application->init(argc, argv);
+    }
+    catch (const Poco::Exception& exc)
+    {
+        application->logger().log(exc);
+        return Poco::Util::Application::EXIT_CONFIG;
+    }
+    return application->run();
+}
+
+} // namespace QMT

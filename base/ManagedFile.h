@@ -1,0 +1,23 @@
+#ifndef QMT_ManagedFile_INCLUDED
+#define QMT_ManagedFile_INCLUDED
+
+#include <string>
+
+namespace QMT
+{
+
+/// The paths of one file that is changed by transactions: edited as a copy, installed whole, put back when need be.
+struct ManagedFile
+{
+    std::string live;        ///< what others read
+    std::string workingCopy; ///< what a transaction edits
+    std::string backup;      ///< what a rollback puts back
+
+    /// The file `name` in the directory `directory` below `root`, each with or without a trailing slash. Touches no
+    /// file.
+    static ManagedFile in(const std::string& root, const std::string& directory, const std::string& name);
+};
+
+} // namespace QMT
+
+#endif // QMT_ManagedFile_INCLUDED
