@@ -1,12 +1,12 @@
 // Single operations of the tool over growing work. Runs in the benchmark's sandbox, where /opt/qor is a scratch
 // framework; the report's BigO lines tell how each operation grows.
 #include "app/CQorModelTool.h"
+#include "base/WholeFile.h"
 #include "impl/CFrameworkPaths.h"
 #include "impl/CQorModelToolImpl.h"
-#include "base/WholeFile.h"
 #include "xml/CElementWalk.h"
 #include "xml/CXMLParser.h"
-#include "xml/NestingDepth.h"
+#include "xml/DocumentDemand.h"
 
 #include <Poco/AutoPtr.h>
 #include <Poco/DOM/Document.h>
@@ -21,8 +21,6 @@
 
 namespace
 {
-
-using Version = QMT::CFrameworkPaths::Version;
 
 const int ROOTS_PER_HANDLER = 5;
 const std::string MODEL_FILE = "/opt/qor/models/operations.xml";
@@ -75,7 +73,8 @@ std::string configuration(std::int64_t handlers)
 
 void writeModel(const std::string& rootClass)
 {
-    QMT::writeWholeFile(MODEL_FILE, "<models><class name=\"" + rootClass + "\"><root/></class></models>\n");
+    static_cast<void>(
+        QMT::writeWholeFile(MODEL_FILE, "<models><class name=\"" + rootClass + "\"><root/></class></models>\n"));
 }
 
 /// A list of `lines` lines, of which only the last is the model file.
@@ -86,7 +85,7 @@ void writeList(const Tool& tool, std::int64_t lines)
     {
         list += "/opt/qor/models/installed/" + std::to_string(line) + ".xml\n";
     }
-    QMT::writeWholeFile(tool.paths.modelFileList(Version::WORKING_COPY), list + MODEL_FILE + "\n");
+    static_cast<void>(QMT::writeWholeFile(tool.paths.modelFileList().workingCopy, list + MODEL_FILE + "\n"));
 }
 
 void fillQueue(Tool& tool, std::int64_t actions)
@@ -150,7 +149,7 @@ void checksumList(benchmark::State& state)
 {
     const Tool tool;
     writeList(tool, size(state));
-    const std::string path = tool.paths.modelFileList(Version::WORKING_COPY);
+    const std::string path = tool.paths.modelFileList().workingCopy;
     for (auto _ : state)
     {
         benchmark::DoNotOptimize(QMT::CQorModelToolImpl::checksumFile(path));
@@ -158,12 +157,12 @@ void checksumList(benchmark::State& state)
     report(state);
 }
 
-void checkNestingDepth(benchmark::State& state)
+void measureDocument(benchmark::State& state)
 {
     const std::string text = configuration(size(state));
     for (auto _ : state)
     {
-        benchmark::DoNotOptimize(QMT::isNestedTooDeeply(text));
+        benchmark::DoNotOptimize(QMT::measureNames(text));
     }
     report(state);
 }
@@ -182,7 +181,7 @@ void writeDocument(benchmark::State& state)
 {
     Tool tool;
     const QMT::CXMLParser::DocumentPtr document = QMT::CXMLParser::parseFile(configuration(size(state)));
-    const std::string path = tool.paths.configuration(Version::WORKING_COPY);
+    const std::string path = tool.paths.configuration().workingCopy;
     for (auto _ : state)
     {
         tool.parser.writeXMLFile(path, document);
@@ -258,7 +257,7 @@ BENCHMARK(loadSession)->Apply(upTo10000);
 BENCHMARK(searchList)->Apply(upTo100000);
 BENCHMARK(removeFromList)->Apply(upTo100000);
 BENCHMARK(checksumList)->Apply(upTo100000);
-BENCHMARK(checkNestingDepth)->Apply(upTo10000);
+BENCHMARK(measureDocument)->Apply(upTo10000);
 BENCHMARK(parseDocument)->Apply(upTo10000);
 BENCHMARK(writeDocument)->Apply(upTo10000);
 BENCHMARK(walkDocument)->Apply(upTo10000);

@@ -15,8 +15,8 @@ LITERAL = re.compile(r'"((?:[^"\\\n]|\\.)*)"')
 FILLED_IN = r"%\w|\b(?!QOR |FIFO |XML |WARNING)[A-Z]{3,}\b:?"
 # POCO's names of exceptions, which the page explains.
 OF_THE_LIBRARY = {"Exception", "Assertion violation"}
-# Texts of exceptions that the program catches itself.
-NEVER_SHOWN = {"Failed to invoke: qorea", ", retval", "The file would replace itself"}
+# Texts of exceptions that the program catches itself, and the head of the help text.
+NEVER_SHOWN = {"qor_mim_tool v1.0", "Failed to invoke: qorea", ", retval", "The file would replace itself"}
 
 
 def pieces(texts: list[str]) -> set[str]:

@@ -55,7 +55,10 @@ FuzzedTool& FuzzedTool::instance()
 
 void FuzzedTool::write(const std::string& path, const std::string& content)
 {
-    writeWholeFile(path, content);
+    if (!writeWholeFile(path, content))
+    {
+        find(path + " cannot be written");
+    }
 }
 
 std::string FuzzedTool::read(const std::string& path)

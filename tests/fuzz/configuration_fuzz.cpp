@@ -20,7 +20,7 @@ struct Fixture
     Fixture()
         : parser(FuzzedTool::instance().tool, FuzzedTool::instance().tool.logger()),
           model(FuzzedTool::instance().paths.modelDirectory() + "model.xml"),
-          written(FuzzedTool::instance().paths.configuration(QMT::CFrameworkPaths::Version::WORKING_COPY))
+          written(FuzzedTool::instance().paths.configuration().workingCopy)
     {
         FuzzedTool::write(model, MODEL);
     }

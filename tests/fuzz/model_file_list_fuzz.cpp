@@ -10,7 +10,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
     const std::string::size_type end = input.find('\n');
     const std::string entry = input.substr(0, end);
     const std::string list = end == std::string::npos ? std::string() : input.substr(end + 1);
-    const std::string path = fuzzed.paths.modelFileList(QMT::CFrameworkPaths::Version::WORKING_COPY);
+    const std::string path = fuzzed.paths.modelFileList().workingCopy;
 
     FuzzedTool::write(path, list);
     if (fuzzed.impl.verifyModelFileEntry(entry) != (list.find(entry) == std::string::npos))
