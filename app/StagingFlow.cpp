@@ -70,7 +70,7 @@ bool CQorModelTool::waitForLock()
 
     for (int attempt = 0; attempt < LAST_ATTEMPT; ++attempt)
     {
-        if (_impl->createLockFile() != 0)
+        if (_impl->createLockFile() != CQorModelToolImpl::LOCK_EXISTED)
         {
             return true;
         }

@@ -89,6 +89,15 @@ struct Judgement
 class CQorModelToolImpl
 {
 public:
+    /// The results of tokenizeFIFO.
+    static constexpr int QUEUE_VALID = 1;
+    static constexpr int QUEUE_INVALID = 3;
+
+    /// The results of createLockFile. Callers take every one but LOCK_EXISTED for success.
+    static constexpr int LOCK_EXISTED = 0;
+    static constexpr int LOCK_CREATED = 1;
+    static constexpr int LOCK_FAILED = 3;
+
     /// Runs the framework agent, the executable that knows where the framework is installed.
     class QorEa
     {
@@ -168,8 +177,8 @@ public:
 
     /// Parses the session file and pushes its actions to the front of the queue, in the order of the file.
     ///
-    /// Returns 1, or 3 after a message when the file has no complete actions or a kind that is no number; the actions
-    /// before such a kind stay queued.
+    /// Returns QUEUE_VALID, or QUEUE_INVALID after a message when the file has no complete actions or a kind that is no
+    /// number; the actions before such a kind stay queued.
     int tokenizeFIFO();
 
     /// Writes the whole queue to the session file, oldest action first, one "kind:text" a line. False, after messages,
@@ -202,8 +211,8 @@ public:
 
     /// Opens a session of this host: creates the lock file with the host name as its content.
     ///
-    /// Returns 0 when the lock file existed (it is left alone), 1 when it was created, 3 after messages when that
-    /// failed; a file created before the failure stays. Callers take every result but 0 for success.
+    /// Returns LOCK_EXISTED when there was a lock file (it is left alone), LOCK_CREATED, or LOCK_FAILED after messages;
+    /// a file created before the failure stays.
     int createLockFile();
 
     /// Reads the name of the host that owns the session, the first word of the lock file, into `host`. True, with

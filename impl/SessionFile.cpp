@@ -67,9 +67,6 @@ bool CQorModelToolImpl::loadFIFO()
 
 int CQorModelToolImpl::tokenizeFIFO()
 {
-    const int VALID = 1;
-    const int INVALID = 3;
-
     std::string content;
     if (!loadFile(paths().sessionFile(), content))
     {
@@ -80,7 +77,7 @@ int CQorModelToolImpl::tokenizeFIFO()
     if (tokens.count() == 0 || tokens.count() % 2 != 0)
     {
         _logger->critical("Invalid command queue, aborting!");
-        return INVALID;
+        return QUEUE_INVALID;
     }
     try
     {
@@ -93,9 +90,9 @@ int CQorModelToolImpl::tokenizeFIFO()
     catch (const Poco::SyntaxException&)
     {
         _logger->critical("Invalid command queue, aborting");
-        return INVALID;
+        return QUEUE_INVALID;
     }
-    return VALID;
+    return QUEUE_VALID;
 }
 
 bool CQorModelToolImpl::saveFIFO()

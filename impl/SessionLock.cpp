@@ -38,20 +38,16 @@ bool CQorModelToolImpl::isLockFile() const
 
 int CQorModelToolImpl::createLockFile()
 {
-    const int EXISTED = 0;
-    const int CREATED = 1;
-    const int FAILED = 3;
-
     const std::string path = paths().lockFile();
     try
     {
         if (!Poco::File(path).createFile())
         {
-            return EXISTED;
+            return LOCK_EXISTED;
         }
         if (writeWholeFile(path, getHostName()))
         {
-            return CREATED;
+            return LOCK_CREATED;
         }
     }
     catch (const Poco::Exception&) // NOLINT(bugprone-empty-catch): told below, like a failed write
@@ -59,7 +55,7 @@ int CQorModelToolImpl::createLockFile()
     }
     _logger->critical("Unable to create lockfile");
     ::syslog(LOG_WARNING, "unable to create lockfile");
-    return FAILED;
+    return LOCK_FAILED;
 }
 
 bool CQorModelToolImpl::getSessionHost(std::string& host)

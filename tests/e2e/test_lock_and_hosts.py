@@ -2,6 +2,7 @@
 from __future__ import annotations
 
 import contextlib
+import os
 import time
 from pathlib import Path
 
@@ -46,6 +47,17 @@ def sleeps(work: Path) -> int:
 def test_the_lock_holds_the_host_name_and_nothing_else(tool: Sandbox, framework: Framework) -> None:
     tool.on("gamma-7.example").run(ADD)
     assert framework.path(LOCK).read_bytes() == b"gamma-7.example"
+
+
+@pytest.mark.parametrize(("umask", "mode"), [(0o077, 0o600), (0o000, 0o666)])
+def test_modes_of_lock_and_session_file_follow_the_umask(tool: Sandbox, framework: Framework, umask: int,
+                                                         mode: int) -> None:
+    before = os.umask(umask)
+    try:
+        tool.run(ADD)
+    finally:
+        os.umask(before)
+    assert [framework.path(name).stat().st_mode & 0o777 for name in (LOCK, SESSION)] == [mode, mode]
 
 
 @pytest.mark.parametrize("content", ["alpha", "alpha\n", " \talpha\n", "alpha beta"])

@@ -94,8 +94,8 @@ class Framework:
         self.path(name).chmod(0o755)
 
     def recording(self, name: str, record: str, body: str) -> None:
-        """Write a script that first leaves its arguments, one a line, in the file ``record``."""
-        self.script(name, f"printf '%s\\n' \"$@\" >{installed(record)}\n{body}")
+        """Write a script that first adds its arguments, one a line, to the file ``record``."""
+        self.script(name, f"printf '%s\\n' \"$@\" >>{installed(record)}\n{body}")
 
     def session(self, entries: str, host: str = "alpha") -> None:
         """Put a session there as if it had been staged by ``host``."""

@@ -54,7 +54,8 @@ PATH = "/usr/sbin:/usr/bin:/sbin:/bin"
 DEFAULT_TIMEOUT = 60.0
 # What an instrumented program reads; everything else of the caller's environment stays outside.
 INSTRUMENTATION = re.compile(r"^(ASAN|UBSAN|LSAN|TSAN|MSAN)_OPTIONS$|^GCOV_|^LLVM_PROFILE_FILE$")
-DATAGRAM = re.compile(rb"^<(\d+)>\w{3} [ \d]\d \d\d:\d\d:\d\d ([^:]*): (.*)$", re.DOTALL)
+DATAGRAM = re.compile(rb"^<(\d+)>\w{3} [ \d]\d \d\d:\d\d:\d\d [\w-]+: (.*)$", re.DOTALL)
+USER_FACILITY = 1
 
 LogLine = tuple[int, str]
 
@@ -206,11 +207,11 @@ def launcher_name(wanted: str = "auto") -> str:
 
 
 def parse_datagram(data: bytes) -> LogLine:
-    """Priority (without the facility) and text of what ``syslog`` sent."""
+    """Priority and text of what ``syslog`` sent, which must name the program alone as the user's."""
     match = DATAGRAM.match(data)
-    if match is None:
-        raise SandboxError(f"not a system log message: {data!r}")
-    return int(match[1]) & 7, match[3].decode(errors="surrogateescape")
+    if match is None or int(match[1]) >> 3 != USER_FACILITY:
+        raise SandboxError(f"not a system log message of a program: {data!r}")
+    return int(match[1]) & 7, match[2].decode(errors="surrogateescape")
 
 
 class LogSocket:

@@ -1,5 +1,6 @@
 #include "app/CQorModelTool.h"
 
+#include "support/FailingCall.h"
 #include "support/FakeInstallation.h"
 #include "support/Files.h"
 #include "support/ImplTest.h"
@@ -10,6 +11,7 @@
 
 #include <syslog.h>
 
+#include <cerrno>
 #include <cstdlib>
 #include <memory>
 #include <type_traits>
@@ -64,6 +66,38 @@ TEST_F(Tool, ReportsThatThereIsNoFrameworkDirectoryAndNoValidatorThen)
     EXPECT_EQ(log.messages(), (Messages{{Message::PRIO_CRITICAL, "Unable to determine QOR path!"}}));
     EXPECT_EQ(systemLog.messages(), (Messages{{LOG_WARNING, "Unable to determine QOR path"}}));
     EXPECT_FALSE(impl.verifyModelTool());
+}
+
+TEST_F(Tool, ConstructionAsksForNoLockWithoutAFrameworkDirectory)
+{
+    writeFile(framework.lock(), "this-host");
+    writeFile(framework.session(), "0:/m/a.xml\n");
+    const FakeInstallation installation;
+    installation.setAgent("printf " + framework.path() + "; exit 1");
+    installation.setEnvironmentFile("/nonexistent");
+    ::unsetenv("QORPATH");
+    const FailingCall asked("stat", framework.lock(), EIO);
+
+    const CQorModelTool tool(&impl, log.logger());
+
+    EXPECT_EQ(impl.qorPath(), framework.path());
+    EXPECT_EQ(asked.failures(), 0);
+    EXPECT_TRUE(impl.queue().empty());
+}
+
+TEST_F(Tool, ConstructionWithADirectoryLooksNothingUp)
+{
+    writeFile(framework.lock(), "this-host");
+    writeFile(framework.session(), "0:/m/a.xml\n");
+    const FakeInstallation installation;
+    installation.setValidator("exit 0");
+
+    const CQorModelTool tool(&impl, log.logger(), framework.path());
+
+    EXPECT_EQ(impl.qorPath(), framework.path());
+    EXPECT_TRUE(impl.queue().empty());
+    EXPECT_TRUE(impl.verifyModelTool());
+    EXPECT_EQ(log.messages(), SILENCE);
 }
 
 TEST_F(Tool, LoadsTheQueueOfThisHostsSession)

@@ -1,4 +1,5 @@
 #include "app/CQorModelTool.h"
+#include "support/FailingCall.h"
 #include "support/FakeInstallation.h"
 #include "support/ImplTest.h"
 #include "support/ToolTest.h"
@@ -9,6 +10,7 @@
 
 #include <syslog.h>
 
+#include <cerrno>
 #include <cstdlib>
 #include <filesystem>
 
@@ -75,6 +77,19 @@ TEST_F(CommitFlow, RollsBackTheLastCommitWithoutASession)
     EXPECT_EQ(run.systemLog, (Messages{{LOG_INFO, "lock file not present, Rolling back."}}));
     framework.expectLive("old configuration", "old list");
     EXPECT_TRUE(exists(framework.session()));
+}
+
+TEST_F(CommitFlow, RollbackTellsTheSystemLogNothingWhenItThrows)
+{
+    writeFile(framework.list(".bak"), "old list");
+    // The start-up looks at the lock three times before the driver does.
+    const FailingCall failing("stat", framework.lock(), EIO, 3);
+
+    const ToolRun run = runTool({"--rollback"});
+
+    EXPECT_EQ(run.status, 70);
+    EXPECT_EQ(run.log, told({"Rolling back."}));
+    EXPECT_EQ(run.systemLog, SILENCE);
 }
 
 // ---- What keeps a commit from starting ----

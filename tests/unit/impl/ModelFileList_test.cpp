@@ -36,6 +36,13 @@ TEST_F(ModelFileList, KnowsWhetherAFileExists)
     EXPECT_FALSE(CQorModelToolImpl::verifyFileExist(framework.path() + "/missing"));
 }
 
+TEST_F(ModelFileList, VerifyFileExistTakesADanglingLinkForMissing)
+{
+    std::filesystem::create_symlink(framework.path() + "/missing", framework.path() + "/link");
+
+    EXPECT_FALSE(CQorModelToolImpl::verifyFileExist(framework.path() + "/link"));
+}
+
 TEST_F(ModelFileList, TakesADirectoryForAFile)
 {
     EXPECT_TRUE(CQorModelToolImpl::verifyFileExist(framework.path()));

@@ -187,6 +187,13 @@ TEST_F(SessionFile, TokenizingKeepsAKindItDoesNotKnow)
     EXPECT_EQ(impl.queue(), (CommandQueue{{static_cast<CmdID>(-2), "def"}, {static_cast<CmdID>(7), "abc"}}));
 }
 
+TEST_F(SessionFile, TokenizeTakesTheNumbersThatTheLibraryTakes)
+{
+    tokenize("1,0:ten\n+:none\n-:none\n", 1);
+
+    EXPECT_EQ(impl.queue(), (CommandQueue{{CmdID(0), "none"}, {CmdID(0), "none"}, {CmdID(10), "ten"}}));
+}
+
 TEST_F(SessionFile, TokenizingAnEmptyFileIsInvalid)
 {
     tokenize("", 3);
