@@ -4,10 +4,10 @@
 The program knows fixed places (/opt/qor, /dev/log), so a test that called it directly would touch the machine.  Here
 every run gets its own view of the file system instead:
 
-    /opt/qor    a scratch framework directory, writable
+    /opt/qor       a scratch framework directory, writable
     /opt/scratch   the working directory, empty and writable
-    /dev/log    a socket of ours, whose datagrams become ``Result.syslog``
-    the rest    the machine's, read-only where bubblewrap is the launcher
+    /dev/log       a socket of ours, whose datagrams become ``Result.syslog``
+    the rest       the machine's, read-only where bubblewrap is the launcher; /opt has nothing else
 
 Bubblewrap is the launcher of choice.  Where namespaces are refused, proot gives the same view without privilege, and a
 preloaded ``gethostname`` stands in for the host name that it cannot set.  ``launcher_name()`` says which one is used.
@@ -50,6 +50,11 @@ FRAMEWORK = "/opt/qor"
 WORK = "/opt/scratch"
 LOG = "/dev/log"
 PATH = "/usr/sbin:/usr/bin:/sbin:/bin"
+# What proot shows of the machine's /dev, much the same as bubblewrap does.
+DEVICES = tuple(f"/dev/{name}" for name in ("full", "null", "ptmx", "pts", "random", "shm", "tty", "urandom", "zero"))
+# The signal at which proot ends what it traces, and then removes its temporary files and ends.
+PROOT_END = signal.SIGQUIT
+PROOT_PATIENCE = 10.0
 
 DEFAULT_TIMEOUT = 60.0
 # What an instrumented program reads; everything else of the caller's environment stays outside.
@@ -131,6 +136,8 @@ class View:
     """What a sandboxed program is to see."""
 
     framework: Path | None
+    scratch: Path
+    """Room for what the launcher itself needs."""
     work: Path
     log: Path
     host: str
@@ -153,13 +160,29 @@ def _bwrap(view: View) -> list[str]:
 
 
 def _proot(view: View) -> list[str]:
-    binds = [(view.framework, FRAMEWORK), (view.work, WORK), (view.log, LOG)]
-    # The run starts in WORK, where a stray path does no harm: old versions let newer system calls (statx, faccessat2)
-    # through as they are, and what the runner does against that may be refused.
-    command = ["proot", "-v", "-1"]
+    # proot makes the missing place of a bind on the machine itself, and leaves it there when it is killed. So /opt and
+    # /dev are directories of ours that have every place.
+    binds = [(view.work, WORK), (view.log, LOG)]
+    binds += [(path, str(path)) for path in map(Path, DEVICES) if path.exists()]
+    binds += [(path, str(path)) for path in view.readable if path.is_relative_to("/opt")]
+    if view.framework is not None:
+        binds.append((view.framework, FRAMEWORK))
     for outside, inside in binds:
-        if outside is not None:
-            command += ["-b", f"{outside}:{inside}"]
+        place = view.scratch / inside.lstrip("/")
+        if outside.is_dir():
+            place.mkdir(parents=True, exist_ok=True)
+        else:
+            place.parent.mkdir(parents=True, exist_ok=True)
+            place.touch()
+    for number, name in enumerate(("stdin", "stdout", "stderr")):
+        (view.scratch / "dev" / name).symlink_to(f"/proc/self/fd/{number}")
+    (view.scratch / "dev" / "fd").symlink_to("/proc/self/fd")
+    # The end of the caller ends proot in the way that lets it clean up. The run starts in WORK, where a stray path does
+    # no harm: old versions let newer system calls (statx, faccessat2) through as they are, and what the runner does
+    # against that may be refused.
+    command = ["setpriv", "--pdeathsig", PROOT_END.name, "proot", "-v", "-1"]
+    for outside, inside in [(view.scratch / "opt", "/opt"), (view.scratch / "dev", "/dev"), *binds]:
+        command += ["-b", f"{outside}:{inside}"]
     return command + ["-w", WORK]
 
 
@@ -172,7 +195,7 @@ def _probe(name: str) -> str:
     with tempfile.TemporaryDirectory(prefix="qmt-") as scratch, LogSocket(Path(scratch) / "log") as log:
         work = Path(scratch) / "work"
         work.mkdir()
-        command = LAUNCHERS[name](View(work, work, log.path, "probe")) + ["/bin/true"]
+        command = LAUNCHERS[name](View(work, Path(scratch), work, log.path, "probe")) + ["/bin/true"]
         try:
             answer = subprocess.run(command, capture_output=True, stdin=subprocess.DEVNULL, env={"PATH": PATH},
                                     timeout=DEFAULT_TIMEOUT, check=False)
@@ -269,7 +292,7 @@ class Run:
             self._log = stack.enter_context(LogSocket(scratch / "log"))
             work = sandbox.work or scratch / "work"
             work.mkdir(exist_ok=True)
-            view = dataclasses.replace(sandbox.view(), work=work, log=self._log.path)
+            view = dataclasses.replace(sandbox.view(), scratch=scratch, work=work, log=self._log.path)
             if not sandbox.log:
                 view = dataclasses.replace(view, log=scratch / "no-log")
                 view.log.touch()
@@ -277,7 +300,8 @@ class Run:
             self._status = stack.enter_context(os.fdopen(status_read, "r"))
             # Ours is closed after the start: the end of the runner must be the end of the channel.
             with os.fdopen(status_write, "w"):
-                launcher = LAUNCHERS[find_launcher(sandbox.launcher)](view)
+                self._launcher = find_launcher(sandbox.launcher)
+                launcher = LAUNCHERS[self._launcher](view)
                 self._process = subprocess.Popen(
                     [*launcher, str(runner()), str(status_write), *command],
                     stdin=stdin if self._input is None else subprocess.PIPE, stdout=stdout, stderr=console,
@@ -319,6 +343,10 @@ class Run:
 
     def kill(self) -> None:
         """End everything that belongs to this run."""
+        if self._launcher == "proot":
+            self._process.send_signal(PROOT_END)
+            with contextlib.suppress(subprocess.TimeoutExpired):
+                self._process.wait(PROOT_PATIENCE)
         if self._own_session:
             try:
                 os.killpg(self._process.pid, signal.SIGKILL)
@@ -459,7 +487,7 @@ class Sandbox:
         """What this sandbox shows, as far as it does not depend on the single run."""
         writable = tuple(Path(path) for path in os.environ.get("QOR_SANDBOX_WRITABLE", "").split(":") if path)
         framework = None if self.framework is None else self.framework.absolute()
-        return View(framework, Path(), Path(), self.host, writable, (PROJECT, tool_directory()))
+        return View(framework, Path(), Path(), Path(), self.host, writable, (PROJECT, tool_directory()))
 
 
 def tool_directory() -> Path:
