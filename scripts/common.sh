@@ -1,0 +1,34 @@
+# What every script here begins with: answers --help with the script's head comment, and enters the checkout.
+# shellcheck shell=bash
+
+script=$(realpath "$0")
+
+usage() {
+    sed -n '2,/^[^#]/s/^# \{0,1\}//p' "$script"
+}
+
+for word in "$@"; do
+    if [ "$word" = --help ]; then
+        usage
+        exit
+    fi
+done
+
+cd "${script%/*}/.." || exit
+
+remove_tree() {
+    rm -rf "$1" 2>/dev/null || { chmod -R u+rwX "$1" && rm -rf "$1"; }
+}
+
+# Gives all that is started a temporary directory inside the checkout, so that even a run that is killed leaves nothing
+# elsewhere. It goes at the end, or when the next run finds that its owner is gone.
+use_own_tmp() {
+    local stale
+    [[ ${TMPDIR-} != "$PWD/build/tmp/"* ]] || return 0
+    for stale in build/tmp/*; do
+        kill -0 "${stale##*/}" 2>/dev/null || remove_tree "$stale"
+    done
+    export TMPDIR=$PWD/build/tmp/$$
+    mkdir -p "$TMPDIR"
+    trap 'remove_tree "$TMPDIR"' EXIT
+}
