@@ -30,9 +30,9 @@ int main(int argc, char** argv)
 
 
 def build(directory: Path, source: str) -> Path:
-    """Compile a faulty program with the address sanitizer."""
+    """Compile a faulty program as the project's own are with sanitizers."""
     program = directory / "faulty"
-    command = ["cc", "-O0", "-g", "-fsanitize=address", "-x", "c", "-o", str(program), "-"]
+    command = ["cc", "-O0", "-g", "-fsanitize=address", "-no-pie", "-x", "c", "-o", str(program), "-"]
     subprocess.run(command, input=source.encode(), check=True)
     return program
 
