@@ -11,8 +11,8 @@ from sandbox import tool_path
 
 def readelf(*options: str) -> str:
     """What readelf says of the program."""
-    command = ["readelf", "--wide", *options, str(tool_path())]
-    return subprocess.run(command, capture_output=True, check=True, text=True, env={"LC_ALL": "C", "PATH": "/usr/bin"}).stdout
+    return subprocess.run(["readelf", "--wide", *options, str(tool_path())], capture_output=True, check=True, text=True,
+                          env={"LC_ALL": "C", "PATH": "/usr/bin"}).stdout
 
 
 @pytest.fixture(autouse=True)

@@ -1,4 +1,4 @@
-"""Input that nobody sensible writes: whatever it is, the tool ends in order and the configuration stays whole."""
+"""Hostile files, names and children: the tool exits in order, and the configuration stays whole."""
 from __future__ import annotations
 
 import os
@@ -7,17 +7,17 @@ from xml.etree import ElementTree
 
 import pytest
 
-from expect import COMPLETED, FAILED
-from framework import AGENT, BASE, CONFIG, CONFIG_TMP, LIST, LIST_TMP, LOCK, PUMP, SESSION, VALIDATOR, Framework
-from framework import config, installed, participant
+from expect import COMPLETED, FAILED, answer, staged
+from framework import (AGENT, BASE, CONFIG, CONFIG_TMP, LIST, LIST_TMP, LOCK, PUMP, SESSION, VALIDATOR, Framework,
+                       config, installed, participant)
 from sandbox import Result, Sandbox
 
 WORLD = "models/hostile.xml"
 HOSTILE = installed(WORLD)
 
 
-def ended_in_order(result: Result) -> bool:
-    """Not by a signal, and not through an exception that nobody took."""
+def exited(result: Result) -> bool:
+    """The program exited with one of its own statuses; no signal and no uncaught exception ended it."""
     return result.status in (0, 70, 78, 255)
 
 
@@ -37,29 +37,29 @@ def commit_addition(tool: Sandbox, *words: str) -> Result:
     return tool.run("--commit")
 
 
-# --- documents ---------------------------------------------------------------------------------------------------------
+# --- documents --------------------------------------------------------------------------------------------------------
 
 
 def nested(depth: int) -> str:
-    """Elements within elements."""
+    """Nested elements."""
     return "<a>" * depth + "</a>" * depth
 
 
 def nested_by_entities(levels: int, each: int) -> str:
-    """Elements within elements that only the expansion of entities brings about."""
+    """Elements nested only after the expansion of entities."""
     entities = '<!ENTITY e0 "">' + "".join(
         f'<!ENTITY e{level} "{"<a>" * each}&e{level - 1};{"</a>" * each}">' for level in range(1, levels + 1))
     return f"<!DOCTYPE m [{entities}]><m>&e{levels};</m>"
 
 
 def entity_chain(links: int) -> str:
-    """An entity within an entity within an entity."""
+    """Entities that each refer to the one before."""
     entities = '<!ENTITY e0 "x">' + "".join(f'<!ENTITY e{n} "&e{n - 1};">' for n in range(1, links + 1))
     return f"<!DOCTYPE m [{entities}]><m>&e{links};</m>"
 
 
 def laughs(generations: int) -> str:
-    """A few bytes that want to become gigabytes."""
+    """A few bytes that expand to gigabytes."""
     entities = '<!ENTITY e0 "ha">' + "".join(
         f'<!ENTITY e{n} "{f"&e{n - 1};" * 10}">' for n in range(1, generations + 1))
     return f"<!DOCTYPE m [{entities}]><m>&e{generations};</m>"
@@ -78,6 +78,7 @@ REFUSED = {
     "nothing": "",
     "blanks": " " * 100_000,
     "half a document": '<m><c name="Half"><root/>',
+    "two documents": "<m/><m/>",
     "no markup": "configuration",
     "a byte that is no UTF-8": b'<m><c name="\xff"><root/></c></m>',
     "an overlong UTF-8 sequence": b'<m><c name="\xc0\xaf"><root/></c></m>',
@@ -88,7 +89,7 @@ REFUSED = {
 
 
 @pytest.mark.parametrize("content", REFUSED.values(), ids=REFUSED.keys())
-def test_a_model_that_cannot_be_read_is_refused(tool: Sandbox, framework: Framework, content: str | bytes) -> None:
+def test_unreadable_model_is_refused(tool: Sandbox, framework: Framework, content: str | bytes) -> None:
     framework.write(WORLD, content)
     before = live(framework)
     result = commit_addition(tool, f"--addModelFile={HOSTILE}", "--modelHandler=hostileHandler")
@@ -99,8 +100,7 @@ def test_a_model_that_cannot_be_read_is_refused(tool: Sandbox, framework: Framew
 
 
 @pytest.mark.parametrize("content", REFUSED.values(), ids=REFUSED.keys())
-def test_a_configuration_that_cannot_be_read_stays_as_it_is(tool: Sandbox, framework: Framework,
-                                                            content: str | bytes) -> None:
+def test_unreadable_configuration_stays_as_it_is(tool: Sandbox, framework: Framework, content: str | bytes) -> None:
     framework.write(CONFIG, content)
     before = live(framework)
     result = commit_addition(tool, f"--addModelFile={PUMP}", "--modelHandler=h")
@@ -131,8 +131,7 @@ ACCEPTED = {
 
 
 @pytest.mark.parametrize(("content", "root_class"), ACCEPTED.values(), ids=ACCEPTED.keys())
-def test_an_unusual_model_is_installed(tool: Sandbox, framework: Framework, content: str | bytes,
-                                       root_class: str) -> None:
+def test_unusual_model_is_installed(tool: Sandbox, framework: Framework, content: str | bytes, root_class: str) -> None:
     framework.write(WORLD, content)
     result = commit_addition(tool, f"--addModelFile={HOSTILE}", "--modelHandler=baseHandler")
     assert (result.status, COMPLETED in result.console) == (0, True)
@@ -140,7 +139,7 @@ def test_an_unusual_model_is_installed(tool: Sandbox, framework: Framework, cont
     assert root_classes(framework) == ["Base", root_class, "Aux"]
 
 
-def test_a_list_of_100_megabytes_is_extended(tool: Sandbox, framework: Framework) -> None:
+def test_list_of_100_megabytes_is_extended(tool: Sandbox, framework: Framework) -> None:
     line = f"{installed('models/' + 'x' * 90 + '.xml')}\n"
     content = line * ((100 << 20) // len(line))
     framework.write(LIST, content)
@@ -149,7 +148,7 @@ def test_a_list_of_100_megabytes_is_extended(tool: Sandbox, framework: Framework
     assert framework.path(LIST).read_bytes() == f"{content}{PUMP}\n".encode()
 
 
-def test_a_list_of_zeros_is_extended(tool: Sandbox, framework: Framework) -> None:
+def test_list_of_zeros_is_extended(tool: Sandbox, framework: Framework) -> None:
     framework.write(LIST, b"\0" * 10_000)
     assert commit_addition(tool, f"--addModelFile={PUMP}").status == 0
     assert framework.path(LIST).read_bytes() == b"\0" * 10_000 + f"{PUMP}\n".encode()
@@ -161,19 +160,20 @@ def test_a_list_of_zeros_is_extended(tool: Sandbox, framework: Framework) -> Non
                          ids=["zeros", "colons", "kinds only", "no UTF-8", "a huge kind", "separators", "minus one",
                               "ten megabytes"])
 @pytest.mark.parametrize("command", ["--status", "--commit"])
-def test_a_session_file_of_anything_does_no_harm(tool: Sandbox, framework: Framework, content: bytes,
-                                                 command: str) -> None:
+def test_session_file_of_anything_does_no_harm(tool: Sandbox, framework: Framework, content: bytes,
+                                               command: str) -> None:
     framework.session("")
     framework.write(SESSION, content)
-    assert ended_in_order(tool.run(command))
+    assert exited(tool.run(command))
     ElementTree.fromstring(framework.read(CONFIG))
     assert framework.read(LIST) == f"{BASE}\n"
 
 
-# --- arguments ---------------------------------------------------------------------------------------------------------
+# --- arguments --------------------------------------------------------------------------------------------------------
 
 NAMES = ["\"quoted\"", "'", "<b>", "a&b", "a\nb", "|", ":", "a|b|c|d|e", "3:x", "%s%n", "--commit", "\t", "\x01", "ä",
-         b"\xff\xfe".decode("utf-8", "surrogateescape"), "x" * 100_000, "../../../etc/passwd", "-", "]]>", "<!--", "&#0;"]
+         b"\xff\xfe".decode("utf-8", "surrogateescape"), "x" * 100_000, "../../../etc/passwd", "-", "]]>", "<!--",
+         "&#0;"]
 
 
 @pytest.mark.parametrize("name", NAMES, ids=[repr(name[:12]) for name in NAMES])
@@ -183,26 +183,37 @@ NAMES = ["\"quoted\"", "'", "<b>", "a&b", "a\nb", "|", ":", "a|b|c|d|e", "3:x", 
                                    (f"--addModelFile={PUMP}", "--modelHandler=h", "--managedObjectVersion={}",
                                     "--transactionalResourceVersion={}")],
                          ids=["add", "remove", "handler", "add with", "remove with", "versions"])
-def test_any_name_leaves_a_configuration_that_can_be_read(tool: Sandbox, framework: Framework, words: tuple[str, ...],
-                                                          name: str) -> None:
+def test_any_name_leaves_a_readable_configuration(tool: Sandbox, framework: Framework, words: tuple[str, ...],
+                                                  name: str) -> None:
     staging = tool.run(*(word.format(name) for word in words))
     assert staging.status == 0
-    assert ended_in_order(tool.run("--status"))
-    assert ended_in_order(tool.run("--commit"))
+    assert exited(tool.run("--status"))
+    assert exited(tool.run("--commit"))
     document = ElementTree.fromstring(framework.path(CONFIG).read_bytes())
     assert document.find(".//*[@compName='auxHandler']") is not None
     if words[0] != f"--removeModelFile={BASE}":
         assert BASE in framework.read(LIST).splitlines()
 
 
-def test_a_handler_name_with_markup_comes_back_whole(tool: Sandbox, framework: Framework) -> None:
+@pytest.mark.parametrize("name", ["a'b", 'a"b', "a<b>&c", "a b", "$(reboot)", "`id`", "a;b", "a\\nb", "-a", "ä€😀",
+                                  "%s%n%d", "a\x01b", "\udcff\udcfe", "a|b"], ids=ascii)
+def test_file_name_is_kept_byte_for_byte(tool: Sandbox, framework: Framework, name: str) -> None:
+    path = f"/opt/qor/models/{name}"
+    framework.path("models").joinpath(name).write_text("", encoding="utf-8")
+    assert tool.run(f"--addModelFile={path}") == staged(f"--addModelFile={path}", new=True)
+    assert framework.path(SESSION).read_bytes() == os.fsencode(f"0:{path}\n")
+    assert tool.run("--commit") == answer(COMPLETED)
+    assert framework.path(LIST).read_bytes() == os.fsencode(f"{BASE}\n{path}\n")
+
+
+def test_handler_name_with_markup_is_kept(tool: Sandbox, framework: Framework) -> None:
     name = "<\"a\" & 'b'>"
     assert commit_addition(tool, f"--addModelFile={PUMP}", f"--modelHandler={name}").status == 0
-    handlers = [element.get("compName") for element in ElementTree.fromstring(framework.read(CONFIG)).iter("managedObject")]
-    assert name in handlers
+    handlers = ElementTree.fromstring(framework.read(CONFIG)).iter("managedObject")
+    assert name in [handler.get("compName") for handler in handlers]
 
 
-# --- other things in place of files ------------------------------------------------------------------------------------
+# --- other things in place of files -----------------------------------------------------------------------------------
 
 PLACES = [CONFIG, LIST, CONFIG_TMP, LIST_TMP, f"{CONFIG}.bak", f"{LIST}.bak", SESSION, LOCK]
 
@@ -227,21 +238,21 @@ THINGS = {"a dangling link": (put_link, "nowhere"), "a link to itself": (put_lin
 @pytest.mark.parametrize("place", PLACES)
 @pytest.mark.parametrize("words", [(f"--addModelFile={PUMP}", "--modelHandler=h"), ("--status",), ("--commit",),
                                    ("--rollback",)], ids=["stage", "status", "commit", "rollback"])
-def test_something_else_in_place_of_a_file_is_survived(tool: Sandbox, framework: Framework, place: str, thing: tuple,
-                                                       words: tuple[str, ...]) -> None:
+def test_link_or_directory_in_place_of_a_file_is_survived(tool: Sandbox, framework: Framework, place: str, thing: tuple,
+                                                          words: tuple[str, ...]) -> None:
     if words != (f"--addModelFile={PUMP}", "--modelHandler=h"):
         framework.session(f"0:{PUMP}\n")
     others = {name: framework.read(name) for name in (CONFIG, LIST) if name != place}
     put, target = thing
     put(framework.path(place), target.format(name=Path(place).name))
-    assert ended_in_order(tool.sleepless().run(*words))
+    assert exited(tool.sleepless().run(*words))
     for name, content in others.items():
         # A complete version: the one from before, or the one with the addition.
         found = [framework.path(name + suffix) for suffix in ("", ".bak", ".tmp")]
         assert any(path.is_file() and path.read_text() in (content, f"{content}{PUMP}\n") for path in found), name
 
 
-def test_a_live_file_that_is_a_link_is_replaced_by_a_file(tool: Sandbox, framework: Framework) -> None:
+def test_live_file_that_is_a_link_is_replaced_by_a_file(tool: Sandbox, framework: Framework) -> None:
     before = framework.read(CONFIG)
     os.rename(framework.path(CONFIG), framework.path("etc/real.cfg"))
     framework.path(CONFIG).symlink_to("real.cfg")
@@ -255,8 +266,8 @@ def test_a_live_file_that_is_a_link_is_replaced_by_a_file(tool: Sandbox, framewo
 @pytest.mark.parametrize("directory", ["etc", "etc/model"])
 @pytest.mark.parametrize("words", [(f"--addModelFile={PUMP}",), ("--status",), ("--commit",), ("--rollback",)],
                          ids=["stage", "status", "commit", "rollback"])
-def test_a_directory_that_may_not_be_used_is_survived(tool: Sandbox, framework: Framework, directory: str, mode: int,
-                                                      words: tuple[str, ...]) -> None:
+def test_directory_without_permission_is_survived(tool: Sandbox, framework: Framework, directory: str, mode: int,
+                                                  words: tuple[str, ...]) -> None:
     framework.session(f"0:{PUMP}\n")
     before = live(framework)
     framework.path(directory).chmod(mode)
@@ -264,18 +275,18 @@ def test_a_directory_that_may_not_be_used_is_survived(tool: Sandbox, framework: 
         result = tool.sleepless().run(*words)
     finally:
         framework.path(directory).chmod(0o755)
-    assert ended_in_order(result)
+    assert exited(result)
     assert result.console
     assert live(framework) == before
 
 
-# --- children ----------------------------------------------------------------------------------------------------------
+# --- children ---------------------------------------------------------------------------------------------------------
 
 FLOOD = "head -c {} /dev/zero | tr '\\0' x"
 
 
 @pytest.mark.parametrize("size", [65_536, 65_537, 1_000_000])
-def test_a_validator_may_say_more_than_a_pipe_holds(tool: Sandbox, framework: Framework, size: int) -> None:
+def test_validator_may_fill_a_pipe(tool: Sandbox, framework: Framework, size: int) -> None:
     framework.script(VALIDATOR, f"{FLOOD.format(size)}; exit 1")
     result = commit_addition(tool, f"--addModelFile={PUMP}")
     assert result.status == 255
@@ -283,7 +294,7 @@ def test_a_validator_may_say_more_than_a_pipe_holds(tool: Sandbox, framework: Fr
 
 
 @pytest.mark.parametrize("size", [65_537, 1_000_000])
-def test_an_agent_may_say_more_than_a_pipe_holds(tool: Sandbox, framework: Framework, size: int) -> None:
+def test_agent_may_fill_a_pipe(tool: Sandbox, framework: Framework, size: int) -> None:
     framework.script(AGENT, FLOOD.format(size))
     assert tool.run("--status").status == 0
 
@@ -298,7 +309,7 @@ CHILDREN = {
 
 
 @pytest.mark.parametrize("body", CHILDREN.values(), ids=CHILDREN.keys())
-def test_a_validator_that_misbehaves_is_one_that_rejects(tool: Sandbox, framework: Framework, body: str | None) -> None:
+def test_misbehaving_validator_rejects(tool: Sandbox, framework: Framework, body: str | None) -> None:
     framework.script(VALIDATOR, "" if body is None else body.format(status=3))
     if body is None:
         framework.write(VALIDATOR, b"\x7fELF nothing")
@@ -309,7 +320,7 @@ def test_a_validator_that_misbehaves_is_one_that_rejects(tool: Sandbox, framewor
 
 
 @pytest.mark.parametrize("body", CHILDREN.values(), ids=CHILDREN.keys())
-def test_an_agent_that_misbehaves_is_passed_over(tool: Sandbox, framework: Framework, body: str | None) -> None:
+def test_misbehaving_agent_is_passed_over(tool: Sandbox, framework: Framework, body: str | None) -> None:
     framework.script(AGENT, "" if body is None else body.format(status=3))
     if body is None:
         framework.write(AGENT, b"\x7fELF nothing")
@@ -318,21 +329,21 @@ def test_an_agent_that_misbehaves_is_passed_over(tool: Sandbox, framework: Frame
     assert framework.read(SESSION) == f"0:{PUMP}\n"
 
 
-def test_a_validators_report_is_whole_though_a_process_left_behind_ends_it(tool: Sandbox, framework: Framework) -> None:
-    """A script whose output goes through another program may well end before that does."""
+def test_report_includes_what_a_left_process_writes(tool: Sandbox, framework: Framework) -> None:
+    """A script may exit before the program that its output goes through."""
     framework.script(VALIDATOR, "{ sleep 0.3; echo and why; } & echo rejected; exit 1")
     result = commit_addition(tool, f"--addModelFile={PUMP}")
     assert (result.status, result.stdout) == (255, "rejected\nand why\n\n\n")
 
 
-def test_an_agents_answer_is_whole_though_a_process_left_behind_ends_it(tool: Sandbox, framework: Framework) -> None:
+def test_agent_answer_includes_what_a_left_process_writes(tool: Sandbox, framework: Framework) -> None:
     framework.script(AGENT, "{ sleep 0.3; echo qor; } & printf /opt/; exit 0")
     result = tool.run("--status")
     assert (result.status, "Using QOR path: /opt/qor\n" in result.console) == (0, True)
 
 
-def test_a_copy_that_would_empty_its_own_source_is_refused(tool: Sandbox, framework: Framework) -> None:
-    """The library copies by truncating the target first."""
+def test_copy_onto_its_own_source_is_refused(tool: Sandbox, framework: Framework) -> None:
+    """The library truncates the target before it copies."""
     before = live(framework)
     framework.path(CONFIG_TMP).symlink_to("qor.cfg")
     result = tool.run(f"--addModelFile={PUMP}")
@@ -341,41 +352,35 @@ def test_a_copy_that_would_empty_its_own_source_is_refused(tool: Sandbox, framew
     assert live(framework) == before
 
 
-def test_a_backup_that_is_the_live_file_is_not_rolled_back(tool: Sandbox, framework: Framework) -> None:
+def test_backup_that_is_the_live_file_is_not_restored(tool: Sandbox, framework: Framework) -> None:
     before = live(framework)
     framework.path(f"{LIST}.bak").hardlink_to(framework.path(LIST))
     assert tool.run("--rollback").status == 70
     assert live(framework) == before
 
 
-# --- the environment ---------------------------------------------------------------------------------------------------
+# --- the environment --------------------------------------------------------------------------------------------------
 
 
-def test_a_path_that_is_a_file_makes_the_environment_invalid(tool: Sandbox, framework: Framework) -> None:
+def test_qorpath_that_is_a_file_is_invalid(tool: Sandbox, framework: Framework) -> None:
     framework.script(AGENT, "exit 1")
     before = framework.snapshot()
     result = tool.with_env(QORPATH=installed(CONFIG)).run(f"--addModelFile={PUMP}")
-    assert ended_in_order(result) and result.status != 0
+    assert exited(result) and result.status != 0
     assert "Unable to create directory structure: " in result.console
     assert "Invaild environment, exiting." in result.console
     assert framework.changes(before) == {}
 
 
-def test_a_huge_path_makes_the_environment_invalid(tool: Sandbox, framework: Framework) -> None:
+def test_qorpath_of_80000_characters_is_invalid(tool: Sandbox, framework: Framework) -> None:
     framework.script(AGENT, "exit 1")
     result = tool.with_env(QORPATH="/x" * 40_000).run("--status")
-    assert ended_in_order(result)
+    assert exited(result)
     assert "Invaild environment, exiting." in result.console
 
 
-@pytest.fixture
-def config_of_many() -> str:
-    """A configuration that takes a while."""
-    return config(*(participant(f"h{number}", f"C{number}") for number in range(3000)))
-
-
-def test_a_configuration_of_many_handlers_is_edited(tool: Sandbox, framework: Framework, config_of_many: str) -> None:
-    framework.write(CONFIG, config_of_many)
+def test_configuration_of_3000_handlers_is_edited(tool: Sandbox, framework: Framework) -> None:
+    framework.write(CONFIG, config(*(participant(f"h{number}", f"C{number}") for number in range(3000))))
     assert commit_addition(tool, f"--addModelFile={PUMP}", "--modelHandler=h2999").status == 0
     roots = root_classes(framework)
     assert (len(roots), roots[-1]) == (3001, "Pump")
@@ -383,8 +388,7 @@ def test_a_configuration_of_many_handlers_is_edited(tool: Sandbox, framework: Fr
 
 @pytest.mark.parametrize("name", [SESSION, LOCK, CONFIG, LIST, CONFIG_TMP, LIST_TMP, "qor.env"])
 @pytest.mark.parametrize("option", ["--status", f"--addModelFile={PUMP}", "--commit", "--rollback"])
-def test_a_pipe_in_place_of_a_file_is_not_waited_for(tool: Sandbox, framework: Framework, name: str,
-                                                     option: str) -> None:
+def test_pipe_in_place_of_a_file_is_not_waited_for(tool: Sandbox, framework: Framework, name: str, option: str) -> None:
     if name == "qor.env":
         framework.remove(AGENT)
     elif name not in (CONFIG, LIST):
@@ -394,7 +398,7 @@ def test_a_pipe_in_place_of_a_file_is_not_waited_for(tool: Sandbox, framework: F
     assert tool.sleepless().run(option, timeout=20).status in (0, 70, 255)
 
 
-def test_a_model_that_is_a_pipe_is_not_waited_for(tool: Sandbox, framework: Framework) -> None:
+def test_model_that_is_a_pipe_is_not_waited_for(tool: Sandbox, framework: Framework) -> None:
     os.mkfifo(framework.path("models/pipe.xml"))
     framework.session(f"3:{installed('models/pipe.xml')}|pumpHandler|1|1\n")
     result = tool.run("--commit", timeout=20)
@@ -402,7 +406,7 @@ def test_a_model_that_is_a_pipe_is_not_waited_for(tool: Sandbox, framework: Fram
 
 
 @pytest.mark.parametrize("name", [SESSION, LOCK, LIST_TMP, CONFIG_TMP])
-def test_a_sparse_file_without_end_is_not_read(tool: Sandbox, framework: Framework, name: str) -> None:
+def test_sparse_file_of_a_terabyte_is_not_read(tool: Sandbox, framework: Framework, name: str) -> None:
     framework.session(f"0:{PUMP}\n")
     os.truncate(framework.path(name), 1 << 40)
     assert tool.run("--status", timeout=20).status == 0

@@ -1,4 +1,4 @@
-"""Signals, and standard streams that are closed, full or read by nobody."""
+"""Signals, standard streams that are closed, full or without a reader, and a missing system log."""
 from __future__ import annotations
 
 import itertools
@@ -13,7 +13,7 @@ from xml.etree import ElementTree
 
 import pytest
 
-from expect import COMPLETED
+from expect import COMPLETED, NEW_SESSION, UPDATED, answer, staged
 from framework import (AGENT, BASE, CONFIG, CONFIG_TMP, LIST, LIST_TMP, LOCK, PUMP, SESSION, VALIDATOR, Framework,
                        installed)
 import sandbox
@@ -37,8 +37,9 @@ def complete(framework: Framework) -> None:
 
 
 def slow(framework: Framework, name: str, ending: str = "exit 0") -> str:
-    """Make an executable that tells that it runs, and goes on until it is allowed to end."""
-    framework.script(name, f"touch {installed('running')}\nwhile [ ! -e {installed('go')} ]; do sleep 0.01; done\n{ending}")
+    """Make an executable that leaves a sign that it runs, and waits for leave to end."""
+    wait = f"touch {installed('running')}\nwhile [ ! -e {installed('go')} ]; do sleep 0.01; done"
+    framework.script(name, f"{wait}\n{ending}")
     return name
 
 
@@ -51,12 +52,11 @@ def interrupt_during(run: Run, framework: Framework, number: int) -> Result:
     return run.wait()
 
 
-# --- signals -----------------------------------------------------------------------------------------------------------
+# --- signals ----------------------------------------------------------------------------------------------------------
 
 
 @pytest.mark.parametrize("number", [signal.SIGINT, signal.SIGTERM])
-def test_a_signal_while_the_agent_runs_ends_the_tool_and_changes_nothing(tool: Sandbox, framework: Framework,
-                                                                        number: int) -> None:
+def test_signal_during_the_agent_changes_nothing(tool: Sandbox, framework: Framework, number: int) -> None:
     slow(framework, AGENT, "echo /opt/qor")
     before = framework.snapshot()
     result = interrupt_during(tool.start(*STAGE), framework, number)
@@ -65,8 +65,7 @@ def test_a_signal_while_the_agent_runs_ends_the_tool_and_changes_nothing(tool: S
 
 
 @pytest.mark.parametrize("number", [signal.SIGINT, signal.SIGTERM])
-def test_a_signal_while_the_validator_runs_leaves_the_commit_as_it_is(session: Sandbox, framework: Framework,
-                                                                     number: int) -> None:
+def test_signal_during_the_validator_leaves_the_commit(session: Sandbox, framework: Framework, number: int) -> None:
     slow(framework, VALIDATOR)
     result = interrupt_during(session.start("--commit"), framework, number)
     assert result.status == -number
@@ -79,7 +78,7 @@ def test_a_signal_while_the_validator_runs_leaves_the_commit_as_it_is(session: S
 
 
 @pytest.mark.parametrize("number", [signal.SIGINT, signal.SIGTERM])
-def test_a_signal_while_waiting_for_the_lock_ends_the_wait(tool: Sandbox, framework: Framework, number: int) -> None:
+def test_signal_ends_the_wait_for_the_lock(tool: Sandbox, framework: Framework, number: int) -> None:
     framework.session("0:/x\n", host="elsewhere")
     before = framework.snapshot()
     run = tool.start(*STAGE)
@@ -91,8 +90,8 @@ def test_a_signal_while_waiting_for_the_lock_ends_the_wait(tool: Sandbox, framew
 
 
 @pytest.mark.parametrize("number", [signal.SIGINT, signal.SIGTERM])
-def test_a_signal_at_any_moment_of_a_commit_leaves_complete_files(session: Sandbox, framework: Framework,
-                                                                 number: int, tmp_path: Path) -> None:
+def test_signal_at_any_step_of_a_commit_leaves_whole_files(session: Sandbox, framework: Framework, number: int,
+                                                           tmp_path: Path) -> None:
     """Seen through the files: the signal is sent as soon as each of them changes its state."""
     moments = [lambda: framework.path(f"{CONFIG}.bak").exists(), lambda: framework.path(f"{LIST}.bak").exists(),
                lambda: not framework.path(LIST_TMP).exists(), lambda: not framework.path(CONFIG_TMP).exists(),
@@ -135,9 +134,8 @@ PHASES = {
 
 
 @pytest.mark.parametrize("earlier, words", PHASES.values(), ids=PHASES.keys())
-def test_a_signal_at_any_write_or_removal_leaves_two_files_that_match(tool: Sandbox, framework: Framework,
-                                                                     work: Path, tmp_path: Path, earlier: tuple,
-                                                                     words: tuple) -> None:
+def test_signal_at_any_write_leaves_files_that_match(tool: Sandbox, framework: Framework, work: Path, tmp_path: Path,
+                                                     earlier: tuple, words: tuple) -> None:
     """Sent by a tracer, so that no moment is missed; the two signals take turns."""
     if sandbox.find_launcher() != "bwrap" or sandbox.emulator():
         pytest.skip("no tracer of ours can follow the program here")
@@ -166,7 +164,7 @@ def test_a_signal_at_any_write_or_removal_leaves_two_files_that_match(tool: Sand
         assert (status, nth > 1) == (0, call == "write" or words != STAGE)
 
 
-# --- standard streams --------------------------------------------------------------------------------------------------
+# --- standard streams -------------------------------------------------------------------------------------------------
 
 
 @contextmanager
@@ -188,7 +186,7 @@ def committed(framework: Framework) -> None:
 
 
 @pytest.mark.parametrize("closing", [">&-", "2>&-", "<&-", ">&- 2>&-", "<&- >&- 2>&-"])
-def test_a_commit_does_not_need_its_streams(session: Sandbox, framework: Framework, closing: str) -> None:
+def test_commit_does_not_need_its_streams(session: Sandbox, framework: Framework, closing: str) -> None:
     result = session.execute("/bin/sh", "-c", f"exec {' '.join(session.tool_command())} --commit {closing}")
     assert result.status == 0
     committed(framework)
@@ -196,7 +194,7 @@ def test_a_commit_does_not_need_its_streams(session: Sandbox, framework: Framewo
 
 
 @pytest.mark.parametrize("closing", [">&-", "2>&-", "<&- >&- 2>&-"])
-def test_no_console_line_ends_up_in_a_file_of_the_session(tool: Sandbox, framework: Framework, closing: str) -> None:
+def test_staging_writes_no_console_line_into_a_file(tool: Sandbox, framework: Framework, closing: str) -> None:
     result = tool.execute("/bin/sh", "-c", f"exec {' '.join([*tool.tool_command(), *STAGE])} {closing}")
     assert result.status == 0
     assert framework.read(SESSION) == f"3:{PUMP}|pumpHandler|1|1\n"
@@ -204,20 +202,19 @@ def test_no_console_line_ends_up_in_a_file_of_the_session(tool: Sandbox, framewo
 
 
 @pytest.mark.parametrize("number", [0, 1, 2])
-def test_a_closed_stream_is_no_place_for_a_file(tool: Sandbox, framework: Framework, number: int) -> None:
+def test_closed_stream_is_opened_on_dev_null(tool: Sandbox, framework: Framework, number: int) -> None:
     framework.script(AGENT, f"readlink /proc/$PPID/fd/{number} >{installed('stream')}\necho /opt/qor")
     tool.execute("/bin/sh", "-c", f"exec {' '.join(tool.tool_command())} --status {number}>&-")
     assert framework.read("stream") == "/dev/null\n"
 
 
-def test_a_commit_goes_on_when_the_reader_of_the_console_is_gone(session: Sandbox, framework: Framework) -> None:
+def test_commit_goes_on_without_a_reader_of_the_console(session: Sandbox, framework: Framework) -> None:
     with no_reader() as console:
         assert session.start("--commit", console=console).wait().status == 0
     committed(framework)
 
 
-def test_a_rejection_is_rolled_back_when_the_reader_of_the_report_is_gone(session: Sandbox,
-                                                                          framework: Framework) -> None:
+def test_rejection_is_undone_without_a_reader_of_the_report(session: Sandbox, framework: Framework) -> None:
     framework.script(VALIDATOR, "echo rejected; exit 1")
     with no_reader() as output:
         assert session.start("--commit", stdout=output).wait().status == 255
@@ -225,26 +222,42 @@ def test_a_rejection_is_rolled_back_when_the_reader_of_the_report_is_gone(sessio
     complete(framework)
 
 
-def test_a_reader_that_is_gone_does_not_change_what_a_child_sees(session: Sandbox, framework: Framework) -> None:
-    """The tool survives closed pipes; its children must still be ended by theirs."""
+def test_child_is_ended_by_sigpipe(session: Sandbox, framework: Framework) -> None:
+    """The tool catches SIGPIPE; its children must not inherit that."""
     framework.script(VALIDATOR, "(sh -c 'kill -PIPE $$'; echo $? >" + installed("pipe") + "); exit 0")
     assert session.run("--commit").status == 0
     assert framework.read("pipe") == f"{128 + signal.SIGPIPE}\n"
 
 
 @pytest.mark.parametrize("stream", ["stdout", "console"])
-def test_a_full_device_as_stream_does_not_stop_a_commit(session: Sandbox, framework: Framework, stream: str) -> None:
+def test_commit_goes_on_with_a_full_device_as_stream(session: Sandbox, framework: Framework, stream: str) -> None:
     with open("/dev/full", "wb") as full:
         assert session.start("--commit", **{stream: full}).wait().status == 0
     committed(framework)
 
 
-def test_help_without_a_reader_ends_in_order(tool: Sandbox) -> None:
+def test_help_without_a_reader_exits_with_status_0(tool: Sandbox) -> None:
     with no_reader() as output:
         assert tool.start("--help", stdout=output).wait().status == 0
 
 
-# --- a framework that cannot be written --------------------------------------------------------------------------------
+def test_staging_never_reads_standard_input(tool: Sandbox) -> None:
+    line = f"--addModelFile={PUMP}"
+    read, write = os.pipe()
+    try:
+        assert tool.start(line, stdin=read).wait() == staged(line, new=True)
+    finally:
+        os.close(read)
+        os.close(write)
+
+
+def test_staging_goes_on_without_a_system_log(tool: Sandbox, framework: Framework) -> None:
+    line = f"--addModelFile={PUMP}"
+    assert tool.using(log=False).run(line) == answer(NEW_SESSION, UPDATED, line, COMPLETED)
+    assert framework.read(SESSION) == f"0:{PUMP}\n"
+
+
+# --- a framework that cannot be written -------------------------------------------------------------------------------
 
 
 @pytest.fixture
@@ -277,9 +290,9 @@ def read_only(tool: Sandbox, monkeypatch: pytest.MonkeyPatch) -> Callable[..., S
     ((STAGE,), ("--rollback",), 0, "Rolling back."),
     ((STAGE, ("--commit",)), ("--rollback",), 70, f"File is read-only: {installed(LIST)}"),
 ], ids=["open", "commit without a session", "join", "status", "commit", "drop", "undo"])
-def test_a_read_only_framework_stays_as_it_is(read_only: Callable[..., Sandbox], framework: Framework,
-                                              earlier: tuple[tuple[str, ...], ...], words: tuple[str, ...],
-                                              status: int, told: str) -> None:
+def test_read_only_framework_stays_as_it_is(read_only: Callable[..., Sandbox], framework: Framework,
+                                            earlier: tuple[tuple[str, ...], ...], words: tuple[str, ...], status: int,
+                                            told: str) -> None:
     tool = read_only(*earlier)
     before = framework.snapshot()
     result = tool.run(*words)
