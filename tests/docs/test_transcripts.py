@@ -7,7 +7,9 @@ import re
 import signal
 import subprocess
 import sys
+import tempfile
 import time
+from collections.abc import Iterator
 from pathlib import Path
 from typing import IO
 
@@ -82,11 +84,18 @@ def test_output_comes_in_the_order_of_a_terminal(tmp_path: Path) -> None:
 # --- the demonstration -----------------------------------------------------------------------------------------------
 
 
+@pytest.fixture
+def scratch() -> Iterator[Path]:
+    """An empty directory with a short name, since the path of a socket is limited."""
+    with tempfile.TemporaryDirectory(prefix="qmt-") as directory:
+        yield Path(directory)
+
+
 def start_demo(scratch: Path, stdout: int = subprocess.PIPE, **env: str) -> subprocess.Popen[bytes]:
-    """The demonstration, with its temporary files in a directory of the test."""
-    scratch.mkdir()
+    """The demonstration, with its temporary files in ``scratch``."""
+    inherited = {name: value for name, value in os.environ.items() if name != "NO_COLOR"}
     return subprocess.Popen([str(DEMO)], stdin=subprocess.DEVNULL, stdout=stdout, stderr=subprocess.PIPE,
-                            env={**os.environ, "TMPDIR": str(scratch), "TERM": "xterm", **env})
+                            env={**inherited, "TMPDIR": str(scratch), "TERM": "xterm", **env})
 
 
 def read_until(stream: IO[bytes], wanted: bytes) -> bytes:
@@ -106,49 +115,49 @@ def is_emptied(directory: Path) -> bool:
     return False
 
 
-def test_demo_plays_its_chapters_of_the_guide(tmp_path: Path) -> None:
-    said, complaints = start_demo(tmp_path / "tmp").communicate()
+def test_demo_plays_its_chapters_of_the_guide(scratch: Path) -> None:
+    said, complaints = start_demo(scratch).communicate()
     for heading in STORY:
         chapter = "".join(f"\n{step.sentence}\n\n{step.host}$ {step.command}\n{step.answer}" for step in GUIDE[heading])
         # The help text is left out in the guide only.
         assert chapter.replace("`", "").partition("[...]")[0] in said.decode()
         assert all(step.sentence for step in GUIDE[heading])
     assert b" commands, all as the guide shows them (sandbox: " in said
-    assert (complaints, b"\033" in said, is_emptied(tmp_path / "tmp")) == (b"", False, True)
+    assert (complaints, b"\033" in said, is_emptied(scratch)) == (b"", False, True)
 
 
-@pytest.mark.parametrize("said, status", [("Nothing.\n", 0), (GUIDE[STORY[0]][0].answer, 3)])
-def test_demo_fails_where_the_program_differs(tmp_path: Path, said: str, status: int) -> None:
+@pytest.mark.parametrize("said, status", [("Nothing.\n", 0), (GUIDE[STORY[0]][0].answer, 3)], ids=["answer", "status"])
+def test_demo_fails_where_the_program_differs(tmp_path: Path, scratch: Path, said: str, status: int) -> None:
     program = tmp_path / "qor_mim_tool"
     program.write_text(f"#!/bin/sh\ncat <<'END'\n{said}END\nexit {status}\n")
     program.chmod(0o755)
-    demo = start_demo(tmp_path / "tmp", QOR_MIM_TOOL=str(program), QOR_MIM_TOOL_EMULATOR="")
+    demo = start_demo(scratch, QOR_MIM_TOOL=str(program), QOR_MIM_TOOL_EMULATOR="")
     assert "demo: not as the guide shows it" in demo.communicate()[1].decode()
-    assert (demo.returncode, is_emptied(tmp_path / "tmp")) == (1, True)
+    assert (demo.returncode, is_emptied(scratch)) == (1, True)
 
 
 @pytest.mark.parametrize("number", [signal.SIGINT, signal.SIGTERM, signal.SIGKILL])
-def test_demo_leaves_nothing_when_ended_by_a_signal(tmp_path: Path, number: signal.Signals) -> None:
-    with start_demo(tmp_path / "tmp") as demo:
+def test_demo_leaves_nothing_when_ended_by_a_signal(scratch: Path, number: signal.Signals) -> None:
+    with start_demo(scratch) as demo:
         read_until(demo.stdout, b"alpha$")
         demo.send_signal(number)
         assert demo.communicate()[1] == b""
     assert demo.returncode == (-number if number == signal.SIGKILL else 128 + number)
-    assert is_emptied(tmp_path / "tmp")
+    assert is_emptied(scratch)
 
 
-def test_demo_ends_quietly_when_its_reader_is_gone(tmp_path: Path) -> None:
-    with start_demo(tmp_path / "tmp") as demo:
+def test_demo_ends_quietly_when_its_reader_is_gone(scratch: Path) -> None:
+    with start_demo(scratch) as demo:
         read_until(demo.stdout, b"alpha$")
         demo.stdout.close()
         assert demo.stderr.read() == b""
-    assert (demo.returncode, is_emptied(tmp_path / "tmp")) == (128 + signal.SIGPIPE, True)
+    assert (demo.returncode, is_emptied(scratch)) == (128 + signal.SIGPIPE, True)
 
 
 @pytest.mark.parametrize("env, coloured", [({}, True), ({"NO_COLOR": "1"}, False), ({"TERM": "dumb"}, False)])
-def test_demo_is_coloured_on_a_terminal(tmp_path: Path, env: dict[str, str], coloured: bool) -> None:
+def test_demo_is_coloured_on_a_terminal(scratch: Path, env: dict[str, str], coloured: bool) -> None:
     master, slave = pty.openpty()
-    with open(master, "rb", buffering=0) as terminal, start_demo(tmp_path / "tmp", slave, **env) as demo:
+    with open(master, "rb", buffering=0) as terminal, start_demo(scratch, slave, **env) as demo:
         os.close(slave)
         assert (b"\033[" in read_until(terminal, b"alpha$")) == coloured
         demo.terminate()
