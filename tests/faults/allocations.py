@@ -2,7 +2,6 @@
 from __future__ import annotations
 
 import shutil
-import tempfile
 from collections.abc import Iterator
 from pathlib import Path
 from typing import Any
@@ -23,9 +22,9 @@ def _sandbox(framework: Path, work: Path, **variables: str) -> sandbox.Sandbox:
 
 def count(prepared: frameworks.Prepared) -> int:
     """How many allocations the undisturbed run makes."""
-    with tempfile.TemporaryDirectory(prefix="qmt-", dir=sweep.scratch_root()) as scratch:
-        framework = Path(scratch) / "framework"
-        work = Path(scratch) / "work"
+    with frameworks.scratch() as scratch:
+        framework = scratch / "framework"
+        work = scratch / "work"
         shutil.copytree(prepared.framework, framework)
         _sandbox(framework, work, QOR_SANDBOX_ALLOCATIONS=f"{sandbox.WORK}/{COUNT}").run(*prepared.scenario.args)
         return int((work / COUNT).read_text(encoding="ascii"))
@@ -39,10 +38,10 @@ def keys(prepared: frameworks.Prepared) -> Iterator[tuple[str, int]]:
 
 def run(prepared: frameworks.Prepared, key: str, number: int) -> dict[str, Any]:
     """Run the scenario with one allocation failing; the record of it for the journal."""
-    with tempfile.TemporaryDirectory(prefix="qmt-", dir=sweep.scratch_root()) as scratch:
-        framework = Path(scratch) / "framework"
+    with frameworks.scratch() as scratch:
+        framework = scratch / "framework"
         shutil.copytree(prepared.framework, framework)
-        work = Path(scratch) / "work"
+        work = scratch / "work"
         box = _sandbox(framework, work, QOR_SANDBOX_ALLOCATION=str(number),
                        QOR_SANDBOX_ALLOCATION_LOOKUP=f"{sandbox.WORK}/{LOOKUP}")
         try:

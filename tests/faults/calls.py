@@ -93,7 +93,7 @@ def parse(trace: str) -> list[Call]:
     """The calls of a run from what strace wrote, without those before the program's own first one."""
     counts: Counter[str] = Counter()
     calls: list[Call] = []
-    for name, text in _lines(trace):
+    for name, text in lines(trace):
         counts[name] += 1
         if calls or (name == START[0] and text.startswith(START[1])):
             calls.append(Call(len(calls), name, counts[name], text))
@@ -102,7 +102,7 @@ def parse(trace: str) -> list[Call]:
     return calls
 
 
-def _lines(trace: str) -> Iterator[tuple[str, str]]:
+def lines(trace: str) -> Iterator[tuple[str, str]]:
     for line in trace.splitlines():
         match = LINE.match(line)
         if match is not None:
@@ -119,5 +119,5 @@ def was_injected(call: Call, fault: str, trace: str) -> bool:
     """Whether strace reports that the fault met the very call that it was meant for."""
     if fault == KILL:
         return "+++ killed by SIGKILL +++" in trace
-    hit = [text for name, text in _lines(trace) if name == call.name and text.endswith("(INJECTED)")]
+    hit = [text for name, text in lines(trace) if name == call.name and text.endswith("(INJECTED)")]
     return len(hit) == 1 and Call(0, call.name, 0, hit[0]).where == call.where

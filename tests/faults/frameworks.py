@@ -5,10 +5,14 @@ before, so that older backups lie about: a recovery that took those for the last
 """
 from __future__ import annotations
 
+import contextlib
 import dataclasses
 import shutil
 import sys
+import tempfile
+from collections.abc import Callable, Iterator, Mapping
 from pathlib import Path
+from typing import Optional
 
 sys.path.insert(0, str(Path(__file__).resolve().parents[1] / "support"))
 
@@ -24,8 +28,8 @@ MODELS = "/opt/qor/models"
 SIZES = {"small": 0, "large": 1300}
 """How many handlers the configuration has besides those that the runs deal with."""
 
-Pair = tuple[bytes, bytes]
-"""Contents of the configuration and of the list."""
+Pair = tuple[Optional[bytes], Optional[bytes]]
+"""Contents of the configuration and of the list; None for one that is missing."""
 
 
 def _configuration(handlers: int) -> str:
@@ -95,13 +99,20 @@ SCENARIOS = (
 )
 
 
+@contextlib.contextmanager
+def scratch() -> Iterator[Path]:
+    """A directory where thousands of small copies cost little, if the machine has such a place."""
+    with tempfile.TemporaryDirectory(prefix="qmt-", dir="/dev/shm" if Path("/dev/shm").is_dir() else None) as name:
+        yield Path(name)
+
+
 def state(framework: Path) -> dict[str, bytes]:
     """All files that the tool writes, by their path below etc/."""
     etc = framework / "etc"
     return {str(path.relative_to(etc)): path.read_bytes() for path in sorted(etc.rglob("*")) if path.is_file()}
 
 
-def live(files: dict[str, bytes]) -> tuple[bytes | None, bytes | None]:
+def live(files: Mapping[str, bytes]) -> Pair:
     """The two live files."""
     return files.get(CONFIGURATION), files.get(LIST)
 
@@ -115,6 +126,7 @@ class Prepared:
     framework: Path
     versions: tuple[Pair, ...]
     """The pairs that count as complete and matching: before the run, and after it."""
+    before: dict[str, bytes]
     result: sandbox.Result
     state: dict[str, bytes]
 
@@ -124,7 +136,7 @@ class Prepared:
         return f"{self.scenario.name}/{self.size}"
 
 
-def _accepting(framework: Path, accepts: bool) -> None:
+def _judging(framework: Path, accepts: bool) -> None:
     validator = framework / "bin/pel_model_validator"
     validator.write_text(f"#!/bin/sh\necho judged\nexit {0 if accepts else 1}\n", encoding="ascii")
 
@@ -135,12 +147,19 @@ def _succeed(framework: Path, args: tuple[str, ...]) -> None:
         raise sandbox.SandboxError(f"preparation failed: {args}\n{result.console}")
 
 
-def _undisturbed(framework: Path, scratch: Path, args: tuple[str, ...]) -> tuple[sandbox.Result, dict[str, bytes]]:
-    shutil.copytree(framework, scratch)
-    result = sandbox.Sandbox(scratch).run(*args)
-    files = state(scratch)
-    shutil.rmtree(scratch)
-    return result, files
+def _undisturbed(framework: Path, args: tuple[str, ...], change: Callable[[Path], None] = lambda _: None,
+                 ) -> tuple[sandbox.Result, dict[str, bytes]]:
+    """What a run does to a copy of the framework."""
+    with scratch() as directory:
+        copy = directory / "framework"
+        shutil.copytree(framework, copy)
+        change(copy)
+        return sandbox.Sandbox(copy).run(*args), state(copy)
+
+
+def accepted(framework: Path, args: tuple[str, ...]) -> Pair:
+    """The live files after a run whose result the validator likes."""
+    return live(_undisturbed(framework, args, lambda copy: _judging(copy, True))[1])
 
 
 def prepare(scenario: Scenario, size: str, directory: Path) -> Prepared:
@@ -149,10 +168,8 @@ def prepare(scenario: Scenario, size: str, directory: Path) -> Prepared:
     build(framework, size)
     for args in scenario.earlier:
         _succeed(framework, args)
-    scratch = directory / "scratch"
+    _judging(framework, not scenario.rejected)
     before = state(framework)
-    _, accepted = _undisturbed(framework, scratch, scenario.args)
-    _accepting(framework, not scenario.rejected)
-    result, files = _undisturbed(framework, scratch, scenario.args)
-    versions = tuple(dict.fromkeys([live(before), live(accepted)]))
-    return Prepared(scenario, size, framework, versions, result, files)
+    versions = tuple(dict.fromkeys([live(before), accepted(framework, scenario.args)]))
+    result, files = _undisturbed(framework, scenario.args)
+    return Prepared(scenario, size, framework, versions, before, result, files)

@@ -7,7 +7,8 @@ from __future__ import annotations
 
 import dataclasses
 import re
-from collections.abc import Sequence
+import shutil
+from collections.abc import Collection, Mapping, Sequence
 from pathlib import Path
 
 import frameworks
@@ -17,6 +18,7 @@ PAGE = sandbox.PROJECT / "docs" / "operations.md"
 SESSION = "A staging call was interrupted, or a rollback that drops an open session"
 COMMIT = "A commit was interrupted, or a rollback of a commit, or it is not known what"
 FULL_DISK = "After a full disk"
+ASKED = 1
 FULL = re.compile(r"no space left on device: /opt/qor/etc/(.*)$", re.IGNORECASE | re.MULTILINE)
 CODE = re.compile(r"`([^`]+)`")
 
@@ -87,6 +89,27 @@ def recover(framework: Path, section: str, stop_after: int | None = None, full: 
     if result.status != 0:
         raise sandbox.SandboxError(f"the recovery failed\n{result.console}")
     return result.stdout.split()
+
+
+def companion() -> Path | None:
+    """The program that brings a framework back, where it has been built."""
+    program = sandbox.tool_directory() / "qor_mim_ctl"
+    return program if program.is_file() else None
+
+
+def bring_back(files: Mapping[str, bytes], pairs: Collection[frameworks.Pair], directory: Path) -> tuple[str, str]:
+    """Let the companion recover a framework with these files below etc/; what it did, and what is wrong with that."""
+    shutil.rmtree(directory, ignore_errors=True)
+    for name, content in files.items():
+        path = directory / "etc" / name
+        path.parent.mkdir(parents=True, exist_ok=True)
+        path.write_bytes(content)
+    result = sandbox.Sandbox(directory).execute(str(companion()), "recover", "--qor-path=/opt/qor")
+    if result.status == ASKED:
+        return "asked", ""
+    if result.status != 0 or frameworks.live(frameworks.state(directory)) not in pairs:
+        return "", f"not recovered, status {result.status}"
+    return "recovered", ""
 
 
 def complaints(prepared: frameworks.Prepared, files: dict[str, bytes]) -> Sequence[str]:

@@ -5,8 +5,7 @@ import dataclasses
 import itertools
 import shutil
 import signal
-import tempfile
-from collections.abc import Iterator
+from collections.abc import Iterator, Sequence
 from pathlib import Path
 from typing import Any
 
@@ -38,25 +37,20 @@ class Case:
 
 def reference(prepared: frameworks.Prepared) -> list[calls.Call]:
     """The calls of the undisturbed run."""
-    with tempfile.TemporaryDirectory(prefix="qmt-", dir=scratch_root()) as scratch:
-        framework = Path(scratch) / "framework"
+    with frameworks.scratch() as scratch:
+        framework = scratch / "framework"
         shutil.copytree(prepared.framework, framework)
-        return calls.parse(trace(framework, Path(scratch) / "work", prepared.scenario.args))
+        return calls.parse(trace(framework, scratch / "work", prepared.scenario.args))
 
 
-def trace(framework: Path, work: Path, args: tuple[str, ...]) -> str:
+def trace(framework: Path, work: Path, args: tuple[str, ...], options: Sequence[str] = ("-y",)) -> str:
     """What strace says of an undisturbed run."""
-    _traced(framework, work, ["-y"]).run(*args, timeout=TIMEOUT)
+    _traced(framework, work, options).run(*args, timeout=TIMEOUT)
     return _trace_of(work)
 
 
 def _trace_of(work: Path) -> str:
     return (work / "trace").read_text(encoding="utf-8", errors="replace")
-
-
-def scratch_root() -> str | None:
-    """A place where thousands of small copies cost little, if the machine has one."""
-    return "/dev/shm" if Path("/dev/shm").is_dir() else None
 
 
 def cases(prepared: frameworks.Prepared) -> Iterator[Case]:
@@ -80,7 +74,7 @@ def _is_within_row(run: list[calls.Call], call: calls.Call) -> bool:
                                                                   (call.index + 1, call.index + 5)))
 
 
-def _traced(framework: Path, work: Path, options: list[str]) -> sandbox.Sandbox:
+def _traced(framework: Path, work: Path, options: Sequence[str]) -> sandbox.Sandbox:
     tracer = (TRACER, "-o", f"{sandbox.WORK}/trace", *options)
     return sandbox.Sandbox(framework, work=work, wrapper=tracer).sleepless()
 
@@ -92,10 +86,10 @@ def _spoiled(framework: Path, work: Path, call: calls.Call, fault: str) -> sandb
 
 def run(prepared: frameworks.Prepared, case: Case) -> dict[str, Any]:
     """Run one case; the record of it for the journal."""
-    with tempfile.TemporaryDirectory(prefix="qmt-", dir=scratch_root()) as scratch:
-        framework = Path(scratch) / "framework"
+    with frameworks.scratch() as scratch:
+        framework = scratch / "framework"
         shutil.copytree(prepared.framework, framework)
-        record = _record(prepared, case, framework, Path(scratch) / "work")
+        record = _record(prepared, case, framework, scratch / "work")
     return {"key": case.key, "call": case.call.name, "where": case.call.where, "fault": case.fault, **record}
 
 
@@ -157,9 +151,9 @@ def _recovered(prepared: frameworks.Prepared, framework: Path) -> dict[str, Any]
     violations: list[str] = []
     rows: list[str] = []
     section = recovery.SESSION if prepared.scenario.keeps_live_files else recovery.COMMIT
-    with tempfile.TemporaryDirectory(prefix="qmt-", dir=scratch_root()) as scratch:
+    with frameworks.scratch() as scratch:
         for stop_after in itertools.chain((None,), itertools.count(1)):
-            again = Path(scratch) / "framework"
+            again = scratch / "framework"
             shutil.copytree(framework, again)
             used = recovery.recover(again, section, stop_after)
             if stop_after is None:
