@@ -1,0 +1,199 @@
+"""Two runs at once: both are stepped from call to call, in orders that are chosen and not left to chance."""
+from __future__ import annotations
+
+import dataclasses
+import itertools
+import random
+import shutil
+import socket
+from collections.abc import Iterator, Sequence
+from pathlib import Path
+from typing import Any
+
+import frameworks
+import sandbox
+from frameworks import CONFIGURATION, LIST, MODELS, Pair, Scenario
+
+STAGE = ("-a", f"{MODELS}/climate.xml", "-m", "climateHandler")
+QUEUE = ("-a", f"{MODELS}/power.xml", "-m", "powerHandler")
+COMMANDS = {"stage": STAGE, "commit": ("--commit",), "rollback": ("--rollback",), "status": ("--status",)}
+EFFECT = (b"powerHandler", b"power.xml")
+"""What the open session's queue adds to the configuration and to the list."""
+
+IN_ORDER = "as one after the other"
+UNDONE = "an earlier commit is undone"
+REJECTED = "a rejected configuration is live"
+TOUCHED = "live files have changed that nobody touched"
+STATUS = "looking has changed something"
+NEVER = (UNDONE, REJECTED, TOUCHED, STATUS)
+BROKEN = "left open: a live file is missing or torn"
+MIXED = "left open: the two live files do not match"
+SESSION = "left open: the live files match, the session is not as in either order"
+
+
+@dataclasses.dataclass(frozen=True)
+class Plan:
+    """Two commands, what they find, and where they run."""
+
+    commands: tuple[str, str]
+    open: bool
+    """Whether there is a session, which is the first host's."""
+    other_host: bool
+    rejected: bool
+
+    @property
+    def name(self) -> str:
+        """The name in tables and journals."""
+        return " and ".join(self.commands) + (", open session" if self.open else "") + (
+            ", two hosts" if self.other_host else "") + (", rejected" if self.rejected else "")
+
+
+Order = tuple[int, ...]
+"""Who begins, and how many steps each in turn goes on; then both go to their ends in the same turns."""
+END = 1 << 30
+
+
+def plans() -> Iterator[Plan]:
+    """All pairs of commands, in all circumstances that make a difference."""
+    for commands in itertools.combinations_with_replacement(COMMANDS, 2):
+        for is_open, other_host, rejected in itertools.product((False, True), repeat=3):
+            can_commit = "commit" in commands and (is_open or "stage" in commands)
+            if (not rejected or can_commit) and (is_open or commands[0] != commands[1] or commands[0] == "stage"):
+                yield Plan(commands, is_open, other_host, rejected)
+
+
+class _Stepped:
+    """A run that waits before each of its calls."""
+
+    def __init__(self, framework: Path, work: Path, host: str, args: tuple[str, ...]):
+        work.mkdir()
+        with socket.socket(socket.AF_UNIX) as listener:
+            listener.bind(str(work / "step"))
+            listener.listen()
+            box = sandbox.Sandbox(framework, host, work=work, preload=("step",))
+            self._run = box.with_env(QOR_SANDBOX_STEP=f"{sandbox.WORK}/step").start(*args)
+            self._socket, _ = listener.accept()
+        self._lines = self._socket.makefile("r")
+        self.steps = 0
+        self.at = self._lines.readline()
+
+    @property
+    def ended(self) -> bool:
+        return not self.at
+
+    @property
+    def sleeps(self) -> bool:
+        return self.at.startswith("sleep")
+
+    def go(self) -> None:
+        """Do the next call."""
+        self._socket.send(b".")
+        self.steps += 1
+        self.at = self._lines.readline()
+
+    def result(self) -> sandbox.Result:
+        self._lines.close()
+        self._socket.close()
+        return self._run.wait()
+
+
+@dataclasses.dataclass(frozen=True)
+class Outcome:
+    """What two runs came to."""
+
+    results: tuple[sandbox.Result, sandbox.Result]
+    steps: tuple[int, int]
+    files: dict[str, bytes]
+
+
+def interleave(plan: Plan, framework: Path, order: Order) -> Outcome:
+    """Both commands on a copy of the framework, in one order."""
+    with frameworks.scratch() as scratch:
+        copy = scratch / "framework"
+        shutil.copytree(framework, copy)
+        hosts = ("alpha", "beta" if plan.other_host else "alpha")
+        runs = [_Stepped(copy, scratch / str(place), host, COMMANDS[command])
+                for place, (host, command) in enumerate(zip(hosts, plan.commands))]
+        begins, *steps = order
+        for turn, count in enumerate((*steps, END, END)):
+            place = (begins + turn) % 2
+            _advance(runs[place], runs[1 - place], count)
+        return Outcome((runs[0].result(), runs[1].result()), (runs[0].steps, runs[1].steps), frameworks.state(copy))
+
+
+def _advance(run: _Stepped, other: _Stepped, steps: int) -> None:
+    """So many steps of one run; while it sleeps, the other one has all the time that it needs."""
+    for _ in range(steps):
+        if run.ended:
+            return
+        while run.sleeps and not other.ended and not other.sleeps:
+            other.go()
+        run.go()
+
+
+def prepare(plan: Plan, directory: Path) -> tuple[Path, Pair]:
+    """The framework that both find, and the pair of live files from before its first commit."""
+    earlier = frameworks.FIRST_COMMIT + ((QUEUE,) if plan.open else ())
+    prepared = frameworks.prepare(Scenario("race", earlier, COMMANDS["status"], plan.rejected), "small", directory)
+    original = directory / "original"
+    frameworks.build(original, "small")
+    return prepared.framework, frameworks.live(frameworks.state(original))
+
+
+def orders(steps: Sequence[int], further: int, name: str) -> list[Order]:
+    """Every order where one run is interrupted once, by the whole other one, and a choice of those with more turns."""
+    chosen: list[Order] = [(begins, first, END) for begins in (0, 1) for first in range(1, steps[begins])]
+    chance = random.Random(name)
+    for turns in itertools.islice(itertools.cycle((2, 3, 4)), further):
+        begins = chance.randrange(2)
+        # Most of what goes wrong needs a short turn of somebody.
+        chosen.append((begins, *(chance.randrange(1, chance.choice((8, steps[(begins + turn) % 2])))
+                                 for turn in range(turns))))
+    return chosen
+
+
+def run(key: str, plan: Plan, further: int, step: int = 1) -> dict[str, Any]:
+    """A plan in many orders, or every so manieth of them; the record of it for the journal."""
+    outcomes: dict[str, int] = {}
+    violations = []
+    with frameworks.scratch() as directory:
+        framework, original = prepare(plan, directory)
+        serial = [interleave(plan, framework, (begins, END)) for begins in (0, 1)]
+        before = frameworks.live(frameworks.state(framework))
+        for order in orders(serial[0].steps, further, plan.name)[::step]:
+            outcome = interleave(plan, framework, order)
+            judged = judge(plan, outcome, serial, before, original)
+            outcomes[judged] = outcomes.get(judged, 0) + 1
+            if judged in NEVER:
+                violations.append(f"{judged}, order {order}, status {[result.status for result in outcome.results]}")
+    return {"key": key, "fault": "two runs at once", "outcomes": outcomes, "violations": violations, "said": []}
+
+
+def judge(plan: Plan, outcome: Outcome, serial: list[Outcome], before: Pair, original: Pair) -> str:
+    """What two runs came to, in the words of the table."""
+    live = frameworks.live(outcome.files)
+    if any(outcome.files == other.files for other in serial):
+        return IN_ORDER
+    if "status" in plan.commands:
+        return STATUS
+    if "commit" not in plan.commands and "rollback" not in plan.commands:
+        return SESSION if live == before else TOUCHED
+    if not _is_whole(live):
+        return BROKEN
+    if "rollback" not in plan.commands and (live == original or _is_undone(plan, outcome, live)):
+        return UNDONE
+    if plan.rejected and live not in (before, original):
+        return REJECTED if "stage" in plan.commands else f"left open: {REJECTED}"
+    return SESSION if live in [before, *(frameworks.live(other.files) for other in serial)] else MIXED
+
+
+def _is_whole(live: Pair) -> bool:
+    configuration, list_ = live
+    return (configuration or b"").endswith(b"</framework>\n") and (list_ or b"").endswith(b"\n")
+
+
+def _is_undone(plan: Plan, outcome: Outcome, live: Pair) -> bool:
+    """Whether a commit that said it had put the queue into the files has not done so, or not for long."""
+    done = any(command == "commit" and result.status == 0 and "powerHandler" in result.console
+               for command, result in zip(plan.commands, outcome.results))
+    return done and not any(effect in content for effect, content in zip(EFFECT, live))
