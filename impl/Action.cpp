@@ -16,7 +16,7 @@ std::string withVersions(const Action& action)
 
 std::string Action::text() const
 {
-    const std::string handlerFields = handler + FIELD_SEPARATOR + moVersion + FIELD_SEPARATOR + trVersion;
+    std::string handlerFields = handler + FIELD_SEPARATOR + moVersion + FIELD_SEPARATOR + trVersion;
     switch (kind)
     {
     case CmdID::ModelHandler:

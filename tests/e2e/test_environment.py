@@ -30,7 +30,7 @@ def test_agent_names_the_directory_of_a_whole_session(tool: Sandbox, framework: 
     misled = tool.with_env(QORPATH="/opt/qor")
     assert misled.run(ADD) == answer(NEW_SESSION, UPDATED, ADD, COMPLETED, path=OTHER, syslog=[(DEBUG, ADD)])
     assert misled.run("--commit") == answer(COMPLETED, path=OTHER)
-    assert framework.read("agent.args") == "pso\nconfig\n"
+    assert framework.read("agent.args") == 2 * "pso\nconfig\n"
     assert framework.read("validator.args") == f"-q\n-c\n{OTHER}/etc/model/model_file_list.cfg\n"
     assert {name.partition("/")[0] for name in framework.changes(before)} == {"agent.args", "validator.args", "other"}
 
