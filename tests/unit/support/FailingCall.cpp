@@ -21,6 +21,12 @@ extern "C"
 {
     int failingFork() __asm__("fork");
     int failingFsync(int file) __asm__("fsync");
+    int failingFchown(int file, unsigned int owner, unsigned int group) __asm__("fchown");
+    int failingFchmod(int file, unsigned int mode) __asm__("fchmod");
+    int failingFsetxattr(int file, const char* name, const void* value, std::size_t size,
+                         int flags) __asm__("fsetxattr");
+    int failingRename(const char* from, const char* to) __asm__("rename");
+    int failingUnlink(const char* path) __asm__("unlink");
     ssize_t failingRead(int file, void* buffer, std::size_t size) __asm__("read");
 }
 
@@ -32,6 +38,37 @@ int failingFork()
 int failingFsync(int file)
 {
     return QMT::Test::FailingCall::fails("fsync", file) ? -1 : QMT::Test::realCall<int(int)>("fsync")(file);
+}
+
+int failingFchown(int file, unsigned int owner, unsigned int group)
+{
+    static auto* const realFchown = QMT::Test::realCall<int(int, unsigned int, unsigned int)>("fchown");
+    return QMT::Test::FailingCall::fails("fchown", file) ? -1 : realFchown(file, owner, group);
+}
+
+int failingFchmod(int file, unsigned int mode)
+{
+    static auto* const realFchmod = QMT::Test::realCall<int(int, unsigned int)>("fchmod");
+    return QMT::Test::FailingCall::fails("fchmod", file) ? -1 : realFchmod(file, mode);
+}
+
+int failingFsetxattr(int file, const char* name, const void* value, std::size_t size, int flags)
+{
+    using Function = int(int, const char*, const void*, std::size_t, int);
+    static auto* const realFsetxattr = QMT::Test::realCall<Function>("fsetxattr");
+    return QMT::Test::FailingCall::fails("fsetxattr", file) ? -1 : realFsetxattr(file, name, value, size, flags);
+}
+
+int failingRename(const char* from, const char* to)
+{
+    static auto* const realRename = QMT::Test::realCall<int(const char*, const char*)>("rename");
+    return QMT::Test::FailingCall::fails("rename", std::string(to)) ? -1 : realRename(from, to);
+}
+
+int failingUnlink(const char* path)
+{
+    static auto* const realUnlink = QMT::Test::realCall<int(const char*)>("unlink");
+    return QMT::Test::FailingCall::fails("unlink", std::string(path)) ? -1 : realUnlink(path);
 }
 
 ssize_t failingRead(int file, void* buffer, std::size_t size)

@@ -15,8 +15,8 @@ public:
     static constexpr int THROWS = -1;
 
     /// `call` is "stat", "open" (for writing, and by the library for reading), "fopen" (by the standard streams),
-    /// "read" or "fsync"; it fails for `path` with the error number `error`, but not the first `spared` times. "fork"
-    /// has no path, which is empty then.
+    /// "read", "fsync", "fchown", "fchmod", "fsetxattr", "rename" (whose path is the new name) or "unlink"; it fails for
+    /// `path` with the error number `error`, but not the first `spared` times. "fork" has no path, which is empty then.
     FailingCall(const std::string& call, const std::string& path, int error, int spared = 0);
     ~FailingCall();
     FailingCall(const FailingCall&) = delete;

@@ -1,0 +1,126 @@
+#include "base/CRecordLock.h"
+
+#include "base/FileAttributes.h"
+
+#include <Poco/Error.h>
+#include <Poco/Exception.h>
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+
+namespace QMT
+{
+
+namespace
+{
+
+[[noreturn]] void fail(const std::string& path)
+{
+    throw Poco::FileException(Poco::Error::getMessage(errno), path, errno);
+}
+
+/// A lock for writing on all of a file, however long it becomes.
+struct flock wholeFile()
+{
+    struct flock lock = {};
+    lock.l_type = F_WRLCK;
+    lock.l_whence = SEEK_SET;
+    return lock;
+}
+
+int openOrMake(const std::string& path, const std::string& like)
+{
+    const int FLAGS = O_RDWR | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK;
+
+    int file = ::open(path.c_str(), FLAGS);
+    if (file < 0 && errno == ENOENT)
+    {
+        file = ::open(path.c_str(), FLAGS | O_CREAT | O_EXCL, 0600);
+        if (file >= 0)
+        {
+            static_cast<void>(copyAttributes(like, file, path));
+        }
+        else if (errno == EEXIST)
+        {
+            // Another caller made it meanwhile.
+            file = ::open(path.c_str(), FLAGS);
+        }
+    }
+    if (file < 0)
+    {
+        fail(path);
+    }
+    return file;
+}
+
+/// Asks who holds a lock on the open file; whether the system has told.
+bool askHolder(int file, int& holder)
+{
+    struct flock lock = wholeFile();
+    const bool isTold = ::fcntl(file, F_GETLK, &lock) == 0;
+    holder = lock.l_type == F_UNLCK ? 0 : lock.l_pid;
+    return isTold;
+}
+
+} // namespace
+
+CRecordLock::CRecordLock(const std::string& path, const std::string& like) : _path(path), _file(openOrMake(path, like))
+{
+}
+
+CRecordLock::~CRecordLock()
+{
+    static_cast<void>(::close(_file));
+}
+
+bool CRecordLock::tryToTake()
+{
+    struct flock lock = wholeFile();
+    if (::fcntl(_file, F_SETLK, &lock) == 0)
+    {
+        return true;
+    }
+    if (errno != EACCES && errno != EAGAIN)
+    {
+        fail(_path);
+    }
+    return false;
+}
+
+int CRecordLock::holder() const
+{
+    int holder = 0;
+    if (!askHolder(_file, holder))
+    {
+        fail(_path);
+    }
+    return holder;
+}
+
+int CRecordLock::holderOf(const std::string& path)
+{
+    const int file = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK);
+    if (file < 0 && errno == ENOENT)
+    {
+        return 0;
+    }
+    if (file < 0)
+    {
+        fail(path);
+    }
+    int holder = 0;
+    const bool isTold = askHolder(file, holder);
+    const int error = errno;
+    static_cast<void>(::close(file));
+    if (!isTold)
+    {
+        errno = error;
+        fail(path);
+    }
+    return holder;
+}
+
+} // namespace QMT

@@ -1,0 +1,131 @@
+#include "base/FileAttributes.h"
+
+#include <sys/stat.h>
+#include <sys/xattr.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <map>
+#include <sstream>
+
+namespace QMT
+{
+
+namespace
+{
+
+using Attributes = std::map<std::string, std::string>;
+
+/// What fits into a result of `call`, a system call that is given room and says how much there is.
+template<typename Call>
+std::string filled(Call call)
+{
+    std::string buffer;
+    ssize_t size = call(nullptr, 0);
+    while (size > 0)
+    {
+        buffer.resize(static_cast<std::string::size_type>(size));
+        size = call(buffer.data(), buffer.size());
+        if (size >= 0 || errno != ERANGE)
+        {
+            break;
+        }
+        size = call(nullptr, 0);
+    }
+    buffer.resize(size < 0 ? 0 : static_cast<std::string::size_type>(size));
+    return buffer;
+}
+
+/// The extended attributes that `list` names, separated by NUL.
+template<typename List, typename Get>
+Attributes attributes(List list, Get get)
+{
+    Attributes found;
+    std::istringstream names(filled(list));
+    for (std::string name; std::getline(names, name, '\0');)
+    {
+        found[name] = filled([&](char* value, std::size_t size) { return get(name.c_str(), value, size); });
+    }
+    return found;
+}
+
+Attributes attributesOf(const std::string& path)
+{
+    const char* const file = path.c_str();
+    return attributes([file](char* value, std::size_t size) { return ::listxattr(file, value, size); },
+                      [file](const char* name, char* value, std::size_t size)
+                      { return ::getxattr(file, name, value, size); });
+}
+
+Attributes attributesOf(int file)
+{
+    return attributes([file](char* value, std::size_t size) { return ::flistxattr(file, value, size); },
+                      [file](const char* name, char* value, std::size_t size)
+                      { return ::fgetxattr(file, name, value, size); });
+}
+
+/// Owner and group, each as far as it may be set.
+void copyOwnership(const struct stat& wanted, int to, std::vector<std::string>& lost, const std::string& name)
+{
+    const auto UNCHANGED_OWNER = static_cast<uid_t>(-1);
+
+    struct stat present = {};
+    if (::fstat(to, &present) != 0 || (present.st_uid == wanted.st_uid && present.st_gid == wanted.st_gid))
+    {
+        return;
+    }
+    if (::fchown(to, wanted.st_uid, wanted.st_gid) == 0)
+    {
+        return;
+    }
+    if (present.st_uid != wanted.st_uid)
+    {
+        lost.push_back("the owner of " + name + " could not be kept");
+    }
+    if (present.st_gid != wanted.st_gid && ::fchown(to, UNCHANGED_OWNER, wanted.st_gid) != 0)
+    {
+        lost.push_back("the group of " + name + " could not be kept");
+    }
+}
+
+} // namespace
+
+std::vector<std::string> copyAttributes(const std::string& from, int to, const std::string& name)
+{
+    const mode_t PERMISSIONS = 07777;
+
+    std::vector<std::string> lost;
+    struct stat wanted = {};
+    if (::stat(from.c_str(), &wanted) != 0)
+    {
+        return lost;
+    }
+    copyOwnership(wanted, to, lost, name);
+    const Attributes source = attributesOf(from);
+    const Attributes inherited = attributesOf(to);
+    // An inherited access control list would change the meaning of the mode, so it goes first; one of the source's own
+    // sets the mode again, so it comes last.
+    for (const auto& [attribute, value] : inherited)
+    {
+        if (source.count(attribute) == 0)
+        {
+            static_cast<void>(::fremovexattr(to, attribute.c_str()));
+        }
+    }
+    if (::fchmod(to, wanted.st_mode & PERMISSIONS) != 0)
+    {
+        lost.push_back("the mode of " + name + " could not be kept");
+    }
+    for (const auto& [attribute, value] : source)
+    {
+        const auto same = inherited.find(attribute);
+        if ((same == inherited.end() || same->second != value) &&
+            ::fsetxattr(to, attribute.c_str(), value.data(), value.size(), 0) != 0)
+        {
+            lost.push_back("the attribute " + attribute + " of " + name + " could not be kept");
+        }
+    }
+    return lost;
+}
+
+} // namespace QMT

@@ -1,0 +1,18 @@
+#ifndef QMT_FileAttributes_INCLUDED
+#define QMT_FileAttributes_INCLUDED
+
+#include <string>
+#include <vector>
+
+namespace QMT
+{
+
+/// Gives the open file `to` owner, group, mode and extended attributes, access control lists among them, of the file at
+/// `from`, as far as the caller may set them. `name` is what people know the open file by.
+///
+/// Returns what could not be kept, a line each. A missing `from` changes nothing.
+std::vector<std::string> copyAttributes(const std::string& from, int to, const std::string& name);
+
+} // namespace QMT
+
+#endif // QMT_FileAttributes_INCLUDED

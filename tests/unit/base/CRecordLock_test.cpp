@@ -1,0 +1,169 @@
+#include "base/CRecordLock.h"
+
+#include "support/Files.h"
+#include "support/TemporaryDirectory.h"
+
+#include <Poco/Exception.h>
+
+#include <gtest/gtest.h>
+
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <csignal>
+#include <filesystem>
+
+namespace QMT::Test
+{
+
+namespace
+{
+
+/// Another process that holds the lock on a file as long as the object lives.
+class OtherHolder
+{
+public:
+    explicit OtherHolder(const std::string& path)
+    {
+        int ready[2] = {};
+        EXPECT_EQ(::pipe(ready), 0);
+        _process = ::fork();
+        if (_process == 0)
+        {
+            CRecordLock lock(path, path);
+            const char answer = lock.tryToTake() ? 'y' : 'n';
+            static_cast<void>(::write(ready[1], &answer, 1));
+            ::pause();
+        }
+        char answer = '\0';
+        EXPECT_EQ(::read(ready[0], &answer, 1), 1);
+        EXPECT_EQ(answer, 'y');
+        ::close(ready[0]);
+        ::close(ready[1]);
+    }
+
+    ~OtherHolder()
+    {
+        ::kill(_process, SIGKILL);
+        ::waitpid(_process, nullptr, 0);
+    }
+
+    OtherHolder(const OtherHolder&) = delete;
+    OtherHolder& operator=(const OtherHolder&) = delete;
+    OtherHolder(OtherHolder&&) = delete;
+    OtherHolder& operator=(OtherHolder&&) = delete;
+
+    int process() const
+    {
+        return _process;
+    }
+
+private:
+    int _process;
+};
+
+class RecordLock : public testing::Test
+{
+protected:
+    RecordLock() : like(directory.write("like", "")), path(directory.path("lock"))
+    {
+        ::chmod(like.c_str(), 0640);
+    }
+
+    TemporaryDirectory directory;
+    const std::string like;
+    const std::string path;
+};
+
+TEST_F(RecordLock, MakesItsFileLikeAnother)
+{
+    const CRecordLock lock(path, like);
+
+    struct stat status = {};
+    ASSERT_EQ(::stat(path.c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & 07777, 0640U);
+    EXPECT_EQ(status.st_size, 0);
+}
+
+TEST_F(RecordLock, LeavesAnExistingFileAsItIs)
+{
+    writeFile(path, "content");
+    ::chmod(path.c_str(), 0600);
+
+    const CRecordLock lock(path, like);
+
+    struct stat status = {};
+    ASSERT_EQ(::stat(path.c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & 07777, 0600U);
+    EXPECT_EQ(readFile(path), "content");
+}
+
+TEST_F(RecordLock, IsTakenWhenNobodyHasIt)
+{
+    CRecordLock lock(path, like);
+
+    EXPECT_TRUE(lock.tryToTake());
+    EXPECT_EQ(lock.holder(), 0);
+}
+
+TEST_F(RecordLock, IsNotTakenFromAnother)
+{
+    const OtherHolder other(path);
+    CRecordLock lock(path, like);
+
+    EXPECT_FALSE(lock.tryToTake());
+    EXPECT_EQ(lock.holder(), other.process());
+    EXPECT_EQ(CRecordLock::holderOf(path), other.process());
+}
+
+TEST_F(RecordLock, IsFreeWhenItsHolderHasEnded)
+{
+    {
+        const OtherHolder other(path);
+    }
+    CRecordLock lock(path, like);
+
+    EXPECT_EQ(CRecordLock::holderOf(path), 0);
+    EXPECT_TRUE(lock.tryToTake());
+}
+
+TEST_F(RecordLock, IsFreeWhenItsObjectIsGone)
+{
+    {
+        CRecordLock lock(path, like);
+        ASSERT_TRUE(lock.tryToTake());
+    }
+    const OtherHolder other(path);
+}
+
+TEST_F(RecordLock, HasNoHolderWithoutAFileAndMakesNone)
+{
+    EXPECT_EQ(CRecordLock::holderOf(path), 0);
+    EXPECT_FALSE(exists(path));
+}
+
+TEST_F(RecordLock, ThrowsInAMissingDirectory)
+{
+    EXPECT_THROW(CRecordLock(directory.path("missing/lock"), like), Poco::FileException);
+}
+
+TEST_F(RecordLock, RefusesALinkInItsPlace)
+{
+    std::filesystem::create_symlink(like, path);
+
+    EXPECT_THROW(CRecordLock(path, like), Poco::FileException);
+    EXPECT_THROW(static_cast<void>(CRecordLock::holderOf(path)), Poco::FileException);
+}
+
+TEST_F(RecordLock, RefusesADirectoryInItsPlace)
+{
+    putDirectoryAt(path);
+
+    EXPECT_THROW(CRecordLock(path, like), Poco::FileException);
+}
+
+} // namespace
+
+} // namespace QMT::Test
