@@ -52,6 +52,16 @@ std::string CFrameworkPaths::lockFile() const
     return inModelDirectory("qor_mim_tool.lock");
 }
 
+std::string CFrameworkPaths::callerLockFile() const
+{
+    return inModelDirectory("qor_mim_ctl.lock");
+}
+
+std::string CFrameworkPaths::recoveryDirectory(const std::string& stamp) const
+{
+    return Poco::Path(_qorPath).append("etc/recovery-" + stamp).toString();
+}
+
 std::string CFrameworkPaths::environmentFile()
 {
     return Poco::Path(DEFAULT_QOR_PATH).append("qor.env").toString();

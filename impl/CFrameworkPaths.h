@@ -36,6 +36,12 @@ public:
     /// The marker of an open session.
     std::string lockFile() const;
 
+    /// What the companion's callers lock, so that one of them works at a time.
+    std::string callerLockFile() const;
+
+    /// Where the companion copies files before it mends them at the time `stamp`.
+    std::string recoveryDirectory(const std::string& stamp) const;
+
     /// The framework directory when nothing names another one.
     static const std::string DEFAULT_QOR_PATH;
 

@@ -10,6 +10,8 @@ from pathlib import Path
 PROJECT = Path(__file__).resolve().parents[2]
 PAGE = PROJECT / "docs" / "messages.md"
 
+TOOL_FOLDERS = [folder for folder in (PROJECT / "cmake" / "SourceFolders.txt").read_text(encoding="utf-8").split()
+                if folder != "ctl"]
 LITERAL = re.compile(r'"((?:[^"\\\n]|\\.)*)"')
 # What the program fills in: a conversion in the sources, a word in capitals on the page.
 FILLED_IN = r"%\w|\b(?!QOR |FIFO |XML |WARNING)[A-Z]{3,}\b:?"
@@ -28,7 +30,7 @@ def pieces(texts: list[str]) -> set[str]:
 def literals() -> list[str]:
     """Every string literal of the program, adjacent ones joined."""
     found = []
-    for folder in (PROJECT / "cmake" / "SourceFolders.txt").read_text(encoding="utf-8").split():
+    for folder in TOOL_FOLDERS:
         for source in sorted((PROJECT / folder).glob("*.cpp")):
             code = re.sub(r"^\s*(//|#include).*|'\\?.'", "", source.read_text(encoding="utf-8"), flags=re.MULTILINE)
             found += LITERAL.findall(re.sub(r'"\s*\n\s*"', "", code))

@@ -1,0 +1,43 @@
+#include "ctl/CCallerLock.h"
+
+#include "ctl/Waiting.h"
+#include "impl/CFrameworkPaths.h"
+
+namespace QMT
+{
+
+namespace
+{
+
+std::string told(int process, const std::string& path)
+{
+    // The number of a process of another host is told as a negative one, or not at all.
+    const std::string who = process > 0 ? "process " + std::to_string(process) : "a process";
+    return "another caller, " + who + ", has the lock " + path;
+}
+
+} // namespace
+
+CCallerLock::CCallerLock(const std::string& qorPath)
+    : _path(CFrameworkPaths(qorPath).callerLockFile()), _lock(_path, CFrameworkPaths(qorPath).modelFileList().live)
+{
+}
+
+bool CCallerLock::takeWithin(unsigned int seconds)
+{
+    return waitFor(seconds, [this] { return _lock.tryToTake(); });
+}
+
+std::string CCallerLock::holder() const
+{
+    return told(_lock.holder(), _path);
+}
+
+std::string CCallerLock::holderOf(const std::string& qorPath)
+{
+    const std::string path = CFrameworkPaths(qorPath).callerLockFile();
+    const int process = CRecordLock::holderOf(path);
+    return process == 0 ? std::string() : told(process, path);
+}
+
+} // namespace QMT

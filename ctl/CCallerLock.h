@@ -1,0 +1,37 @@
+#ifndef QMT_CCallerLock_INCLUDED
+#define QMT_CCallerLock_INCLUDED
+
+#include "base/CRecordLock.h"
+
+#include <string>
+
+namespace QMT
+{
+
+/// The lock that keeps the companion's callers apart, on all hosts that share the framework directory. It is held until
+/// the object or the process ends; its file stays.
+class CCallerLock
+{
+public:
+    /// Opens the lock file of the framework directory `qorPath` without taking the lock; a missing file is made like
+    /// the model file list. Throws a Poco::FileException that names the file when that cannot be done.
+    explicit CCallerLock(const std::string& qorPath);
+
+    /// Takes the lock, and tries again for up to `seconds` while another caller has it. Whether it has been taken.
+    /// Throws a Poco::FileException when the file system has no such locks.
+    [[nodiscard]] bool takeWithin(unsigned int seconds);
+
+    /// Who has the lock, for people: after takeWithin has failed.
+    std::string holder() const;
+
+    /// Who else holds the lock of `qorPath`, for people; empty when nobody does. Makes no file and takes no lock.
+    static std::string holderOf(const std::string& qorPath);
+
+private:
+    const std::string _path;
+    CRecordLock _lock;
+};
+
+} // namespace QMT
+
+#endif // QMT_CCallerLock_INCLUDED

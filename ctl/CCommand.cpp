@@ -1,0 +1,12 @@
+#include "ctl/CCommand.h"
+
+namespace QMT
+{
+
+CCommand::~CCommand() = default;
+
+void CCommand::checkOptions() const
+{
+}
+
+} // namespace QMT

@@ -1,0 +1,55 @@
+#ifndef QMT_CCommand_INCLUDED
+#define QMT_CCommand_INCLUDED
+
+#include "ctl/Answer.h"
+
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace Poco::Util
+{
+class OptionSet;
+} // namespace Poco::Util
+
+namespace QMT
+{
+
+/// One command of the companion: its options, and what it does. An object serves one call.
+class CCommand
+{
+public:
+    CCommand() = default;
+    virtual ~CCommand();
+    CCommand(const CCommand&) = delete;
+    CCommand& operator=(const CCommand&) = delete;
+    CCommand(CCommand&&) = delete;
+    CCommand& operator=(CCommand&&) = delete;
+
+    /// The word by which it is called.
+    virtual std::string name() const = 0;
+
+    /// One line for the help.
+    virtual std::string summary() const = 0;
+
+    /// Adds the options of its own; those of every command are there already.
+    virtual void defineOptions(Poco::Util::OptionSet& options) const = 0;
+
+    /// Records the option `name` of its own, in the order of the command line. `value` is empty for an option without
+    /// one, and only then. Throws a Poco::SyntaxException with a text for people when the value is wrong.
+    virtual void takeOption(const std::string& name, const std::string& value) = 0;
+
+    /// Judges the options together, when the last one was taken. Throws like takeOption.
+    virtual void checkOptions() const;
+
+    /// Does the work on the framework directory `qorPath`, which exists. A Poco::Exception that leaves it becomes the
+    /// status CANNOT with the exception's text, so a message that names the file is all that it needs.
+    virtual Answer run(const std::string& qorPath) = 0;
+};
+
+/// All commands, in the order of the help.
+std::vector<std::unique_ptr<CCommand>> allCommands();
+
+} // namespace QMT
+
+#endif // QMT_CCommand_INCLUDED

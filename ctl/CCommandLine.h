@@ -1,0 +1,67 @@
+#ifndef QMT_CCommandLine_INCLUDED
+#define QMT_CCommandLine_INCLUDED
+
+#include "ctl/CCommand.h"
+
+#include <iosfwd>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace QMT
+{
+
+/// A command line of the companion, taken apart: the command, and the options that every command has. The command
+/// itself takes its own options as they come.
+class CCommandLine
+{
+public:
+    /// `words` is the command line without the program's name.
+    ///
+    /// What is wrong with it is told by error(); the command, and whether JSON is wanted, are known then as far as they
+    /// could be told.
+    explicit CCommandLine(const std::vector<std::string>& words);
+    ~CCommandLine();
+    CCommandLine(const CCommandLine&) = delete;
+    CCommandLine& operator=(const CCommandLine&) = delete;
+    CCommandLine(CCommandLine&&) = delete;
+    CCommandLine& operator=(CCommandLine&&) = delete;
+
+    /// What is wrong; empty when nothing is.
+    const std::string& error() const;
+
+    /// The command, or null when none is given or known.
+    CCommand* command() const;
+
+    bool isHelpWanted() const;
+    bool isVersionWanted() const;
+    bool isJsonWanted() const;
+
+    /// The framework directory, if it was given.
+    const std::optional<std::string>& qorPath() const;
+
+    /// Writes the help of the command, or of the program when there is none, to `out`.
+    void displayHelp(std::ostream& out) const;
+
+private:
+    void findCommand(const std::vector<std::string>& words);
+    void takeOptions(const std::vector<std::string>& words);
+    void takeOption(const std::string& name, const std::string& value);
+    void fail(const std::string& error);
+
+    std::unique_ptr<CCommand> _command;
+    std::string _error;
+    bool _help = false;
+    bool _version = false;
+    bool _json = false;
+    std::optional<std::string> _qorPath;
+};
+
+/// The number of seconds that `text`, the value of the option `option`, stands for. Throws a Poco::SyntaxException with
+/// a text for people when it is not a number of at most six digits.
+unsigned int secondsOf(const std::string& option, const std::string& text);
+
+} // namespace QMT
+
+#endif // QMT_CCommandLine_INCLUDED

@@ -1,0 +1,73 @@
+#ifndef QMT_CQueueTrial_INCLUDED
+#define QMT_CQueueTrial_INCLUDED
+
+#include "ctl/FrameworkContents.h"
+#include "impl/CQorModelToolImpl.h"
+
+#include <Poco/AutoPtr.h>
+
+#include <memory>
+#include <string>
+
+namespace QMT
+{
+
+class CQorModelTool;
+
+/// Applies a queue of actions to copies of a pair of files, in a scratch directory, by the operations that a commit
+/// uses. The framework is only read: the actions' model files stand where they stand.
+class CQueueTrial
+{
+public:
+    /// Makes the scratch directory, in $TMPDIR or else in /tmp, with `base`, both files of which are there, as the
+    /// working copies and `session` as the content of the session file, whose actions become the queue. `logger`, not
+    /// owned, gets the messages of the operations.
+    ///
+    /// Throws a Poco::FileException that names the directory or the file when that cannot be done.
+    CQueueTrial(const FilePair& base, const std::string& session, Poco::Logger& logger);
+
+    /// Removes the scratch directory.
+    ~CQueueTrial();
+    CQueueTrial(const CQueueTrial&) = delete;
+    CQueueTrial& operator=(const CQueueTrial&) = delete;
+    CQueueTrial(CQueueTrial&&) = delete;
+    CQueueTrial& operator=(CQueueTrial&&) = delete;
+
+    /// Whether the configuration document can be parsed. Unless it can, no action can be applied.
+    [[nodiscard]] bool isDocumentLoaded() const;
+
+    /// The actions that are left, the next one at the back.
+    const CommandQueue& queue();
+
+    /// Applies the next action and takes it from the queue. There must be one, and the document must be loaded. Throws
+    /// a Poco::Exception where a commit does.
+    ActionResult applyNext();
+
+    /// The pair as it is now. Throws a Poco::FileException when it cannot be read.
+    FilePair result() const;
+
+    /// What the framework's validator says of the list as it is now.
+    [[nodiscard]] Judgement judge();
+
+private:
+    struct ScratchDirectory
+    {
+        ScratchDirectory();
+        ~ScratchDirectory();
+        ScratchDirectory(const ScratchDirectory&) = delete;
+        ScratchDirectory& operator=(const ScratchDirectory&) = delete;
+        ScratchDirectory(ScratchDirectory&&) = delete;
+        ScratchDirectory& operator=(ScratchDirectory&&) = delete;
+
+        std::string path;
+    };
+
+    const ScratchDirectory _directory;
+    CQorModelToolImpl _impl;
+    std::unique_ptr<CQorModelTool> _tool;
+    Poco::AutoPtr<Poco::XML::Document> _document;
+};
+
+} // namespace QMT
+
+#endif // QMT_CQueueTrial_INCLUDED

@@ -1,0 +1,108 @@
+#include "ctl/Companion.h"
+
+#include "ctl/CCommandLine.h"
+#include "ctl/FrameworkDirectory.h"
+#include "ctl/PrintedText.h"
+
+#include <Poco/Exception.h>
+
+#include <exception>
+#include <optional>
+#include <ostream>
+#include <sstream>
+
+namespace QMT
+{
+
+namespace
+{
+
+Answer runCommand(const CCommandLine& commandLine, std::optional<std::string>& framework)
+{
+    try
+    {
+        framework = commandLine.qorPath() ? withoutTrailingSlashes(*commandLine.qorPath()) : findFramework();
+        if (!framework)
+        {
+            return Answer::failure(Status::CANNOT, "the framework directory cannot be determined");
+        }
+        requireDirectory(*framework);
+        return commandLine.command()->run(*framework);
+    }
+    catch (const Poco::Exception& exc)
+    {
+        return Answer::failure(Status::CANNOT, exc.displayText());
+    }
+    catch (const std::exception& exc)
+    {
+        return Answer::failure(Status::CANNOT, exc.what());
+    }
+}
+
+void writeJson(const CCommand* command, const std::optional<std::string>& framework, const Answer& answer,
+               std::ostream& out)
+{
+    Poco::JSON::Object object(Poco::JSON_PRESERVE_KEY_ORDER);
+    object.set("command", command == nullptr ? Poco::Dynamic::Var() : Poco::Dynamic::Var(command->name()));
+    object.set("framework", framework ? Poco::Dynamic::Var(*framework) : Poco::Dynamic::Var());
+    object.set("status", static_cast<int>(answer.status));
+    for (const std::string& key : answer.keys.getNames())
+    {
+        object.set(key, answer.keys.get(key));
+    }
+    if (answer.keys.size() == 0 && !answer.error.empty())
+    {
+        object.set("error", answer.error);
+    }
+    std::ostringstream text;
+    object.stringify(text);
+    out << validUtf8(text.str()) << "\n";
+}
+
+/// The status to end with, once all of the answer has been written to `out`.
+int finish(Status status, std::ostream& out, std::ostream& console)
+{
+    out.flush();
+    if (!out.good())
+    {
+        console << "qor_mim_ctl: the answer could not be written" << std::endl;
+        return static_cast<int>(Status::CANNOT);
+    }
+    return static_cast<int>(status);
+}
+
+} // namespace
+
+int runCompanion(const std::vector<std::string>& words, std::ostream& out, std::ostream& console)
+{
+    const CCommandLine commandLine(words);
+    if (commandLine.isHelpWanted())
+    {
+        commandLine.displayHelp(out);
+        return finish(Status::YES, out, console);
+    }
+    if (commandLine.isVersionWanted())
+    {
+        out << "qor_mim_ctl " QMT_VERSION "\n";
+        return finish(Status::YES, out, console);
+    }
+    std::optional<std::string> framework;
+    const Answer answer = commandLine.error().empty()
+                              ? runCommand(commandLine, framework)
+                              : Answer::failure(Status::USAGE, commandLine.error() + " (see qor_mim_ctl --help)");
+    if (!answer.error.empty())
+    {
+        console << "qor_mim_ctl: " << printable(answer.error) << std::endl;
+    }
+    if (commandLine.isJsonWanted())
+    {
+        writeJson(commandLine.command(), framework, answer, out);
+    }
+    else
+    {
+        out << answer.text;
+    }
+    return finish(answer.status, out, console);
+}
+
+} // namespace QMT

@@ -1,0 +1,20 @@
+#ifndef QMT_Companion_INCLUDED
+#define QMT_Companion_INCLUDED
+
+#include <iosfwd>
+#include <string>
+#include <vector>
+
+namespace QMT
+{
+
+/// Runs one call of the companion: takes the command line apart, finds the framework, runs the command, and writes its
+/// answer.
+///
+/// `words` is the command line without the program's name. The answer goes to `out`, what went wrong to `console`.
+/// Returns the exit status. An answer that could not be written whole is told on `console`, with the status CANNOT.
+int runCompanion(const std::vector<std::string>& words, std::ostream& out, std::ostream& console);
+
+} // namespace QMT
+
+#endif // QMT_Companion_INCLUDED

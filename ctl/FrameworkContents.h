@@ -1,0 +1,38 @@
+#ifndef QMT_FrameworkContents_INCLUDED
+#define QMT_FrameworkContents_INCLUDED
+
+#include <optional>
+#include <string>
+
+namespace QMT
+{
+
+/// The contents of the configuration document and of the model file list in one of their states. A missing file has
+/// none.
+struct FilePair
+{
+    std::optional<std::string> configuration;
+    std::optional<std::string> list;
+
+    bool operator==(const FilePair& other) const;
+    bool operator!=(const FilePair& other) const;
+};
+
+/// The contents of all files that the tool keeps in a framework, as they were at one moment. A missing file has none.
+struct FrameworkContents
+{
+    FilePair live;
+    FilePair workingCopy;
+    FilePair backup;
+    std::optional<std::string> session;
+    std::optional<std::string> lock;
+};
+
+/// Reads all of them from the framework directory `qorPath`. Changes nothing.
+///
+/// Throws a Poco::FileException that names the first file that is there and cannot be read.
+FrameworkContents readFramework(const std::string& qorPath);
+
+} // namespace QMT
+
+#endif // QMT_FrameworkContents_INCLUDED

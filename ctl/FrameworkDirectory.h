@@ -1,0 +1,21 @@
+#ifndef QMT_FrameworkDirectory_INCLUDED
+#define QMT_FrameworkDirectory_INCLUDED
+
+#include <optional>
+#include <string>
+
+namespace QMT
+{
+
+/// The framework directory as the tool finds it, but without a word on the console; nothing when it cannot be found.
+std::optional<std::string> findFramework();
+
+/// `path` without slashes at its end; the root directory keeps its one.
+std::string withoutTrailingSlashes(const std::string& path);
+
+/// Throws a Poco::FileException that names `path` unless a directory is there.
+void requireDirectory(const std::string& path);
+
+} // namespace QMT
+
+#endif // QMT_FrameworkDirectory_INCLUDED

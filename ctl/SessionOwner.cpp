@@ -1,0 +1,59 @@
+#include "ctl/SessionOwner.h"
+
+#include <Poco/Ascii.h>
+
+#include <algorithm>
+
+namespace QMT
+{
+
+namespace
+{
+
+const std::string APPLY_MARK = "qor_mim_ctl@";
+
+/// The first word, as the tool reads it.
+std::string firstWord(const std::string& text)
+{
+    const auto isSpace = [](char c) { return Poco::Ascii::isSpace(c); };
+    const auto begin = std::find_if_not(text.begin(), text.end(), isSpace);
+    return std::string(begin, std::find_if(begin, text.end(), isSpace));
+}
+
+bool startsWith(const std::string& text, const std::string& start)
+{
+    return text.compare(0, start.size(), start) == 0;
+}
+
+bool isProperPrefix(const std::string& text, const std::string& whole)
+{
+    return text.size() < whole.size() && startsWith(whole, text);
+}
+
+} // namespace
+
+bool SessionOwner::mayBeOurs() const
+{
+    return isThisHost || isCutShort;
+}
+
+SessionOwner sessionOwner(const std::string& lock, const std::string& thisHost)
+{
+    const std::string word = firstWord(lock);
+    const std::string ours = applyLockContent(thisHost);
+    SessionOwner owner;
+    owner.isApply = startsWith(word, APPLY_MARK) || (!word.empty() && isProperPrefix(word, APPLY_MARK) &&
+                                                     !isProperPrefix(word, thisHost) && word != thisHost);
+    owner.host = startsWith(word, APPLY_MARK) ? word.substr(APPLY_MARK.size()) : word;
+    owner.isThisHost = word == thisHost || word == ours;
+    owner.isCutShort = !owner.isThisHost && (lock.find('\0') != std::string::npos || isProperPrefix(word, thisHost) ||
+                                             isProperPrefix(word, ours));
+    return owner;
+}
+
+std::string applyLockContent(const std::string& host)
+{
+    return APPLY_MARK + host;
+}
+
+} // namespace QMT

@@ -1,0 +1,15 @@
+#ifndef QMT_Waiting_INCLUDED
+#define QMT_Waiting_INCLUDED
+
+#include <functional>
+
+namespace QMT
+{
+
+/// Asks `isDone` at once, and then several times a second until it answers true or `seconds` have passed. Returns its
+/// last answer.
+bool waitFor(unsigned int seconds, const std::function<bool()>& isDone);
+
+} // namespace QMT
+
+#endif // QMT_Waiting_INCLUDED

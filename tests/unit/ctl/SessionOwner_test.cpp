@@ -1,0 +1,105 @@
+#include "ctl/SessionOwner.h"
+
+#include <gtest/gtest.h>
+
+namespace QMT::Test
+{
+
+namespace
+{
+
+SessionOwner ownerOf(const std::string& lock)
+{
+    return sessionOwner(lock, "alpha");
+}
+
+TEST(SessionOwner, IsThisHost)
+{
+    const SessionOwner owner = ownerOf("alpha");
+
+    EXPECT_EQ(owner.host, "alpha");
+    EXPECT_TRUE(owner.isThisHost);
+    EXPECT_TRUE(owner.mayBeOurs());
+    EXPECT_FALSE(owner.isApply);
+    EXPECT_FALSE(owner.isCutShort);
+}
+
+TEST(SessionOwner, IsTheFirstWord)
+{
+    EXPECT_TRUE(ownerOf(" alpha\n").isThisHost);
+    EXPECT_EQ(ownerOf("beta gamma").host, "beta");
+}
+
+TEST(SessionOwner, IsAnotherHost)
+{
+    for (const std::string lock : {"beta", "alpha2", "Alpha", "lpha", "qor_mim_ctl@beta", "qor_mim_ctl@alpha2"})
+    {
+        const SessionOwner owner = ownerOf(lock);
+
+        EXPECT_FALSE(owner.isThisHost) << lock;
+        EXPECT_FALSE(owner.isCutShort) << lock;
+        EXPECT_FALSE(owner.mayBeOurs()) << lock;
+    }
+}
+
+TEST(SessionOwner, IsAnApply)
+{
+    const SessionOwner own = ownerOf("qor_mim_ctl@alpha");
+    const SessionOwner other = ownerOf("qor_mim_ctl@beta");
+
+    EXPECT_TRUE(own.isApply);
+    EXPECT_TRUE(own.isThisHost);
+    EXPECT_EQ(own.host, "alpha");
+    EXPECT_TRUE(other.isApply);
+    EXPECT_FALSE(other.isThisHost);
+    EXPECT_EQ(other.host, "beta");
+}
+
+TEST(SessionOwner, IsCutShortWhereTheNameIsAProperPrefix)
+{
+    for (const std::string lock : {"", " \n", "alph", "a"})
+    {
+        const SessionOwner owner = ownerOf(lock);
+
+        EXPECT_TRUE(owner.isCutShort) << lock;
+        EXPECT_TRUE(owner.mayBeOurs()) << lock;
+        EXPECT_FALSE(owner.isApply) << lock;
+    }
+}
+
+TEST(SessionOwner, IsCutShortWhereAnApplysWordIsAProperPrefix)
+{
+    for (const std::string lock : {"q", "qor_mim_ctl", "qor_mim_ctl@", "qor_mim_ctl@alph"})
+    {
+        const SessionOwner owner = ownerOf(lock);
+
+        EXPECT_TRUE(owner.isCutShort) << lock;
+        EXPECT_TRUE(owner.isApply) << lock;
+    }
+}
+
+TEST(SessionOwner, IsCutShortWhereTheFileHoldsNul)
+{
+    EXPECT_TRUE(ownerOf(std::string(5, '\0')).isCutShort);
+    EXPECT_TRUE(ownerOf(std::string("be\0a", 4)).isCutShort);
+}
+
+TEST(SessionOwner, IsAStagingCallWhereAPrefixMayBeEither)
+{
+    EXPECT_FALSE(sessionOwner("q", "qor1").isApply);
+    EXPECT_FALSE(sessionOwner("q", "q").isApply);
+    EXPECT_TRUE(sessionOwner("q", "q").isThisHost);
+    EXPECT_TRUE(sessionOwner("qor_mim_ctl@qo", "qor1").isApply);
+}
+
+TEST(ApplyLockContent, IsReadAsTheApplyOfThatHost)
+{
+    const SessionOwner owner = ownerOf(applyLockContent("alpha"));
+
+    EXPECT_TRUE(owner.isApply);
+    EXPECT_TRUE(owner.isThisHost);
+}
+
+} // namespace
+
+} // namespace QMT::Test

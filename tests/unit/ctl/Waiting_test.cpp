@@ -1,0 +1,40 @@
+#include "ctl/Waiting.h"
+
+#include <gtest/gtest.h>
+
+namespace QMT::Test
+{
+
+namespace
+{
+
+TEST(Waiting, AsksOnceWithoutTime)
+{
+    int asked = 0;
+
+    EXPECT_FALSE(waitFor(0, [&asked] { return ++asked > 1; }));
+
+    EXPECT_EQ(asked, 1);
+}
+
+TEST(Waiting, EndsWithTheFirstYes)
+{
+    int asked = 0;
+
+    EXPECT_TRUE(waitFor(600, [&asked] { return ++asked == 3; }));
+
+    EXPECT_EQ(asked, 3);
+}
+
+TEST(Waiting, EndsWhenTheTimeIsOver)
+{
+    int asked = 0;
+
+    EXPECT_FALSE(waitFor(1, [&asked] { return ++asked == 0; }));
+
+    EXPECT_GT(asked, 1);
+}
+
+} // namespace
+
+} // namespace QMT::Test
