@@ -39,11 +39,16 @@ TEST_F(Driver, RejectsAnAdditionWithARemoval)
 
 TEST_F(Driver, RejectsARemovalWithAnAddition)
 {
-    const ToolRun run = runTool({"-x", "/m/b.xml", "-a", "/m/a.xml"});
+    for (const std::vector<std::string>& arguments : {std::vector<std::string>{"-x", "/m/b.xml", "-a", "/m/a.xml"},
+                                                      {"-x", "/m/b.xml", "-m", "h", "-a", "/m/a.xml"},
+                                                      {"-a", "/m/a.xml", "-m", "h", "-x", "/m/b.xml"}})
+    {
+        const ToolRun run = runTool(arguments);
 
-    EXPECT_EQ(run.status, 0);
-    EXPECT_EQ(run.log, told({"Invalid command!\nSeparate calls to add and remove of model files."}));
-    expectNothingStaged();
+        EXPECT_EQ(run.status, 0);
+        EXPECT_EQ(run.log, told({"Invalid command!\nSeparate calls to add and remove of model files."}));
+        expectNothingStaged();
+    }
 }
 
 TEST_F(Driver, RejectsAHandlerBeforeARemoval)

@@ -34,7 +34,8 @@ protected:
 
 TEST_F(StagingFlow, StagesAnAddition)
 {
-    expectStaged({"--addModelFile=/m/a.xml"}, "0:/m/a.xml", "--addModelFile=/m/a.xml");
+    // Without a handler the versions mean nothing.
+    expectStaged({"--addModelFile=/m/a.xml", "-t", "9"}, "0:/m/a.xml", "--addModelFile=/m/a.xml");
 }
 
 TEST_F(StagingFlow, StagesAHandlerWithALineThatBeginsWithABlank)
@@ -54,7 +55,7 @@ TEST_F(StagingFlow, StagesAHandlerWithEmptyVersionsWhenTheyAreGivenEmpty)
 
 TEST_F(StagingFlow, StagesARemoval)
 {
-    expectStaged({"--removeModelFile=/m/a.xml"}, "2:/m/a.xml", "--removeModelFile=/m/a.xml");
+    expectStaged({"--removeModelFile=/m/a.xml", "-t", "9"}, "2:/m/a.xml", "--removeModelFile=/m/a.xml");
 }
 
 TEST_F(StagingFlow, StagesAnAdditionWithItsHandlerInEitherOrder)
@@ -241,6 +242,29 @@ TEST_F(LockWait, DropsTheStagedActionAndTheCommitOfARefusedRun)
     EXPECT_EQ(run.status, 0);
     EXPECT_EQ(run.log, told({REFUSAL}));
     EXPECT_EQ(readFile(framework.session()), "0:/m/theirs.xml\n");
+}
+
+TEST_F(LockWait, KeepsActionsThatTheStatusListedBeforeTheStagedOne)
+{
+    releaseDuring(1);
+
+    const ToolRun run = runTool({"--status", "-a", "/m/a.xml"});
+
+    EXPECT_EQ(run.log, told({"Queued actions:", "--addModelFile=/m/theirs.xml", NEW_SESSION, UPDATED,
+                             "--addModelFile=/m/a.xml", COMPLETED}));
+    EXPECT_EQ(readFile(framework.session()), "0:/m/theirs.xml\n0:/m/a.xml\n");
+}
+
+TEST_F(LockWait, AnnouncesTheLastActionThatTheStatusListedBehindTheStagedOne)
+{
+    releaseDuring(1);
+
+    const ToolRun run = runTool({"-a", "/m/a.xml", "--status"});
+
+    EXPECT_EQ(run.log, told({"Queued actions:", "--addModelFile=/m/a.xml", "--addModelFile=/m/theirs.xml", NEW_SESSION,
+                             UPDATED, "--addModelFile=/m/theirs.xml", COMPLETED}));
+    EXPECT_EQ(run.systemLog, (Messages{{LOG_DEBUG, "--addModelFile=/m/theirs.xml"}}));
+    EXPECT_EQ(readFile(framework.session()), "0:/m/a.xml\n0:/m/theirs.xml\n");
 }
 
 TEST_F(LockWait, ShowsAnEmptyLineForAnUnknownKindThatTheStatusHasPutInFrontOfTheStagedAction)

@@ -71,6 +71,8 @@ TEST_F(ModelFileList, TakesPartOfALongerPathForListed)
     EXPECT_FALSE(impl.verifyModelFileEntry("/m/a"));
     EXPECT_FALSE(impl.verifyModelFileEntry("b.xml\n"));
     EXPECT_TRUE(impl.verifyModelFileEntry("/m/b"));
+    EXPECT_TRUE(impl.verifyModelFileEntry("/m/AB.xml"));
+    EXPECT_TRUE(impl.verifyModelFileEntry("/m/ab.xml.new"));
 }
 
 TEST_F(ModelFileList, ListsTheEmptyEntryAlways)
@@ -104,11 +106,11 @@ TEST_F(ModelFileList, ListsNothingWhenTheWorkingCopyCannotBeReadToItsEnd)
 
 TEST_F(ModelFileList, GainsAnEntryAtItsEnd)
 {
-    writeFile(workingCopy, "/m/a.xml\n");
+    writeFile(workingCopy, "\n  /m/a.xml \n\n");
 
     EXPECT_TRUE(impl.updateModelFile("/m/b.xml"));
 
-    EXPECT_EQ(readFile(workingCopy), "/m/a.xml\n/m/b.xml\n");
+    EXPECT_EQ(readFile(workingCopy), "\n  /m/a.xml \n\n/m/b.xml\n");
     EXPECT_EQ(log.messages(), SILENCE);
     EXPECT_EQ(systemLog.messages(), SILENCE);
 }
@@ -209,7 +211,7 @@ TEST_F(ModelFileList, KeepsEverySignOfTheOtherLines)
 
 TEST_F(ModelFileList, IsTidiedByARemovalThatFindsNothing)
 {
-    writeFile(workingCopy, "\n  /m/b c.xml\t\n\n \n/m/d.xml");
+    writeFile(workingCopy, "\n  /m/b c.xml\t\r\n\n \n/m/d.xml");
 
     EXPECT_TRUE(impl.removeModelFileEntry("/m/a.xml"));
 

@@ -175,7 +175,7 @@ TEST_F(SessionFile, TokenizingAddsToWhatTheQueueHolds)
 
 TEST_F(SessionFile, TokenizingIgnoresBlankLinesAndSurroundingSpace)
 {
-    tokenize("\n  2 :  a b \t\n\n\n:0:c\n\n", 1);
+    tokenize("\n  2 :  a b \t\r\n\n\n:0:c", 1);
 
     EXPECT_EQ(impl.queue(), (CommandQueue{{CmdID::AddModelFile, "c"}, {CmdID::RemoveModelFile, "a b"}}));
 }
@@ -201,6 +201,17 @@ TEST_F(SessionFile, TokenizingAnEmptyFileIsInvalid)
     EXPECT_TRUE(impl.queue().empty());
     EXPECT_EQ(log.messages(), INVALID_QUEUE);
     EXPECT_EQ(systemLog.messages(), SILENCE);
+}
+
+TEST_F(SessionFile, TokenizingTextWithoutWholePairsIsInvalid)
+{
+    for (const std::string text : {"\n", " \n\t\n", ":::\n", "0\n", "0:\n", "0:a:b\n", "0:a\n1\n"})
+    {
+        log.clear();
+        tokenize(text, 3);
+        EXPECT_EQ(log.messages(), INVALID_QUEUE) << text;
+    }
+    EXPECT_TRUE(impl.queue().empty());
 }
 
 TEST_F(SessionFile, TokenizingAMissingFileIsInvalid)
@@ -268,12 +279,15 @@ TEST_F(SessionFile, AKindThatIsNoNumberStopsAndKeepsTheActionsBeforeIt)
     EXPECT_EQ(systemLog.messages(), SILENCE);
 }
 
-TEST_F(SessionFile, AKindTooLargeForANumberStopsLikewise)
+TEST_F(SessionFile, TokenizingAKindThatIsNoIntegerIsInvalid)
 {
-    tokenize("99999999999:abc\n", 3);
-
+    for (const std::string kind : {"99999999999", "1.5", "0x1", "--1", "1 2"})
+    {
+        log.clear();
+        tokenize(kind + ":abc\n", 3);
+        EXPECT_EQ(log.messages(), INVALID_KIND) << kind;
+    }
     EXPECT_TRUE(impl.queue().empty());
-    EXPECT_EQ(log.messages(), INVALID_KIND);
 }
 
 // ---- saveFIFO ----
@@ -467,6 +481,12 @@ TEST_F(ModelFileText, KeepsEmptyFields)
 {
     EXPECT_TRUE(extract("|||"));
     expect("", "", "", "");
+}
+
+TEST_F(ModelFileText, KeepsFurtherSeparatorsInTheLastField)
+{
+    EXPECT_TRUE(extract("p|h|1|2|3"));
+    expect("p", "h", "1", "2|3");
 }
 
 TEST_F(ModelFileText, AMissingThirdSeparatorGivesBothVersionsTheRest)

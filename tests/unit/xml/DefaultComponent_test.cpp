@@ -107,6 +107,18 @@ TEST_F(DefaultComponent, IsTakenOverInTheFirstInterfaceOfEachKindOnly)
     EXPECT_EQ(written(), configurationOf({{"h", {"A"}, "5", "6"}, {PLACEHOLDER, {"B"}}}));
 }
 
+TEST_F(DefaultComponent, TakesOverTheFirstResourceOfAnotherParticipant)
+{
+    given("<participants><participant><managedObject compName='VELDA_OAM_COMPONENT'/></participant>"
+          "<participant><txResource compName='VELDA_OAM_COMPONENT'/></participant></participants>");
+
+    EXPECT_EQ(verify(""), 1);
+
+    EXPECT_EQ(written(), "<participants>\n\t<participant>\n\t\t<managedObject compName=\"h\" version=\"5\"/>\n"
+                         "\t</participant>\n\t<participant>\n\t\t<txResource compName=\"h\" version=\"6\"/>\n"
+                         "\t</participant>\n</participants>\n");
+}
+
 TEST_F(DefaultComponent, IsTakenOverEvenWhenTheModelCannotBeRead)
 {
     given(configurationOf({{PLACEHOLDER, {}}}));
@@ -185,13 +197,25 @@ TEST_F(DefaultComponent, AcceptsARootClassThatItsHandlerServesAlready)
 
 TEST_F(DefaultComponent, RefusesARootClassThatAnotherHandlerServes)
 {
-    const std::string before = configurationOf({{"a", {"R"}}, {"h", {"H"}}});
+    const std::string before = configurationOf({{"H", {"R"}}, {"h", {"A"}}});
     given(before);
 
     EXPECT_EQ(verify(model), 0);
 
     expectUnchanged(before);
-    EXPECT_EQ(log.messages(), told({"Model handler : a for Root element: R already exists"}));
+    EXPECT_EQ(log.messages(), told({"Model handler : H for Root element: R already exists"}));
+}
+
+TEST_F(DefaultComponent, RefusesARootClassServedWithoutAHandlerName)
+{
+    given("<participants><participant><roots/><managedObject compName='a'/></participant>"
+          "<participant><roots><root name='R'/></roots></participant></participants>");
+    const std::string before = textOf(document);
+
+    EXPECT_EQ(verify(model), 0);
+
+    expectUnchanged(before);
+    EXPECT_EQ(log.messages(), SILENCE);
 }
 
 TEST_F(DefaultComponent, AcceptsAModelWithoutARootElementAndChangesNothing)

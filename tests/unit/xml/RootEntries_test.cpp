@@ -407,6 +407,17 @@ TEST_F(RootEntries, AreLeftAloneWithoutAMessageWhenTheHandlerIsMissing)
     EXPECT_EQ(log.messages(), SILENCE);
 }
 
+TEST_F(RootEntries, AreNotLookedForInAHandlerWithoutRoots)
+{
+    given("<qor><participants><participant><managedObject compName='h'/></participant></participants></qor>");
+    const std::string before = textOf(document);
+
+    EXPECT_EQ(remove(), 1);
+
+    EXPECT_EQ(written(), before);
+    EXPECT_EQ(log.messages(), told({"Found handler: h"}));
+}
+
 TEST_F(RootEntries, AreNotRemovedWhenTheModelHasNoRootElement)
 {
     model = framework.file("model.xml", "<m/>");
