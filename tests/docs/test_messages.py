@@ -58,5 +58,5 @@ def test_every_explained_message_exists() -> None:
     assert explained() - pieces(literals()) == OF_THE_LIBRARY
 
 
-def test_every_row_says_what_the_message_means() -> None:
+def test_every_message_has_a_meaning() -> None:
     assert all(len(row) == 4 and len(row[3]) > 3 for row in rows())

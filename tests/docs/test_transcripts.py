@@ -1,4 +1,4 @@
-"""The documents show what the program says, and so does the demonstration."""
+"""The transcripts in the documents match the program, and the demonstration plays them."""
 from __future__ import annotations
 
 import os
@@ -52,7 +52,7 @@ def answer(stage: Stage, command: str) -> str:
 
 
 @pytest.mark.parametrize("document, heading", SECTIONS, ids=[f"{path.name}: {name}" for path, name in SECTIONS])
-def test_transcript_is_what_the_program_says(document: Path, heading: str, tmp_path: Path) -> None:
+def test_transcript_matches_the_program(document: Path, heading: str, tmp_path: Path) -> None:
     stage = Stage(tmp_path)
     steps = sections(document)[heading]
     assert [stage.play(step) for step in steps] == [step.answer for step in steps]
@@ -67,7 +67,7 @@ def test_every_command_in_a_document_is_played() -> None:
         assert re.findall(r"^```console\n(?![a-z]*\$ )", text, re.MULTILINE) == []
 
 
-def test_rewrite_puts_the_programs_words_in(tmp_path: Path) -> None:
+def test_rewrite_updates_the_transcripts(tmp_path: Path) -> None:
     document = tmp_path / "document.md"
     text = f"Before\n\n```console\n{STAGED}```\n\n# Between\n\n```console\n{STATUS}```\n\n```sh\n$ after\n```\n"
     wrong = text.replace("completed", "failed").replace("beta\n", "").replace("status 7", "3").replace("7\n```", "```")

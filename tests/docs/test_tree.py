@@ -1,4 +1,4 @@
-"""What the documents point at is there, and what is to stand in one place does."""
+"""Links and file names in the documents are valid, and the version stands in one place."""
 from __future__ import annotations
 
 import re
@@ -17,12 +17,12 @@ FOLDERS = sorted(path.name for path in PROJECT.iterdir() if path.is_dir() and pa
                  and not path.name.startswith("."))
 FENCED = re.compile(r"^```.*?^```$", re.MULTILINE | re.DOTALL)
 LINK = re.compile(r"\[[^\]]*\]\(([^)#\s]*)(?:#([^)\s]*))?\)")
-# A file of the project as it is named in the text, without what follows a command.
+# A file of the project, without the arguments behind it.
 NAMED = re.compile(rf"`((?:{'|'.join(map(re.escape, FOLDERS))})/[^`\s*]*)")
 
 
 def files() -> Iterator[Path]:
-    """Every file of ours, but not what was built or fetched."""
+    """Every file of the source tree."""
     for top in sorted(PROJECT.iterdir()):
         if top.is_file():
             yield top
@@ -34,18 +34,18 @@ DOCUMENTS = [path for path in files() if path.suffix == ".md"]
 
 
 def prose(document: Path) -> str:
-    """The text without its fenced blocks."""
+    """The text without fenced blocks."""
     return FENCED.sub("", document.read_text(encoding="utf-8"))
 
 
 def anchors(document: Path) -> set[str]:
-    """What a link can name in the document: its headings, as they are made into names everywhere."""
+    """The anchors of the headings, as Markdown renderers make them."""
     headings = re.findall(r"^#+ (.*)$", prose(document), re.MULTILINE)
     return {re.sub(r"[^\w -]", "", heading.lower()).replace(" ", "-") for heading in headings}
 
 
 def dead_links(document: Path) -> list[str]:
-    """The links of a document that lead nowhere."""
+    """The links of a document whose target does not exist."""
     dead = []
     for target, anchor in LINK.findall(prose(document)):
         if re.match(r"\w+:", target):
@@ -61,12 +61,12 @@ def test_documents_are_found() -> None:
 
 
 @pytest.mark.parametrize("document", DOCUMENTS, ids=lambda path: str(path.relative_to(PROJECT)))
-def test_every_link_leads_somewhere(document: Path) -> None:
+def test_every_link_has_a_target(document: Path) -> None:
     assert dead_links(document) == []
 
 
 @pytest.mark.parametrize("document", DOCUMENTS, ids=lambda path: str(path.relative_to(PROJECT)))
-def test_every_file_that_is_named_is_there(document: Path) -> None:
+def test_every_named_file_exists(document: Path) -> None:
     assert [name for name in NAMED.findall(prose(document)) if not (PROJECT / name).exists()
             and not (document.parent / name).exists()] == []
 
@@ -81,14 +81,14 @@ def test_every_file_that_is_named_is_there(document: Path) -> None:
     ("[a](there.md#gone)", ["there.md#gone"]),
     ("[a](#gone)", ["#gone"]),
 ])
-def test_a_dead_link_is_noticed(tmp_path: Path, link: str, dead: list[str]) -> None:
+def test_dead_links_are_found(tmp_path: Path, link: str, dead: list[str]) -> None:
     (tmp_path / "there.md").write_text("## A heading with `code_and` signs!\n", encoding="utf-8")
     document = tmp_path / "document.md"
     document.write_text(f"# Here\n\n{link}\n", encoding="utf-8")
     assert dead_links(document) == dead
 
 
-def test_the_version_stands_in_one_place() -> None:
+def test_version_stands_in_one_place() -> None:
     """A release changes one line; whatever else shows the version takes it from there."""
     shown = [f"VERSION {version()}", f"Version: {version()}"]
     holders = [str(path.relative_to(PROJECT)) for path in files()

@@ -13,7 +13,7 @@ from sandbox import Sandbox, SandboxError, launcher_name, tool_path  # noqa: E40
 
 
 def pytest_report_header() -> str:
-    """Say what is tested, and how."""
+    """Name the program under test and the sandbox."""
     try:
         return f"program: {tool_path()}\nsandbox: {launcher_name()}"
     except SandboxError as error:

@@ -1,4 +1,4 @@
-"""The protections of the program as it is shipped, read from the finished file."""
+"""The hardening of the release build, read from the program file."""
 from __future__ import annotations
 
 import re
@@ -17,41 +17,41 @@ def readelf(*options: str) -> str:
 
 @pytest.fixture(autouse=True)
 def shipped() -> None:
-    """Debug and instrumented builds do without."""
+    """Debug and instrumented builds are not hardened."""
     if tool_path().parent.name not in ("release", "armhf", "sbin"):
         pytest.skip("not a release build")
 
 
-def test_the_program_can_be_loaded_anywhere() -> None:
+def test_program_is_position_independent() -> None:
     assert re.search(r"Type:\s+DYN", readelf("--file-header"))
     assert re.search(r"\bPIE\b", readelf("--dynamic"))
 
 
-def test_relocations_are_resolved_at_once_and_then_read_only() -> None:
+def test_relocations_are_resolved_at_start_and_read_only() -> None:
     assert "GNU_RELRO" in readelf("--program-headers")
     assert re.search(r"\(FLAGS(_1)?\).*\b(BIND_NOW|NOW)\b", readelf("--dynamic"))
 
 
-def test_the_stack_is_not_executable() -> None:
+def test_stack_is_not_executable() -> None:
     stack = re.search(r"GNU_STACK.*", readelf("--program-headers"))
     assert stack is not None and " RW " in stack[0]
 
 
-def test_no_segment_is_both_writable_and_executable() -> None:
+def test_no_segment_is_writable_and_executable() -> None:
     segments = re.findall(r"^\s+LOAD.*0x\S+ ([RWE ]{3}) 0x", readelf("--program-headers"), re.MULTILINE)
     assert segments and not [flags for flags in segments if "W" in flags and "E" in flags]
 
 
-def test_stack_protector_and_fortified_calls_are_in_use() -> None:
+def test_stack_protector_and_fortified_calls_are_used() -> None:
     symbols = readelf("--dyn-syms")
     assert "__stack_chk_fail" in symbols
     assert re.search(r"__\w+_chk@", symbols.replace("__stack_chk_fail@", ""))
 
 
-def test_jumps_are_guarded_where_the_processor_can() -> None:
-    """Seen in the code: the mark of the whole program needs start-up files that carry it too, and Debian's do not."""
+def test_jumps_are_guarded_on_x86_64() -> None:
+    """Count the landing pads: Debian's start-up files are built without, so the program's own mark is not set."""
     if "X86-64" not in readelf("--file-header"):
-        pytest.skip("not a processor with such guards")
+        pytest.skip("no such guards on this processor")
     command = ["objdump", "--disassemble", "--no-show-raw-insn", "--section=.text", str(tool_path())]
     code = subprocess.run(command, capture_output=True, check=True, text=True).stdout
     assert code.count("endbr64") > 100

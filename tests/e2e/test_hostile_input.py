@@ -247,7 +247,7 @@ def test_link_or_directory_in_place_of_a_file_is_survived(tool: Sandbox, framewo
     put(framework.path(place), target.format(name=Path(place).name))
     assert exited(tool.sleepless().run(*words))
     for name, content in others.items():
-        # A complete version: the one from before, or the one with the addition.
+        # A whole version exists: the one before, or the one with the addition.
         found = [framework.path(name + suffix) for suffix in ("", ".bak", ".tmp")]
         assert any(path.is_file() and path.read_text() in (content, f"{content}{PUMP}\n") for path in found), name
 

@@ -21,19 +21,19 @@ MISMATCH = answer("Unable to commit!\nRolling back...",
 
 
 def refused(owner: str, line: str = ADD, new: bool = False) -> Result:
-    """What a host gets that may not add to the session; with ``new`` it has seen none when it began."""
+    """The answer to a host that may not join the session; with ``new`` there was none when it started."""
     start = (NEW_SESSION,) if new else ()
     warning = f"WARNING: Session already in progress and locked by: {owner}\nPending action canceled."
     return answer(*start, warning, syslog=[(DEBUG, line), (INFO, warning)])
 
 
 def taken_over() -> Result:
-    """What a host gets whose wait for the lock was not in vain."""
+    """The answer to a host that got the lock while it waited."""
     return staged(ADD, new=True)
 
 
 def sleeps(work: Path) -> int:
-    """How many seconds the last run has waited."""
+    """How many seconds the last run waited."""
     counter = work / "sleeps"
     return int(counter.read_text()) if counter.exists() else 0
 
@@ -206,7 +206,7 @@ def test_first_host_at_the_lock_owns_the_session(tool: Sandbox, other: Sandbox, 
 
 
 def expect_one_owner(framework: Framework, answers: dict[str, Result], lines: dict[str, str], new: set[bool]) -> None:
-    """One host has the session, whole, and the other is refused; ``new``: what the other may have seen at its start."""
+    """One host owns the whole session, and the other is refused; ``new``: what that one may have seen at its start."""
     owner = framework.read(LOCK)
     loser = {"alpha": "beta", "beta": "alpha"}[owner]
     assert answers[owner] == staged(lines[owner], new=True)

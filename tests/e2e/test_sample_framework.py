@@ -1,4 +1,4 @@
-"""The sample framework: its agent answers, its validator really judges, its models are what their names say."""
+"""The sample framework: its agent, its validator, and its models with the tool."""
 from __future__ import annotations
 
 import shutil
@@ -30,7 +30,7 @@ def judge(tool: Sandbox, framework: Framework, *models: str, quiet: bool = True)
     return result.status, result.stdout
 
 
-def test_agent_tells_where_the_framework_is(tool: Sandbox) -> None:
+def test_agent_names_the_framework_directory(tool: Sandbox) -> None:
     assert tool.execute("/opt/qor/qorea/bin/qorea", "pso", "config") == Result(0, "/opt/qor\n", "", [])
 
 
@@ -44,7 +44,7 @@ def test_validator_accepts_good_models_quietly(tool: Sandbox, framework: Framewo
     assert judge(tool, framework, *good) == (0, "")
 
 
-def test_validator_sums_up_unless_told_to_be_quiet(tool: Sandbox, framework: Framework) -> None:
+def test_validator_sums_up_unless_quiet(tool: Sandbox, framework: Framework) -> None:
     assert judge(tool, framework, f"{MODELS}/door.xml", "/nowhere.xml", quiet=False) == (
         1, "/nowhere.xml: no such file\n2 model files checked, 1 rejected\n")
 
@@ -100,7 +100,7 @@ def test_validator_judges_a_model(tool: Sandbox, framework: Framework, text: str
     assert report.endswith(f"{complaint}\n" if complaint else "")
 
 
-def test_a_bad_model_makes_the_commit_fail(tool: Sandbox, framework: Framework) -> None:
+def test_commit_fails_for_a_bad_model(tool: Sandbox, framework: Framework) -> None:
     before = framework.snapshot()
     framework.session(f"0:{MODELS}/power.xml\n0:{MODELS}/units-rootless.xml\n")
     assert tool.run("--commit") == answer(
@@ -108,12 +108,12 @@ def test_a_bad_model_makes_the_commit_fail(tool: Sandbox, framework: Framework) 
     assert framework.changes(before) == {}
 
 
-def test_a_good_model_is_installed(tool: Sandbox, framework: Framework) -> None:
+def test_commit_installs_a_good_model(tool: Sandbox, framework: Framework) -> None:
     framework.session(f"0:{MODELS}/power.xml\n")
     assert tool.run("--commit") == answer(COMPLETED)
 
 
-def test_the_models_say_what_the_tool_reads(tool: Sandbox, framework: Framework) -> None:
+def test_commit_reads_the_root_classes_of_the_models(tool: Sandbox, framework: Framework) -> None:
     framework.session("".join(f"3:{MODELS}/{name}.xml|{name}Handler|1|1\n" for name in ("climate", "door")))
     assert tool.run("--commit") == answer(
         "Replaced default QOR component tag with: climateHandler", "Found handler: climateHandler",

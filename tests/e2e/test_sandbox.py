@@ -1,4 +1,4 @@
-"""The sandbox itself: what the other tests lean on, with each launcher."""
+"""The sandbox itself, with each launcher."""
 from __future__ import annotations
 
 import signal
@@ -28,7 +28,7 @@ def test_program_sees_its_framework_host_and_system_log(boxed: Sandbox, framewor
     assert framework.read(SESSION) == "0:/opt/qor/models/pump.xml\n"
 
 
-def test_a_commit_goes_the_same_road_with_each_launcher(boxed: Sandbox, framework: Framework) -> None:
+def test_commit_is_the_same_with_each_launcher(boxed: Sandbox, framework: Framework) -> None:
     framework.session("0:/opt/qor/models/pump.xml\n")
     framework.recording("bin/pel_model_validator", "validator.args", "exit 0")
     assert boxed.run("--commit") == answer(COMPLETED)
@@ -53,19 +53,20 @@ def test_working_directory_is_the_scratch_directory(boxed: Sandbox, work: Path) 
 
 def test_shells_and_tools_see_the_framework_too(boxed: Sandbox, framework: Framework) -> None:
     framework.write("a file", "text")
-    seen = boxed.execute("bash", "-c", "[[ -r '/opt/qor/a file' && ! -e /opt/qor/gone ]] && stat -c %s '/opt/qor/a file'")
+    script = "[[ -r '/opt/qor/a file' && ! -e /opt/qor/gone ]] && stat -c %s '/opt/qor/a file'"
+    seen = boxed.execute("bash", "-c", script)
     assert (seen.status, seen.stdout) == (0, "4\n")
 
 
-def test_host_name_is_the_sandboxes_own(boxed: Sandbox) -> None:
+def test_host_name_is_that_of_the_sandbox(boxed: Sandbox) -> None:
     assert boxed.on("delta").execute("hostname").stdout == "delta\n"
 
 
-def test_exit_status_is_the_programs_own(boxed: Sandbox) -> None:
+def test_exit_status_is_that_of_the_program(boxed: Sandbox) -> None:
     assert boxed.execute("sh", "-c", "exit 139").status == 139
 
 
-def test_death_by_signal_is_told_from_an_exit_status(boxed: Sandbox) -> None:
+def test_exit_by_signal_differs_from_an_exit_status(boxed: Sandbox) -> None:
     assert boxed.execute("sh", "-c", "kill -SEGV $$").status == -signal.SIGSEGV
 
 
@@ -77,7 +78,7 @@ def test_standard_input_is_empty_unless_given(boxed: Sandbox) -> None:
     assert boxed.execute("cat").stdout == ""
 
 
-def test_a_running_program_can_be_sent_a_signal(boxed: Sandbox) -> None:
+def test_signal_reaches_the_running_program(boxed: Sandbox) -> None:
     run = boxed._start(["sh", "-c", "exec sleep 60"], [], subprocess.DEVNULL, subprocess.PIPE, subprocess.PIPE)
     assert run.running
     run.signal(signal.SIGTERM)
@@ -85,7 +86,7 @@ def test_a_running_program_can_be_sent_a_signal(boxed: Sandbox) -> None:
 
 
 @pytest.mark.parametrize("number", [signal.SIGHUP, signal.SIGINT, signal.SIGQUIT, signal.SIGTERM])
-def test_a_signal_that_is_ignored_outside_ends_the_program(boxed: Sandbox, number: signal.Signals) -> None:
+def test_signal_ignored_outside_ends_the_program(boxed: Sandbox, number: signal.Signals) -> None:
     before = signal.signal(number, signal.SIG_IGN)
     try:
         run = boxed._start(["sh", "-c", f"kill -{number} $$"], [], subprocess.DEVNULL, subprocess.PIPE, subprocess.PIPE)
@@ -94,12 +95,12 @@ def test_a_signal_that_is_ignored_outside_ends_the_program(boxed: Sandbox, numbe
     assert run.wait().status == -number
 
 
-def test_a_program_that_hangs_is_ended_and_reported(boxed: Sandbox) -> None:
+def test_hanging_program_is_killed_and_reported(boxed: Sandbox) -> None:
     with pytest.raises(SandboxError, match="no end after 0.2 s"):
         boxed.execute("sleep", "60", timeout=0.2)
 
 
-def test_a_program_that_does_not_exist_is_no_result() -> None:
+def test_missing_command_is_an_error() -> None:
     with pytest.raises(SandboxError, match="nowhere"):
         Sandbox(Path("/tmp")).execute("nowhere")
 
@@ -111,7 +112,7 @@ def test_permissions_bind_root_too(boxed: Sandbox, framework: Framework) -> None
     assert framework.read("sealed") == ""
 
 
-def test_system_log_keeps_many_and_long_messages_apart(boxed: Sandbox) -> None:
+def test_system_log_keeps_messages_apart(boxed: Sandbox) -> None:
     script = ("import syslog\n"
               "for i in range(200): syslog.syslog(syslog.LOG_ERR, f'number {i}: first\\nsecond')\n"
               "syslog.syslog(syslog.LOG_DEBUG, 'x' * 50000)\n")
@@ -120,16 +121,16 @@ def test_system_log_keeps_many_and_long_messages_apart(boxed: Sandbox) -> None:
     assert lines[-1] == (7, "x" * 50000)
 
 
-def test_log_datagram_is_taken_apart() -> None:
+def test_log_datagram_is_parsed() -> None:
     assert parse_datagram(b"<12>Jan  2 03:04:05 tool: a: b\nc") == (4, "a: b\nc")
 
 
-def test_strange_log_datagram_is_refused() -> None:
+def test_malformed_log_datagram_is_refused() -> None:
     with pytest.raises(SandboxError, match="not a system log message"):
         parse_datagram(b"hello")
 
 
-def test_shortened_sleep_counts_and_acts(tool: Sandbox, framework: Framework, work: Path) -> None:
+def test_shortened_sleep_counts_and_unlinks(tool: Sandbox, framework: Framework, work: Path) -> None:
     framework.session("", host="beta")
     held = tool.sleepless(unlink=installed(LOCK), at=7)
     assert held.run("--modelHandler=h").status == 0
@@ -137,13 +138,13 @@ def test_shortened_sleep_counts_and_acts(tool: Sandbox, framework: Framework, wo
     assert framework.read(LOCK) == "alpha"
 
 
-def test_children_of_the_program_get_no_preload(boxed: Sandbox, framework: Framework) -> None:
+def test_preload_does_not_reach_children(boxed: Sandbox, framework: Framework) -> None:
     framework.script("qorea/bin/qorea", f'echo "[$LD_PRELOAD]" >{installed("seen")}\necho /opt/qor')
     assert boxed.sleepless().run("--status") == answer(NOTHING_PENDING, COMPLETED)
     assert framework.read("seen") == "[]\n"
 
 
-def test_a_tracer_can_be_put_before_the_program(tool: Sandbox, work: Path) -> None:
+def test_tracer_can_run_the_program(tool: Sandbox, work: Path) -> None:
     if find_launcher() == "proot":
         pytest.skip("proot is a tracer itself, and there can be only one")
     traced = tool.using(wrapper=("strace", "-o", "/opt/scratch/trace")).sleepless()
@@ -152,7 +153,7 @@ def test_a_tracer_can_be_put_before_the_program(tool: Sandbox, work: Path) -> No
     assert (work / "trace").read_text().startswith(f'execve("{started}"')
 
 
-def test_machines_own_framework_directory_is_out_of_reach(tool: Sandbox) -> None:
+def test_framework_of_the_machine_is_out_of_reach(tool: Sandbox) -> None:
     if find_launcher() != "bwrap":
         pytest.skip("only bubblewrap hides the rest of /opt")
     assert tool.execute("ls", "/opt").stdout == "qor\nscratch\n"
@@ -179,7 +180,7 @@ def test_command_line_shows_output_system_log_and_status(framework: Framework, f
     assert framework.read(LOCK) == "delta"
 
 
-def test_command_line_runs_any_command_and_passes_its_status_on(framework: Framework, tmp_path: Path) -> None:
+def test_command_line_passes_on_the_status_of_a_command(framework: Framework, tmp_path: Path) -> None:
     log = tmp_path / "log"
     shown = command_line(framework, "--env", "WORD=x=y", "--syslog", str(log), "--", "sh", "-c",
                          "echo $WORD; echo oops >&2; kill -9 $$")

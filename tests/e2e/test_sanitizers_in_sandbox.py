@@ -1,4 +1,4 @@
-"""The sandbox must not blind the sanitizers: a suite that could not see a leak would pass with one."""
+"""Sanitizers work in the sandbox; without their reports a leaking program would pass all other tests."""
 from __future__ import annotations
 
 import subprocess
@@ -39,7 +39,7 @@ def build(directory: Path, source: str) -> Path:
 
 @pytest.mark.parametrize("source, word", [(LEAK, "LeakSanitizer: detected memory leaks"),
                                           (OVERRUN, "AddressSanitizer: heap-buffer-overflow")], ids=["leak", "overrun"])
-def test_a_faulty_program_is_found_out(tool: Sandbox, tmp_path: Path, source: str, word: str) -> None:
+def test_sanitizer_reports_a_faulty_program(tool: Sandbox, tmp_path: Path, source: str, word: str) -> None:
     if find_launcher() != "bwrap" and source is LEAK:
         pytest.skip(f"{launcher_name()} traces the program itself, which the leak check needs to do")
     result = tool.with_env(ASAN_OPTIONS="exitcode=99").execute(str(build(tmp_path, source)))

@@ -1,4 +1,4 @@
-"""Several callers on one host: the session lock does not keep them apart, flock(1) does."""
+"""Concurrent callers on one host: the session lock does not separate them, flock(1) does."""
 from __future__ import annotations
 
 from pathlib import Path
@@ -28,7 +28,7 @@ def session(framework: Framework) -> Framework:
     return framework
 
 
-def test_two_callers_at_once_lose_an_action(tool: Sandbox, session: Framework) -> None:
+def test_concurrent_callers_lose_an_action(tool: Sandbox, session: Framework) -> None:
     with held_at_gate(tool, FIRST) as slow:
         assert tool.run(SECOND) == staged(SECOND)
         assert session.read(SESSION) == EARLIER + SECOND_ENTRY
@@ -36,7 +36,7 @@ def test_two_callers_at_once_lose_an_action(tool: Sandbox, session: Framework) -
     assert session.read(SESSION) == EARLIER + FIRST_ENTRY
 
 
-def test_flock_lets_only_one_caller_in(tool: Sandbox, session: Framework) -> None:
+def test_flock_admits_one_caller(tool: Sandbox, session: Framework) -> None:
     impatient = tool.using(wrapper=(FLOCK[0], "--nonblock", *FLOCK[1:]))
     with held_at_gate(tool.using(wrapper=FLOCK), FIRST) as slow:
         assert impatient.run(SECOND) == answer(path=None, status=BUSY)
@@ -46,7 +46,7 @@ def test_flock_lets_only_one_caller_in(tool: Sandbox, session: Framework) -> Non
     assert session.read(SESSION) == EARLIER + FIRST_ENTRY + SECOND_ENTRY
 
 
-def test_callers_behind_flock_lose_nothing(tool: Sandbox, session: Framework) -> None:
+def test_flock_keeps_the_actions_of_all_callers(tool: Sandbox, session: Framework) -> None:
     with held_at_gate(tool.using(wrapper=FLOCK), FIRST) as slow:
         patient = tool.using(wrapper=FLOCK).start(SECOND)
         patient.wait_for(lambda: is_waiting(session.path("callers")))
@@ -55,7 +55,7 @@ def test_callers_behind_flock_lose_nothing(tool: Sandbox, session: Framework) ->
     assert session.read(SESSION) == EARLIER + FIRST_ENTRY + SECOND_ENTRY
 
 
-def test_the_program_file_can_be_the_lock(tool: Sandbox, session: Framework) -> None:
+def test_flock_can_lock_the_program_file(tool: Sandbox, session: Framework) -> None:
     session.write("bin/program", "")
     session.path("bin/program").chmod(0o555)
     lock = f"{FRAMEWORK}/bin/program"
@@ -66,6 +66,6 @@ def test_the_program_file_can_be_the_lock(tool: Sandbox, session: Framework) -> 
 
 
 def is_waiting(lock: Path) -> bool:
-    """Whether somebody waits for a lock on the file: the kernel marks such a line with an arrow."""
+    """Whether a process waits for a lock on the file; the kernel marks such a line with an arrow."""
     inode = f":{lock.stat().st_ino} "
     return any("->" in line and inode in line for line in Path("/proc/locks").read_text(encoding="ascii").splitlines())

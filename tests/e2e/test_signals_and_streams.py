@@ -31,7 +31,7 @@ def session(tool: Sandbox) -> Sandbox:
 
 
 def complete(framework: Framework) -> None:
-    """Both live files are there and whole."""
+    """Both live files exist and are whole."""
     ElementTree.fromstring(framework.read(CONFIG))
     assert framework.read(LIST) in (f"{BASE}\n", COMMITTED)
 
@@ -92,7 +92,7 @@ def test_signal_ends_the_wait_for_the_lock(tool: Sandbox, framework: Framework, 
 @pytest.mark.parametrize("number", [signal.SIGINT, signal.SIGTERM])
 def test_signal_at_any_step_of_a_commit_leaves_whole_files(session: Sandbox, framework: Framework, number: int,
                                                            tmp_path: Path) -> None:
-    """Seen through the files: the signal is sent as soon as each of them changes its state."""
+    """The signal is sent as soon as a file changes."""
     moments = [lambda: framework.path(f"{CONFIG}.bak").exists(), lambda: framework.path(f"{LIST}.bak").exists(),
                lambda: not framework.path(LIST_TMP).exists(), lambda: not framework.path(CONFIG_TMP).exists(),
                lambda: not framework.path(LOCK).exists()]
@@ -136,11 +136,11 @@ PHASES = {
 @pytest.mark.parametrize("earlier, words", PHASES.values(), ids=PHASES.keys())
 def test_signal_at_any_write_leaves_files_that_match(tool: Sandbox, framework: Framework, work: Path, tmp_path: Path,
                                                      earlier: tuple, words: tuple) -> None:
-    """Sent by a tracer, so that no moment is missed; the two signals take turns."""
+    """The tracer sends SIGINT and SIGTERM in turn, at each call."""
     if sandbox.find_launcher() != "bwrap" or sandbox.emulator():
-        pytest.skip("no tracer of ours can follow the program here")
+        pytest.skip("strace works neither beside proot nor with an emulator")
     if sandbox.tool_path().parent.name == "coverage":
-        pytest.skip("a signal would spoil the counters that the program writes at its end")
+        pytest.skip("the program writes its coverage counters at exit, which a signal prevents")
     for arguments in earlier:
         assert tool.run(*arguments).status == 0
     before = live(framework.root)
@@ -160,7 +160,7 @@ def test_signal_at_any_write_leaves_files_that_match(tool: Sandbox, framework: F
             if (scratch / LOCK).exists():
                 assert again.run("--rollback").status == 0
             assert "There are no pending actions." in again.run("--status").console
-        # The last run met no signal: there is no such call any more. Staging removes nothing.
+        # The last run had no N-th call, so it met no signal. Staging removes no file.
         assert (status, nth > 1) == (0, call == "write" or words != STAGE)
 
 
@@ -169,7 +169,7 @@ def test_signal_at_any_write_leaves_files_that_match(tool: Sandbox, framework: F
 
 @contextmanager
 def no_reader() -> Iterator[int]:
-    """A pipe whose reader is gone."""
+    """A pipe without a reader."""
     read, write = os.pipe()
     os.close(read)
     try:
@@ -179,7 +179,7 @@ def no_reader() -> Iterator[int]:
 
 
 def committed(framework: Framework) -> None:
-    """The addition has gone through."""
+    """The addition is installed, and the session is over."""
     assert framework.read(LIST) == COMMITTED
     assert "pumpHandler" in framework.read(CONFIG)
     assert not framework.path(LOCK).exists()
