@@ -71,19 +71,19 @@ def messages() -> set[str]:
     return texts
 
 
-def test_the_formatter_has_nothing_to_complain_about() -> None:
+def test_formatter_accepts_the_manual() -> None:
     answer = subprocess.run(["mandoc", "-T", "lint", "-W", "all", str(MANUAL)], capture_output=True, text=True,
                             check=False)
     assert (answer.returncode, answer.stdout, answer.stderr) == (0, "", "")
 
 
-def test_it_describes_the_options_of_the_help_text(tool: Sandbox) -> None:
+def test_manual_describes_the_options_of_the_help_text(tool: Sandbox) -> None:
     listed = re.findall(r"^-(\w)(?:<[\w ]+>)?, --(\w+)(=<)?", tool.run("--help").stdout, re.MULTILINE)
     assert len(listed) == 9
     assert documented_options() == {(letter, name, value != "") for letter, name, value in listed}
 
 
-def test_its_examples_are_what_happens(tool: Sandbox, tmp_path: Path) -> None:
+def test_manual_examples_match_the_program(tool: Sandbox, tmp_path: Path) -> None:
     root = tmp_path / "example"
     shutil.copytree(PROJECT / "examples" / "framework", root)
     example = tool.using(framework=root)
@@ -99,14 +99,14 @@ def test_its_examples_are_what_happens(tool: Sandbox, tmp_path: Path) -> None:
     assert happened == shown
 
 
-def test_the_messages_it_explains_are_the_programs() -> None:
+def test_manual_explains_messages_of_the_program() -> None:
     explained = diagnostics()
     assert len(explained) >= 10
     assert [message for message in explained if message not in messages()] == []
 
 
 @pytest.mark.parametrize("status", ["0", "70", "78", "255"])
-def test_it_lists_the_exit_statuses_that_occur(tool: Sandbox, framework: Framework, status: str) -> None:
+def test_manual_lists_the_exit_statuses(tool: Sandbox, framework: Framework, status: str) -> None:
     listed = [line.removeprefix(".It ") for line in section("EXIT STATUS") if line.startswith(".It ")]
     if status == "70":
         framework.remove(CONFIG)

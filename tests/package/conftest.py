@@ -16,7 +16,7 @@ import packages  # noqa: E402
 
 @pytest.fixture(scope="session")
 def built() -> dict[str, Path]:
-    """The package of each architecture, built from this checkout as it is."""
+    """The package of each architecture, built from this checkout."""
     return packages.build(PROJECT)
 
 
@@ -28,5 +28,5 @@ def package(request: pytest.FixtureRequest, built: dict[str, Path]) -> Path:
 
 @pytest.fixture
 def machine(package: Path, tmp_path: Path) -> Machine:
-    """A machine on which everything that the package depends on is installed, and nothing else."""
+    """A machine with the dependencies of the package, and nothing else."""
     return Machine(tmp_path / "machine", packages.field(package, "Architecture"), packages.dependencies(package))

@@ -1,4 +1,4 @@
-"""A scratch machine, as far as dpkg and the program can tell: a root directory with a package database."""
+"""A scratch machine for dpkg: a root directory with a package database."""
 from __future__ import annotations
 
 import os
@@ -27,7 +27,7 @@ class Machine:
         (database / "status").write_text("\n".join(self._record(name) for name in installed))
 
     def _record(self, name: str) -> str:
-        """What the database of a machine says on which the package is installed."""
+        """The database record of an installed package."""
         query = ["dpkg-query", *packages.database(self.architecture)]
         return packages.run(*query, "--status", f"{name}:{self.architecture}")
 
@@ -38,14 +38,14 @@ class Machine:
                               env={"PATH": PATH, "LC_ALL": "C", "HOME": "/nonexistent"})
 
     def succeed(self, *command: str | Path) -> None:
-        """Run dpkg, which must have nothing to complain about but the missing file lists of what is not really here."""
+        """Run dpkg, which may only complain about the missing file lists of the dependencies."""
         answer = self.dpkg(*command)
         assert answer.returncode == 0, answer.stderr
         complaints = [line for line in answer.stderr.splitlines() if "files list file for package" not in line]
         assert complaints == []
 
     def state(self) -> str:
-        """What the database says about our package."""
+        """The state of our package in the database."""
         answer = self.dpkg("--status", f"{PACKAGE}:{self.architecture}")
         lines = answer.stdout.splitlines()
         return next((line.removeprefix("Status: ") for line in lines if line.startswith("Status: ")), "unknown")
@@ -56,14 +56,14 @@ class Machine:
                             "--showformat=${Version}", f"{PACKAGE}:{self.architecture}")
 
     def files(self) -> set[str]:
-        """Everything outside the package database and its protocol."""
+        """Every file outside the package database and its log."""
         found = set()
         for directory, _, names in os.walk(self.root):
             found.update(str((Path(directory) / name).relative_to(self.root)) for name in names)
         return {name for name in found if not name.startswith("var/")}
 
     def environment(self) -> dict[str, str]:
-        """What makes the sandbox run the installed program."""
+        """The variables that make the sandbox run the installed program."""
         environment = {"QOR_MIM_TOOL": str(self.root / PROGRAM)}
         if packages.database(self.architecture):
             environment["QOR_MIM_TOOL_EMULATOR"] = f"qemu-arm-static -L {packages.SYSROOT}"

@@ -32,7 +32,7 @@ def installed_tool(machine: Machine, framework: Framework, monkeypatch: pytest.M
 
 
 def older(package: Path, scratch: Path) -> Path:
-    """The package as it might have been: an earlier version, with a file that is not there any more."""
+    """An earlier version of the package, with a file that this one lacks."""
     tree = scratch / "older"
     packages.run("dpkg-deb", "--raw-extract", package, tree)
     control = tree / "DEBIAN" / "control"
@@ -48,7 +48,7 @@ def framework(tmp_path: Path) -> Framework:
     return Framework.create(tmp_path / "qor")
 
 
-def test_it_brings_program_manual_completions_documents_and_example(machine: Machine, package: Path) -> None:
+def test_install_brings_all_files_and_no_other(machine: Machine, package: Path) -> None:
     machine.succeed("--install", package)
     documents = {"changelog.gz", "copyright"}
     documents |= {f"docs/{path.name}" for path in (PROJECT / "docs").iterdir() if path.suffix in (".md", ".svg")}
@@ -59,7 +59,7 @@ def test_it_brings_program_manual_completions_documents_and_example(machine: Mac
                                *(f"{DOCUMENTS}/{name}" for name in documents)}
 
 
-def test_its_example_framework_is_complete(machine: Machine, package: Path) -> None:
+def test_install_brings_the_whole_example_framework(machine: Machine, package: Path) -> None:
     machine.succeed("--install", package)
     example = machine.root / DOCUMENTS / "examples" / "framework"
     for name in files_below(EXAMPLE):
@@ -67,11 +67,11 @@ def test_its_example_framework_is_complete(machine: Machine, package: Path) -> N
         assert os.access(example / name, os.X_OK) == os.access(EXAMPLE / name, os.X_OK)
 
 
-def test_it_carries_the_version_of_the_project(package: Path) -> None:
+def test_version_is_that_of_the_project(package: Path) -> None:
     assert packages.field(package, "Version") == version()
 
 
-def test_it_depends_on_what_the_program_is_linked_with_and_nothing_else(machine: Machine, package: Path) -> None:
+def test_dependencies_are_the_linked_libraries(machine: Machine, package: Path) -> None:
     machine.succeed("--install", package)
     linked = re.findall(r"\(NEEDED\) .*\[(.*)\]", packages.run("readelf", "--dynamic", machine.root / PROGRAM))
     query = ["dpkg-query", *packages.database(machine.architecture), "--search"]
@@ -82,7 +82,7 @@ def test_it_depends_on_what_the_program_is_linked_with_and_nothing_else(machine:
     assert owners == set(packages.dependencies(package))
 
 
-def test_it_asks_for_what_it_needs(package: Path, tmp_path: Path) -> None:
+def test_install_needs_the_dependencies(package: Path, tmp_path: Path) -> None:
     bare = Machine(tmp_path / "bare", packages.field(package, "Architecture"), ["libc6"])
     answer = bare.dpkg("--install", package)
     assert answer.returncode != 0
@@ -90,12 +90,12 @@ def test_it_asks_for_what_it_needs(package: Path, tmp_path: Path) -> None:
     assert bare.state() == "install ok unpacked"
 
 
-def test_its_program_fits_a_small_machine(machine: Machine, package: Path) -> None:
+def test_program_is_smaller_than_200_kilobytes(machine: Machine, package: Path) -> None:
     machine.succeed("--install", package)
     assert (machine.root / PROGRAM).stat().st_size < 200_000
 
 
-def test_its_program_is_hardened(machine: Machine, package: Path) -> None:
+def test_program_is_hardened(machine: Machine, package: Path) -> None:
     machine.succeed("--install", package)
     program = machine.root / PROGRAM
     assert stat.S_IMODE(program.stat().st_mode) == 0o755
@@ -107,7 +107,7 @@ def test_its_program_is_hardened(machine: Machine, package: Path) -> None:
     assert re.search(r"GNU_STACK .* RW ", dynamic)
 
 
-def test_the_story_of_the_demonstration_holds_for_the_installed_program(machine: Machine, package: Path) -> None:
+def test_demo_runs_with_the_installed_program(machine: Machine, package: Path) -> None:
     machine.succeed("--install", package)
     answer = subprocess.run([str(PROJECT / "scripts" / "demo.py")], env={**os.environ, **machine.environment()},
                             capture_output=True, text=True, stdin=subprocess.DEVNULL, check=False)
@@ -115,7 +115,7 @@ def test_the_story_of_the_demonstration_holds_for_the_installed_program(machine:
     assert "Operation completed." in answer.stdout
 
 
-def test_a_session_outlives_an_upgrade(machine: Machine, package: Path, framework: Framework, tmp_path: Path,
+def test_upgrade_keeps_an_open_session(machine: Machine, package: Path, framework: Framework, tmp_path: Path,
                                        monkeypatch: pytest.MonkeyPatch) -> None:
     machine.succeed("--install", older(package, tmp_path))
     assert machine.version() == "0.1"
@@ -131,8 +131,8 @@ def test_a_session_outlives_an_upgrade(machine: Machine, package: Path, framewor
 
 
 @pytest.mark.parametrize("command", ["--remove", "--purge"])
-def test_nothing_of_it_is_left_behind(machine: Machine, package: Path, framework: Framework, command: str,
-                                      monkeypatch: pytest.MonkeyPatch) -> None:
+def test_removal_leaves_nothing_but_the_framework(machine: Machine, package: Path, framework: Framework, command: str,
+                                                  monkeypatch: pytest.MonkeyPatch) -> None:
     machine.succeed("--install", package)
     tool = installed_tool(machine, framework, monkeypatch)
     assert tool.run(STAGED).status == 0
@@ -144,7 +144,7 @@ def test_nothing_of_it_is_left_behind(machine: Machine, package: Path, framework
     assert framework.path(LOCK).exists()
 
 
-def test_building_elsewhere_gives_the_same_bytes(built: dict[str, Path], tmp_path: Path) -> None:
+def test_build_elsewhere_gives_the_same_bytes(built: dict[str, Path], tmp_path: Path) -> None:
     clone = tmp_path / "somewhere" / "else"
     packages.run("git", "clone", "--quiet", PROJECT, clone)
     # The working tree may be ahead of what is committed.
