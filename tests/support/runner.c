@@ -86,6 +86,8 @@ static void heedSignals(void)
 
 static void become(char** command, int statusFd)
 {
+    /* A launcher that is killed ends its own child only, which is the runner. */
+    prctl(PR_SET_PDEATHSIG, SIGKILL);
     execv(command[0], command);
     dprintf(statusFd, "failed %d\n", errno);
     fprintf(stderr, "runner: %s: %s\n", command[0], strerror(errno));

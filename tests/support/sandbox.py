@@ -306,6 +306,7 @@ class Run:
                     [*launcher, str(runner()), str(status_write), *command],
                     stdin=stdin if self._input is None else subprocess.PIPE, stdout=stdout, stderr=console,
                     env=dict(env), cwd=work, pass_fds=[status_write], start_new_session=self._own_session)
+            self.launcher_pid = self._process.pid
             self.pid = self._read_status("pid")
             self._closing = stack.pop_all()
 
