@@ -8,5 +8,7 @@ install(FILES completions/qor_mim_tool.bash RENAME qor_mim_tool
         DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/bash-completion/completions)
 install(FILES completions/_qor_mim_tool DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/zsh/vendor-completions)
 
-install(DIRECTORY docs DESTINATION ${QMT_DOCUMENTS_DIR} FILES_MATCHING PATTERN "*.md" PATTERN "*.svg")
+# Operators get their pages; those of developers are of no use without the sources.
+install(DIRECTORY docs DESTINATION ${QMT_DOCUMENTS_DIR} FILES_MATCHING PATTERN "*.md" PATTERN development EXCLUDE)
 install(DIRECTORY examples/framework DESTINATION ${QMT_DOCUMENTS_DIR}/examples USE_SOURCE_PERMISSIONS)
+install(PROGRAMS examples/try DESTINATION ${QMT_DOCUMENTS_DIR}/examples)

@@ -11,6 +11,9 @@ from sandbox import PATH
 
 PROGRAM = "usr/sbin/qor_mim_tool"
 PACKAGE = "qor-mim-tool"
+# How the program of a foreign architecture is run, and what compiles for it.
+EMULATORS = {"armhf": ("qemu-arm-static", "arm-linux-gnueabihf-gcc"),
+             "arm64": ("qemu-aarch64-static", "aarch64-linux-gnu-gcc")}
 
 
 class Machine:
@@ -23,7 +26,7 @@ class Machine:
         for name in ("info", "updates", "triggers"):
             (database / name).mkdir(parents=True)
         (root / "var" / "log").mkdir()
-        (database / "arch").write_text("amd64\narmhf\n")
+        (database / "arch").write_text("".join(f"{name}\n" for name in packages.ARCHITECTURES))
         (database / "status").write_text("\n".join(self._record(name) for name in installed))
 
     def _record(self, name: str) -> str:
@@ -65,7 +68,9 @@ class Machine:
     def environment(self) -> dict[str, str]:
         """The variables that make the sandbox run the installed program."""
         environment = {"QOR_MIM_TOOL": str(self.root / PROGRAM)}
-        if packages.database(self.architecture):
-            environment["QOR_MIM_TOOL_EMULATOR"] = f"qemu-arm-static -L {packages.SYSROOT}"
-            environment["QOR_MIM_TOOL_PRELOAD_CC"] = "arm-linux-gnueabihf-gcc"
+        root = packages.sysroot(self.architecture)
+        if root is not None:
+            emulator, compiler = EMULATORS[self.architecture]
+            environment["QOR_MIM_TOOL_EMULATOR"] = f"{emulator} -L {root}"
+            environment["QOR_MIM_TOOL_PRELOAD_CC"] = compiler
         return environment

@@ -8,8 +8,8 @@ from pathlib import Path
 
 from sandbox import PROJECT
 
-ARCHITECTURES = ("amd64", "armhf")
-SYSROOT = PROJECT / "build" / "sysroot-armhf"
+ARCHITECTURES = ("amd64", "armhf", "arm64")
+SYSROOTS = PROJECT / "build"
 
 
 def run(*command: str | Path, **options: object) -> str:
@@ -26,6 +26,12 @@ def build(checkout: Path, **environment: str) -> dict[str, Path]:
     return {architecture: next(output.glob(f"*_{architecture}.deb")) for architecture in ARCHITECTURES}
 
 
+def sources(checkout: Path) -> list[Path]:
+    """The files of the source package that was built with the packages of a checkout."""
+    return sorted((checkout / "build" / "packages").glob("*.dsc")) + \
+        sorted((checkout / "build" / "packages").glob("*.tar.*"))
+
+
 def field(package: Path, name: str) -> str:
     """A field of the package's control information."""
     return run("dpkg-deb", "--field", package, name).strip()
@@ -36,6 +42,13 @@ def dependencies(package: Path) -> list[str]:
     return [re.split(r"[ :]", alternative)[0] for alternative in field(package, "Depends").split(", ")]
 
 
+def sysroot(architecture: str) -> Path | None:
+    """Where the libraries of a foreign architecture lie."""
+    native = run("dpkg", "--print-architecture").strip()
+    return None if architecture == native else SYSROOTS / f"sysroot-{architecture}"
+
+
 def database(architecture: str) -> list[str]:
     """The options for dpkg-query that lead to what is known about installed packages of an architecture."""
-    return [] if architecture == run("dpkg", "--print-architecture").strip() else [f"--admindir={SYSROOT}/var/lib/dpkg"]
+    root = sysroot(architecture)
+    return [] if root is None else [f"--admindir={root}/var/lib/dpkg"]

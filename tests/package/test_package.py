@@ -1,8 +1,10 @@
 """The Debian packages: what is in them, and their life on a machine."""
 from __future__ import annotations
 
+import gzip
 import os
 import re
+import shlex
 import shutil
 import stat
 import subprocess
@@ -12,9 +14,9 @@ import pytest
 
 import packages
 from expect import version
-from framework import LIST, LOCK, SESSION, Framework
+from framework import CONFIG, LIST, LOCK, SESSION, Framework
 from machine import PACKAGE, PROGRAM, Machine
-from sandbox import PROJECT, Sandbox
+from sandbox import PROJECT, LogSocket, Sandbox, launcher_name
 
 DOCUMENTS = f"usr/share/doc/{PACKAGE}"
 EXAMPLE = PROJECT / "examples" / "framework"
@@ -29,6 +31,11 @@ def installed_tool(machine: Machine, framework: Framework, monkeypatch: pytest.M
     for name, value in machine.environment().items():
         monkeypatch.setenv(name, value)
     return Sandbox(framework.root)
+
+
+def manual(machine: Machine) -> str:
+    pages = (machine.root / "usr" / "share" / "man").rglob("*.gz")
+    return "".join(gzip.decompress(page.read_bytes()).decode() for page in pages)
 
 
 def older(package: Path, scratch: Path) -> Path:
@@ -50,8 +57,8 @@ def framework(tmp_path: Path) -> Framework:
 
 def test_install_brings_all_files_and_no_other(machine: Machine, package: Path) -> None:
     machine.succeed("--install", package)
-    documents = {"changelog.gz", "copyright"}
-    documents |= {f"docs/{path.name}" for path in (PROJECT / "docs").iterdir() if path.suffix in (".md", ".svg")}
+    documents = {"changelog.gz", "copyright", "README.Debian", "examples/try"}
+    documents |= {f"docs/{path.name}" for path in (PROJECT / "docs").glob("*.md")}
     documents |= {f"examples/framework/{name}" for name in files_below(EXAMPLE)}
     assert machine.files() == {PROGRAM, "usr/share/man/man8/qor_mim_tool.8.gz",
                                "usr/share/bash-completion/completions/qor_mim_tool",
@@ -65,6 +72,38 @@ def test_install_brings_the_whole_example_framework(machine: Machine, package: P
     for name in files_below(EXAMPLE):
         assert (example / name).read_bytes() == (EXAMPLE / name).read_bytes()
         assert os.access(example / name, os.X_OK) == os.access(EXAMPLE / name, os.X_OK)
+
+
+def test_its_documents_name_nothing_that_is_not_installed(machine: Machine, package: Path) -> None:
+    machine.succeed("--install", package)
+    documents = machine.root / DOCUMENTS
+    missing = []
+    for page in documents.rglob("*.md"):
+        text = page.read_text(encoding="utf-8")
+        missing += [link for link in re.findall(r"\]\(([^)#]+)", text) if not (page.parent / link).exists()]
+        missing += re.findall(r"\b(?:scripts|tests|build|packaging|docs/development)/[\w./-]*", text)
+    missing += [path for path in re.findall(r"/(usr/share/doc/[\w./-]*\w)", manual(machine) + (
+        documents / "README.Debian").read_text(encoding="utf-8")) if not (machine.root / path).exists()]
+    assert missing == []
+
+
+def test_its_example_can_be_tried_beside_a_framework(machine: Machine, package: Path, framework: Framework,
+                                                     tmp_path: Path, monkeypatch: pytest.MonkeyPatch) -> None:
+    if launcher_name() == "proot":
+        pytest.skip("no namespaces to try it in")
+    machine.succeed("--install", package)
+    tool = shlex.join(installed_tool(machine, framework, monkeypatch).tool_command())
+    before = {name: framework.read(name) for name in (CONFIG, LIST)}
+    power = "/opt/qor/models/power.xml"
+    with LogSocket(tmp_path / "log") as log:
+        # The sandbox of the other tests takes the privilege away that namespaces need.
+        answer = packages.run("bwrap", "--ro-bind", "/", "/", "--dev", "/dev", "--proc", "/proc", "--tmpfs", "/opt",
+                              "--bind", framework.root, "/opt/qor", "--bind", log.path, "/dev/log", "--",
+                              machine.root / DOCUMENTS / "examples" / "try", "/bin/sh", "-c",
+                              f"set -e; {tool} -a {power} && {tool} --commit; cat etc/model/*.cfg")
+    assert answer == f"/opt/qor/models/station.xml\n{power}\n"
+    assert log.lines == []
+    assert {name: framework.read(name) for name in (CONFIG, LIST)} == before
 
 
 def test_version_is_that_of_the_project(package: Path) -> None:
@@ -86,7 +125,7 @@ def test_install_needs_the_dependencies(package: Path, tmp_path: Path) -> None:
     bare = Machine(tmp_path / "bare", packages.field(package, "Architecture"), ["libc6"])
     answer = bare.dpkg("--install", package)
     assert answer.returncode != 0
-    assert "depends on libpocoutil80" in answer.stderr
+    assert re.search(r"depends on libpocoutil\d", answer.stderr)
     assert bare.state() == "install ok unpacked"
 
 
@@ -152,12 +191,14 @@ def test_build_elsewhere_gives_the_same_bytes(built: dict[str, Path], tmp_path: 
     for name in filter(None, tracked.split("\0")):
         (clone / name).parent.mkdir(parents=True, exist_ok=True)
         shutil.copy(PROJECT / name, clone / name)
-    sysroot = tmp_path / "another-sysroot"
-    sysroot.symlink_to(packages.SYSROOT)
+    sysroots = tmp_path / "other-sysroots"
+    sysroots.symlink_to(packages.SYSROOTS)
     umask = os.umask(0o077)
     try:
-        again = packages.build(clone, SYSROOT=str(sysroot), TZ="Asia/Kolkata", LC_ALL="C.UTF-8")
+        again = packages.build(clone, SYSROOTS=str(sysroots), TZ="Asia/Kolkata", LC_ALL="C.UTF-8")
     finally:
         os.umask(umask)
-    assert {name: path.read_bytes() == built[name].read_bytes() for name, path in again.items()} == {
-        "amd64": True, "armhf": True}
+    pairs = {**{built[name]: path for name, path in again.items()},
+             **dict(zip(packages.sources(PROJECT), packages.sources(clone)))}
+    assert len(pairs) == len(packages.ARCHITECTURES) + 2
+    assert [path.name for path, other in pairs.items() if path.read_bytes() != other.read_bytes()] == []
