@@ -19,7 +19,7 @@ PROJECT = Path(__file__).resolve().parents[1]
 LOGS = PROJECT / "build" / "fresh-machine"
 RELEASES = ("bookworm", "trixie")
 WAYS = ("root", "sudo", "confined")
-USER, PASSWORD = "operator", "open sesame"
+USER, PASSWORD = "visitor", "open sesame"
 KEYRING = "debian-archive"
 # The options of this machine's apt that say how to reach an archive.
 ACCESS = re.compile(r"^Acquire::(?:https?::|Retries |Check-)")
@@ -28,9 +28,10 @@ ACCESS = re.compile(r"^Acquire::(?:https?::|Retries |Check-)")
 NOT_COMPARED = ("dev/pts", "etc", "lib", "lib32", "lib64", "libx32", "proc", "run/sudo", "sys", "usr", "var/backups",
                 "var/cache", "var/lib", "var/log")
 
-# In a change of root the kernel refuses user namespaces, and without this capability all others.
+# Where the root directory is not that of the mounts, the kernel refuses user namespaces, and without the capability all
+# others.
 CONFINED = "exec chroot . setpriv --bounding-set=-sys_admin"
-FREE = "pivot_root . mnt && umount --lazy mnt && exec chroot ."
+FREE = "mount --move . / && exec chroot ."
 ENTER = """
 mount --bind "$1" "$1" && cd "$1"
 mount -t proc proc proc

@@ -111,13 +111,14 @@ def test_killed_program_leaves_nothing_behind(boxed: Sandbox) -> None:
     assert list(Path("/tmp").glob(f"proo*-{run.launcher_pid}-*")) == []
 
 
-def test_program_ends_with_its_caller(framework: Framework, work: Path) -> None:
+def test_program_ends_with_its_caller(framework: Framework, work: Path, tmp_path: Path) -> None:
     os.mkfifo(work / "alive")
     script = (f"from sandbox import Path, Sandbox\n"
               f"run = Sandbox(Path({str(framework.root)!r}), launcher={find_launcher()!r}, work=Path({str(work)!r}))"
               f".launch('sh', '-c', 'exec 3>alive; sleep 5 3>&-; echo survived >&3')\n"
               f"input()\n")
-    caller = subprocess.Popen(["/usr/bin/python3", "-c", script], cwd=LAUNCHER.parent, stdin=subprocess.PIPE)
+    caller = subprocess.Popen(["/usr/bin/python3", "-c", script], cwd=LAUNCHER.parent, stdin=subprocess.PIPE,
+                              env={**os.environ, "TMPDIR": str(tmp_path)})
     with open(work / "alive", "rb") as alive:
         caller.kill()
         caller.wait()
