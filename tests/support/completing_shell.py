@@ -12,27 +12,21 @@ It is a program of its own so that a test can run it in the sandbox, where the f
 """
 from __future__ import annotations
 
-import fcntl
 import json
 import os
-import pty
 import re
-import select
-import signal
-import struct
 import sys
 import tempfile
-import termios
 from pathlib import Path
 
-TAB = b"\t"
-REPORT = b"\x18b"
-ALL = b"\x18a"
-CLEAR = b"\x05\x15"
-BEGIN, END = b"\x01", b"\x02"
-TIMEOUT = 30.0
+import pexpect
+
+TAB = "\t"
+REPORT = "\x18b"
+ALL = "\x18a"
+CLEAR = "\x05\x15"
 # No line of a test is to be wrapped by the shell's line editor.
-COLUMNS, ROWS = 2000, 50
+SIZE = (50, 2000)
 
 BASH = """
 PS1= PS2=
@@ -72,36 +66,11 @@ zstyle ':completion:every:*' insert yes
 """
 
 
-class Terminal:
-    """A shell at the other end of a pseudo terminal."""
-
-    def __init__(self, command: list[str], env: dict[str, str]):
-        self._pid, self._fd = pty.fork()
-        if self._pid == 0:
-            os.execvpe(command[0], command, env)
-        fcntl.ioctl(self._fd, termios.TIOCSWINSZ, struct.pack("HHHH", ROWS, COLUMNS, 0, 0))
-
-    def close(self) -> None:
-        os.kill(self._pid, signal.SIGKILL)
-        os.waitpid(self._pid, 0)
-        os.close(self._fd)
-
-    def send(self, keys: bytes) -> None:
-        os.write(self._fd, keys)
-
-    def read_report(self) -> tuple[str, str]:
-        """What appeared before the next report of the line, and the line."""
-        data = b""
-        while END not in data:
-            if not select.select([self._fd], [], [], TIMEOUT)[0]:
-                raise TimeoutError(f"the shell does not answer; so far: {data!r}")
-            data += os.read(self._fd, 65536)
-        before, _, rest = data.partition(BEGIN)
-        return before.decode(), rest.partition(END)[0].decode()
-
-    def press(self, keys: bytes) -> tuple[str, str]:
-        self.send(keys + REPORT)
-        return self.read_report()
+def press(shell: pexpect.spawn, keys: str) -> tuple[str, str]:
+    """What appears on the terminal before the shell reports its line, and the line."""
+    shell.send(keys + REPORT)
+    shell.expect("\x01([^\x02]*)\x02")
+    return shell.before, shell.match[1]
 
 
 def visible(output: str, line: str) -> str:
@@ -109,42 +78,35 @@ def visible(output: str, line: str) -> str:
     return " ".join(re.sub(r"\x1b\[[0-9;?]*[A-Za-z]|[\b\a]", "", output).replace(line, "").split())
 
 
-def complete(terminal: Terminal, line: str) -> dict[str, str]:
-    terminal.press(line.encode())
-    _, every = terminal.press(ALL)
-    terminal.press(CLEAR)
-    terminal.press(line.encode())
-    output, completed = terminal.press(TAB)
-    terminal.press(CLEAR)
+def complete(shell: pexpect.spawn, line: str) -> dict[str, str]:
+    press(shell, line)
+    _, every = press(shell, ALL)
+    press(shell, CLEAR)
+    press(shell, line)
+    output, completed = press(shell, TAB)
+    press(shell, CLEAR)
     return {"line": completed, "all": every, "output": visible(output, completed)}
 
 
-def start(shell: str, completions: Path, scratch: Path) -> Terminal:
+def start(name: str, completions: Path, scratch: Path) -> pexpect.spawn:
     """The shell, ready for input: its settings are read, and it has said so."""
     settings = scratch / "settings"
-    settings.write_text({"bash": BASH, "zsh": ZSH}[shell].format(completions=completions))
+    settings.write_text({"bash": BASH, "zsh": ZSH}[name].format(completions=completions))
     env = dict(os.environ, TERM="dumb", HOME=str(scratch), LC_ALL="C.UTF-8", INPUTRC="/dev/null")
-    if shell == "bash":
-        command = ["bash", "--noprofile", "--rcfile", str(settings), "-i"]
-    else:
-        command = ["zsh", "-f", "-i"]
-    terminal = Terminal(command, env)
-    if shell == "zsh":
-        terminal.send(f"source {settings}\n".encode())
-    terminal.send(b"printf '\\001ready\\002'\n")
-    while terminal.read_report()[1] != "ready":
-        pass
-    return terminal
+    options = ["--noprofile", "--rcfile", str(settings), "-i"] if name == "bash" else ["-f", "-i"]
+    shell = pexpect.spawn(name, options, env=env, encoding="utf-8", dimensions=SIZE)
+    shell.delaybeforesend = None
+    if name == "zsh":
+        shell.sendline(f"source {settings}")
+    shell.sendline("printf '\\001ready\\002'")
+    shell.expect_exact("\x01ready\x02")
+    return shell
 
 
 def main() -> None:
-    shell, completions, *lines = sys.argv[1:]
-    with tempfile.TemporaryDirectory() as scratch:
-        terminal = start(shell, Path(completions).resolve(), Path(scratch))
-        try:
-            print(json.dumps([complete(terminal, line) for line in lines]))
-        finally:
-            terminal.close()
+    name, completions, *lines = sys.argv[1:]
+    with tempfile.TemporaryDirectory(dir=".") as scratch, start(name, Path(completions), Path(scratch).resolve()) as shell:
+        print(json.dumps([complete(shell, line) for line in lines]))
 
 
 if __name__ == "__main__":
