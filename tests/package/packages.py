@@ -1,6 +1,7 @@
 """Building packages and looking into them."""
 from __future__ import annotations
 
+import gzip
 import os
 import re
 import subprocess
@@ -40,6 +41,21 @@ def field(package: Path, name: str) -> str:
 def dependencies(package: Path) -> list[str]:
     """The names of the packages that this one depends on."""
     return [re.split(r"[ :]", alternative)[0] for alternative in field(package, "Depends").split(", ")]
+
+
+def dead_references(documents: Path, prefix: Path) -> list[str]:
+    """What installed documents and manuals name though it was not installed: links, places, files of the sources."""
+    missing = []
+    for page in documents.rglob("*.md"):
+        text = page.read_text(encoding="utf-8")
+        missing += [link for link in re.findall(r"\]\(([^)#]+)", text) if not (page.parent / link).exists()]
+        missing += re.findall(r"\b(?:scripts|tests|build|packaging|docs/development)/[\w./-]*", text)
+    others = [*documents.glob("README*"), *prefix.glob("README"), *prefix.glob("share/man/*/*")]
+    for path in others:
+        data = gzip.decompress(path.read_bytes()) if path.suffix == ".gz" else path.read_bytes()
+        named = re.findall(r"\bshare/(?:doc|man)/[\w./-]*\w", data.decode())
+        missing += [name for name in named if not (prefix / name).exists()]
+    return missing
 
 
 def sysroot(architecture: str) -> Path | None:

@@ -1,7 +1,6 @@
 """The Debian packages: what is in them, and their life on a machine."""
 from __future__ import annotations
 
-import gzip
 import os
 import re
 import shlex
@@ -31,11 +30,6 @@ def installed_tool(machine: Machine, framework: Framework, monkeypatch: pytest.M
     for name, value in machine.environment().items():
         monkeypatch.setenv(name, value)
     return Sandbox(framework.root)
-
-
-def manual(machine: Machine) -> str:
-    pages = (machine.root / "usr" / "share" / "man").rglob("*.gz")
-    return "".join(gzip.decompress(page.read_bytes()).decode() for page in pages)
 
 
 def older(package: Path, scratch: Path) -> Path:
@@ -76,15 +70,7 @@ def test_install_brings_the_whole_example_framework(machine: Machine, package: P
 
 def test_its_documents_name_nothing_that_is_not_installed(machine: Machine, package: Path) -> None:
     machine.succeed("--install", package)
-    documents = machine.root / DOCUMENTS
-    missing = []
-    for page in documents.rglob("*.md"):
-        text = page.read_text(encoding="utf-8")
-        missing += [link for link in re.findall(r"\]\(([^)#]+)", text) if not (page.parent / link).exists()]
-        missing += re.findall(r"\b(?:scripts|tests|build|packaging|docs/development)/[\w./-]*", text)
-    missing += [path for path in re.findall(r"/(usr/share/doc/[\w./-]*\w)", manual(machine) + (
-        documents / "README.Debian").read_text(encoding="utf-8")) if not (machine.root / path).exists()]
-    assert missing == []
+    assert packages.dead_references(machine.root / DOCUMENTS, machine.root / "usr") == []
 
 
 def test_its_example_can_be_tried_beside_a_framework(machine: Machine, package: Path, framework: Framework,
