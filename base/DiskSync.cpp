@@ -14,16 +14,21 @@ namespace QMT
 namespace
 {
 
-void sync(const std::string& path, int flags)
+bool isSynced(const std::string& path)
 {
-    const int file = ::open(path.c_str(), flags | O_CLOEXEC | O_NONBLOCK);
+    const int file = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
     if (file < 0)
     {
-        return;
+        return errno == ENOENT || errno == ENOTDIR || errno == EACCES;
     }
-    const bool failed = ::fsync(file) != 0 && errno != EINVAL;
+    const bool isDone = ::fsync(file) == 0 || errno == EINVAL;
     static_cast<void>(::close(file));
-    if (failed)
+    return isDone;
+}
+
+void sync(const std::string& path)
+{
+    if (!isSynced(path))
     {
         throw Poco::WriteFileException(path);
     }
@@ -33,12 +38,12 @@ void sync(const std::string& path, int flags)
 
 void syncFile(const std::string& path)
 {
-    sync(path, O_WRONLY);
+    sync(path);
 }
 
 void syncDirectoryOf(const std::string& path)
 {
-    sync(Poco::Path(path).makeParent().toString(), O_RDONLY | O_DIRECTORY);
+    sync(Poco::Path(path).makeParent().toString());
 }
 
 } // namespace QMT

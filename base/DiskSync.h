@@ -6,14 +6,14 @@
 namespace QMT
 {
 
-/// Waits until the content of the file at `path` is on the disk. Its name is on the disk only after syncDirectoryOf. A
-/// missing file, and a file system that cannot sync, count as done.
+/// Waits until the content of the file at `path` is on the disk. Its name is on the disk only after syncDirectoryOf.
+/// What is missing or must not be read, and a file system that cannot sync, count as done.
 ///
 /// Throws a Poco::WriteFileException when the disk did not take it.
 void syncFile(const std::string& path);
 
 /// Waits until the names in the directory that holds `path` are on the disk: those that were added, replaced or
-/// removed. A missing directory, and a file system that cannot sync, count as done.
+/// removed. The same exceptions count as done.
 ///
 /// Throws a Poco::WriteFileException when the disk did not take them.
 void syncDirectoryOf(const std::string& path);

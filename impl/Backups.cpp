@@ -1,5 +1,6 @@
 #include "impl/CQorModelToolImpl.h"
 
+#include "base/DiskSync.h"
 #include "base/FileTransfer.h"
 #include "base/WholeFile.h"
 
@@ -24,17 +25,32 @@ void removeIfPossible(const std::string& path)
     }
 }
 
+void syncDirectoryIfPossible(const std::string& path)
+{
+    try
+    {
+        syncDirectoryOf(path);
+    }
+    catch (const Poco::Exception&) // NOLINT(bugprone-empty-catch): a removal that failed is passed over, too
+    {
+    }
+}
+
 } // namespace
 
 bool CQorModelToolImpl::backupFiles()
 {
     copyLiveFilesTo(&ManagedFile::workingCopy);
+    // The list's working copy shares its directory with the session file, whose writing syncs it.
+    syncDirectoryOf(paths().configuration().workingCopy);
     return true;
 }
 
 bool CQorModelToolImpl::cfgBackup()
 {
     copyLiveFilesTo(&ManagedFile::backup);
+    syncDirectoryOf(paths().configuration().backup);
+    syncDirectoryOf(paths().modelFileList().backup);
     return true;
 }
 
@@ -52,6 +68,8 @@ bool CQorModelToolImpl::cleanupTmp()
     removeIfPossible(paths().sessionFile());
     removeIfPossible(paths().lockFile());
     removeIfPossible(paths().configuration().workingCopy);
+    syncDirectoryIfPossible(paths().lockFile());
+    syncDirectoryIfPossible(paths().configuration().workingCopy);
     return true;
 }
 

@@ -181,9 +181,9 @@ public:
     /// number; the actions before such a kind stay queued.
     int tokenizeFIFO();
 
-    /// Writes the whole queue to the session file, oldest action first, one "kind:text" a line. False, after messages,
-    /// when that failed; the file may then be incomplete. A signal that asks the program to end waits until it is
-    /// written.
+    /// Writes the whole queue to the session file, oldest action first, one "kind:text" a line, and waits until it is
+    /// on the disk, with the names of the lock file and of the list's working copy. False, after messages, when that
+    /// failed; the file may then be incomplete. Signals wait until it is written.
     bool saveFIFO();
 
     /// Splits the text of a handler action into its three fields. A missing second separator gives both versions the
@@ -209,7 +209,8 @@ public:
     /// Whether a session is open, on whatever host.
     [[nodiscard]] bool isLockFile() const;
 
-    /// Opens a session of this host: creates the lock file with the host name as its content.
+    /// Opens a session of this host: creates the lock file with the host name as its content. The content is on the
+    /// disk then, the name only after saveFIFO.
     ///
     /// Returns LOCK_EXISTED when there was a lock file (it is left alone), LOCK_CREATED, or LOCK_FAILED after messages;
     /// a file created before the failure stays.
@@ -257,13 +258,16 @@ public:
     // ---- Backups and checksums (Backups.cpp) ----
 
     /// Copies the live configuration and then the live list to their working copies. Returns true. A failure may
-    /// leave the copy being made incomplete, and leaves the one after it unmade.
+    /// leave the copy being made incomplete, and leaves the one after it unmade. The copies are on the disk then, the
+    /// name of the list's only after saveFIFO.
     bool backupFiles();
 
-    /// Copies the live configuration and then the live list to their backups, with the same rules.
+    /// Copies the live configuration and then the live list to their backups, with the same rules. They are on the disk
+    /// then, names included.
     bool cfgBackup();
 
-    /// Removes working copies, session file and lock file, as far as they exist. Returns true.
+    /// Removes working copies, session file and lock file, as far as they exist, and waits until the disk has no names
+    /// of them. Returns true, whatever failed.
     bool cleanupTmp();
 
     /// The CRC-32 of the file's content; that of no bytes when the file is missing or cannot be read.
@@ -296,13 +300,16 @@ public:
     void adjustOwnership(std::uint32_t group);
 
     /// Makes the working copies live, keeps the previous files as backups, and ends the session: session file and lock
-    /// file are removed. The list goes first; a failure stops the sequence where it is, a signal that asks the program
-    /// to end does not. Returns true.
+    /// file are removed. The list goes first; a failure stops the sequence where it is, a signal does not. Returns
+    /// true, when all of it is on the disk.
+    ///
+    /// There must be backups of both live files, see cfgBackup: together with them, a matching pair is on the
+    /// disk at every moment.
     bool commitCompleted();
 
     /// Puts the backups back, unless a session is open or there is no backup of the list. False when there is no live
-    /// list, true otherwise. Throws a Poco::FileException, too, when it cannot be told which of the files are there. A
-    /// signal that asks the program to end waits until all is done.
+    /// list, true otherwise, and then it is on the disk. Throws a Poco::FileException, too, when it cannot be told
+    /// which of the files are there. Signals wait until all is done.
     bool rollBack();
 
     /// Sets the mode of `path`; a failure goes to the system log only.

@@ -43,13 +43,11 @@ void CQorModelToolImpl::adjustOwnership(std::uint32_t group)
 bool CQorModelToolImpl::commitCompleted()
 {
     const CSignalBlock block;
-    // Once the installing has begun, an edited working copy is for a while the only complete new version.
-    syncFile(paths().modelFileList().workingCopy);
-    syncFile(paths().configuration().workingCopy);
     install(paths().modelFileList());
     install(paths().configuration());
     Poco::File(paths().sessionFile()).remove(false);
     Poco::File(paths().lockFile()).remove(false);
+    syncDirectoryOf(paths().lockFile());
     return true;
 }
 
@@ -57,6 +55,8 @@ void CQorModelToolImpl::install(const ManagedFile& file) const
 {
     moveFile(file.live, file.backup);
     moveFile(file.workingCopy, file.live);
+    // The session may end only when the disk has the installed file under its name.
+    syncDirectoryOf(file.live);
     adjustOwnershipOf(file.live);
 }
 
@@ -74,10 +74,12 @@ bool CQorModelToolImpl::rollBack()
         return true;
     }
     moveFile(list.backup, list.live);
+    syncDirectoryOf(list.live);
     adjustOwnershipOf(list.live);
     if (isThere(configuration.backup))
     {
         moveFile(configuration.backup, configuration.live);
+        syncDirectoryOf(configuration.live);
     }
     // The backup's path, on purpose: the configuration put back keeps the mode and group of its backup.
     adjustOwnershipOf(configuration.backup);

@@ -1,6 +1,7 @@
 #include "impl/CQorModelToolImpl.h"
 
 #include "base/CSignalBlock.h"
+#include "base/DiskSync.h"
 #include "base/WholeFile.h"
 
 #include <Poco/Exception.h>
@@ -24,6 +25,25 @@ void takeField(std::string& rest, std::string& field)
     const std::string::size_type separator = rest.find(FIELD_SEPARATOR);
     field = rest.substr(0, separator);
     rest.erase(0, separator + 1);
+}
+
+/// Like writeWholeFile, but true only when content and name are on the disk.
+bool writeDurably(const std::string& path, const std::string& content)
+{
+    if (!writeWholeFile(path, content))
+    {
+        return false;
+    }
+    try
+    {
+        syncFile(path);
+        syncDirectoryOf(path);
+        return true;
+    }
+    catch (const Poco::WriteFileException&)
+    {
+        return false;
+    }
 }
 
 } // namespace
@@ -103,7 +123,7 @@ bool CQorModelToolImpl::saveFIFO()
         lines += std::to_string(static_cast<std::int32_t>(entry->first)) + ":" + entry->second + "\n";
     }
     const CSignalBlock block;
-    if (!writeWholeFile(paths().sessionFile(), lines))
+    if (!writeDurably(paths().sessionFile(), lines))
     {
         _logger->critical("Unable to write to FIFO file!");
         ::syslog(LOG_WARNING, "Unable to write to FIFO file");

@@ -1,5 +1,6 @@
 #include "impl/CQorModelToolImpl.h"
 
+#include "base/DiskSync.h"
 #include "base/WholeFile.h"
 
 #include <Poco/Exception.h>
@@ -47,6 +48,8 @@ int CQorModelToolImpl::createLockFile()
         }
         if (writeWholeFile(path, getHostName()))
         {
+            // The name reaches the disk with that of the session file.
+            syncFile(path);
             return LOCK_CREATED;
         }
     }

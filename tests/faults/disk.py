@@ -18,7 +18,7 @@ import math
 import os.path
 import random
 import re
-from collections.abc import Callable, Iterable, Iterator, Mapping, Sequence
+from collections.abc import Callable, Container, Iterable, Iterator, Mapping, Sequence
 from typing import Any, Union
 
 import calls
@@ -76,8 +76,11 @@ class Sync:
 
     target: int | str | None
     path: str
-    by_library: bool
-    """Whether the copying of the library made it, which the program cannot leave out."""
+    site: str
+    """Which one it is among all that a run makes.
+
+    Empty for one inside the library's copying, which always syncs, and for one that finds nothing to do.
+    """
 
 
 @dataclasses.dataclass(frozen=True)
@@ -97,6 +100,8 @@ class Trace:
         self.names: dict[str, int] = {path: number for number, path in enumerate(files)}
         self.names.update({path: DIRECTORY for path in directories})
         self.operations: list[Operation] = []
+        self._last = ""
+        self._changed: set[int | str] = set()
         self._now = dict(self.names)
         self._sizes = {number: len(content) for number, content in self.contents.items()}
 
@@ -106,23 +111,18 @@ class Trace:
         for name, rest in calls.lines(text):
             run.take(name, rest)
 
-    def without(self, position: int) -> Trace:
-        """The same, but for one operation."""
+    def without(self, sites: Container[str]) -> Trace:
+        """The same, but for some of its syncs."""
         other = Trace({})
         other.__dict__.update(self.__dict__)
-        other.operations = self.operations[:position] + self.operations[position + 1:]
+        other.operations = [operation for operation in self.operations
+                            if not (isinstance(operation, Sync) and operation.site in sites)]
         return other
 
-    def unsynced(self) -> Trace:
-        """The same without any sync."""
-        other = self.without(len(self.operations))
-        other.operations = [operation for operation in self.operations if not isinstance(operation, Sync)]
-        return other
-
-    def syncs(self) -> list[int]:
-        """Where the syncs are that the program makes by itself."""
-        return [position for position, operation in enumerate(self.operations)
-                if isinstance(operation, Sync) and not operation.by_library]
+    @property
+    def sites(self) -> list[str]:
+        """The syncs that the program makes by itself."""
+        return [operation.site for operation in self.operations if isinstance(operation, Sync) and operation.site]
 
     # What a run does to it.
 
@@ -130,6 +130,8 @@ class Trace:
         self._now[path] = value
         if source is not None:
             self._now[source] = None
+        self._last = f"{'removing' if value is None else 'making'} {path}"
+        self._changed |= {_directory(name) for name in (path, source) if name is not None}
         self.operations.append(Name(path, value, source))
 
     def file(self, path: str) -> int | None:
@@ -148,11 +150,20 @@ class Trace:
     def resize(self, file: int, size: int) -> None:
         if size != self._sizes[file]:
             self._sizes[file] = size
+            self._changed.add(file)
             self.operations.append(Size(file, size))
 
-    def write(self, file: int, offset: int, data: bytes) -> None:
+    def write(self, path: str, file: int, offset: int, data: bytes) -> None:
+        self._last = f"writing {path}"
+        self._changed.add(file)
         self._sizes[file] = max(self._sizes[file], offset + len(data))
         self.operations.append(Data(file, offset, data))
+
+    def sync(self, target: int | str | None, path: str, by_library: bool) -> None:
+        idle = target not in self._changed if target is not None else not self._changed
+        site = "" if by_library or idle else f"{path or 'etc'} after {self._last}"
+        self._changed -= self._changed if target is None else {target}
+        self.operations.append(Sync(target, path, site))
 
 
 @dataclasses.dataclass
@@ -212,7 +223,7 @@ class _Run:
         data = b"".join(_strings(rest))[:code]
         if file := self._file(rest):
             offset = self._trace.size(file.file) if file.appending else file.offset
-            self._trace.write(file.file, offset, data)
+            self._trace.write(file.path, file.file, offset, data)
             file.offset = offset + len(data)
         elif data.startswith((b"ConsoleLogger: Information: Operation completed.",
                               b"ConsoleLogger: Error: Operation failed!")):
@@ -223,7 +234,7 @@ class _Run:
     def _pwrite64(self, rest: str, code: int) -> None:
         if file := self._file(rest):
             offset = int(re.search(r", (\d+)\) += ", rest)[1])
-            self._trace.write(file.file, offset, next(_strings(rest))[:code])
+            self._trace.write(file.path, file.file, offset, next(_strings(rest))[:code])
 
     def _ftruncate(self, rest: str, _: int) -> None:
         if file := self._file(rest):
@@ -256,13 +267,12 @@ class _Run:
 
     def _fsync(self, rest: str, _: int) -> None:
         if file := self._file(rest):
-            target = file.path if file.file == DIRECTORY else file.file
-            self._trace.operations.append(Sync(target, file.path, file.by_library))
+            self._trace.sync(file.path if file.file == DIRECTORY else file.file, file.path, file.by_library)
 
     _fdatasync = _fsync
 
     def _sync(self, _rest: str, _: int) -> None:
-        self._trace.operations.append(Sync(None, "", False))
+        self._trace.sync(None, "", by_library=False)
 
     _syncfs = _sync
 

@@ -71,6 +71,13 @@ TEST_F(Backups, LetTheMissingListThrowAfterTheConfigurationIsCopied)
     EXPECT_EQ(readFile(framework.configuration(".tmp")), "configuration");
 }
 
+TEST_F(Backups, WorkingCopiesThrowWhenTheDiskDoesNotTakeTheirNames)
+{
+    const FailingCall failing("fsync", directoryOf(framework.configuration()), EIO);
+
+    EXPECT_THROW(impl.backupFiles(), Poco::WriteFileException);
+}
+
 // ---- cfgBackup ----
 
 TEST_F(Backups, KeepBothFilesForARollback)
@@ -93,6 +100,16 @@ TEST_F(Backups, LetATargetThatCannotBeWrittenThrow)
     EXPECT_THROW(impl.cfgBackup(), Poco::FileException);
 
     EXPECT_FALSE(exists(framework.list(".bak")));
+}
+
+TEST_F(Backups, BackupThrowsWhenTheDiskDoesNotTakeTheNames)
+{
+    for (const std::string& path : {framework.configuration(), framework.list()})
+    {
+        const FailingCall failing("fsync", directoryOf(path), EIO);
+
+        EXPECT_THROW(impl.cfgBackup(), Poco::WriteFileException);
+    }
 }
 
 // ---- cleanupTmp ----
@@ -122,6 +139,20 @@ TEST_F(Backups, CleanUpWhereThereIsNothing)
 {
     EXPECT_TRUE(impl.cleanupTmp());
 
+    EXPECT_EQ(log.messages(), SILENCE);
+    EXPECT_EQ(systemLog.messages(), SILENCE);
+}
+
+TEST_F(Backups, CleanUpWithoutAWordWhenTheDiskDoesNotTakeIt)
+{
+    for (const std::string& path : {framework.configuration(), framework.list()})
+    {
+        const FailingCall failing("fsync", directoryOf(path), EIO);
+
+        EXPECT_TRUE(impl.cleanupTmp());
+
+        EXPECT_EQ(failing.failures(), 1);
+    }
     EXPECT_EQ(log.messages(), SILENCE);
     EXPECT_EQ(systemLog.messages(), SILENCE);
 }

@@ -154,37 +154,49 @@ TEST_F(CommitRollback, StopsWithTheListInstalledWhenTheWorkingCopyOfTheConfigura
     EXPECT_TRUE(exists(framework.lock()));
 }
 
-TEST_F(CommitRollback, InstallsNothingBeforeBothWorkingCopiesAreOnTheDisk)
+TEST_F(CommitRollback, CommitStopsWhenTheDiskDoesNotTakeTheInstalledList)
 {
     makeSession();
-    for (const std::string& path : {framework.list(".tmp"), framework.configuration(".tmp")})
-    {
-        const FailingCall failing("fsync", path, EIO);
-        try
-        {
-            impl.commitCompleted();
-            FAIL();
-        }
-        catch (const Poco::WriteFileException& exc)
-        {
-            EXPECT_EQ(exc.message(), path);
-        }
-    }
-    framework.expectLive("live configuration", "live list");
-    EXPECT_EQ(readFile(framework.list(".tmp")), "new list");
-    EXPECT_EQ(readFile(framework.configuration(".tmp")), "new configuration");
-    EXPECT_FALSE(exists(framework.list(".bak")));
+    const FailingCall failing("fsync", directoryOf(framework.list()), EIO);
+
+    EXPECT_THROW(impl.commitCompleted(), Poco::WriteFileException);
+
+    framework.expectLive("live configuration", "new list");
+    EXPECT_TRUE(exists(framework.session()));
     EXPECT_TRUE(exists(framework.lock()));
 }
 
-TEST_F(CommitRollback, InstallsWhatCannotBeBroughtToADisk)
+TEST_F(CommitRollback, CommitKeepsTheSessionWhenTheDiskDoesNotTakeTheConfiguration)
 {
     makeSession();
-    const FailingCall failing("fsync", framework.list(".tmp"), EINVAL);
+    const FailingCall failing("fsync", directoryOf(framework.configuration()), EIO);
+
+    EXPECT_THROW(impl.commitCompleted(), Poco::WriteFileException);
+
+    framework.expectLive("new configuration", "new list");
+    EXPECT_TRUE(exists(framework.session()));
+    EXPECT_TRUE(exists(framework.lock()));
+}
+
+TEST_F(CommitRollback, CommitThrowsWhenTheDiskDoesNotTakeTheEndOfTheSession)
+{
+    makeSession();
+    const FailingCall failing("fsync", directoryOf(framework.lock()), EIO, 1);
+
+    EXPECT_THROW(impl.commitCompleted(), Poco::WriteFileException);
+
+    EXPECT_FALSE(exists(framework.session()));
+    EXPECT_FALSE(exists(framework.lock()));
+}
+
+TEST_F(CommitRollback, CommitInstallsWhereDirectoriesCannotBeSynced)
+{
+    makeSession();
+    const FailingCall failing("fsync", directoryOf(framework.list()), EINVAL);
 
     EXPECT_TRUE(impl.commitCompleted());
 
-    EXPECT_EQ(failing.failures(), 1);
+    EXPECT_EQ(failing.failures(), 2);
     framework.expectLive("new configuration", "new list");
 }
 
@@ -266,6 +278,27 @@ TEST_F(CommitRollback, FailsAndChangesNothingWithoutALiveList)
 
     EXPECT_EQ(readFile(framework.configuration()), "live configuration");
     framework.expectBackups("old configuration", "old list");
+}
+
+TEST_F(CommitRollback, RollBackStopsWhenTheDiskDoesNotTakeTheList)
+{
+    makeBackups();
+    const FailingCall failing("fsync", directoryOf(framework.list()), EIO);
+
+    EXPECT_THROW(impl.rollBack(), Poco::WriteFileException);
+
+    framework.expectLive("live configuration", "old list");
+    EXPECT_EQ(readFile(framework.configuration(".bak")), "old configuration");
+}
+
+TEST_F(CommitRollback, RollBackThrowsWhenTheDiskDoesNotTakeTheConfiguration)
+{
+    makeBackups();
+    const FailingCall failing("fsync", directoryOf(framework.configuration()), EIO);
+
+    EXPECT_THROW(impl.rollBack(), Poco::WriteFileException);
+
+    framework.expectLive("old configuration", "old list");
 }
 
 TEST_F(CommitRollback, AdjustsTheBackupsPathInsteadOfTheConfigurationPutBack)

@@ -351,6 +351,21 @@ TEST_F(SessionFile, WritingOnAFullDiskIsReported)
     EXPECT_EQ(systemLog.messages(), UNWRITABLE_SYSTEM_LOG);
 }
 
+TEST_F(SessionFile, WritingThatTheDiskDoesNotTakeIsReported)
+{
+    for (const std::string& path : {framework.session(), directoryOf(framework.session())})
+    {
+        log.clear();
+        systemLog.clear();
+        const FailingCall failing("fsync", path, EIO);
+
+        EXPECT_FALSE(impl.saveFIFO());
+
+        EXPECT_EQ(log.messages(), UNWRITABLE);
+        EXPECT_EQ(systemLog.messages(), UNWRITABLE_SYSTEM_LOG);
+    }
+}
+
 TEST_F(SessionFile, WritingOverADirectoryIsReported)
 {
     putDirectoryAt(framework.session());

@@ -1,3 +1,4 @@
+#include "support/FailingCall.h"
 #include "support/FileSizeLimit.h"
 #include "support/Files.h"
 #include "support/ImplTest.h"
@@ -5,6 +6,8 @@
 #include <Poco/Message.h>
 
 #include <syslog.h>
+
+#include <cerrno>
 
 namespace QMT::Test
 {
@@ -92,6 +95,16 @@ TEST_F(SessionLock, StaysEmptyWhenTheHostNameCannotBeWritten)
 
     EXPECT_EQ(result, 3);
     EXPECT_EQ(readFile(framework.lock()), "");
+    EXPECT_EQ(log.messages(), NOT_CREATED);
+    EXPECT_EQ(systemLog.messages(), NOT_CREATED_SYSTEM_LOG);
+}
+
+TEST_F(SessionLock, CannotBeCreatedWhenTheDiskDoesNotTakeTheHostName)
+{
+    const FailingCall failing("fsync", framework.lock(), EIO);
+
+    EXPECT_EQ(impl.createLockFile(), 3);
+
     EXPECT_EQ(log.messages(), NOT_CREATED);
     EXPECT_EQ(systemLog.messages(), NOT_CREATED_SYSTEM_LOG);
 }

@@ -32,6 +32,11 @@ void writeFile(const std::string& path, const std::string& content)
     }
 }
 
+std::string directoryOf(const std::string& path)
+{
+    return std::filesystem::path(path).parent_path().string();
+}
+
 bool exists(const std::string& path)
 {
     return std::filesystem::exists(std::filesystem::symlink_status(path));

@@ -6,6 +6,9 @@
 namespace QMT::Test
 {
 
+/// The directory that holds `path`.
+std::string directoryOf(const std::string& path);
+
 /// The bytes of the file at `path`. Throws when there is no such file to be read.
 std::string readFile(const std::string& path);
 

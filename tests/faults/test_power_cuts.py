@@ -1,0 +1,108 @@
+"""What the disk may hold after a power cut: the model of it, and which syncs of the program it asks for."""
+from __future__ import annotations
+
+from collections.abc import Mapping
+
+import pytest
+
+import cuts
+import disk
+import frameworks
+
+OLD, NEW = b"old\n", b"new one\n"
+
+
+def _trace(*lines: str, files: Mapping[str, bytes] | None = None) -> disk.Trace:
+    trace = disk.Trace({"file": OLD} if files is None else files)
+    trace.add("\n".join((*lines, "exit_group(0) = ?")))
+    return trace
+
+
+def _files(trace: disk.Trace, model: str, answers: int = 1) -> list[dict[str, bytes]]:
+    return [dict(left.files) for left in disk.states(trace, model) if left.answers == answers]
+
+
+REPLACE = ('openat(AT_FDCWD</>, "/opt/qor/etc/file", O_WRONLY|O_CREAT|O_TRUNC, 0666) = 3</opt/qor/etc/file>',
+           'write(3</opt/qor/etc/file>, "new one\\n", 8) = 8')
+SYNC_FILE = "fsync(3</opt/qor/etc/file>) = 0"
+SYNC_ETC = ('openat(AT_FDCWD</>, "/opt/qor/etc", O_RDONLY) = 4</opt/qor/etc>', "fsync(4</opt/qor/etc>) = 0")
+REMOVE = 'unlink("/opt/qor/etc/file") = 0'
+REMOVE_OTHER = 'unlink("/opt/qor/etc/model/other") = 0'
+LOST = [b"", b"new ", b"new \0\0\0\0", b"\0\0\0\0\0\0\0\0"]
+
+
+def _contents(trace: disk.Trace, model: str) -> set[bytes]:
+    return {files["file"] for files in _files(trace, model)}
+
+
+@pytest.mark.parametrize("model", disk.MODELS)
+def test_a_content_that_was_not_synced_may_be_lost_wholly_or_in_part(model: str) -> None:
+    assert _contents(_trace(*REPLACE), model) == {OLD, NEW, *LOST}
+
+
+@pytest.mark.parametrize("model", disk.MODELS)
+def test_a_content_that_was_synced_stays(model: str) -> None:
+    assert _contents(_trace(*REPLACE, SYNC_FILE), model) == {NEW}
+
+
+@pytest.mark.parametrize("model, kept", [(disk.ORDERED, False), (disk.TWO, False), (disk.POSIX, True)])
+def test_a_journal_keeps_the_order_of_sizes(model: str, kept: bool) -> None:
+    """Where the directory was synced, a journal has the new size too; the standard does not promise that."""
+    assert (OLD in _contents(_trace(*REPLACE, *SYNC_ETC), model)) == kept
+
+
+@pytest.mark.parametrize("model", disk.MODELS)
+def test_a_name_is_certain_after_the_sync_of_its_directory(model: str) -> None:
+    assert _files(_trace(REMOVE), model) == [{"file": OLD}, {}]
+    assert _files(_trace(REMOVE, *SYNC_ETC), model) == [{}]
+
+
+@pytest.mark.parametrize("model, states", [
+    (disk.ORDERED, [{"file": OLD, "model/other": OLD}, {"model/other": OLD}, {}]),
+    (disk.TWO, [{"file": OLD, "model/other": OLD}, {"file": OLD}, {"model/other": OLD}, {}]),
+    (disk.POSIX, [{"file": OLD, "model/other": OLD}, {"file": OLD}, {"model/other": OLD}, {}])])
+def test_names_of_two_directories_are_ordered_only_in_one_journal(model: str, states: list[dict[str, bytes]]) -> None:
+    trace = _trace(REMOVE, REMOVE_OTHER, files={"file": OLD, "model/other": OLD})
+    assert _files(trace, model) == states
+
+
+def test_a_file_that_was_synced_has_no_certain_name() -> None:
+    trace = _trace(*REPLACE, SYNC_FILE, files={})
+    assert _files(trace, disk.ORDERED) == [{"file": NEW}]
+    assert _files(trace, disk.POSIX) == [{}, {"file": NEW}]
+
+
+@pytest.mark.parametrize("model", disk.MODELS)
+def test_a_rename_leaves_the_file_under_one_name_at_least(model: str) -> None:
+    trace = _trace('rename("/opt/qor/etc/file", "/opt/qor/etc/other") = 0')
+    assert {"file": OLD} in _files(trace, model)
+    assert {"other": OLD} in _files(trace, model)
+    assert {} not in _files(trace, model)
+
+
+def test_a_change_that_is_not_understood_is_an_error() -> None:
+    with pytest.raises(NotImplementedError):
+        _trace('link("/opt/qor/etc/file", "/opt/qor/etc/other") = 0')
+
+
+@pytest.fixture(scope="module", name="chains")
+def _chains(tmp_path_factory: pytest.TempPathFactory) -> list[cuts.Chain]:
+    return [cuts.record(plan, "small", tmp_path_factory.mktemp("chain")) for plan in cuts.plans() if not plan[2]]
+
+
+def test_no_cut_leaves_a_bad_state(chains: list[cuts.Chain]) -> None:
+    assert [(chain.name, found) for chain in chains for found in cuts.bad_states(chain, chain.trace)] == []
+
+
+def test_every_run_needs_its_syncs(chains: list[cuts.Chain]) -> None:
+    for chain in chains:
+        assert any(cuts.bad_states(chain, chain.trace.without(chain.trace.sites))), chain.name
+
+
+def test_no_sync_can_be_left_out(chains: list[cuts.Chain]) -> None:
+    """Each of them is there for a state that some run may leave; the others cost time."""
+    sites = {site for chain in chains for site in chain.trace.sites}
+    assert len(sites) > len(frameworks.SCENARIOS)
+    for site in sites:
+        assert any(found for chain in chains if site in chain.trace.sites
+                   for found in cuts.bad_states(chain, chain.trace.without([site]))), site

@@ -1,0 +1,93 @@
+#include "base/DiskSync.h"
+
+#include "support/FailingCall.h"
+#include "support/Files.h"
+#include "support/TemporaryDirectory.h"
+
+#include <Poco/Exception.h>
+
+#include <gtest/gtest.h>
+
+#include <cerrno>
+
+namespace QMT::Test
+{
+
+namespace
+{
+
+class DiskSync : public testing::Test
+{
+protected:
+    DiskSync() : path(directory.write("file", "content"))
+    {
+    }
+
+    TemporaryDirectory directory;
+    const std::string path;
+};
+
+TEST_F(DiskSync, FileThrowsWhenTheDiskDoesNotTakeIt)
+{
+    const FailingCall failing("fsync", path, EIO);
+    try
+    {
+        syncFile(path);
+        FAIL();
+    }
+    catch (const Poco::WriteFileException& exc)
+    {
+        EXPECT_EQ(exc.message(), path);
+    }
+}
+
+TEST_F(DiskSync, FileThrowsWhenItCannotBeOpened)
+{
+    const FailingCall failing("open", path, EMFILE);
+
+    EXPECT_THROW(syncFile(path), Poco::WriteFileException);
+}
+
+TEST_F(DiskSync, FileIsDoneWhereNothingCanBeSynced)
+{
+    const FailingCall failing("fsync", path, EINVAL);
+
+    EXPECT_NO_THROW(syncFile(path));
+    EXPECT_EQ(failing.failures(), 1);
+}
+
+TEST_F(DiskSync, FileIsDoneWhenItIsMissingOrMustNotBeRead)
+{
+    EXPECT_NO_THROW(syncFile(directory.path("missing")));
+    EXPECT_NO_THROW(syncFile(path + "/no-directory"));
+
+    const FailingCall failing("open", path, EACCES);
+    EXPECT_NO_THROW(syncFile(path));
+}
+
+TEST_F(DiskSync, FileDoesNotWaitForAPipe)
+{
+    const std::string pipe = directory.path("pipe");
+    putPipeAt(pipe);
+
+    EXPECT_NO_THROW(syncFile(pipe));
+}
+
+TEST_F(DiskSync, DirectoryThrowsWhenTheDiskDoesNotTakeIt)
+{
+    const FailingCall failing("fsync", directory.path(), EIO);
+
+    EXPECT_NO_THROW(syncFile(path));
+    EXPECT_THROW(syncDirectoryOf(path), Poco::WriteFileException);
+}
+
+TEST_F(DiskSync, DirectoryOfAMissingFileIsSynced)
+{
+    const FailingCall failing("fsync", directory.path(), EIO);
+
+    EXPECT_THROW(syncDirectoryOf(directory.path("missing")), Poco::WriteFileException);
+}
+
+} // namespace
+
+} // namespace QMT::Test
