@@ -205,7 +205,8 @@ def main() -> int:
     LOGS.mkdir(parents=True, exist_ok=True)
     machines = [(release, way) for release in wanted.releases or RELEASES for way in wanted.ways or WAYS]
     with tempfile.TemporaryDirectory() as scratch:
-        return 0 if all([trial(machine, wanted.quick, Path(scratch)) for machine in machines]) else 1
+        passed = [trial(machine, wanted.quick, Path(scratch)) for machine in machines]
+    return 0 if all(passed) else 1
 
 
 if __name__ == "__main__":

@@ -105,8 +105,9 @@ def start(name: str, completions: Path, scratch: Path) -> pexpect.spawn:
 
 def main() -> None:
     name, completions, *lines = sys.argv[1:]
-    with tempfile.TemporaryDirectory(dir=".") as scratch, start(name, Path(completions), Path(scratch).resolve()) as shell:
-        print(json.dumps([complete(shell, line) for line in lines]))
+    with tempfile.TemporaryDirectory(dir=".") as scratch:
+        with start(name, Path(completions), Path(scratch).resolve()) as shell:
+            print(json.dumps([complete(shell, line) for line in lines]))
 
 
 if __name__ == "__main__":
