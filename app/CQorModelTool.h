@@ -131,6 +131,7 @@ private:
     int rollBackOnRequest(bool lockExisted);
     int commit(bool lockExisted);
     int commitSession();
+    void undoRejected();
     bool areLiveFilesUntouched() const;
 
     // Not owned.

@@ -1,5 +1,6 @@
 #include "app/CQorModelTool.h"
 
+#include "base/CSignalBlock.h"
 #include "impl/CQorModelToolImpl.h"
 
 #include <Poco/AutoPtr.h>
@@ -72,11 +73,27 @@ int CQorModelTool::commitSession()
     document = nullptr;
     if (result.needsValidation && _impl->checkModelCfgValidity())
     {
-        _impl->rollBack();
-        _impl->cleanupTmp();
+        undoRejected();
         return fail();
     }
     return result.failed ? fail() : succeed();
+}
+
+void CQorModelTool::undoRejected()
+{
+    // Whoever stages meanwhile opens a session, perhaps twice in one call, and rollBack changes nothing under a session.
+    const int MAX_ATTEMPTS = 10;
+
+    const CSignalBlock block;
+    for (int attempt = 0; attempt < MAX_ATTEMPTS; ++attempt)
+    {
+        _impl->rollBack();
+        _impl->cleanupTmp();
+        if (!_impl->hasBackup())
+        {
+            return;
+        }
+    }
 }
 
 bool CQorModelTool::areLiveFilesUntouched() const

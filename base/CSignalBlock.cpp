@@ -1,16 +1,18 @@
 #include "base/CSignalBlock.h"
 
+#include <initializer_list>
+
 namespace QMT
 {
 
 CSignalBlock::CSignalBlock() : _before()
 {
     sigset_t blocked;
-    ::sigemptyset(&blocked);
-    ::sigaddset(&blocked, SIGHUP);
-    ::sigaddset(&blocked, SIGINT);
-    ::sigaddset(&blocked, SIGQUIT);
-    ::sigaddset(&blocked, SIGTERM);
+    ::sigfillset(&blocked);
+    for (const int fault : {SIGABRT, SIGBUS, SIGFPE, SIGILL, SIGSEGV, SIGSYS, SIGTRAP})
+    {
+        ::sigdelset(&blocked, fault);
+    }
     ::sigprocmask(SIG_BLOCK, &blocked, &_before);
 }
 

@@ -312,6 +312,9 @@ public:
     /// which of the files are there. Signals wait until all is done.
     bool rollBack();
 
+    /// Whether there is a backup of the list, which rollBack would put back.
+    [[nodiscard]] bool hasBackup() const;
+
     /// Sets the mode of `path`; a failure goes to the system log only.
     static void modifyFilePermissions(const Poco::Path& path, unsigned int mode);
 

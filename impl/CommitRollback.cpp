@@ -69,7 +69,7 @@ bool CQorModelToolImpl::rollBack()
     {
         return false;
     }
-    if (!Poco::File(list.backup).exists() || isThere(paths().lockFile()))
+    if (!hasBackup() || isThere(paths().lockFile()))
     {
         return true;
     }
@@ -84,6 +84,11 @@ bool CQorModelToolImpl::rollBack()
     // The backup's path, on purpose: the configuration put back keeps the mode and group of its backup.
     adjustOwnershipOf(configuration.backup);
     return true;
+}
+
+bool CQorModelToolImpl::hasBackup() const
+{
+    return Poco::File(paths().modelFileList().backup).exists();
 }
 
 void CQorModelToolImpl::adjustOwnershipOf(const std::string& path) const

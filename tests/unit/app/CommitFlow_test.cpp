@@ -377,6 +377,30 @@ TEST_F(ValidatedCommit, IsUndoneWhenTheValidatorRejects)
     expectNoSession();
 }
 
+TEST_F(ValidatedCommit, IsUndoneThoughASessionBeganMeanwhile)
+{
+    givenValidator("echo other-host >" + framework.lock() + "; exit 1");
+    givenSession("3:" + model + "|a|1|1\n");
+
+    EXPECT_EQ(runTool({"--commit"}).status, -1);
+
+    framework.expectLive(before, "/m/old.xml\n");
+    EXPECT_FALSE(exists(framework.configuration(".bak")));
+    EXPECT_FALSE(exists(framework.list(".bak")));
+    expectNoSession();
+}
+
+TEST_F(ValidatedCommit, GivesUpUndoingWhenTheLockStays)
+{
+    givenValidator("mkdir -p " + framework.lock() + "/taken; exit 1");
+    givenSession("0:" + model + "\n");
+
+    EXPECT_EQ(runTool({"--commit"}).status, -1);
+
+    EXPECT_EQ(readFile(framework.list()), "/m/old.xml\n" + model + "\n");
+    EXPECT_EQ(readFile(framework.list(".bak")), "/m/old.xml\n");
+}
+
 TEST_F(ValidatedCommit, CleansUpAfterARejectionThatCouldNotBeUndone)
 {
     givenValidator("rm " + framework.list() + "; touch " + framework.configuration(".tmp") + "; exit 1");

@@ -48,12 +48,16 @@ class EndingSignal : public SignalBlock
 {
 };
 
-class OtherSignal : public SignalBlock
+class FaultSignal : public SignalBlock
 {
 };
 
-INSTANTIATE_TEST_SUITE_P(SignalBlock, EndingSignal, testing::Values(SIGHUP, SIGINT, SIGQUIT, SIGTERM));
-INSTANTIATE_TEST_SUITE_P(SignalBlock, OtherSignal, testing::Values(SIGUSR1, SIGCHLD));
+INSTANTIATE_TEST_SUITE_P(SignalBlock, EndingSignal,
+                         testing::Values(SIGHUP, SIGINT, SIGQUIT, SIGTERM, SIGUSR1, SIGUSR2, SIGALRM, SIGVTALRM,
+                                         SIGPROF, SIGXCPU, SIGXFSZ, SIGIO, SIGPWR, SIGTSTP, SIGTTIN, SIGTTOU,
+                                         SIGRTMIN, SIGRTMAX));
+INSTANTIATE_TEST_SUITE_P(SignalBlock, FaultSignal,
+                         testing::Values(SIGABRT, SIGBUS, SIGFPE, SIGILL, SIGSEGV, SIGSYS, SIGTRAP));
 
 TEST_P(EndingSignal, TakesEffectWhenTheBlockEnds)
 {
@@ -78,7 +82,7 @@ TEST_P(EndingSignal, StaysHeldWhenItWasHeldBefore)
     EXPECT_EQ(arrived, std::vector<int>{GetParam()});
 }
 
-TEST_P(OtherSignal, TakesEffectAtOnce)
+TEST_P(FaultSignal, TakesEffectAtOnce)
 {
     const CSignalBlock block;
 
