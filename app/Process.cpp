@@ -18,10 +18,11 @@
 namespace QMT
 {
 
-int runProcess(int argc, char** argv)
+namespace
 {
-    setUpProcess();
 
+int run(int argc, char** argv)
+{
     Poco::AutoPtr<Poco::PatternFormatter> formatter(new Poco::PatternFormatter("%s: %p: %t"));
     Poco::AutoPtr<Poco::FormattingChannel> channel(new Poco::FormattingChannel(formatter));
     Poco::AutoPtr<Poco::ConsoleChannel> console(new Poco::ConsoleChannel);
@@ -44,6 +45,22 @@ int runProcess(int argc, char** argv)
         return Poco::Util::Application::EXIT_CONFIG;
     }
     return application->run();
+}
+
+} // namespace
+
+int runProcess(int argc, char** argv)
+{
+    setUpProcess();
+    try
+    {
+        return run(argc, argv);
+    }
+    catch (...)
+    {
+        // Without a handler the stack need not be unwound, and the objects would not be cleaned up.
+        throw;
+    }
 }
 
 } // namespace QMT

@@ -2,13 +2,5 @@
 
 int main(int argc, char** argv)
 {
-    try
-    {
-        return QMT::runProcess(argc, argv);
-    }
-    catch (...)
-    {
-        // Without a handler the stack need not be unwound, and the objects would not be cleaned up.
-        throw;
-    }
+    return QMT::runProcess(argc, argv);
 }

@@ -65,14 +65,7 @@ bool CQorModelToolImpl::getEnvDir(std::string& dir)
         dir = fromEnvironment;
         return true;
     }
-    try
-    {
-        return findInstalledDirectory(dir);
-    }
-    catch (const Poco::Exception&)
-    {
-        return false;
-    }
+    return findInstalledDirectory(dir);
 }
 
 bool CQorModelToolImpl::findInstalledDirectory(std::string& dir)

@@ -244,7 +244,10 @@ class LogSocket:
         self.path = path
         self.lines: list[LogLine] = []
         self._socket = socket.socket(socket.AF_UNIX, socket.SOCK_DGRAM)
-        self._socket.bind(str(path))
+        # By way of its directory's descriptor, since a socket's path is limited to 108 bytes.
+        directory = os.open(path.parent, os.O_PATH)
+        self._socket.bind(f"/proc/self/fd/{directory}/{path.name}")
+        os.close(directory)
         path.chmod(0o666)
         self._stop_read, self._stop_write = os.pipe()
         self._thread = threading.Thread(target=self._collect, daemon=True)
