@@ -81,7 +81,8 @@ int CQorModelTool::commitSession()
 
 void CQorModelTool::undoRejected()
 {
-    // Whoever stages meanwhile opens a session, perhaps twice in one call, and rollBack changes nothing under a session.
+    // Whoever stages meanwhile opens a session, perhaps twice in one call, and rollBack changes nothing under a
+    // session.
     const int MAX_ATTEMPTS = 10;
 
     const CSignalBlock block;

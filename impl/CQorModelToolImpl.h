@@ -169,7 +169,7 @@ public:
     [[nodiscard]] static bool loadFile(const std::string& path, std::string& content);
 
     /// Whether the session file exists.
-    [[nodiscard]] bool isFIFOFile() const;
+    [[nodiscard]] bool isFIFOFile();
 
     /// Adds the actions of the session file to the queue. False when the file is missing (silently) or cannot be read;
     /// true otherwise, even when tokenizeFIFO found the file invalid.
@@ -184,6 +184,9 @@ public:
     /// Writes the whole queue to the session file, oldest action first, one "kind:text" a line, and waits until it is
     /// on the disk, with the names of the lock file and of the list's working copy. False, after messages, when that
     /// failed; the file may then be incomplete. Signals wait until it is written.
+    ///
+    /// False, too, and the file untouched, when an earlier session may be there whose lock file or session file could
+    /// not be looked at: its actions would be lost.
     bool saveFIFO();
 
     /// Splits the text of a handler action into its three fields. A missing second separator gives both versions the
@@ -207,7 +210,7 @@ public:
     static std::string getHostName();
 
     /// Whether a session is open, on whatever host.
-    [[nodiscard]] bool isLockFile() const;
+    [[nodiscard]] bool isLockFile();
 
     /// Opens a session of this host: creates the lock file with the host name as its content. The content is on the
     /// disk then, the name only after saveFIFO.
@@ -342,6 +345,7 @@ public:
 
 private:
     static ReadResult load(const std::string& path, std::string& content);
+    bool isSeen(const std::string& path);
     bool requireFields(const std::string& entry);
     std::string removeLines(const std::string& entry, const std::string& list);
     bool findInstalledDirectory(std::string& dir);
@@ -365,6 +369,8 @@ private:
     QorEa _agent;
     std::unique_ptr<CXMLParser> _parser;
     CommandQueue _queue;
+    bool _isSessionUnseen = false; ///< lock file or session file may exist, but could not be looked at
+    bool _isQueueLoaded = false;
 
     // Determined once, at the start of the run.
     std::string _qorPath;

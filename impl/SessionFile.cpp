@@ -2,6 +2,7 @@
 
 #include "base/CSignalBlock.h"
 #include "base/DiskSync.h"
+#include "base/Existence.h"
 #include "base/WholeFile.h"
 
 #include <Poco/Exception.h>
@@ -63,9 +64,16 @@ ReadResult CQorModelToolImpl::load(const std::string& path, std::string& content
     return result;
 }
 
-bool CQorModelToolImpl::isFIFOFile() const
+bool CQorModelToolImpl::isFIFOFile()
 {
-    return Poco::File(paths().sessionFile()).exists();
+    return isSeen(paths().sessionFile());
+}
+
+bool CQorModelToolImpl::isSeen(const std::string& path)
+{
+    const Existence existence = existenceOf(path);
+    _isSessionUnseen = _isSessionUnseen || existence == Existence::UNKNOWN;
+    return existence == Existence::PRESENT;
 }
 
 bool CQorModelToolImpl::loadFIFO()
@@ -81,6 +89,7 @@ bool CQorModelToolImpl::loadFIFO()
         ::syslog(LOG_WARNING, "Unable to open existing FIFO file");
         return false;
     }
+    _isQueueLoaded = true;
     tokenizeFIFO();
     return true;
 }
@@ -123,7 +132,8 @@ bool CQorModelToolImpl::saveFIFO()
         lines += std::to_string(static_cast<std::int32_t>(entry->first)) + ":" + entry->second + "\n";
     }
     const CSignalBlock block;
-    if (!writeDurably(paths().sessionFile(), lines))
+    // The queue of a session that could not be looked at is not in ours.
+    if ((_isSessionUnseen && !_isQueueLoaded) || !writeDurably(paths().sessionFile(), lines))
     {
         _logger->critical("Unable to write to FIFO file!");
         ::syslog(LOG_WARNING, "Unable to write to FIFO file");

@@ -1,6 +1,7 @@
 #include "impl/CQorModelToolImpl.h"
 
 #include "base/DiskSync.h"
+#include "base/Existence.h"
 #include "base/WholeFile.h"
 
 #include <Poco/Exception.h>
@@ -32,9 +33,9 @@ std::string CQorModelToolImpl::getHostName()
     return std::string(name.data());
 }
 
-bool CQorModelToolImpl::isLockFile() const
+bool CQorModelToolImpl::isLockFile()
 {
-    return Poco::File(paths().lockFile()).exists();
+    return isSeen(paths().lockFile());
 }
 
 int CQorModelToolImpl::createLockFile()
@@ -50,6 +51,7 @@ int CQorModelToolImpl::createLockFile()
         {
             // The name reaches the disk with that of the session file.
             syncFile(path);
+            _isSessionUnseen = false;
             return LOCK_CREATED;
         }
     }
@@ -74,6 +76,7 @@ bool CQorModelToolImpl::getSessionHost(std::string& host)
             return true;
         }
     }
+    _isSessionUnseen = _isSessionUnseen || existenceOf(paths().lockFile()) != Existence::ABSENT;
     const std::string text = "Unable to find hostname";
     _logger->warning(text);
     ::syslog(LOG_WARNING, "%s", text.c_str());

@@ -54,8 +54,8 @@ class FaultSignal : public SignalBlock
 
 INSTANTIATE_TEST_SUITE_P(SignalBlock, EndingSignal,
                          testing::Values(SIGHUP, SIGINT, SIGQUIT, SIGTERM, SIGUSR1, SIGUSR2, SIGALRM, SIGVTALRM,
-                                         SIGPROF, SIGXCPU, SIGXFSZ, SIGIO, SIGPWR, SIGTSTP, SIGTTIN, SIGTTOU,
-                                         SIGRTMIN, SIGRTMAX));
+                                         SIGPROF, SIGXCPU, SIGXFSZ, SIGIO, SIGPWR, SIGTSTP, SIGTTIN, SIGTTOU, SIGRTMIN,
+                                         SIGRTMAX));
 INSTANTIATE_TEST_SUITE_P(SignalBlock, FaultSignal,
                          testing::Values(SIGABRT, SIGBUS, SIGFPE, SIGILL, SIGSEGV, SIGSYS, SIGTRAP));
 

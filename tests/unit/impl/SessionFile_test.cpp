@@ -8,6 +8,7 @@
 #include <syslog.h>
 
 #include <cerrno>
+#include <filesystem>
 
 namespace QMT::Test
 {
@@ -349,6 +350,89 @@ TEST_F(SessionFile, WritingOnAFullDiskIsReported)
 
     EXPECT_EQ(log.messages(), UNWRITABLE);
     EXPECT_EQ(systemLog.messages(), UNWRITABLE_SYSTEM_LOG);
+}
+
+/// A session of this host that was there before, with one action.
+class EarlierSession : public SessionFile
+{
+protected:
+    EarlierSession()
+    {
+        writeFile(framework.lock(), "this-host");
+        writeFile(framework.session(), "0:earlier\n");
+        stage(CmdID::AddModelFile, "a");
+    }
+
+    void expectWritingRefused()
+    {
+        EXPECT_FALSE(impl.saveFIFO());
+
+        EXPECT_EQ(readFile(framework.session()), "0:earlier\n");
+        EXPECT_EQ(log.messages(), UNWRITABLE);
+        EXPECT_EQ(systemLog.messages(), UNWRITABLE_SYSTEM_LOG);
+    }
+};
+
+TEST_F(EarlierSession, IsNotOverwrittenWhenItsQueueCouldNotBeLookedAt)
+{
+    {
+        const FailingCall failing("stat", framework.session(), EIO);
+        EXPECT_FALSE(impl.loadFIFO());
+    }
+
+    expectWritingRefused();
+}
+
+TEST_F(EarlierSession, IsNotOverwrittenWhenItsLockCouldNotBeLookedAt)
+{
+    {
+        const FailingCall failing("stat", framework.lock(), EACCES);
+        EXPECT_FALSE(impl.isLockFile());
+    }
+
+    expectWritingRefused();
+}
+
+TEST_F(EarlierSession, IsNotOverwrittenWhenItsHostCouldNotBeRead)
+{
+    {
+        std::string host;
+        const FailingCall failing("fopen", framework.lock(), EMFILE);
+        EXPECT_FALSE(impl.getSessionHost(host));
+    }
+    log.clear();
+    systemLog.clear();
+
+    expectWritingRefused();
+}
+
+TEST_F(EarlierSession, IsWrittenOnceItsQueueHasBeenLoaded)
+{
+    EXPECT_TRUE(impl.loadFIFO());
+    {
+        const FailingCall failing("stat", framework.lock(), EIO);
+        EXPECT_FALSE(impl.isLockFile());
+    }
+
+    EXPECT_TRUE(impl.saveFIFO());
+
+    EXPECT_EQ(readFile(framework.session()), "0:a\n0:earlier\n");
+}
+
+TEST_F(EarlierSession, IsOverwrittenBySessionThatThisRunHasOpened)
+{
+    std::string host;
+    std::filesystem::remove(framework.lock());
+    {
+        const FailingCall failing("stat", framework.lock(), EIO);
+        EXPECT_FALSE(impl.isLockFile());
+    }
+    EXPECT_FALSE(impl.getSessionHost(host));
+    EXPECT_EQ(impl.createLockFile(), CQorModelToolImpl::LOCK_CREATED);
+
+    EXPECT_TRUE(impl.saveFIFO());
+
+    EXPECT_EQ(readFile(framework.session()), "0:a\n");
 }
 
 TEST_F(SessionFile, WritingThatTheDiskDoesNotTakeIsReported)
