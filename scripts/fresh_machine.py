@@ -44,7 +44,7 @@ shift
 # Killed in the middle of the story, with everything that it started itself.
 KILLED_DEMO = """
 set -m
-scripts/demo >build/killed-demo.log 2>&1 &
+PYTHONUNBUFFERED=1 scripts/demo >build/killed-demo.log 2>&1 &
 until grep -q '^\\[5\\]' build/killed-demo.log; do sleep 0.1; jobs %1 >/dev/null; done
 kill -KILL -- "-$!"
 sleep 5
