@@ -4,12 +4,10 @@
 #include "base/DiskSync.h"
 #include "base/Existence.h"
 #include "base/WholeFile.h"
+#include "impl/QueueText.h"
 
-#include <Poco/Exception.h>
 #include <Poco/File.h>
 #include <Poco/Logger.h>
-#include <Poco/NumberParser.h>
-#include <Poco/StringTokenizer.h>
 
 #include <syslog.h>
 
@@ -101,22 +99,14 @@ int CQorModelToolImpl::tokenizeFIFO()
     {
         content.clear();
     }
-    const Poco::StringTokenizer tokens(
-        content, "\n:", Poco::StringTokenizer::TOK_IGNORE_EMPTY | Poco::StringTokenizer::TOK_TRIM);
-    if (tokens.count() == 0 || tokens.count() % 2 != 0)
+    const QueueText queue = readQueueText(content);
+    if (queue.fault == QueueText::Fault::INCOMPLETE)
     {
         _logger->critical("Invalid command queue, aborting!");
         return QUEUE_INVALID;
     }
-    try
-    {
-        for (std::size_t i = 0; i < tokens.count(); i += 2)
-        {
-            const auto kind = static_cast<CmdID>(Poco::NumberParser::parse(tokens[i]));
-            _queue.emplace_front(kind, tokens[i + 1]);
-        }
-    }
-    catch (const Poco::SyntaxException&)
+    _queue.insert(_queue.begin(), queue.entries.rbegin(), queue.entries.rend());
+    if (queue.fault == QueueText::Fault::NO_KIND)
     {
         _logger->critical("Invalid command queue, aborting");
         return QUEUE_INVALID;

@@ -1,0 +1,31 @@
+#ifndef QMT_QueueText_INCLUDED
+#define QMT_QueueText_INCLUDED
+
+#include "impl/Action.h"
+
+#include <string>
+#include <vector>
+
+namespace QMT
+{
+
+/// What the text of a session file holds.
+struct QueueText
+{
+    enum class Fault
+    {
+        NONE,
+        INCOMPLETE, ///< there is no action at all, or a kind or a text is without its counterpart
+        NO_KIND     ///< a kind is no number
+    };
+
+    std::vector<CommandQueueEntry> entries; ///< the actions up to the fault, oldest first
+    Fault fault = Fault::NONE;
+};
+
+/// Reads the text of a session file, "kind:text" a line. Kinds are not checked but for being numbers.
+QueueText readQueueText(const std::string& text);
+
+} // namespace QMT
+
+#endif // QMT_QueueText_INCLUDED
