@@ -91,6 +91,9 @@ public:
     /// 0 when it cannot be loaded or its root class has no name. Messages tell of 2 and 0.
     [[nodiscard]] int getRootClassName(const std::string& modelFile, std::string& rootClass);
 
+    /// The same for a model that is loaded, without messages.
+    [[nodiscard]] static int findRootClass(Poco::XML::Document& model, std::string& rootClass);
+
     // ---- Handlers (Handlers.cpp) ----
 
     /// Appends a new handler `compName` with one root class and its two interfaces to the first participants element.

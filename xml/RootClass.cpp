@@ -19,21 +19,29 @@ int CXMLParser::getRootClassName(const std::string& modelFile, std::string& root
     {
         return FAILURE;
     }
-    const Element* const root = CElementWalk::first(*model, DocumentModel::ROOT);
-    if (root == nullptr)
+    const int result = findRootClass(*model, rootClass);
+    if (result == NO_ROOT_CLASS)
     {
         _logger->information("Unable to locate root class in model file.");
+    }
+    else if (result == FAILURE)
+    {
+        _logger->information("Invalid component name!\nAborting.");
+    }
+    return result;
+}
+
+int CXMLParser::findRootClass(Poco::XML::Document& model, std::string& rootClass)
+{
+    const Element* const root = CElementWalk::first(model, DocumentModel::ROOT);
+    if (root == nullptr)
+    {
         return NO_ROOT_CLASS;
     }
     // Above the document element stands the document, which has no attributes.
     const auto* const owner = dynamic_cast<const Element*>(root->parentNode());
     rootClass = owner == nullptr ? std::string() : owner->getAttribute(DocumentModel::NAME);
-    if (rootClass.empty())
-    {
-        _logger->information("Invalid component name!\nAborting.");
-        return FAILURE;
-    }
-    return SUCCESS;
+    return rootClass.empty() ? FAILURE : SUCCESS;
 }
 
 } // namespace QMT
