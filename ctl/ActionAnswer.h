@@ -1,0 +1,26 @@
+#ifndef QMT_ActionAnswer_INCLUDED
+#define QMT_ActionAnswer_INCLUDED
+
+#include "impl/Action.h"
+
+#include <Poco/JSON/Object.h>
+
+#include <string>
+
+namespace QMT
+{
+
+// A queued action in both forms of an answer.
+
+/// The JSON object of an action: its kind and the fields that the kind has.
+Poco::JSON::Object::Ptr actionKeys(const Action& action);
+
+/// The same for a queue entry. One of an unknown kind, and one whose text does not split, has kind and text only.
+Poco::JSON::Object::Ptr actionKeys(const CommandQueueEntry& entry);
+
+/// A line for people, ready for a terminal: the options that stage the action, or kind and text where there are none.
+std::string actionLine(const CommandQueueEntry& entry);
+
+} // namespace QMT
+
+#endif // QMT_ActionAnswer_INCLUDED
