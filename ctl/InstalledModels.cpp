@@ -1,0 +1,86 @@
+#include "ctl/InstalledModels.h"
+
+#include "base/WholeFile.h"
+#include "xml/CXMLParser.h"
+
+#include <Poco/DOM/Document.h>
+#include <Poco/StringTokenizer.h>
+
+#include <unordered_map>
+
+namespace QMT
+{
+
+namespace
+{
+
+ModelState readRootClass(const std::string& model, std::string& rootClass)
+{
+    CXMLParser::DocumentPtr document = CXMLParser::parseFile(model);
+    if (document.isNull())
+    {
+        return ModelState::MALFORMED;
+    }
+    switch (CXMLParser::findRootClass(*document, rootClass))
+    {
+    case CXMLParser::SUCCESS:
+        return ModelState::READ;
+    case CXMLParser::NO_ROOT_CLASS:
+        return ModelState::ROOTLESS;
+    default:
+        return ModelState::NAMELESS;
+    }
+}
+
+ModelState readModel(const std::string& file, std::string& rootClass)
+{
+    if (file.front() != '/')
+    {
+        return ModelState::RELATIVE;
+    }
+    // The system would take what is before a NUL for the path.
+    if (file.find('\0') != std::string::npos)
+    {
+        return ModelState::MISSING;
+    }
+    std::string model;
+    switch (readWholeFile(file, model))
+    {
+    case ReadResult::READ:
+        return readRootClass(model, rootClass);
+    case ReadResult::MISSING:
+        return ModelState::MISSING;
+    case ReadResult::NOT_OPENED:
+    case ReadResult::FAILED:
+        break;
+    }
+    return ModelState::UNREADABLE;
+}
+
+} // namespace
+
+std::vector<InstalledModel> readInstalledModels(const std::string& list)
+{
+    const Poco::StringTokenizer lines(list, "\n",
+                                      Poco::StringTokenizer::TOK_IGNORE_EMPTY | Poco::StringTokenizer::TOK_TRIM);
+    std::vector<InstalledModel> models;
+    models.reserve(lines.count());
+    // A list may name one file very often.
+    std::unordered_map<std::string, std::size_t> known;
+    for (const std::string& line : lines)
+    {
+        const auto [first, isNew] = known.emplace(line, models.size());
+        if (isNew)
+        {
+            models.push_back({line, ModelState::MISSING, std::string()});
+            models.back().state = readModel(line, models.back().rootClass);
+        }
+        else
+        {
+            models.push_back(models[first->second]);
+        }
+    }
+    return models;
+}
+
+} // namespace QMT

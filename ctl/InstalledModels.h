@@ -1,0 +1,35 @@
+#ifndef QMT_InstalledModels_INCLUDED
+#define QMT_InstalledModels_INCLUDED
+
+#include <string>
+#include <vector>
+
+namespace QMT
+{
+
+/// What can be told of a model file.
+enum class ModelState
+{
+    READ,       ///< its root class is known
+    ROOTLESS,   ///< it has no root class
+    NAMELESS,   ///< its root class has no name
+    MALFORMED,  ///< it cannot be parsed
+    UNREADABLE, ///< it is there, or may be, and cannot be read
+    MISSING,
+    RELATIVE ///< its path is not absolute, so that it is not looked for
+};
+
+/// One line of the model file list, and what stands in that file.
+struct InstalledModel
+{
+    std::string file; ///< the line, without white space around it
+    ModelState state = ModelState::MISSING;
+    std::string rootClass; ///< empty unless the state is READ
+};
+
+/// Reads the model files of `list`, the text of a model file list, in its order. Lines of white space are none.
+std::vector<InstalledModel> readInstalledModels(const std::string& list);
+
+} // namespace QMT
+
+#endif // QMT_InstalledModels_INCLUDED
