@@ -16,14 +16,14 @@ struct Answer
     Status status = Status::YES;
 
     /// The keys of the command's own, in the order in which they are written behind "command", "framework" and
-    /// "status". Strings in it may hold any bytes: what is no UTF-8 is replaced when it is written. A failure may have
-    /// none.
+    /// "status". Strings in it may hold any bytes: what is no UTF-8 is replaced when it is written. A failure mostly
+    /// has none.
     Poco::JSON::Object keys = Poco::JSON::Object(Poco::JSON_PRESERVE_KEY_ORDER);
 
     /// The same for a person, ready for a terminal: names and contents in it have been through printable().
     std::string text;
 
-    /// What went wrong, for standard error and, unless there are keys, for the key "error"; not escaped.
+    /// What went wrong, for standard error and, unless the status is YES or NO, for the key "error"; not escaped.
     std::string error;
 
     /// An answer that tells of a failure and has no keys.

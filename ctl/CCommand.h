@@ -32,15 +32,18 @@ public:
     /// One line for the help.
     virtual std::string summary() const = 0;
 
-    /// Adds the options of its own; those of every command are there already.
-    virtual void defineOptions(Poco::Util::OptionSet& options) const = 0;
+    /// Adds the options of its own; those of every command are there already. A command may have none.
+    virtual void defineOptions(Poco::Util::OptionSet& options) const;
 
     /// Records the option `name` of its own, in the order of the command line. `value` is empty for an option without
     /// one, and only then. Throws a Poco::SyntaxException with a text for people when the value is wrong.
-    virtual void takeOption(const std::string& name, const std::string& value) = 0;
+    virtual void takeOption(const std::string& name, const std::string& value);
 
     /// Judges the options together, when the last one was taken. Throws like takeOption.
     virtual void checkOptions() const;
+
+    /// The keys of its own that an answer has even when the work could not be done. Mostly none.
+    virtual Poco::JSON::Object keysOfFailure() const;
 
     /// Does the work on the framework directory `qorPath`, which exists. A Poco::Exception that leaves it becomes the
     /// status CANNOT with the exception's text, so a message that names the file is all that it needs.

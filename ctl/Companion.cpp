@@ -17,6 +17,13 @@ namespace QMT
 namespace
 {
 
+Answer cannot(const CCommandLine& commandLine, const std::string& error)
+{
+    Answer answer = Answer::failure(Status::CANNOT, error);
+    answer.keys = commandLine.command()->keysOfFailure();
+    return answer;
+}
+
 Answer runCommand(const CCommandLine& commandLine, std::optional<std::string>& framework)
 {
     try
@@ -24,18 +31,18 @@ Answer runCommand(const CCommandLine& commandLine, std::optional<std::string>& f
         framework = commandLine.qorPath() ? withoutTrailingSlashes(*commandLine.qorPath()) : findFramework();
         if (!framework)
         {
-            return Answer::failure(Status::CANNOT, "the framework directory cannot be determined");
+            return cannot(commandLine, "the framework directory cannot be determined");
         }
         requireDirectory(*framework);
         return commandLine.command()->run(*framework);
     }
     catch (const Poco::Exception& exc)
     {
-        return Answer::failure(Status::CANNOT, exc.displayText());
+        return cannot(commandLine, exc.displayText());
     }
     catch (const std::exception& exc)
     {
-        return Answer::failure(Status::CANNOT, exc.what());
+        return cannot(commandLine, exc.what());
     }
 }
 
@@ -50,7 +57,7 @@ void writeJson(const CCommand* command, const std::optional<std::string>& framew
     {
         object.set(key, answer.keys.get(key));
     }
-    if (answer.keys.size() == 0 && !answer.error.empty())
+    if (answer.status > Status::NO)
     {
         object.set("error", answer.error);
     }
