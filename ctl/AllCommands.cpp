@@ -1,11 +1,14 @@
 #include "ctl/CCommand.h"
 
+#include "ctl/CShowCommand.h"
+
 namespace QMT
 {
 
 std::vector<std::unique_ptr<CCommand>> allCommands()
 {
     std::vector<std::unique_ptr<CCommand>> commands;
+    commands.push_back(std::make_unique<CShowCommand>());
     return commands;
 }
 

@@ -1,6 +1,7 @@
 #include "support/Files.h"
 
 #include <sys/stat.h>
+#include <utime.h>
 
 #include <filesystem>
 #include <fstream>
@@ -35,6 +36,15 @@ void writeFile(const std::string& path, const std::string& content)
 std::string directoryOf(const std::string& path)
 {
     return std::filesystem::path(path).parent_path().string();
+}
+
+void setModificationTime(const std::string& path, long seconds)
+{
+    const struct utimbuf times = {seconds, seconds};
+    if (::utime(path.c_str(), &times) != 0)
+    {
+        throw std::runtime_error("no time for: " + path);
+    }
 }
 
 bool exists(const std::string& path)

@@ -15,6 +15,9 @@ std::string readFile(const std::string& path);
 /// Makes or replaces the file at `path`.
 void writeFile(const std::string& path, const std::string& content);
 
+/// Makes `seconds`, counted since 1970, the time at which the file at `path` was last modified.
+void setModificationTime(const std::string& path, long seconds);
+
 /// Whether anything stands at `path`, be it a link to nowhere.
 bool exists(const std::string& path);
 

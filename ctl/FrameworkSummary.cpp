@@ -1,0 +1,112 @@
+#include "ctl/FrameworkSummary.h"
+
+#include "base/Existence.h"
+#include "base/WholeFile.h"
+#include "impl/CFrameworkPaths.h"
+#include "impl/CQorModelToolImpl.h"
+#include "impl/QueueText.h"
+
+#include <Poco/DateTimeFormat.h>
+#include <Poco/DateTimeFormatter.h>
+#include <Poco/Exception.h>
+#include <Poco/File.h>
+
+namespace QMT
+{
+
+namespace
+{
+
+using Failures = std::vector<std::string>;
+
+/// When the file at `path` was last modified; nothing when there is none.
+std::optional<std::string> modifiedAt(const std::string& path)
+{
+    try
+    {
+        return Poco::DateTimeFormatter::format(Poco::File(path).getLastModified(),
+                                               Poco::DateTimeFormat::ISO8601_FORMAT);
+    }
+    catch (const Poco::FileException&)
+    {
+        return std::nullopt;
+    }
+}
+
+/// The content of the file at `path`; nothing, which is no failure, when it is missing.
+std::optional<std::string> readIfThere(const std::string& path, Failures& failures)
+{
+    std::string content;
+    switch (readWholeFile(path, content))
+    {
+    case ReadResult::READ:
+        return content;
+    case ReadResult::MISSING:
+        return std::nullopt;
+    case ReadResult::NOT_OPENED:
+    case ReadResult::FAILED:
+        break;
+    }
+    failures.push_back("the file cannot be read: " + path);
+    return std::nullopt;
+}
+
+std::optional<std::string> readLive(const std::string& path, Failures& failures)
+{
+    if (existenceOf(path) == Existence::ABSENT)
+    {
+        failures.push_back("the file is missing: " + path);
+        return std::nullopt;
+    }
+    return readIfThere(path, failures);
+}
+
+std::optional<Configuration> readLiveConfiguration(const std::string& path, Failures& failures)
+{
+    const std::optional<std::string> text = readLive(path, failures);
+    if (!text)
+    {
+        return std::nullopt;
+    }
+    std::optional<Configuration> configuration = readConfiguration(*text);
+    if (!configuration)
+    {
+        failures.push_back("the document cannot be parsed: " + path);
+    }
+    return configuration;
+}
+
+std::optional<SessionSummary> readSession(const CFrameworkPaths& paths, Failures& failures)
+{
+    const std::optional<std::string> since = modifiedAt(paths.lockFile());
+    if (!since)
+    {
+        return std::nullopt;
+    }
+    SessionSummary session;
+    session.since = *since;
+    if (const std::optional<std::string> lock = readIfThere(paths.lockFile(), failures))
+    {
+        session.owner = sessionOwner(*lock, CQorModelToolImpl::getHostName());
+    }
+    session.actions = readQueueText(readIfThere(paths.sessionFile(), failures).value_or("")).entries;
+    return session;
+}
+
+} // namespace
+
+FrameworkSummary readSummary(const std::string& qorPath)
+{
+    const CFrameworkPaths paths(qorPath);
+    FrameworkSummary summary;
+    if (const std::optional<std::string> list = readLive(paths.modelFileList().live, summary.failures))
+    {
+        summary.models = readInstalledModels(*list);
+    }
+    summary.configuration = readLiveConfiguration(paths.configuration().live, summary.failures);
+    summary.session = readSession(paths, summary.failures);
+    summary.backupSince = modifiedAt(paths.modelFileList().backup);
+    return summary;
+}
+
+} // namespace QMT
