@@ -6,6 +6,7 @@
 #include <Poco/FileStream.h>
 
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <fstream>
 #include <ios>
@@ -76,7 +77,7 @@ bool openForReading(const std::string& path, std::ifstream& file)
 
 bool writeWholeFile(const std::string& path, const std::string& content)
 {
-    if (isUnfit(path))
+    if (isUnfit(path) || isLinkOfAnother(path))
     {
         return false;
     }
@@ -94,6 +95,12 @@ bool writeWholeFile(const std::string& path, const std::string& content)
     {
         return false;
     }
+}
+
+bool isLinkOfAnother(const std::string& path)
+{
+    struct stat status = {};
+    return ::lstat(path.c_str(), &status) == 0 && S_ISLNK(status.st_mode) && status.st_uid != ::geteuid();
 }
 
 bool isUnfit(const std::string& path)

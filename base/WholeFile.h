@@ -26,9 +26,13 @@ enum class ReadResult
 
 /// Replaces the content of the file at `path` by `content` in one write; a missing file is created.
 ///
-/// False when the file cannot be opened or must not be, in which case it keeps its content, and when the write, the
-/// flush or the close fails, in which case it may be incomplete.
+/// False when the file cannot be opened or must not be (see isUnfit and isLinkOfAnother), in which case it keeps its
+/// content, and when the write, the flush or the close fails, in which case it may be incomplete.
 [[nodiscard]] bool writeWholeFile(const std::string& path, const std::string& content);
+
+/// Whether `path` is a symbolic link that another user owns, who could have put it there so that another file is read
+/// or overwritten in place of the one meant.
+[[nodiscard]] bool isLinkOfAnother(const std::string& path);
 
 /// Whether `path` leads to something that must not be opened as a file: a pipe, whose opening may wait for ever.
 [[nodiscard]] bool isUnfit(const std::string& path);

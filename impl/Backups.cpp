@@ -58,7 +58,16 @@ void CQorModelToolImpl::copyLiveFilesTo(std::string ManagedFile::*copy) const
 {
     for (const ManagedFile& file : {paths().configuration(), paths().modelFileList()})
     {
+        refuseLinkOfAnother(file.*copy);
         copyFile(file.live, file.*copy);
+    }
+}
+
+void CQorModelToolImpl::refuseLinkOfAnother(const std::string& path)
+{
+    if (isLinkOfAnother(path))
+    {
+        throw Poco::OpenFileException(path);
     }
 }
 
@@ -94,7 +103,8 @@ std::optional<std::uint32_t> CQorModelToolImpl::checksumOf(const std::string& pa
 bool CQorModelToolImpl::haveEqualChecksums(const ManagedFile& file)
 {
     const std::optional<std::uint32_t> live = checksumOf(file.live);
-    const std::optional<std::uint32_t> workingCopy = checksumOf(file.workingCopy);
+    const std::optional<std::uint32_t> workingCopy =
+        isLinkOfAnother(file.workingCopy) ? std::nullopt : checksumOf(file.workingCopy);
     return live.has_value() && live == workingCopy;
 }
 

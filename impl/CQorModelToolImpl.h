@@ -345,6 +345,8 @@ public:
 
 private:
     static ReadResult load(const std::string& path, std::string& content);
+    static void refuseLinkOfAnother(const std::string& path);
+    bool loadSession(std::string& content) const;
     bool isSeen(const std::string& path);
     bool requireFields(const std::string& entry);
     std::string removeLines(const std::string& entry, const std::string& list);

@@ -43,6 +43,11 @@ void CQorModelToolImpl::adjustOwnership(std::uint32_t group)
 bool CQorModelToolImpl::commitCompleted()
 {
     const CSignalBlock block;
+    for (const ManagedFile& file : {paths().modelFileList(), paths().configuration()})
+    {
+        refuseLinkOfAnother(file.backup);
+        refuseLinkOfAnother(file.workingCopy);
+    }
     install(paths().modelFileList());
     install(paths().configuration());
     Poco::File(paths().sessionFile()).remove(false);
@@ -73,6 +78,8 @@ bool CQorModelToolImpl::rollBack()
     {
         return true;
     }
+    refuseLinkOfAnother(list.backup);
+    refuseLinkOfAnother(configuration.backup);
     moveFile(list.backup, list.live);
     syncDirectoryOf(list.live);
     adjustOwnershipOf(list.live);

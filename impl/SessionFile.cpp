@@ -81,7 +81,7 @@ bool CQorModelToolImpl::loadFIFO()
         return false;
     }
     std::string content;
-    if (!loadFile(paths().sessionFile(), content))
+    if (!loadSession(content))
     {
         _logger->critical("Unable to open existing FIFO file!");
         ::syslog(LOG_WARNING, "Unable to open existing FIFO file");
@@ -92,10 +92,15 @@ bool CQorModelToolImpl::loadFIFO()
     return true;
 }
 
+bool CQorModelToolImpl::loadSession(std::string& content) const
+{
+    return !isLinkOfAnother(paths().sessionFile()) && loadFile(paths().sessionFile(), content);
+}
+
 int CQorModelToolImpl::tokenizeFIFO()
 {
     std::string content;
-    if (!loadFile(paths().sessionFile(), content))
+    if (!loadSession(content))
     {
         content.clear();
     }

@@ -359,6 +359,22 @@ def test_backup_that_is_the_live_file_is_not_restored(tool: Sandbox, framework: 
     assert live(framework) == before
 
 
+@pytest.mark.skipif(os.geteuid() != 0, reason="only root can give a link to another user")
+@pytest.mark.parametrize("name", [SESSION, LIST_TMP, CONFIG_TMP, f"{LIST}.bak", f"{CONFIG}.bak"])
+def test_link_of_another_user_is_not_followed(tool: Sandbox, framework: Framework, name: str) -> None:
+    framework.write("target", "untouched")
+    framework.path(name).symlink_to(installed("target"))
+    os.lchown(framework.path(name), 12345, -1)
+    result = tool.run(f"--addModelFile={PUMP}")
+    if name.endswith(".bak"):
+        result = tool.run("--commit")
+    assert (result.status, "Unable to write to FIFO file!" in result.console) == ((0, True) if name == SESSION
+                                                                                  else (70, False))
+    assert framework.read("target") == "untouched"
+    assert live(framework) == (config(participant("baseHandler", "Base"), participant("auxHandler", "Aux")).encode(),
+                               f"{BASE}\n".encode())
+
+
 # --- the environment --------------------------------------------------------------------------------------------------
 
 

@@ -1,4 +1,5 @@
 #include "support/FailingCall.h"
+#include "support/FakeUser.h"
 #include "support/Files.h"
 #include "support/ImplTest.h"
 
@@ -78,6 +79,27 @@ TEST_F(Backups, WorkingCopiesThrowWhenTheDiskDoesNotTakeTheirNames)
     EXPECT_THROW(impl.backupFiles(), Poco::WriteFileException);
 }
 
+TEST_F(Backups, WorkingCopyRefusesALinkOfAnotherUser)
+{
+    const std::string target = framework.file("target", "untouched");
+    std::filesystem::create_symlink(target, framework.list(".tmp"));
+    const FakeUser another;
+
+    EXPECT_THROW(impl.backupFiles(), Poco::OpenFileException);
+
+    EXPECT_EQ(readFile(target), "untouched");
+}
+
+TEST_F(Backups, WorkingCopyFollowsALinkOfOnesOwn)
+{
+    const std::string target = framework.file("target", "untouched");
+    std::filesystem::create_symlink(target, framework.list(".tmp"));
+
+    EXPECT_TRUE(impl.backupFiles());
+
+    EXPECT_EQ(readFile(target), "list");
+}
+
 // ---- cfgBackup ----
 
 TEST_F(Backups, KeepBothFilesForARollback)
@@ -110,6 +132,17 @@ TEST_F(Backups, BackupThrowsWhenTheDiskDoesNotTakeTheNames)
 
         EXPECT_THROW(impl.cfgBackup(), Poco::WriteFileException);
     }
+}
+
+TEST_F(Backups, BackupRefusesALinkOfAnotherUser)
+{
+    const std::string target = framework.file("target", "untouched");
+    std::filesystem::create_symlink(target, framework.configuration(".bak"));
+    const FakeUser another;
+
+    EXPECT_THROW(impl.cfgBackup(), Poco::OpenFileException);
+
+    EXPECT_EQ(readFile(target), "untouched");
 }
 
 // ---- cleanupTmp ----
@@ -227,6 +260,15 @@ TEST_F(Backups, FindEmptyListsEqual)
 TEST_F(Backups, FindAListThatDiffersInOneByte)
 {
     writeFile(framework.list(".tmp"), "lisT");
+
+    EXPECT_FALSE(impl.crcCheckModelFiles());
+}
+
+TEST_F(Backups, CompareFindsAWorkingCopyThatIsALinkOfAnotherUserDifferent)
+{
+    std::filesystem::create_symlink(framework.list(), framework.list(".tmp"));
+    EXPECT_TRUE(impl.crcCheckModelFiles());
+    const FakeUser another;
 
     EXPECT_FALSE(impl.crcCheckModelFiles());
 }

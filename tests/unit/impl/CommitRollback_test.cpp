@@ -1,5 +1,6 @@
 #include "support/FailingCall.h"
 #include "support/FakeOwnership.h"
+#include "support/FakeUser.h"
 #include "support/Files.h"
 #include "support/ImplTest.h"
 #include "support/OpenedFiles.h"
@@ -200,6 +201,25 @@ TEST_F(CommitRollback, CommitInstallsWhereDirectoriesCannotBeSynced)
     framework.expectLive("new configuration", "new list");
 }
 
+TEST_F(CommitRollback, CommitRefusesLinksOfAnotherUserBeforeItReplacesAnything)
+{
+    for (const std::string& path : {framework.list(".bak"), framework.list(".tmp"), framework.configuration(".bak"),
+                                    framework.configuration(".tmp")})
+    {
+        makeSession();
+        const std::string target = framework.file("target", "untouched");
+        std::filesystem::remove(path);
+        std::filesystem::create_symlink(target, path);
+        const FakeUser another;
+
+        EXPECT_THROW(impl.commitCompleted(), Poco::OpenFileException);
+
+        EXPECT_EQ(readFile(target), "untouched");
+        framework.expectLive("live configuration", "live list");
+        std::filesystem::remove(path);
+    }
+}
+
 TEST_F(CommitRollback, KeepsTheLockWhenThereIsNoSessionFileToRemove)
 {
     makeSession();
@@ -299,6 +319,22 @@ TEST_F(CommitRollback, RollBackThrowsWhenTheDiskDoesNotTakeTheConfiguration)
     EXPECT_THROW(impl.rollBack(), Poco::WriteFileException);
 
     framework.expectLive("old configuration", "old list");
+}
+
+TEST_F(CommitRollback, RollBackRefusesBackupsThatAreLinksOfAnotherUser)
+{
+    for (const std::string& path : {framework.list(".bak"), framework.configuration(".bak")})
+    {
+        makeBackups();
+        std::filesystem::remove(path);
+        std::filesystem::create_symlink(framework.file("target", "planted"), path);
+        const FakeUser another;
+
+        EXPECT_THROW(impl.rollBack(), Poco::OpenFileException);
+
+        framework.expectLive("live configuration", "live list");
+        std::filesystem::remove(path);
+    }
 }
 
 TEST_F(CommitRollback, AdjustsTheBackupsPathInsteadOfTheConfigurationPutBack)

@@ -1,4 +1,5 @@
 #include "support/FailingCall.h"
+#include "support/FakeUser.h"
 #include "support/Files.h"
 #include "support/ImplTest.h"
 #include "support/OpenedFiles.h"
@@ -156,6 +157,17 @@ TEST_F(SessionFile, LoadingAnUnreadableSessionFileIsReported)
 }
 
 // ---- tokenizeFIFO ----
+
+TEST_F(SessionFile, LoadingALinkOfAnotherUserIsReported)
+{
+    std::filesystem::create_symlink(framework.file("target", "0:a\n"), framework.session());
+    const FakeUser another;
+
+    EXPECT_FALSE(impl.loadFIFO());
+
+    EXPECT_EQ(impl.queue(), CommandQueue());
+    EXPECT_EQ(log.messages(), (Messages{{Message::PRIO_CRITICAL, "Unable to open existing FIFO file!"}}));
+}
 
 TEST_F(SessionFile, TokenizingPushesTheNewestActionToTheFront)
 {
@@ -456,6 +468,19 @@ TEST_F(SessionFile, WritingOverADirectoryIsReported)
 
     EXPECT_FALSE(impl.saveFIFO());
 
+    EXPECT_EQ(log.messages(), UNWRITABLE);
+    EXPECT_EQ(systemLog.messages(), UNWRITABLE_SYSTEM_LOG);
+}
+
+TEST_F(SessionFile, WritingOverALinkOfAnotherUserIsReported)
+{
+    const std::string target = framework.file("target", "untouched");
+    std::filesystem::create_symlink(target, framework.session());
+    const FakeUser another;
+
+    EXPECT_FALSE(impl.saveFIFO());
+
+    EXPECT_EQ(readFile(target), "untouched");
     EXPECT_EQ(log.messages(), UNWRITABLE);
     EXPECT_EQ(systemLog.messages(), UNWRITABLE_SYSTEM_LOG);
 }
