@@ -93,19 +93,6 @@ std::size_t countStartTags(const std::string& xml)
     return countOf(xml, "<") - countOf(xml, "</") - countOf(xml, "<!") - countOf(xml, "<?");
 }
 
-/// A parameter entity may spell further declarations in character references.
-bool mayDeclareTooManyEntities(const std::string& xml)
-{
-    std::string markup = xml;
-    markup.erase(std::remove(markup.begin(), markup.end(), '\0'), markup.end());
-    std::size_t declared = countOf(markup, "<!ENTITY");
-    if (declared > 0 && markup.find('%') != std::string::npos)
-    {
-        declared += countOf(markup, "&#");
-    }
-    return declared > MAX_ENTITIES;
-}
-
 /// A document type declaration may add elements and attributes that do not stand in the text as such.
 bool hasDocumentType(const std::string& xml)
 {
@@ -113,6 +100,23 @@ bool hasDocumentType(const std::string& xml)
 }
 
 } // namespace
+
+bool mayDeclareTooManyEntities(const std::string& xml)
+{
+    if (!hasDocumentType(xml))
+    {
+        return false;
+    }
+    std::string markup = xml;
+    markup.erase(std::remove(markup.begin(), markup.end(), '\0'), markup.end());
+    std::size_t declared = countOf(markup, "<!ENTITY");
+    // A parameter entity may spell further declarations in character references.
+    if (declared > 0 && markup.find('%') != std::string::npos)
+    {
+        declared += countOf(markup, "&#");
+    }
+    return declared > MAX_ENTITIES;
+}
 
 std::optional<std::size_t> measureNames(const std::string& xml)
 {

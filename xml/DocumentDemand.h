@@ -25,6 +25,9 @@ const std::size_t MAX_ENTITIES = 9999;
 /// is measured up to the error.
 [[nodiscard]] std::optional<std::size_t> measureNames(const std::string& xml);
 
+/// Whether the XML text `xml` may declare more entities than MAX_ENTITIES.
+[[nodiscard]] bool mayDeclareTooManyEntities(const std::string& xml);
+
 } // namespace QMT
 
 #endif // QMT_DocumentDemand_INCLUDED

@@ -1,0 +1,48 @@
+#ifndef QMT_CElementReader_INCLUDED
+#define QMT_CElementReader_INCLUDED
+
+#include <Poco/SAX/Attributes.h>
+#include <Poco/SAX/DefaultHandler.h>
+
+#include <string>
+
+namespace QMT
+{
+
+/// Reads the elements of an XML text as they come, without building a document: for whoever only looks.
+class CElementReader : private Poco::XML::DefaultHandler
+{
+public:
+    ~CElementReader() override;
+    CElementReader(const CElementReader&) = delete;
+    CElementReader& operator=(const CElementReader&) = delete;
+    CElementReader(CElementReader&&) = delete;
+    CElementReader& operator=(CElementReader&&) = delete;
+
+    /// Reads the text `xml`. False where CXMLParser::parseFile builds no document of it; what comes before the fault
+    /// may have been told then.
+    [[nodiscard]] bool read(const std::string& xml);
+
+protected:
+    using Attributes = Poco::XML::Attributes;
+
+    CElementReader();
+
+    /// An element begins; those that begin before it ends are inside it.
+    virtual void begin(const std::string& tag, const Attributes& attributes) = 0;
+
+    /// The element that began last, of those that have not ended, ends.
+    virtual void end() = 0;
+
+private:
+    void startElement(const std::string& uri, const std::string& localName, const std::string& name,
+                      const Attributes& attributes) override;
+    void endElement(const std::string& uri, const std::string& localName, const std::string& name) override;
+
+    unsigned int _depth = 0;
+    unsigned int _deepest = 0;
+};
+
+} // namespace QMT
+
+#endif // QMT_CElementReader_INCLUDED
