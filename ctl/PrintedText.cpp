@@ -4,6 +4,8 @@
 #include <Poco/String.h>
 #include <Poco/UTF8Encoding.h>
 
+#include <algorithm>
+
 namespace QMT
 {
 
@@ -35,6 +37,18 @@ std::size_t characterLength(const std::string& text, std::size_t position)
     return isWhole && Poco::UTF8Encoding::isLegal(bytes, length) ? static_cast<std::size_t>(length) : 0;
 }
 
+// Most text is plain, and an answer may hold a great many names.
+
+bool isAscii(const std::string& text)
+{
+    return std::all_of(text.begin(), text.end(), [](unsigned char byte) { return byte < 0x80; });
+}
+
+bool isPlain(const std::string& text)
+{
+    return std::all_of(text.begin(), text.end(), [](unsigned char byte) { return byte >= 0x20 && byte < 0x7F; });
+}
+
 std::string escaped(unsigned int character)
 {
     switch (character)
@@ -54,6 +68,10 @@ std::string escaped(unsigned int character)
 
 std::string validUtf8(const std::string& text)
 {
+    if (isAscii(text))
+    {
+        return text;
+    }
     std::string valid;
     valid.reserve(text.size());
     for (std::size_t position = 0; position < text.size();)
@@ -75,6 +93,10 @@ std::string validUtf8(const std::string& text)
 
 std::string printable(const std::string& text)
 {
+    if (isPlain(text))
+    {
+        return text;
+    }
     const unsigned char C1_LEAD = 0xC2; // begins the two bytes of U+0080 to U+00BF; up to U+009F they are controls
     const std::string valid = validUtf8(text);
     std::string shown;
