@@ -8,9 +8,6 @@
 #include <Poco/JSON/Array.h>
 #include <Poco/String.h>
 
-#include <algorithm>
-#include <unordered_map>
-
 namespace QMT
 {
 
@@ -22,44 +19,6 @@ namespace
 {
 
 using Names = std::vector<std::string>;
-
-/// The names of the handlers of each root class, in document order.
-std::unordered_map<std::string, Names> namesByRootClass(const std::optional<Configuration>& configuration)
-{
-    std::unordered_map<std::string, Names> names;
-    for (const Handler& handler : configuration ? configuration->handlers : std::vector<Handler>())
-    {
-        for (const std::string& rootClass : handler.rootClasses)
-        {
-            Names& serving = names[rootClass];
-            // A handler may have a root class twice, one entry behind the other as far as this map can tell.
-            if (serving.empty() || serving.back() != handler.name)
-            {
-                serving.push_back(handler.name);
-            }
-        }
-    }
-    return names;
-}
-
-/// A model with the handlers that serve it.
-struct ServedModel
-{
-    const InstalledModel& model;
-    Names handlers;
-};
-
-std::vector<ServedModel> servedModels(const FrameworkSummary& summary)
-{
-    const std::unordered_map<std::string, Names> names = namesByRootClass(summary.configuration);
-    std::vector<ServedModel> served;
-    for (const InstalledModel& model : *summary.models)
-    {
-        const auto found = model.state == ModelState::READ ? names.find(model.rootClass) : names.end();
-        served.push_back({model, found == names.end() ? Names() : found->second});
-    }
-    return served;
-}
 
 bool mayExist(ModelState state)
 {
@@ -83,14 +42,14 @@ Array::Ptr arrayOf(const Names& names)
     return array;
 }
 
-Var modelKeys(const FrameworkSummary& summary)
+Var modelKeys(const std::optional<std::vector<ServedModel>>& models)
 {
-    if (!summary.models)
+    if (!models)
     {
         return Var();
     }
-    Array::Ptr models(new Array);
-    for (const ServedModel& served : servedModels(summary))
+    Array::Ptr array(new Array);
+    for (const ServedModel& served : *models)
     {
         const bool hasRootClass = served.model.state == ModelState::READ;
         Object::Ptr keys = newObject();
@@ -98,9 +57,9 @@ Var modelKeys(const FrameworkSummary& summary)
         keys->set("exists", mayExist(served.model.state));
         keys->set("rootClass", hasRootClass ? Var(served.model.rootClass) : Var());
         keys->set("handlers", arrayOf(served.handlers));
-        models->add(keys);
+        array->add(keys);
     }
-    return models;
+    return array;
 }
 
 Var handlerKeys(const std::optional<Configuration>& configuration)
@@ -203,14 +162,14 @@ std::string rootClassText(const InstalledModel& model)
     return "(no absolute path)";
 }
 
-std::string modelText(const FrameworkSummary& summary)
+std::string modelText(const std::optional<std::vector<ServedModel>>& models)
 {
-    if (!summary.models)
+    if (!models)
     {
         return "models: cannot be told\n";
     }
     Rows rows;
-    for (const ServedModel& served : servedModels(summary))
+    for (const ServedModel& served : *models)
     {
         rows.push_back({printable(served.model.file), rootClassText(served.model), joined(served.handlers)});
     }
@@ -278,10 +237,10 @@ Answer CShowCommand::run(const std::string& qorPath)
     Answer answer;
     answer.status = summary.failures.empty() ? Status::YES : Status::CANNOT;
     answer.error = Poco::cat(std::string("; "), summary.failures.begin(), summary.failures.end());
-    answer.keys = keysOf(modelKeys(summary), handlerKeys(summary.configuration), sessionKeys(summary.session),
+    answer.keys = keysOf(modelKeys(summary.models), handlerKeys(summary.configuration), sessionKeys(summary.session),
                          backupKeys(summary.backupSince));
-    answer.text = "framework " + printable(qorPath) + "\n" + modelText(summary) + handlerText(summary.configuration) +
-                  sessionText(summary.session) + backupText(summary.backupSince);
+    answer.text = "framework " + printable(qorPath) + "\n" + modelText(summary.models) +
+                  handlerText(summary.configuration) + sessionText(summary.session) + backupText(summary.backupSince);
     return answer;
 }
 

@@ -1,58 +1,101 @@
 #include "ctl/Configuration.h"
 
-#include "xml/CElementWalk.h"
-#include "xml/CXMLParser.h"
+#include "xml/CElementReader.h"
 #include "xml/DocumentModel.h"
-
-#include <Poco/DOM/Document.h>
-#include <Poco/DOM/Element.h>
 
 namespace QMT
 {
 
-using Poco::XML::Element;
-using Poco::XML::Node;
-
 namespace
 {
 
-/// The first element named `tag` from `node` on among its siblings, or null.
-const Element* findSibling(const Node* node, const std::string& tag)
+class HandlerReader : public CElementReader
 {
-    while (node != nullptr && (node->nodeType() != Node::ELEMENT_NODE || node->nodeName() != tag))
+public:
+    Configuration& configuration()
     {
-        node = node->nextSibling();
+        return _configuration;
     }
-    return static_cast<const Element*>(node);
-}
 
-void readInterface(const Element* interface, const std::string& attribute, std::string& value)
-{
-    if (interface != nullptr)
+protected:
+    void begin(const std::string& tag, const Attributes& attributes) override
     {
-        value = interface->getAttribute(attribute);
-    }
-}
-
-Handler readHandler(const Element& participant)
-{
-    const Node* const child = participant.firstChild();
-    const Element* const managedObject = findSibling(child, DocumentModel::MANAGED_OBJECT);
-    Handler handler;
-    readInterface(managedObject, DocumentModel::COMP_NAME, handler.name);
-    readInterface(managedObject, DocumentModel::VERSION, handler.moVersion);
-    readInterface(findSibling(child, DocumentModel::TX_RESOURCE), DocumentModel::VERSION, handler.trVersion);
-    for (const Element* roots = findSibling(child, DocumentModel::ROOTS); roots != nullptr;
-         roots = findSibling(roots->nextSibling(), DocumentModel::ROOTS))
-    {
-        for (const Element* root = findSibling(roots->firstChild(), DocumentModel::ROOT); root != nullptr;
-             root = findSibling(root->nextSibling(), DocumentModel::ROOT))
+        const Open around = _open.empty() ? Open() : _open.back();
+        Open element;
+        if (tag == DocumentModel::PARTICIPANTS)
         {
-            handler.rootClasses.push_back(root->getAttribute(DocumentModel::NAME));
+            ++_configuration.containerCount;
         }
+        else if (tag == DocumentModel::PARTICIPANT)
+        {
+            element = {Place::HANDLER, _configuration.handlers.size()};
+            _configuration.handlers.emplace_back();
+            _interfaces.emplace_back();
+        }
+        else if (around.place == Place::HANDLER)
+        {
+            element = beginInHandler(around.handler, tag, attributes);
+        }
+        else if (around.place == Place::ROOTS && tag == DocumentModel::ROOT)
+        {
+            _configuration.handlers[around.handler].rootClasses.push_back(attributes.getValue(DocumentModel::NAME));
+        }
+        _open.push_back(element);
     }
-    return handler;
-}
+
+    void end() override
+    {
+        _open.pop_back();
+    }
+
+private:
+    enum class Place
+    {
+        ELSEWHERE,
+        HANDLER,
+        ROOTS
+    };
+
+    /// An element that has not ended, and the index of the handler to which it belongs, if it matters at all.
+    struct Open
+    {
+        Place place = Place::ELSEWHERE;
+        std::size_t handler = 0;
+    };
+
+    /// The interfaces of a handler that have been met: only the first of each kind counts.
+    struct Interfaces
+    {
+        bool hasManagedObject = false;
+        bool hasTxResource = false;
+    };
+
+    Open beginInHandler(std::size_t index, const std::string& tag, const Attributes& attributes)
+    {
+        Handler& handler = _configuration.handlers[index];
+        Interfaces& interfaces = _interfaces[index];
+        if (tag == DocumentModel::ROOTS)
+        {
+            return {Place::ROOTS, index};
+        }
+        if (tag == DocumentModel::MANAGED_OBJECT && !interfaces.hasManagedObject)
+        {
+            interfaces.hasManagedObject = true;
+            handler.name = attributes.getValue(DocumentModel::COMP_NAME);
+            handler.moVersion = attributes.getValue(DocumentModel::VERSION);
+        }
+        if (tag == DocumentModel::TX_RESOURCE && !interfaces.hasTxResource)
+        {
+            interfaces.hasTxResource = true;
+            handler.trVersion = attributes.getValue(DocumentModel::VERSION);
+        }
+        return Open();
+    }
+
+    Configuration _configuration;
+    std::vector<Interfaces> _interfaces;
+    std::vector<Open> _open;
+};
 
 } // namespace
 
@@ -63,23 +106,12 @@ bool Handler::isPlaceholder() const
 
 std::optional<Configuration> readConfiguration(const std::string& text)
 {
-    CXMLParser::DocumentPtr document = CXMLParser::parseFile(text);
-    if (document.isNull())
+    HandlerReader reader;
+    if (!reader.read(text))
     {
         return std::nullopt;
     }
-    Configuration configuration;
-    CElementWalk containers(*document, DocumentModel::PARTICIPANTS);
-    while (containers.next() != nullptr)
-    {
-        ++configuration.containerCount;
-    }
-    CElementWalk participants(*document, DocumentModel::PARTICIPANT);
-    while (const Element* const participant = participants.next())
-    {
-        configuration.handlers.push_back(readHandler(*participant));
-    }
-    return configuration;
+    return std::move(reader.configuration());
 }
 
 } // namespace QMT

@@ -11,6 +11,8 @@
 #include <Poco/Exception.h>
 #include <Poco/File.h>
 
+#include <unordered_map>
+
 namespace QMT
 {
 
@@ -18,6 +20,7 @@ namespace
 {
 
 using Failures = std::vector<std::string>;
+using Names = std::vector<std::string>;
 
 /// When the file at `path` was last modified; nothing when there is none.
 std::optional<std::string> modifiedAt(const std::string& path)
@@ -76,6 +79,37 @@ std::optional<Configuration> readLiveConfiguration(const std::string& path, Fail
     return configuration;
 }
 
+/// The names of the handlers of each root class, in document order.
+std::unordered_map<std::string, Names> namesByRootClass(const std::vector<Handler>& handlers)
+{
+    std::unordered_map<std::string, Names> names;
+    for (const Handler& handler : handlers)
+    {
+        for (const std::string& rootClass : handler.rootClasses)
+        {
+            Names& serving = names[rootClass];
+            // A handler may have a root class twice.
+            if (serving.empty() || serving.back() != handler.name)
+            {
+                serving.push_back(handler.name);
+            }
+        }
+    }
+    return names;
+}
+
+std::vector<ServedModel> readServedModels(const std::string& list, const std::vector<Handler>& handlers)
+{
+    const std::unordered_map<std::string, Names> names = namesByRootClass(handlers);
+    std::vector<ServedModel> served;
+    for (InstalledModel& model : readInstalledModels(list))
+    {
+        const auto found = model.state == ModelState::READ ? names.find(model.rootClass) : names.end();
+        served.push_back({std::move(model), found == names.end() ? Names() : found->second});
+    }
+    return served;
+}
+
 std::optional<SessionSummary> readSession(const CFrameworkPaths& paths, Failures& failures)
 {
     const std::optional<std::string> since = modifiedAt(paths.lockFile());
@@ -99,11 +133,12 @@ FrameworkSummary readSummary(const std::string& qorPath)
 {
     const CFrameworkPaths paths(qorPath);
     FrameworkSummary summary;
+    summary.configuration = readLiveConfiguration(paths.configuration().live, summary.failures);
     if (const std::optional<std::string> list = readLive(paths.modelFileList().live, summary.failures))
     {
-        summary.models = readInstalledModels(*list);
+        const bool isParsed = summary.configuration.has_value();
+        summary.models = readServedModels(*list, isParsed ? summary.configuration->handlers : std::vector<Handler>());
     }
-    summary.configuration = readLiveConfiguration(paths.configuration().live, summary.failures);
     summary.session = readSession(paths, summary.failures);
     summary.backupSince = modifiedAt(paths.modelFileList().backup);
     return summary;

@@ -13,6 +13,13 @@
 namespace QMT
 {
 
+/// A listed model file, and the names of the handlers that serve its root class.
+struct ServedModel
+{
+    InstalledModel model;
+    std::vector<std::string> handlers;
+};
+
 /// An open session.
 struct SessionSummary
 {
@@ -24,11 +31,11 @@ struct SessionSummary
 /// What is installed in a framework, who serves it, and what is going on there.
 struct FrameworkSummary
 {
-    std::optional<std::vector<InstalledModel>> models; ///< nothing when there is no list, or none that can be read
-    std::optional<Configuration> configuration;        ///< nothing when there is none, or none that can be parsed
-    std::optional<SessionSummary> session;             ///< nothing when no session is open
-    std::optional<std::string> backupSince;            ///< the time of the list's backup; nothing when there is none
-    std::vector<std::string> failures;                 ///< what could not be told, each with the file's path
+    std::optional<std::vector<ServedModel>> models; ///< nothing when there is no list, or none that can be read
+    std::optional<Configuration> configuration;     ///< nothing when there is none, or none that can be parsed
+    std::optional<SessionSummary> session;          ///< nothing when no session is open
+    std::optional<std::string> backupSince;         ///< the time of the list's backup; nothing when there is none
+    std::vector<std::string> failures;              ///< what could not be told, each with the file's path
 };
 
 /// Reads the summary of the framework directory `qorPath`; times are those of ISO 8601, in UTC. Changes nothing.

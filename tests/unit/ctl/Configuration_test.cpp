@@ -80,6 +80,20 @@ TEST(Configuration, HasTheRootEntriesOfEachContainer)
     EXPECT_EQ(handler.rootClasses, (Names{"A", "", "A"}));
 }
 
+TEST(Configuration, GivesAnInnerHandlerWhatIsItsOwn)
+{
+    const auto configuration =
+        readConfiguration("<qor><participant><managedObject compName='outer'/>"
+                          "<participant><roots><root name='I'/></roots><managedObject compName='inner'/></participant>"
+                          "<roots><root name='O'/></roots></participant></qor>");
+
+    ASSERT_EQ(configuration->handlers.size(), 2U);
+    EXPECT_EQ(configuration->handlers[0].name, "outer");
+    EXPECT_EQ(configuration->handlers[0].rootClasses, (Names{"O"}));
+    EXPECT_EQ(configuration->handlers[1].name, "inner");
+    EXPECT_EQ(configuration->handlers[1].rootClasses, (Names{"I"}));
+}
+
 } // namespace
 
 } // namespace QMT::Test
