@@ -45,7 +45,7 @@ shift
 KILLED_DEMO = """
 set -m
 PYTHONUNBUFFERED=1 scripts/demo >build/killed-demo.log 2>&1 &
-until grep -q '^\\[5\\]' build/killed-demo.log; do sleep 0.1; jobs %1 >/dev/null; done
+until [ "$(grep -c '^alpha[$] ' build/killed-demo.log)" -ge 5 ]; do sleep 0.1; jobs %1 >/dev/null; done
 kill -KILL -- "-$!"
 sleep 5
 """
