@@ -1,17 +1,25 @@
 # What the finished program is hardened with. Debug and instrumented builds do without: fortified calls need an optimiser
 # and get in the way of the sanitizers.
 include(CheckCXXCompilerFlag)
+include(CheckCXXSourceCompiles)
 include(CheckPIESupported)
 check_pie_supported()
 
 add_library(qmt_hardening INTERFACE)
-foreach(flag IN ITEMS -fstack-protector-strong -fstack-clash-protection -fcf-protection)
+foreach(flag IN ITEMS -fstack-protector-strong -fstack-clash-protection -fcf-protection -ftrivial-auto-var-init=zero)
     string(MAKE_C_IDENTIFIER "HAVE${flag}" known)
     check_cxx_compiler_flag("-Werror ${flag}" ${known})
     if(${known})
         target_compile_options(qmt_hardening INTERFACE $<$<CONFIG:Release,RelWithDebInfo>:${flag}>)
     endif()
 endforeach()
+# The C library's headers know what the compiler can do; they take 3 for 2 where it knows no dynamic sizes.
+set(CMAKE_REQUIRED_FLAGS "-O2 -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=3")
+check_cxx_source_compiles("#include <features.h>\nstatic_assert(__USE_FORTIFY_LEVEL == 3);\nint main() {}" HAVE_FORTIFY_3)
+unset(CMAKE_REQUIRED_FLAGS)
+set(fortify $<IF:$<BOOL:${HAVE_FORTIFY_3}>,3,2>)
 target_compile_options(qmt_hardening INTERFACE
-    $<$<CONFIG:Release,RelWithDebInfo>:-U_FORTIFY_SOURCE> $<$<CONFIG:Release,RelWithDebInfo>:-D_FORTIFY_SOURCE=2>)
+    $<$<CONFIG:Release,RelWithDebInfo>:-U_FORTIFY_SOURCE>
+    $<$<CONFIG:Release,RelWithDebInfo>:-D_FORTIFY_SOURCE=${fortify}>
+    $<$<CONFIG:Release,RelWithDebInfo>:-D_GLIBCXX_ASSERTIONS>)
 target_link_options(qmt_hardening INTERFACE -Wl,-z,relro -Wl,-z,now -Wl,--as-needed)

@@ -54,7 +54,8 @@ std::string Action::stagingLine() const
     switch (kind)
     {
     case CmdID::ModelHandler:
-        return " " + statusLine();
+        // A literal in front of a temporary makes GCC 12 warn of a copy that cannot happen.
+        return std::string(" ").append(statusLine());
     case CmdID::AddModelFile:
     case CmdID::RemoveModelFile:
     case CmdID::AddModelFileWithHandler:

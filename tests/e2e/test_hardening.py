@@ -48,6 +48,21 @@ def test_stack_protector_and_fortified_calls_are_used() -> None:
     assert re.search(r"__\w+_chk@", symbols.replace("__stack_chk_fail@", ""))
 
 
+def test_the_standard_library_checks_its_preconditions() -> None:
+    assert "__glibcxx_assert_fail" in readelf("--dyn-syms")
+
+
+@pytest.mark.parametrize("flag", ["-D_FORTIFY_SOURCE=3", "-ftrivial-auto-var-init=zero"])
+def test_the_program_is_compiled_with(flag: str) -> None:
+    """These two leave no mark in the file."""
+    rules = tool_path().parent / "build.ninja"
+    if not rules.exists():
+        pytest.skip("not the directory of a build")
+    flags = re.findall(r"^build CMakeFiles/qor_mim_tool\w*\.dir/.*\n(?:  .*\n)*?  FLAGS = (.*)$", rules.read_text(),
+                       re.MULTILINE)
+    assert flags and all(flag in line.split() for line in flags)
+
+
 def test_jumps_are_guarded_on_x86_64() -> None:
     """Count the landing pads: Debian's start-up files are built without, so the program's own mark is not set."""
     if "X86-64" not in readelf("--file-header"):
