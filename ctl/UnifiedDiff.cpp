@@ -1,0 +1,378 @@
+#include "ctl/UnifiedDiff.h"
+
+#include <algorithm>
+#include <optional>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+namespace QMT
+{
+
+namespace
+{
+
+using Lines = std::vector<std::string_view>;
+
+/// The lines with their line feeds.
+Lines linesOf(std::string_view text)
+{
+    Lines lines;
+    while (!text.empty())
+    {
+        const std::string_view line =
+            text.substr(0, text.find('\n')).size() == text.size() ? text : text.substr(0, text.find('\n') + 1);
+        lines.push_back(line);
+        text.remove_prefix(line.size());
+    }
+    return lines;
+}
+
+/// Equal lines, numbered: the comparison of two is that of two numbers then.
+std::vector<int> numbersOf(const Lines& lines, std::unordered_map<std::string_view, int>& known)
+{
+    std::vector<int> numbers;
+    numbers.reserve(lines.size());
+    for (const std::string_view line : lines)
+    {
+        numbers.push_back(known.emplace(line, static_cast<int>(known.size())).first->second);
+    }
+    return numbers;
+}
+
+/// A part of both texts, by the numbers of its lines; the ends are excluded.
+struct Range
+{
+    int beginBefore;
+    int endBefore;
+    int beginAfter;
+    int endAfter;
+};
+
+/// Finds which lines of two texts are the same.
+class CComparison
+{
+public:
+    CComparison(const Lines& before, const Lines& after)
+        : _before(numbersOf(before, _known)), _after(numbersOf(after, _known)), _partner(before.size(), NONE)
+    {
+        compare({0, static_cast<int>(_before.size()), 0, static_cast<int>(_after.size())});
+    }
+
+    /// For each line of the text before, the line of the text after that it became, or NONE. They increase.
+    const std::vector<int>& partners() const
+    {
+        return _partner;
+    }
+
+    static const int NONE = -1;
+
+private:
+    using Pairs = std::vector<std::pair<int, int>>;
+
+    void compare(Range range)
+    {
+        trim(range);
+        if (range.beginBefore == range.endBefore || range.beginAfter == range.endAfter || compareShortest(range))
+        {
+            return;
+        }
+        Range rest = range;
+        for (const auto& [before, after] : anchors(range))
+        {
+            // The line itself is the first of what is trimmed behind it.
+            compare({rest.beginBefore, before, rest.beginAfter, after});
+            rest.beginBefore = before;
+            rest.beginAfter = after;
+            trim(rest);
+        }
+        if (rest.beginBefore != range.beginBefore || rest.beginAfter != range.beginAfter)
+        {
+            compare(rest);
+        }
+    }
+
+    bool isSame(int before, int after) const
+    {
+        return _before[static_cast<std::size_t>(before)] == _after[static_cast<std::size_t>(after)];
+    }
+
+    void match(int before, int after)
+    {
+        _partner[static_cast<std::size_t>(before)] = after;
+    }
+
+    /// Takes the equal lines at both ends away.
+    void trim(Range& range)
+    {
+        while (range.beginBefore < range.endBefore && range.beginAfter < range.endAfter &&
+               isSame(range.beginBefore, range.beginAfter))
+        {
+            match(range.beginBefore++, range.beginAfter++);
+        }
+        while (range.beginBefore < range.endBefore && range.beginAfter < range.endAfter &&
+               isSame(range.endBefore - 1, range.endAfter - 1))
+        {
+            match(--range.endBefore, --range.endAfter);
+        }
+    }
+
+    /// The shortest difference by Myers' greedy search, if it has few enough lines.
+    bool compareShortest(const Range& range)
+    {
+        const int MAX_CHANGES = 400;
+
+        const int lengthBefore = range.endBefore - range.beginBefore;
+        const int lengthAfter = range.endAfter - range.beginAfter;
+        const int limit = std::min(MAX_CHANGES, lengthBefore + lengthAfter);
+        // How far each diagonal has been followed, after each number of changes.
+        std::vector<std::vector<int>> trace;
+        std::vector<int> reached(2 * static_cast<std::size_t>(limit) + 3, 0);
+        const auto at = [limit](int diagonal) { return static_cast<std::size_t>(diagonal + limit + 1); };
+        for (int changes = 0; changes <= limit; ++changes)
+        {
+            for (int diagonal = -changes; diagonal <= changes; diagonal += 2)
+            {
+                const bool isInsertion = diagonal == -changes ||
+                                         (diagonal != changes && reached[at(diagonal - 1)] < reached[at(diagonal + 1)]);
+                int before = isInsertion ? reached[at(diagonal + 1)] : reached[at(diagonal - 1)] + 1;
+                while (before < lengthBefore && before - diagonal < lengthAfter && before - diagonal >= 0 &&
+                       isSame(range.beginBefore + before, range.beginAfter + before - diagonal))
+                {
+                    ++before;
+                }
+                reached[at(diagonal)] = before;
+                if (diagonal == lengthBefore - lengthAfter && before >= lengthBefore)
+                {
+                    followBack(range, trace, changes);
+                    return true;
+                }
+            }
+            trace.emplace_back(reached.begin() + static_cast<std::ptrdiff_t>(at(-changes)),
+                               reached.begin() + static_cast<std::ptrdiff_t>(at(changes)) + 1);
+        }
+        return false;
+    }
+
+    /// Goes the way back from the end. The trace of `n` changes holds the diagonals from -n to n.
+    void followBack(const Range& range, const std::vector<std::vector<int>>& trace, int changes)
+    {
+        int before = range.endBefore - range.beginBefore;
+        int after = range.endAfter - range.beginAfter;
+        for (; changes >= 0; --changes)
+        {
+            int previousBefore = 0;
+            int previousAfter = 0;
+            if (changes > 0)
+            {
+                const std::vector<int>& reached = trace[static_cast<std::size_t>(changes) - 1];
+                const auto far = [&reached, changes](int diagonal)
+                {
+                    const int index = diagonal + changes - 1;
+                    const bool isReached = index >= 0 && index < static_cast<int>(reached.size());
+                    return isReached ? reached[static_cast<std::size_t>(index)] : NONE;
+                };
+                const int diagonal = before - after;
+                const bool isInsertion =
+                    diagonal == -changes || (diagonal != changes && far(diagonal - 1) < far(diagonal + 1));
+                const int previous = isInsertion ? diagonal + 1 : diagonal - 1;
+                previousBefore = far(previous);
+                previousAfter = previousBefore - previous;
+            }
+            while (before > previousBefore && after > previousAfter &&
+                   isSame(range.beginBefore + before - 1, range.beginAfter + after - 1))
+            {
+                match(range.beginBefore + --before, range.beginAfter + --after);
+            }
+            before = previousBefore;
+            after = previousAfter;
+        }
+    }
+
+    /// Lines that stand once in both parts, in an order that both have.
+    Pairs anchors(const Range& range) const
+    {
+        struct Place
+        {
+            int before = NONE;
+            int after = NONE;
+            int count = 0;
+        };
+        std::unordered_map<int, Place> places;
+        for (int line = range.beginBefore; line < range.endBefore; ++line)
+        {
+            Place& place = places[_before[static_cast<std::size_t>(line)]];
+            place.before = line;
+            ++place.count;
+        }
+        for (int line = range.beginAfter; line < range.endAfter; ++line)
+        {
+            Place& place = places[_after[static_cast<std::size_t>(line)]];
+            // Twice in one part or once more in the other: neither is once in both.
+            place.count += place.after == NONE ? 1 : 2;
+            place.after = line;
+        }
+        Pairs unique;
+        for (const auto& [number, place] : places)
+        {
+            if (place.count == 2 && place.before != NONE && place.after != NONE)
+            {
+                unique.emplace_back(place.before, place.after);
+            }
+        }
+        std::sort(unique.begin(), unique.end());
+        return longestIncreasing(unique);
+    }
+
+    static Pairs longestIncreasing(const Pairs& pairs)
+    {
+        std::vector<std::size_t> piles; // the pair on the top of each pile
+        std::vector<std::size_t> below(pairs.size(), pairs.size());
+        for (std::size_t index = 0; index < pairs.size(); ++index)
+        {
+            const auto pile = std::lower_bound(piles.begin(), piles.end(), index,
+                                               [&pairs](std::size_t one, std::size_t other)
+                                               { return pairs[one].second < pairs[other].second; });
+            below[index] = pile == piles.begin() ? pairs.size() : *(pile - 1);
+            if (pile == piles.end())
+            {
+                piles.push_back(index);
+            }
+            else
+            {
+                *pile = index;
+            }
+        }
+        Pairs chosen;
+        for (std::size_t index = piles.empty() ? pairs.size() : piles.back(); index < pairs.size();
+             index = below[index])
+        {
+            chosen.push_back(pairs[index]);
+        }
+        std::reverse(chosen.begin(), chosen.end());
+        return chosen;
+    }
+
+    std::unordered_map<std::string_view, int> _known;
+    const std::vector<int> _before;
+    const std::vector<int> _after;
+    std::vector<int> _partner;
+};
+
+/// One line of the difference: a line of the text before, of the text after, or of both.
+struct Edit
+{
+    int before;
+    int after;
+
+    bool isKept() const
+    {
+        return before != CComparison::NONE && after != CComparison::NONE;
+    }
+};
+
+std::vector<Edit> editsOf(const std::vector<int>& partners, int lengthAfter)
+{
+    std::vector<Edit> edits;
+    int after = 0;
+    for (int before = 0; before < static_cast<int>(partners.size()); ++before)
+    {
+        const int partner = partners[static_cast<std::size_t>(before)];
+        if (partner == CComparison::NONE)
+        {
+            edits.push_back({before, CComparison::NONE});
+            continue;
+        }
+        while (after < partner)
+        {
+            edits.push_back({CComparison::NONE, after++});
+        }
+        edits.push_back({before, after++});
+    }
+    while (after < lengthAfter)
+    {
+        edits.push_back({CComparison::NONE, after++});
+    }
+    return edits;
+}
+
+/// The part of a hunk's header on one text: `first` is the number of lines before the hunk.
+std::string rangeText(int first, int count)
+{
+    const std::string start = std::to_string(count == 0 ? first : first + 1);
+    return count == 1 ? start : start + "," + std::to_string(count);
+}
+
+void appendLine(std::string& text, char mark, std::string_view line)
+{
+    text += mark;
+    text += line;
+    if (line.empty() || line.back() != '\n')
+    {
+        text += "\n\\ No newline at end of file\n";
+    }
+}
+
+} // namespace
+
+std::string unifiedDiff(const std::string& name, const std::string& before, const std::string& after)
+{
+    const std::size_t CONTEXT = 3;
+
+    if (before == after)
+    {
+        return std::string();
+    }
+    const Lines linesBefore = linesOf(before);
+    const Lines linesAfter = linesOf(after);
+    const std::vector<Edit> edits =
+        editsOf(CComparison(linesBefore, linesAfter).partners(), static_cast<int>(linesAfter.size()));
+
+    std::string text = "--- " + name + "\n+++ " + name + "\n";
+    int doneBefore = 0;
+    int doneAfter = 0;
+    std::size_t next = 0;
+    while (next < edits.size())
+    {
+        std::size_t begin = next;
+        while (begin < edits.size() && edits[begin].isKept())
+        {
+            ++begin;
+        }
+        if (begin == edits.size())
+        {
+            break;
+        }
+        // A hunk goes on as long as the context of one change meets that of the next.
+        std::size_t end = begin;
+        for (std::size_t index = begin; index < edits.size() && index <= end + 2 * CONTEXT + 1; ++index)
+        {
+            end = edits[index].isKept() ? end : index;
+        }
+        begin -= std::min(CONTEXT, begin - next);
+        const std::size_t stop = std::min(edits.size(), end + 1 + CONTEXT);
+        doneBefore += static_cast<int>(begin - next);
+        doneAfter += static_cast<int>(begin - next);
+        std::string lines;
+        int countBefore = 0;
+        int countAfter = 0;
+        for (std::size_t index = begin; index < stop; ++index)
+        {
+            const Edit& edit = edits[index];
+            countBefore += edit.before == CComparison::NONE ? 0 : 1;
+            countAfter += edit.after == CComparison::NONE ? 0 : 1;
+            const bool isNew = edit.before == CComparison::NONE;
+            const char mark = edit.isKept() ? ' ' : (isNew ? '+' : '-');
+            appendLine(lines, mark,
+                       isNew ? linesAfter[static_cast<std::size_t>(edit.after)]
+                             : linesBefore[static_cast<std::size_t>(edit.before)]);
+        }
+        text += "@@ -" + rangeText(doneBefore, countBefore) + " +" + rangeText(doneAfter, countAfter) + " @@\n" + lines;
+        doneBefore += countBefore;
+        doneAfter += countAfter;
+        next = stop;
+    }
+    return text;
+}
+
+} // namespace QMT
