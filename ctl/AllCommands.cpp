@@ -1,5 +1,6 @@
 #include "ctl/CCommand.h"
 
+#include "ctl/CPlanCommand.h"
 #include "ctl/CShowCommand.h"
 
 namespace QMT
@@ -9,6 +10,7 @@ std::vector<std::unique_ptr<CCommand>> allCommands()
 {
     std::vector<std::unique_ptr<CCommand>> commands;
     commands.push_back(std::make_unique<CShowCommand>());
+    commands.push_back(std::make_unique<CPlanCommand>());
     return commands;
 }
 

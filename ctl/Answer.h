@@ -6,6 +6,7 @@
 #include <Poco/JSON/Object.h>
 
 #include <string>
+#include <vector>
 
 namespace QMT
 {
@@ -22,6 +23,9 @@ struct Answer
 
     /// The same for a person, ready for a terminal: names and contents in it have been through printable().
     std::string text;
+
+    /// The messages of an edit, for standard error, before what went wrong; not escaped. One may have several lines.
+    std::vector<std::string> messages;
 
     /// What went wrong, for standard error and, unless the status is YES or NO, for the key "error"; not escaped.
     std::string error;

@@ -39,36 +39,96 @@ std::string read(const std::string& path)
 
 } // namespace
 
-CQueueTrial::ScratchDirectory::ScratchDirectory()
+/// A new directory with the files of a framework that a trial needs.
+class CQueueTrial::CScratchDirectory
+{
+public:
+    /// Makes it in the first of `places` that has room.
+    static std::unique_ptr<CScratchDirectory> make(const FilePair& base, const std::string& session,
+                                                   const std::vector<std::string>& places)
+    {
+        for (const std::string& place : places)
+        {
+            try
+            {
+                return std::make_unique<CScratchDirectory>(base, session, place);
+            }
+            catch (const Poco::FileException&)
+            {
+                if (place == places.back())
+                {
+                    throw;
+                }
+            }
+        }
+        return nullptr;
+    }
+
+    CScratchDirectory(const FilePair& base, const std::string& session, const std::string& place)
+        : _directory(place + "/qor_mim_ctl-XXXXXX")
+    {
+        if (::mkdtemp(_directory.path.data()) == nullptr)
+        {
+            throw Poco::CreateFileException(Poco::Error::getMessage(errno), place);
+        }
+        Poco::File(paths().modelDirectory()).createDirectories();
+        write(paths().configuration().workingCopy, base.configuration.value());
+        write(paths().modelFileList().workingCopy, base.list.value());
+        write(paths().sessionFile(), session);
+    }
+
+    const std::string& path() const
+    {
+        return _directory.path;
+    }
+
+    CFrameworkPaths paths() const
+    {
+        return CFrameworkPaths(_directory.path);
+    }
+
+private:
+    /// Removed with all that is in it, also when the files could not be written.
+    struct Directory
+    {
+        explicit Directory(const std::string& pattern) : path(pattern)
+        {
+        }
+
+        ~Directory()
+        {
+            try
+            {
+                Poco::File(path).remove(true);
+            }
+            catch (const Poco::Exception&) // NOLINT(bugprone-empty-catch): nothing depends on it any more
+            {
+            }
+        }
+
+        Directory(const Directory&) = delete;
+        Directory& operator=(const Directory&) = delete;
+        Directory(Directory&&) = delete;
+        Directory& operator=(Directory&&) = delete;
+
+        std::string path;
+    };
+
+    Directory _directory;
+};
+
+std::string CQueueTrial::usualPlace()
 {
     const char* const wanted = std::getenv("TMPDIR");
-    path = std::string(wanted == nullptr || *wanted == '\0' ? "/tmp" : wanted) + "/qor_mim_ctl-XXXXXX";
-    if (::mkdtemp(path.data()) == nullptr)
-    {
-        throw Poco::CreateFileException(Poco::Error::getMessage(errno), path);
-    }
+    return wanted == nullptr || *wanted == '\0' ? "/tmp" : wanted;
 }
 
-CQueueTrial::ScratchDirectory::~ScratchDirectory()
+CQueueTrial::CQueueTrial(const FilePair& base, const std::string& session, Poco::Logger& logger,
+                         const std::vector<std::string>& places)
+    : _directory(CScratchDirectory::make(base, session, places)), _impl(&logger)
 {
-    try
-    {
-        Poco::File(path).remove(true);
-    }
-    catch (const Poco::Exception&) // NOLINT(bugprone-empty-catch): nothing that depends on it is left
-    {
-    }
-}
-
-CQueueTrial::CQueueTrial(const FilePair& base, const std::string& session, Poco::Logger& logger) : _impl(&logger)
-{
-    const CFrameworkPaths paths(_directory.path);
-    Poco::File(paths.modelDirectory()).createDirectories();
-    write(paths.configuration().workingCopy, base.configuration.value());
-    write(paths.modelFileList().workingCopy, base.list.value());
-    write(paths.sessionFile(), session);
     // The tool object answers the editor's questions alone; without a logger it leaves the loggers of others alone.
-    _tool = std::make_unique<CQorModelTool>(&_impl, nullptr, _directory.path);
+    _tool = std::make_unique<CQorModelTool>(&_impl, nullptr, _directory->path());
     _impl.setParser(std::make_unique<CXMLParser>(*_tool, &logger));
     _impl.loadFIFO();
     _document = _impl.loadWorkingCopy();
@@ -95,13 +155,42 @@ ActionResult CQueueTrial::applyNext()
 
 FilePair CQueueTrial::result() const
 {
-    const CFrameworkPaths paths(_directory.path);
+    const CFrameworkPaths paths = _directory->paths();
     return {read(paths.configuration().workingCopy), read(paths.modelFileList().workingCopy)};
 }
 
 Judgement CQueueTrial::judge()
 {
-    return _impl.judge(CFrameworkPaths(_directory.path).modelFileList().workingCopy);
+    return _impl.judge(_directory->paths().modelFileList().workingCopy);
+}
+
+void CQueueTrial::add(const CommandQueueEntry& entry)
+{
+    _impl.queue().push_front(entry);
+}
+
+Poco::XML::Document& CQueueTrial::document()
+{
+    return *_document;
+}
+
+std::string CQueueTrial::documentText()
+{
+    const std::string path = _directory->paths().configuration().live;
+    _impl.parser()->writeXMLFile(path, _document);
+    std::string text;
+    static_cast<void>(readWholeFile(path, text));
+    return text;
+}
+
+std::string CQueueTrial::list() const
+{
+    return read(_directory->paths().modelFileList().workingCopy);
+}
+
+int CQueueTrial::rootClassOf(const std::string& modelFile, std::string& rootClass)
+{
+    return _impl.parser()->getRootClassName(modelFile, rootClass);
 }
 
 } // namespace QMT

@@ -8,6 +8,7 @@
 
 #include <memory>
 #include <string>
+#include <vector>
 
 namespace QMT
 {
@@ -19,12 +20,16 @@ class CQorModelTool;
 class CQueueTrial
 {
 public:
-    /// Makes the scratch directory, in $TMPDIR or else in /tmp, with `base`, both files of which are there, as the
-    /// working copies and `session` as the content of the session file, whose actions become the queue. `logger`, not
-    /// owned, gets the messages of the operations.
+    /// Makes the scratch directory in the first of `places` that has room, with `base`, both files of which are there,
+    /// as the working copies and `session` as the content of the session file, whose actions become the queue.
+    /// `logger`, not owned, gets the messages of the operations.
     ///
-    /// Throws a Poco::FileException that names the directory or the file when that cannot be done.
-    CQueueTrial(const FilePair& base, const std::string& session, Poco::Logger& logger);
+    /// Throws a Poco::FileException that names the first place or its file when that can be done nowhere.
+    CQueueTrial(const FilePair& base, const std::string& session, Poco::Logger& logger,
+                const std::vector<std::string>& places = {usualPlace()});
+
+    /// Where scratch directories are made unless there is a reason for another place: $TMPDIR, or else /tmp.
+    static std::string usualPlace();
 
     /// Removes the scratch directory.
     ~CQueueTrial();
@@ -49,20 +54,25 @@ public:
     /// What the framework's validator says of the list as it is now.
     [[nodiscard]] Judgement judge();
 
+    /// Puts an action behind those that are left.
+    void add(const CommandQueueEntry& entry);
+
+    /// The configuration document as it is now, for questions. It must be loaded.
+    Poco::XML::Document& document();
+
+    /// Its text as the editor would write it now, be it written already or not. Empty when it cannot be written.
+    std::string documentText();
+
+    /// The list as it is now. Throws like result.
+    std::string list() const;
+
+    /// The root class of the model file at `modelFile`, by the rules of CXMLParser::getRootClassName.
+    [[nodiscard]] int rootClassOf(const std::string& modelFile, std::string& rootClass);
+
 private:
-    struct ScratchDirectory
-    {
-        ScratchDirectory();
-        ~ScratchDirectory();
-        ScratchDirectory(const ScratchDirectory&) = delete;
-        ScratchDirectory& operator=(const ScratchDirectory&) = delete;
-        ScratchDirectory(ScratchDirectory&&) = delete;
-        ScratchDirectory& operator=(ScratchDirectory&&) = delete;
+    class CScratchDirectory;
 
-        std::string path;
-    };
-
-    const ScratchDirectory _directory;
+    const std::unique_ptr<CScratchDirectory> _directory;
     CQorModelToolImpl _impl;
     std::unique_ptr<CQorModelTool> _tool;
     Poco::AutoPtr<Poco::XML::Document> _document;

@@ -97,6 +97,10 @@ int runCompanion(const std::vector<std::string>& words, std::ostream& out, std::
     const Answer answer = commandLine.error().empty()
                               ? runCommand(commandLine, framework)
                               : Answer::failure(Status::USAGE, commandLine.error() + " (see qor_mim_ctl --help)");
+    for (const std::string& message : answer.messages)
+    {
+        console << printableLines(message) << std::endl;
+    }
     if (!answer.error.empty())
     {
         console << "qor_mim_ctl: " << printable(answer.error) << std::endl;

@@ -120,4 +120,18 @@ std::string printable(const std::string& text)
     return shown;
 }
 
+std::string printableLines(const std::string& text)
+{
+    std::string shown;
+    std::string::size_type begin = 0;
+    while (begin < text.size())
+    {
+        const std::string::size_type end = std::min(text.find_first_of("\n\t", begin), text.size());
+        shown += printable(text.substr(begin, end - begin));
+        shown += text.substr(end, 1);
+        begin = end + 1;
+    }
+    return shown;
+}
+
 } // namespace QMT

@@ -13,6 +13,9 @@ std::string validUtf8(const std::string& text);
 /// or \x1b, so that no terminal obeys it.
 std::string printable(const std::string& text);
 
+/// The same for a text of several lines: line feeds and tabs stay.
+std::string printableLines(const std::string& text);
+
 } // namespace QMT
 
 #endif // QMT_PrintedText_INCLUDED

@@ -1,0 +1,52 @@
+#ifndef QMT_CActionOptions_INCLUDED
+#define QMT_CActionOptions_INCLUDED
+
+#include "impl/Action.h"
+
+#include <string>
+#include <vector>
+
+namespace Poco::Util
+{
+class OptionSet;
+} // namespace Poco::Util
+
+namespace QMT
+{
+
+/// The options that describe actions. Each --add and --remove begins one; what follows belongs to it.
+class CActionOptions
+{
+public:
+    /// Adds the options to `options`.
+    static void define(Poco::Util::OptionSet& options);
+
+    /// Records one of them, in the order of the command line; false for any other option. Throws a
+    /// Poco::SyntaxException with a text for people where it has no place.
+    bool take(const std::string& name, const std::string& value);
+
+    /// Judges the last action too. Throws like take.
+    void check() const;
+
+    /// The actions, their paths as they were given.
+    std::vector<Action> actions() const;
+
+private:
+    /// An action on its way; it has a kind when all of its options are known.
+    struct Wanted
+    {
+        bool isRemoval;
+        std::string path;
+        std::string handler;
+        std::string moVersion;
+        std::string trVersion;
+    };
+
+    void record(const std::string& name, std::string Wanted::*field, const std::string& value);
+
+    std::vector<Wanted> _wanted;
+};
+
+} // namespace QMT
+
+#endif // QMT_CActionOptions_INCLUDED

@@ -1,0 +1,37 @@
+#ifndef QMT_CMessageLog_INCLUDED
+#define QMT_CMessageLog_INCLUDED
+
+#include <Poco/AutoPtr.h>
+#include <Poco/Logger.h>
+
+#include <string>
+#include <vector>
+
+namespace QMT
+{
+
+/// A logger for the tool's operations that keeps their messages for the answer. One object at a time.
+class CMessageLog
+{
+public:
+    CMessageLog();
+    ~CMessageLog();
+    CMessageLog(const CMessageLog&) = delete;
+    CMessageLog& operator=(const CMessageLog&) = delete;
+    CMessageLog(CMessageLog&&) = delete;
+    CMessageLog& operator=(CMessageLog&&) = delete;
+
+    Poco::Logger& logger() const;
+
+    /// The messages since the last call.
+    std::vector<std::string> take();
+
+private:
+    class CKeeper;
+
+    Poco::AutoPtr<CKeeper> _keeper;
+};
+
+} // namespace QMT
+
+#endif // QMT_CMessageLog_INCLUDED

@@ -1,0 +1,61 @@
+#ifndef QMT_Preview_INCLUDED
+#define QMT_Preview_INCLUDED
+
+#include "ctl/FrameworkContents.h"
+#include "impl/CQorModelToolImpl.h"
+
+#include <Poco/JSON/Object.h>
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace QMT
+{
+
+/// What becomes of one action.
+enum class Outcome
+{
+    DONE,
+    SKIPPED, ///< there is nothing to do
+    FAILED   ///< or refused
+};
+
+/// One action that was tried.
+struct TriedAction
+{
+    Poco::JSON::Object::Ptr keys; ///< what the answer tells of the action itself
+    std::string line;             ///< the same for people, ready for a terminal
+    Outcome outcome = Outcome::FAILED;
+    std::vector<std::string> messages; ///< of the edit, or why it is refused
+};
+
+/// What a transaction would do, tried on copies.
+struct Preview
+{
+    std::vector<TriedAction> actions;
+    FilePair before; ///< both files are there
+    FilePair after;
+    std::optional<Judgement> judgement; ///< of the list as it would be; none when the validator is not asked
+
+    bool has(Outcome outcome) const;
+    bool isRejected() const;
+};
+
+/// Tries what a commit of the session file `session` would do with `base`, both files of which are there. `document` is
+/// what people know the configuration document by.
+///
+/// Throws a Poco::Exception when there is no room for copies, or the document cannot be parsed, or there is no process
+/// for the validator.
+Preview tryQueue(const FilePair& base, const std::string& session, const std::string& document);
+
+/// Tries `actions` as a transaction of the companion: those that hold already are skipped, those that would do harm are
+/// refused. Each is looked at as things will be when its turn comes; one that is refused changes nothing for the
+/// others. Relative paths are those of the working directory. With `isJudged` the validator judges the list, when
+/// something is done and nothing refused. Throws like tryQueue.
+Preview tryActions(const FilePair& base, const std::vector<Action>& actions, const std::string& document,
+                   bool isJudged);
+
+} // namespace QMT
+
+#endif // QMT_Preview_INCLUDED

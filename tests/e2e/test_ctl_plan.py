@@ -1,0 +1,289 @@
+"""The companion's preview of a commit, and of an apply."""
+from __future__ import annotations
+
+import random
+import shutil
+from pathlib import Path
+
+import companion
+import pytest
+from framework import (AUX, BASE, BROKEN, CONFIG, LIST, MISSING, NAMELESS, PUMP, ROOTLESS,
+                       VALIDATOR, VALVE, Framework, config, participant)
+from sandbox import Sandbox
+
+NO_DIFF = {"qor.cfg": "", "model_file_list.cfg": ""}
+PREFIX = "ConsoleLogger: "
+
+
+def without_actions(result: str, **more: object) -> dict[str, object]:
+    """The answer when there is nothing to tell of."""
+    return {"command": "plan", "framework": "/opt/qor", "status": 1, "result": result, "actions": [],
+            "validator": "not-asked", "report": "", "diff": NO_DIFF, **more}
+
+
+def added(file: str, handler: str, result: str, *messages: str, mo: str = "1", tr: str = "1") -> dict[str, object]:
+    """An addition with a handler, as the answer tells it."""
+    return {"kind": "AddModelFileWithHandler", "file": file, "handler": handler, "managedObjectVersion": mo,
+            "transactionalResourceVersion": tr, "result": result, "messages": list(messages)}
+
+
+def test_plan_of_nothing(tool: Sandbox) -> None:
+    """Without a session there is nothing to commit."""
+    assert companion.answer(tool, "plan") == without_actions("nothing-staged")
+
+
+def test_plan_of_a_session(framework: Framework, tool: Sandbox) -> None:
+    """Each action is told with its outcome; nothing changes, and nothing is left behind."""
+    tool.run("--addModelFile", PUMP, "--modelHandler", "pumpHandler")
+    tool.run("--addModelFile", BASE)
+    before = framework.snapshot()
+
+    plan = companion.answer(tool, "plan")
+
+    assert plan == {
+        "command": "plan", "framework": "/opt/qor", "status": 0, "result": "would-succeed",
+        "actions": [
+            added(PUMP, "pumpHandler", "done", "Adding new handler: pumpHandler with root class: Pump"),
+            {"kind": "AddModelFile", "file": BASE, "result": "skipped",
+             "messages": [f"Modelfile entry already exists: {BASE}\nSkipping adding of modelfile."]}],
+        "validator": "accepted", "report": "",
+        "diff": {
+            "qor.cfg": "--- qor.cfg\n+++ qor.cfg\n@@ -14,6 +14,13 @@\n"
+                       '\t\t\t<managedObject compName="auxHandler" ifName="PelOamSpiManagedObject" version="1"/>\n'
+                       '\t\t\t<txResource compName="auxHandler" ifName="PelOamSpiTransactionalResource" version="1"/>\n'
+                       "\t\t</participant>\n".replace("\t\t\t<", " \t\t\t<").replace("\t\t</", " \t\t</")
+                       + "".join(f"+{line}\n" for line in participant("pumpHandler", "Pump").splitlines())
+                       + ' \t</participants>\n \t<limits requests="8"/>\n </qor>\n',
+            "model_file_list.cfg": f"--- model_file_list.cfg\n+++ model_file_list.cfg\n@@ -1 +1,2 @@\n {BASE}\n+{PUMP}\n"}}
+    assert framework.snapshot() == before
+
+
+def test_plan_tells_failures_and_the_verdict(framework: Framework, tool: Sandbox) -> None:
+    """What fails is told, and what the validator says of the rest."""
+    framework.script(VALIDATOR, 'cat "$3"; exit 3')
+    framework.session(f"0:{MISSING}\n0:{PUMP}\n9:strange\n4:no-fields\n")
+
+    plan = companion.answer(tool, "plan")
+
+    assert (plan["status"], plan["result"], plan["validator"]) == (1, "would-fail", "rejected")
+    assert plan["report"] == f"{BASE}\n{PUMP}\n"
+    assert plan["actions"] == [
+        {"kind": "AddModelFile", "file": MISSING, "result": "failed",
+         "messages": [f"Cannot find the model file: {MISSING}"]},
+        {"kind": "AddModelFile", "file": PUMP, "result": "done", "messages": []},
+        {"kind": "9", "text": "strange", "result": "skipped", "messages": []},
+        {"kind": "RemoveModelFileWithHandler", "text": "no-fields", "result": "failed",
+         "messages": ["Unable to locate model handler.\nAborting."]}]
+
+
+def test_plan_goes_no_further_than_a_commit(framework: Framework, tool: Sandbox) -> None:
+    """An action that ends a commit leaves the others undone."""
+    framework.write(CONFIG, config(participant("VELDA_OAM_COMPONENT")))
+    framework.session(f"3:|handler|1|1\n0:{PUMP}\n")
+
+    plan = companion.answer(tool, "plan")
+
+    assert (plan["result"], plan["validator"]) == ("would-fail", "not-asked")
+    assert [action["result"] for action in plan["actions"]] == ["failed", "failed"]
+    assert plan["diff"]["model_file_list.cfg"] == ""
+
+
+def test_plan_notices_a_change_meanwhile(framework: Framework, tool: Sandbox) -> None:
+    """A live file that was edited comes before one that cannot be parsed."""
+    framework.session(f"0:{PUMP}\n")
+    framework.write(CONFIG, "<qor>")
+
+    assert companion.answer(tool, "plan") == without_actions("changed-meanwhile")
+
+
+def test_plan_needs_a_document(framework: Framework, tool: Sandbox) -> None:
+    """A document that cannot be parsed can be told nothing of."""
+    framework.write(CONFIG, "<qor>")
+    framework.session(f"0:{PUMP}\n")
+
+    plan = companion.answer(tool, "plan")
+
+    assert plan.keys() == {"command", "framework", "status", "error"}
+    assert plan["status"] == 4
+    assert "/opt/qor/etc/qor.cfg" in plan["error"]
+
+
+@pytest.mark.parametrize("name", [CONFIG, LIST])
+def test_plan_needs_the_live_files(framework: Framework, tool: Sandbox, name: str) -> None:
+    """A live file that is missing is named."""
+    framework.remove(name)
+
+    plan = companion.answer(tool, "plan", f"--add={PUMP}")
+
+    assert plan["status"] == 4
+    assert f"/opt/qor/{name}" in plan["error"]
+
+
+def test_plan_of_an_empty_session(framework: Framework, tool: Sandbox) -> None:
+    """A lock file without a queue commits nothing."""
+    framework.session("garbage")
+
+    assert companion.answer(tool, "plan") == without_actions("nothing-staged")
+
+
+def test_plan_of_actions(framework: Framework, tool: Sandbox, work: Path) -> None:
+    """With the options of apply it answers for those, whatever is staged."""
+    framework.session(f"0:{VALVE}\n")
+    (work / "own.xml").write_text('<m><class name="Own"><root/></class></m>')
+    before = framework.snapshot()
+
+    plan = companion.answer(tool, "plan", "--add=./own.xml", "--handler=own", "--mo-version=2", f"--add={BASE}",
+                            "--handler=baseHandler", f"--remove={PUMP}")
+
+    assert (plan["status"], plan["result"], plan["validator"]) == (0, "would-succeed", "accepted")
+    assert plan["actions"] == [
+        added("/opt/scratch/own.xml", "own", "done", "Adding new handler: own with root class: Own", mo="2"),
+        added(BASE, "baseHandler", "skipped"),
+        {"kind": "RemoveModelFile", "file": PUMP, "result": "skipped", "messages": []}]
+    assert framework.snapshot() == before
+
+
+def test_plan_of_actions_that_hold_already(tool: Sandbox) -> None:
+    """Nothing left to do succeeds, and the validator is not asked."""
+    plan = companion.answer(tool, "plan", f"--add={BASE}")
+
+    assert (plan["status"], plan["result"], plan["validator"], plan["diff"]) == (0, "would-succeed", "not-asked", NO_DIFF)
+
+
+@pytest.mark.parametrize("options, reason", [
+    ([f"--add={MISSING}"], "does not exist"),
+    (["--remove=/gone"], "does not exist"),
+    ([f"--add={ROOTLESS}", "--handler=h"], "no root class"),
+    ([f"--add={NAMELESS}", "--handler=h"], "no root class"),
+    ([f"--add={BROKEN}", "--handler=h"], "no root class"),
+    ([f"--add={AUX}", "--handler=h"], "served by another handler: auxHandler"),
+    ([f"--remove={BASE}", "--handler=auxHandler"], "served by another handler: baseHandler"),
+    ([f"--remove={BASE}", "--handler=nosuch"], "served by another handler: baseHandler"),
+    (["--add=/opt/qor/models"], "part of another line"),
+    (["--remove=/opt/qor/models/pump"], "part of another line"),
+    (["--add=/a|b"], "the path holds"),
+    ([f"--add={VALVE}", "--handler=a:b"], "the handler's name holds"),
+    ([f"--add={VALVE}", "--handler=h", "--mo-version=1|2"], "a version holds"),
+    ([f"--add={VALVE}", "--handler=h", "--tr-version=1\x1b"], "control character"),
+    ([f"--add={VALVE}", "--handler= h"], "white space"),
+    (["--add= x"], "white space"),
+    ([f"--add={VALVE}", "--handler=\udcff"], "no UTF-8"),
+    ([f"--remove={BASE}", "--handler=baseHandler", f"--remove={AUX}", "--handler=auxHandler"], "last handler stays"),
+])
+def test_plan_refuses(framework: Framework, tool: Sandbox, options: list[str], reason: str) -> None:
+    """What an apply would refuse fails, for its reason."""
+    framework.write("models/pump", "")
+    framework.write(LIST, f"{BASE}\n/gone\n/opt/qor/models/pump\n{PUMP}.old\n")
+    before = framework.snapshot()
+
+    plan = companion.answer(tool, "plan", *options)
+
+    assert (plan["status"], plan["result"], plan["validator"]) == (1, "would-fail", "not-asked")
+    assert plan["actions"][-1]["result"] == "failed"
+    assert reason in plan["actions"][-1]["messages"][-1]
+    assert framework.snapshot() == before
+
+
+def test_plan_expects_a_new_handler_for_the_placeholder(framework: Framework, tool: Sandbox) -> None:
+    """A handler that exists would stand there twice."""
+    framework.write(CONFIG, config(participant("VELDA_OAM_COMPONENT"), participant("auxHandler", "Aux")))
+
+    plan = companion.answer(tool, "plan", f"--add={PUMP}", "--handler=auxHandler", f"--add={PUMP}", "--handler=pumpHandler",
+                            f"--add={VALVE}", "--handler=auxHandler")
+
+    assert [action["result"] for action in plan["actions"]] == ["failed", "done", "done"]
+    assert "placeholder" in plan["actions"][0]["messages"][0]
+
+
+def test_plan_for_people(tool: Sandbox) -> None:
+    """Outcomes and difference stand on standard output, messages and failures on standard error."""
+    result = companion.run(tool, "plan", f"--add={PUMP}", "--handler=pumpHandler", f"--add={MISSING}")
+
+    assert result.status == 1
+    assert f"\n  failed   --addModelFile={MISSING}\n" in result.stdout
+    assert f"\n+{PUMP}\n" in result.stdout
+    assert result.console == ("Adding new handler: pumpHandler with root class: Pump\n"
+                              "the model file does not exist\n"
+                              f"qor_mim_ctl: failed: --addModelFile={MISSING}\n")
+
+
+@pytest.mark.parametrize("options", [["--handler=h"], ["--add="], ["--wait=1"], ["--add=/a", "--mo-version=1"],
+                                     ["--remove=/a", "--handler=h", "--tr-version=1"], ["--add=/a", "stray"],
+                                     ["--add=/a", "--handler=h", "--handler=h"], ["--unknown"]])
+def test_plan_rejects_wrong_options(framework: Framework, tool: Sandbox, options: list[str]) -> None:
+    """A wrong command line is told before anything is done."""
+    before = framework.snapshot()
+
+    plan = companion.answer(tool, "plan", *options)
+
+    assert plan.keys() == {"command", "framework", "status", "error"}
+    assert (plan["status"], plan["framework"]) == (2, None)
+    assert framework.snapshot() == before
+
+
+def test_plan_needs_room_for_copies(tool: Sandbox) -> None:
+    """Without a directory for the copies nothing can be told."""
+    plan = companion.answer(tool.with_env(TMPDIR="/opt/missing"), "plan", f"--add={PUMP}")
+
+    assert plan["status"] == 4
+    assert "/opt/missing" in plan["error"]
+
+
+def test_plan_makes_no_directory(framework: Framework, tool: Sandbox) -> None:
+    """A framework without its directories stays as it is."""
+    shutil.rmtree(framework.path("etc"))
+    before = framework.snapshot()
+
+    assert companion.answer(tool, "plan") == without_actions("nothing-staged")
+    assert companion.answer(tool, "plan", f"--add={PUMP}")["status"] == 4
+    assert framework.snapshot() == before
+
+
+def random_session(choice: random.Random, tool: Sandbox, framework: Framework) -> None:
+    """Some staging calls; a session may be one that the tool's own options do not give."""
+    models = [BASE, AUX, PUMP, VALVE, ROOTLESS, NAMELESS, BROKEN, MISSING, "/opt/qor/models"]
+    handlers = ["baseHandler", "auxHandler", "pumpHandler", "VELDA_OAM_COMPONENT"]
+    lines = ""
+    for _ in range(choice.randint(0, 6)):
+        kind = choice.choice([0, 1, 2, 3, 3, 3, 4, 4, 5])
+        fields = [choice.choice(models)] if kind not in (1,) else []
+        fields += [choice.choice(handlers), "2", "3"] if kind in (1, 3, 4) else []
+        lines += f"{kind}:{'|'.join(fields)}\n"
+    if choice.random() < 0.1:
+        lines += choice.choice(["3:text without fields\n", "torn", "x:y\n"])
+    framework.session(lines)
+    if choice.random() < 0.1:
+        framework.write(LIST, framework.read(LIST) + "/edited\n")
+
+
+@pytest.mark.parametrize("seed", range(40))
+def test_plan_equals_the_commit(framework: Framework, tool: Sandbox, seed: int) -> None:
+    """Outcomes, messages, verdict and files of the preview are those of the commit that follows."""
+    choice = random.Random(seed)
+    if choice.random() < 0.4:
+        framework.write(CONFIG, config(participant("VELDA_OAM_COMPONENT"), participant("auxHandler", "Aux")))
+    if choice.random() < 0.3:
+        framework.write(LIST, f"{BASE}\n\n  {VALVE}  ")
+    framework.script(VALIDATOR, 'echo judged; grep -q valve "$3" && exit 1; exit 0')
+    random_session(choice, tool, framework)
+    before = framework.read(CONFIG), framework.read(LIST)
+
+    plan = companion.answer(tool, "plan")
+    commit = tool.run("--commit")
+
+    after = framework.read(CONFIG), framework.read(LIST)
+    told = [message for action in plan["actions"] for message in action["messages"]]
+    assert commit.console.startswith(f"{PREFIX}Information: Using QOR path: /opt/qor\n")
+    for message in told:
+        assert f": {message}\n" in commit.console
+    assert (plan["validator"] == "rejected") == (commit.stdout != "")
+    assert commit.stdout == (plan["report"] + "\n\n" if plan["validator"] == "rejected" else "")
+    if plan["result"] == "changed-meanwhile":
+        assert "Unable to commit!" in commit.console
+    elif plan["result"] == "nothing-staged":
+        assert (commit.status, after) == (0, before)
+    else:
+        assert commit.status == (0 if plan["result"] == "would-succeed" else 255)
+        diffs = plan["diff"]["qor.cfg"], plan["diff"]["model_file_list.cfg"]
+        expected = tuple(companion.patched(text, diff) for text, diff in zip(before, diffs))
+        assert after == (before if plan["validator"] == "rejected" else expected)
