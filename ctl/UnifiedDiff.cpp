@@ -65,7 +65,7 @@ public:
         return _partner;
     }
 
-    static const int NONE = -1;
+    static constexpr int NONE = -1;
 
 private:
     using Pairs = std::vector<std::pair<int, int>>;
