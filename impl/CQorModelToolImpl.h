@@ -185,8 +185,8 @@ public:
     /// on the disk, with the names of the lock file and of the list's working copy. False, after messages, when that
     /// failed; the file may then be incomplete. Signals wait until it is written.
     ///
-    /// False, too, and the file untouched, when an earlier session may be there whose lock file or session file could
-    /// not be looked at: its actions would be lost.
+    /// False, too, and the file untouched, when an earlier session may be there that could not be looked at, from the
+    /// framework directory to the session file: its actions would be lost.
     bool saveFIFO();
 
     /// Splits the text of a handler action into its three fields. A missing second separator gives both versions the
@@ -371,7 +371,7 @@ private:
     QorEa _agent;
     std::unique_ptr<CXMLParser> _parser;
     CommandQueue _queue;
-    bool _isSessionUnseen = false; ///< lock file or session file may exist, but could not be looked at
+    bool _isSessionUnseen = false; ///< there may be one that could not be looked at
     bool _isQueueLoaded = false;
 
     // Determined once, at the start of the run.

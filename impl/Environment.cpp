@@ -3,6 +3,7 @@
 #include "base/ChildProcess.h"
 #include "base/WholeFile.h"
 
+#include <Poco/Bugcheck.h>
 #include <Poco/Exception.h>
 #include <Poco/File.h>
 #include <Poco/Logger.h>
@@ -87,7 +88,9 @@ bool CQorModelToolImpl::findInstalledDirectory(std::string& dir)
 
 bool CQorModelToolImpl::useExistingDirectory(const std::string& found, std::string& dir)
 {
-    if (!Poco::File(found).exists())
+    // An empty path is an error of the library's existence test.
+    poco_assert(!found.empty());
+    if (!isSeen(found))
     {
         return false;
     }

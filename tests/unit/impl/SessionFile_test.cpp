@@ -1,4 +1,5 @@
 #include "support/FailingCall.h"
+#include "support/FakeInstallation.h"
 #include "support/FakeUser.h"
 #include "support/Files.h"
 #include "support/ImplTest.h"
@@ -414,6 +415,19 @@ TEST_F(EarlierSession, IsNotOverwrittenWhenItsHostCouldNotBeRead)
     }
     log.clear();
     systemLog.clear();
+
+    expectWritingRefused();
+}
+
+TEST_F(EarlierSession, IsNotOverwrittenWhenTheFrameworkCouldNotBeLookedAt)
+{
+    {
+        std::string directory;
+        const FakeInstallation installation;
+        installation.setAgent("echo " + framework.path());
+        const FailingCall failing("stat", framework.path(), EIO);
+        EXPECT_FALSE(impl.getEnvDir(directory));
+    }
 
     expectWritingRefused();
 }
