@@ -37,6 +37,7 @@ extern "C"
     int redirectedLstat(const char* path, void* buffer) __asm__("lstat64");
     int redirectedOpen(const char* path, int flags, ...) __asm__("open64");
     std::FILE* redirectedFopen(const char* path, const char* mode) __asm__("fopen64");
+    std::FILE* redirectedPlainFopen(const char* path, const char* mode) __asm__("fopen");
     int redirectedMkdir(const char* path, unsigned int mode) __asm__("mkdir");
     int redirectedExecvp(const char* path, char* const* arguments) __asm__("execvp");
 }
@@ -76,6 +77,12 @@ std::FILE* redirectedFopen(const char* path, const char* mode)
         return nullptr;
     }
     return QMT::Test::realCall<std::FILE*(const char*, const char*)>("fopen64")(redirected(path).c_str(), mode);
+}
+
+// The name that the standard streams of newer C++ libraries call.
+std::FILE* redirectedPlainFopen(const char* path, const char* mode)
+{
+    return redirectedFopen(path, mode);
 }
 
 int redirectedMkdir(const char* path, unsigned int mode)
