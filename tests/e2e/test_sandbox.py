@@ -4,6 +4,7 @@ from __future__ import annotations
 import os
 import signal
 import subprocess
+import tempfile
 from pathlib import Path
 
 import pytest
@@ -111,18 +112,24 @@ def test_killed_program_leaves_nothing_behind(boxed: Sandbox) -> None:
     assert list(Path("/tmp").glob(f"proo*-{run.launcher_pid}-*")) == []
 
 
-def test_program_ends_with_its_caller(framework: Framework, work: Path, tmp_path: Path) -> None:
-    os.mkfifo(work / "alive")
-    script = (f"from sandbox import Path, Sandbox\n"
-              f"run = Sandbox(Path({str(framework.root)!r}), launcher={find_launcher()!r}, work=Path({str(work)!r}))"
-              f".launch('sh', '-c', 'exec 3>alive; sleep 5 3>&-; echo survived >&3')\n"
+def test_program_ends_with_its_caller(framework: Framework, tmp_path: Path) -> None:
+    script = (f"from sandbox import *\n"
+              f"Sandbox(Path({str(framework.root)!r}), launcher={find_launcher()!r})"
+              f".launch('sh', '-c', 'echo started; sleep 5 >&-; echo survived', stdout=sys.stdout, console=sys.stderr)\n"
               f"input()\n")
     caller = subprocess.Popen(["/usr/bin/python3", "-c", script], cwd=LAUNCHER.parent, stdin=subprocess.PIPE,
-                              env={**os.environ, "TMPDIR": str(tmp_path)})
-    with open(work / "alive", "rb") as alive:
-        caller.kill()
-        caller.wait()
-        assert alive.read() == b""
+                              stdout=subprocess.PIPE, text=True, env={**os.environ, "TMPDIR": str(tmp_path)})
+    assert caller.stdout is not None
+    assert caller.stdout.readline() == "started\n"
+    caller.kill()
+    assert caller.communicate()[0] == ""
+
+
+def test_log_is_read_below_a_long_path(boxed: Sandbox, tmp_path: Path, monkeypatch: pytest.MonkeyPatch) -> None:
+    far = tmp_path / ("x" * 100)
+    far.mkdir()
+    monkeypatch.setattr(tempfile, "tempdir", str(far))
+    assert boxed.execute("/usr/bin/python3", "-c", "import syslog; syslog.syslog('said')").syslog == [(6, "said")]
 
 
 def test_end_of_another_sandbox_changes_nothing(boxed: Sandbox, work: Path) -> None:

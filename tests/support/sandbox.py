@@ -291,7 +291,11 @@ class Run:
         self._input = stdin if isinstance(stdin, bytes) else None
         self._own_session = sandbox.own_session
         with contextlib.ExitStack() as stack:
-            scratch = Path(stack.enter_context(tempfile.TemporaryDirectory(prefix="qmt-")))
+            self._launcher = find_launcher(sandbox.launcher)
+            # proot hands on a socket's path as it is outside, and a longer one than this not at all.
+            is_far = self._launcher == "proot" and len(tempfile.gettempdir()) > 80
+            place = tempfile.TemporaryDirectory(prefix="qmt-", dir="/tmp" if is_far else None)
+            scratch = Path(stack.enter_context(place))
             self._log = stack.enter_context(LogSocket(scratch / "log"))
             work = sandbox.work or scratch / "work"
             work.mkdir(exist_ok=True)
@@ -303,7 +307,6 @@ class Run:
             self._status = stack.enter_context(os.fdopen(status_read, "r"))
             # Ours is closed after the start: the end of the runner must be the end of the channel.
             with os.fdopen(status_write, "w"):
-                self._launcher = find_launcher(sandbox.launcher)
                 launcher = LAUNCHERS[self._launcher](view)
                 self._process = subprocess.Popen(
                     [*launcher, str(runner()), str(status_write), *command],
