@@ -9,7 +9,7 @@ namespace
 
 QMT::Test::Messages* sink = nullptr;
 
-void record(int priority, const char* format, va_list arguments)
+__attribute__((format(printf, 2, 0))) void record(int priority, const char* format, va_list arguments)
 {
     std::array<char, 4096> text = {};
     std::vsnprintf(text.data(), text.size(), format, arguments);
