@@ -1,0 +1,59 @@
+#include "ctl/CRemedies.h"
+
+#include "ctl/FrameworkDirectory.h"
+
+#include <Poco/Ascii.h>
+#include <Poco/String.h>
+
+#include <algorithm>
+
+namespace QMT
+{
+
+CRemedies::CRemedies(const std::string& qorPath) : _qorPath(qorPath)
+{
+}
+
+void CRemedies::keepEqual(const std::string& live, const std::string& workingCopy)
+{
+    _workingCopies[live] = workingCopy;
+}
+
+std::string CRemedies::call(const std::string& words)
+{
+    if (!_qorPathOption)
+    {
+        _qorPathOption = findFramework() == _qorPath ? std::string() : " --qor-path=" + shellWord(_qorPath);
+    }
+    return "qor_mim_ctl " + words + *_qorPathOption;
+}
+
+std::string CRemedies::edit(const std::string& path, const std::string& what) const
+{
+    return "in " + path + ", " + what + copyOf(path, "; then, for the open session: ");
+}
+
+std::string CRemedies::command(const std::string& path, const std::string& words) const
+{
+    return words + copyOf(path, " && ");
+}
+
+std::string CRemedies::copyOf(const std::string& path, const std::string& introduction) const
+{
+    const auto copy = _workingCopies.find(path);
+    return copy == _workingCopies.end() ? std::string()
+                                        : introduction + "cp " + shellWord(path) + " " + shellWord(copy->second);
+}
+
+std::string shellWord(const std::string& word)
+{
+    const auto isPlain = [](char c)
+    { return Poco::Ascii::isAlphaNumeric(c) || std::string("_@%+=:,./-").find(c) != std::string::npos; };
+    if (!word.empty() && std::all_of(word.begin(), word.end(), isPlain))
+    {
+        return word;
+    }
+    return "'" + Poco::replace(word, std::string("'"), std::string("'\\''")) + "'";
+}
+
+} // namespace QMT

@@ -1,0 +1,45 @@
+#ifndef QMT_CRemedies_INCLUDED
+#define QMT_CRemedies_INCLUDED
+
+#include <map>
+#include <optional>
+#include <string>
+
+namespace QMT
+{
+
+/// Words remedies so that they can be followed literally.
+class CRemedies
+{
+public:
+    /// For the framework directory `qorPath`.
+    explicit CRemedies(const std::string& qorPath);
+
+    /// From now on a change of the file at `live` has to be made in its working copy at `workingCopy` too: a session is
+    /// open, and its commit would take a difference for somebody else's work and undo itself.
+    void keepEqual(const std::string& live, const std::string& workingCopy);
+
+    /// A call of the companion with these words. It names the framework directory where the companion would not find
+    /// the same one without, which takes a run of the framework agent.
+    std::string call(const std::string& words);
+
+    /// An edit of the file at `path`, described by `what`.
+    std::string edit(const std::string& path, const std::string& what) const;
+
+    /// A command for the shell that changes the file at `path`.
+    std::string command(const std::string& path, const std::string& words) const;
+
+private:
+    std::string copyOf(const std::string& path, const std::string& introduction) const;
+
+    const std::string _qorPath;
+    std::optional<std::string> _qorPathOption; ///< once it is known
+    std::map<std::string, std::string> _workingCopies;
+};
+
+/// `word` as the shell takes it for one word.
+std::string shellWord(const std::string& word);
+
+} // namespace QMT
+
+#endif // QMT_CRemedies_INCLUDED
