@@ -11,7 +11,24 @@ namespace QMT
 namespace
 {
 
-std::optional<std::string> read(const std::string& path)
+FilePair readPair(const CFrameworkPaths& paths, std::string ManagedFile::*state)
+{
+    return {readIfThere(paths.configuration().*state), readIfThere(paths.modelFileList().*state)};
+}
+
+} // namespace
+
+bool FilePair::operator==(const FilePair& other) const
+{
+    return configuration == other.configuration && list == other.list;
+}
+
+bool FilePair::operator!=(const FilePair& other) const
+{
+    return !(*this == other);
+}
+
+std::optional<std::string> readIfThere(const std::string& path)
 {
     std::string content;
     switch (readWholeFile(path, content))
@@ -27,23 +44,6 @@ std::optional<std::string> read(const std::string& path)
     throw Poco::FileException("the file cannot be read", path);
 }
 
-FilePair readPair(const CFrameworkPaths& paths, std::string ManagedFile::*state)
-{
-    return {read(paths.configuration().*state), read(paths.modelFileList().*state)};
-}
-
-} // namespace
-
-bool FilePair::operator==(const FilePair& other) const
-{
-    return configuration == other.configuration && list == other.list;
-}
-
-bool FilePair::operator!=(const FilePair& other) const
-{
-    return !(*this == other);
-}
-
 FrameworkContents readFramework(const std::string& qorPath)
 {
     const CFrameworkPaths paths(qorPath);
@@ -51,8 +51,8 @@ FrameworkContents readFramework(const std::string& qorPath)
     contents.live = readPair(paths, &ManagedFile::live);
     contents.workingCopy = readPair(paths, &ManagedFile::workingCopy);
     contents.backup = readPair(paths, &ManagedFile::backup);
-    contents.session = read(paths.sessionFile());
-    contents.lock = read(paths.lockFile());
+    contents.session = readIfThere(paths.sessionFile());
+    contents.lock = readIfThere(paths.lockFile());
     return contents;
 }
 

@@ -28,6 +28,10 @@ struct FrameworkContents
     std::optional<std::string> lock;
 };
 
+/// The content of the file at `path`; nothing when it is missing. Throws a Poco::FileException that names it when it is
+/// there and cannot be read.
+std::optional<std::string> readIfThere(const std::string& path);
+
 /// Reads all of them from the framework directory `qorPath`. Changes nothing.
 ///
 /// Throws a Poco::FileException that names the first file that is there and cannot be read.

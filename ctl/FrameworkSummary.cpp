@@ -1,7 +1,7 @@
 #include "ctl/FrameworkSummary.h"
 
 #include "base/Existence.h"
-#include "base/WholeFile.h"
+#include "ctl/FrameworkContents.h"
 #include "impl/CFrameworkPaths.h"
 #include "impl/CQorModelToolImpl.h"
 #include "impl/QueueText.h"
@@ -36,22 +36,18 @@ std::optional<std::string> modifiedAt(const std::string& path)
     }
 }
 
-/// The content of the file at `path`; nothing, which is no failure, when it is missing.
-std::optional<std::string> readIfThere(const std::string& path, Failures& failures)
+/// The content of the file at `path`; nothing when it is missing or, as the failures tell then, cannot be read.
+std::optional<std::string> read(const std::string& path, Failures& failures)
 {
-    std::string content;
-    switch (readWholeFile(path, content))
+    try
     {
-    case ReadResult::READ:
-        return content;
-    case ReadResult::MISSING:
-        return std::nullopt;
-    case ReadResult::NOT_OPENED:
-    case ReadResult::FAILED:
-        break;
+        return readIfThere(path);
     }
-    failures.push_back("the file cannot be read: " + path);
-    return std::nullopt;
+    catch (const Poco::FileException& exc)
+    {
+        failures.push_back(exc.message());
+        return std::nullopt;
+    }
 }
 
 std::optional<std::string> readLive(const std::string& path, Failures& failures)
@@ -61,7 +57,7 @@ std::optional<std::string> readLive(const std::string& path, Failures& failures)
         failures.push_back("the file is missing: " + path);
         return std::nullopt;
     }
-    return readIfThere(path, failures);
+    return read(path, failures);
 }
 
 std::optional<Configuration> readLiveConfiguration(const std::string& path, Failures& failures)
@@ -119,11 +115,11 @@ std::optional<SessionSummary> readSession(const CFrameworkPaths& paths, Failures
     }
     SessionSummary session;
     session.since = *since;
-    if (const std::optional<std::string> lock = readIfThere(paths.lockFile(), failures))
+    if (const std::optional<std::string> lock = read(paths.lockFile(), failures))
     {
         session.owner = sessionOwner(*lock, CQorModelToolImpl::getHostName());
     }
-    session.actions = readQueueText(readIfThere(paths.sessionFile(), failures).value_or("")).entries;
+    session.actions = readQueueText(read(paths.sessionFile(), failures).value_or("")).entries;
     return session;
 }
 
