@@ -1,5 +1,6 @@
 #include "ctl/CCommand.h"
 
+#include "ctl/CApplyCommand.h"
 #include "ctl/CPlanCommand.h"
 #include "ctl/CShowCommand.h"
 
@@ -11,6 +12,7 @@ std::vector<std::unique_ptr<CCommand>> allCommands()
     std::vector<std::unique_ptr<CCommand>> commands;
     commands.push_back(std::make_unique<CShowCommand>());
     commands.push_back(std::make_unique<CPlanCommand>());
+    commands.push_back(std::make_unique<CApplyCommand>());
     return commands;
 }
 

@@ -89,6 +89,7 @@ TriedAction CActionChecks::tryNext(const Action& wanted)
     Action action = wanted;
     action.path = absolutePath(wanted.path);
     TriedAction tried;
+    tried.entry = {action.kind, action.text()};
     tried.keys = actionKeys(action);
     tried.line = printable(action.statusLine());
     std::string refusal = faultOf(action, wanted.path);
@@ -185,7 +186,7 @@ std::string CActionChecks::refusalOf(const Action& action, const Facts& facts) c
 void CActionChecks::apply(const Action& action, TriedAction& tried)
 {
     static_cast<void>(_log.take());
-    _trial.add({action.kind, action.text()});
+    _trial.add(tried.entry);
     const ActionResult result = _trial.applyNext();
     tried.messages = _log.take();
     if (result != ActionResult::FAILED && isInEffect(action, factsOf(action)))

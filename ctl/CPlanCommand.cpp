@@ -1,6 +1,7 @@
 #include "ctl/CPlanCommand.h"
 
 #include "ctl/CCallerLock.h"
+#include "ctl/CQueueTrial.h"
 #include "ctl/PreviewAnswer.h"
 #include "ctl/PrintedText.h"
 #include "ctl/SilentLogger.h"
@@ -78,7 +79,8 @@ Answer planActions(const std::string& qorPath, const std::vector<Action>& action
 {
     const CFrameworkPaths paths(qorPath);
     const FrameworkContents now = readFramework(qorPath);
-    return answerOf(tryActions(whole(now.live, paths), actions, paths.configuration().live, true));
+    return answerOf(
+        tryActions(whole(now.live, paths), actions, paths.configuration().live, true, {CQueueTrial::usualPlace()}));
 }
 
 } // namespace

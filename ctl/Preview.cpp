@@ -64,7 +64,7 @@ std::vector<TriedAction> actionsOf(const CommandQueue& queue)
     std::vector<TriedAction> actions;
     for (auto entry = queue.crbegin(); entry != queue.crend(); ++entry)
     {
-        actions.push_back({actionKeys(*entry), actionLine(*entry), Outcome::FAILED, {}});
+        actions.push_back({*entry, actionKeys(*entry), actionLine(*entry), Outcome::FAILED, {}});
     }
     return actions;
 }
@@ -116,10 +116,11 @@ Preview tryQueue(const FilePair& base, const std::string& session, const std::st
     return preview;
 }
 
-Preview tryActions(const FilePair& base, const std::vector<Action>& actions, const std::string& document, bool isJudged)
+Preview tryActions(const FilePair& base, const std::vector<Action>& actions, const std::string& document, bool isJudged,
+                   const std::vector<std::string>& places)
 {
     CMessageLog log;
-    CQueueTrial trial(base, std::string(), log.logger());
+    CQueueTrial trial(base, std::string(), log.logger(), places);
     requireDocument(trial, document);
     CActionChecks checks(trial, log);
     Preview preview;

@@ -24,6 +24,7 @@ enum class Outcome
 /// One action that was tried.
 struct TriedAction
 {
+    CommandQueueEntry entry;
     Poco::JSON::Object::Ptr keys; ///< what the answer tells of the action itself
     std::string line;             ///< the same for people, ready for a terminal
     Outcome outcome = Outcome::FAILED;
@@ -52,9 +53,10 @@ Preview tryQueue(const FilePair& base, const std::string& session, const std::st
 /// Tries `actions` as a transaction of the companion: those that hold already are skipped, those that would do harm are
 /// refused. Each is looked at as things will be when its turn comes; one that is refused changes nothing for the
 /// others. Relative paths are those of the working directory. With `isJudged` the validator judges the list, when
-/// something is done and nothing refused. Throws like tryQueue.
-Preview tryActions(const FilePair& base, const std::vector<Action>& actions, const std::string& document,
-                   bool isJudged);
+/// something is done and nothing refused. The copies are made in the first of `places` that has room. Throws like
+/// tryQueue.
+Preview tryActions(const FilePair& base, const std::vector<Action>& actions, const std::string& document, bool isJudged,
+                   const std::vector<std::string>& places);
 
 } // namespace QMT
 

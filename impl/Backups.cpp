@@ -1,7 +1,7 @@
 #include "impl/CQorModelToolImpl.h"
 
+#include "base/CTransfer.h"
 #include "base/DiskSync.h"
-#include "base/FileTransfer.h"
 #include "base/WholeFile.h"
 
 #include <Poco/Checksum.h>
@@ -59,7 +59,7 @@ void CQorModelToolImpl::copyLiveFilesTo(std::string ManagedFile::*copy) const
     for (const ManagedFile& file : {paths().configuration(), paths().modelFileList()})
     {
         refuseLinkOfAnother(file.*copy);
-        copyFile(file.live, file.*copy);
+        _transfer->copy(file.live, file.*copy);
     }
 }
 

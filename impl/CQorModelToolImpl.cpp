@@ -1,11 +1,19 @@
 #include "impl/CQorModelToolImpl.h"
 
+#include "base/CTransfer.h"
 #include "xml/CXMLParser.h"
 
 namespace QMT
 {
 
-CQorModelToolImpl::CQorModelToolImpl(Poco::Logger* logger) : _logger(logger)
+namespace
+{
+
+CTransfer plainTransfer;
+
+} // namespace
+
+CQorModelToolImpl::CQorModelToolImpl(Poco::Logger* logger) : _logger(logger), _transfer(&plainTransfer)
 {
 }
 
@@ -64,6 +72,11 @@ void CQorModelToolImpl::setParser(std::unique_ptr<CXMLParser> parser)
 CFrameworkPaths CQorModelToolImpl::paths() const
 {
     return CFrameworkPaths(_qorPath);
+}
+
+void CQorModelToolImpl::setTransfer(CTransfer& transfer)
+{
+    _transfer = &transfer;
 }
 
 } // namespace QMT

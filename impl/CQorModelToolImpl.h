@@ -26,6 +26,7 @@ class Document;
 namespace QMT
 {
 
+class CTransfer;
 class CXMLParser;
 enum class ReadResult;
 
@@ -161,6 +162,10 @@ public:
 
     /// The names of the framework's files.
     CFrameworkPaths paths() const;
+
+    /// From now on working copies and backups are made, and files installed, by `transfer`, which is not owned and
+    /// outlives the object.
+    void setTransfer(CTransfer& transfer);
 
     // ---- Session file and queue (SessionFile.cpp) ----
 
@@ -310,6 +315,12 @@ public:
     /// disk at every moment.
     bool commitCompleted();
 
+    /// The first part of it: makes the working copies live and removes the session file.
+    void installWorkingCopies();
+
+    /// The second part: removes the lock file. Returns when the disk has no names of the session's files.
+    void endSession();
+
     /// Puts the backups back, unless a session is open or there is no backup of the list. False when there is no live
     /// list, true otherwise, and then it is on the disk. Throws a Poco::FileException, too, when it cannot be told
     /// which of the files are there. Signals wait until all is done.
@@ -366,6 +377,7 @@ private:
 
     // Not owned.
     Poco::Logger* const _logger;
+    CTransfer* _transfer;
 
     // Owned, for the whole run.
     QorEa _agent;

@@ -1,6 +1,7 @@
 #include "impl/CQorModelToolImpl.h"
 
 #include "base/CSignalBlock.h"
+#include "base/CTransfer.h"
 #include "base/DiskSync.h"
 #include "base/Existence.h"
 #include "base/FileTransfer.h"
@@ -43,6 +44,13 @@ void CQorModelToolImpl::adjustOwnership(std::uint32_t group)
 bool CQorModelToolImpl::commitCompleted()
 {
     const CSignalBlock block;
+    installWorkingCopies();
+    endSession();
+    return true;
+}
+
+void CQorModelToolImpl::installWorkingCopies()
+{
     for (const ManagedFile& file : {paths().modelFileList(), paths().configuration()})
     {
         refuseLinkOfAnother(file.backup);
@@ -51,15 +59,18 @@ bool CQorModelToolImpl::commitCompleted()
     install(paths().modelFileList());
     install(paths().configuration());
     Poco::File(paths().sessionFile()).remove(false);
+}
+
+void CQorModelToolImpl::endSession()
+{
     Poco::File(paths().lockFile()).remove(false);
     syncDirectoryOf(paths().lockFile());
-    return true;
 }
 
 void CQorModelToolImpl::install(const ManagedFile& file) const
 {
-    moveFile(file.live, file.backup);
-    moveFile(file.workingCopy, file.live);
+    _transfer->move(file.live, file.backup);
+    _transfer->move(file.workingCopy, file.live);
     // The session may end only when the disk has the installed file under its name.
     syncDirectoryOf(file.live);
     adjustOwnershipOf(file.live);

@@ -1,0 +1,69 @@
+#include "base/CKeptFile.h"
+
+#include "base/FileReplacement.h"
+#include "base/WholeFile.h"
+
+#include <Poco/Exception.h>
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <array>
+
+namespace QMT
+{
+
+namespace
+{
+
+/// By this name the open file is found when its own has gone.
+std::string nameOf(int file)
+{
+    return "/proc/self/fd/" + std::to_string(file);
+}
+
+} // namespace
+
+CKeptFile::CKeptFile(const std::string& path)
+    : _path(path), _file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK)), _status()
+{
+    std::string content;
+    const ReadResult result = readWholeFile(path, content);
+    if (result == ReadResult::READ && _file >= 0 && ::fstat(_file, &_status) == 0)
+    {
+        _content = content;
+    }
+    else if (result != ReadResult::MISSING)
+    {
+        static_cast<void>(::close(_file));
+        throw Poco::FileException("the file cannot be read", path);
+    }
+}
+
+CKeptFile::~CKeptFile()
+{
+    if (_file >= 0)
+    {
+        static_cast<void>(::close(_file));
+    }
+}
+
+const std::optional<std::string>& CKeptFile::content() const
+{
+    return _content;
+}
+
+std::vector<std::string> CKeptFile::putBack() const
+{
+    if (!_content)
+    {
+        removeFile(_path);
+        return std::vector<std::string>();
+    }
+    std::vector<std::string> lost = replaceFile(_path, *_content, nameOf(_file));
+    const std::array<struct timespec, 2> times = {_status.st_atim, _status.st_mtim};
+    static_cast<void>(::utimensat(AT_FDCWD, _path.c_str(), times.data(), 0));
+    return lost;
+}
+
+} // namespace QMT

@@ -1,0 +1,33 @@
+#ifndef QMT_CSignalCatcher_INCLUDED
+#define QMT_CSignalCatcher_INCLUDED
+
+#include <csignal>
+
+#include <utility>
+#include <vector>
+
+namespace QMT
+{
+
+/// Records the signals that would end the program, as long as the object lives, so that work can be finished or undone
+/// first. A signal that is ignored stays so. Child programs get the signals' defaults back. One object at a time.
+class CSignalCatcher
+{
+public:
+    CSignalCatcher();
+    ~CSignalCatcher();
+    CSignalCatcher(const CSignalCatcher&) = delete;
+    CSignalCatcher& operator=(const CSignalCatcher&) = delete;
+    CSignalCatcher(CSignalCatcher&&) = delete;
+    CSignalCatcher& operator=(CSignalCatcher&&) = delete;
+
+    /// The first signal that arrived, 0 when none has.
+    static int caught();
+
+private:
+    std::vector<std::pair<int, struct sigaction>> _before;
+};
+
+} // namespace QMT
+
+#endif // QMT_CSignalCatcher_INCLUDED

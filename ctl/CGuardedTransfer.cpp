@@ -1,0 +1,143 @@
+#include "ctl/CGuardedTransfer.h"
+
+#include "base/CKeptFile.h"
+#include "base/FileReplacement.h"
+#include "base/WholeFile.h"
+
+#include <Poco/Exception.h>
+
+#include <algorithm>
+
+namespace QMT
+{
+
+namespace
+{
+
+std::string contentOf(const std::string& path)
+{
+    std::string content;
+    if (readWholeFile(path, content) != ReadResult::READ)
+    {
+        throw Poco::FileException("the file cannot be read", path);
+    }
+    return content;
+}
+
+bool holds(const std::string& path, const std::string& content)
+{
+    std::string present;
+    switch (readWholeFile(path, present))
+    {
+    case ReadResult::READ:
+        return present == content;
+    case ReadResult::MISSING:
+        return false;
+    case ReadResult::NOT_OPENED:
+    case ReadResult::FAILED:
+        break;
+    }
+    throw Poco::FileException("the file cannot be read", path);
+}
+
+} // namespace
+
+CGuardedTransfer::CGuardedTransfer(const std::string& qorPath, const std::string& lock, const FilePair& live,
+                                   const FilePair& wanted)
+    : _paths(qorPath), _lock(lock),
+      _live({{_paths.configuration().live, live.configuration.value(), live.configuration.value(),
+              wanted.configuration.value()},
+             {_paths.modelFileList().live, live.list.value(), live.list.value(), wanted.list.value()}})
+{
+}
+
+CGuardedTransfer::~CGuardedTransfer() = default;
+
+void CGuardedTransfer::copy(const std::string& from, const std::string& to)
+{
+    const std::vector<std::string> lost = replaceFile(to, contentOf(from), from);
+    if (to == _paths.configuration().backup || to == _paths.modelFileList().backup)
+    {
+        keep(lost);
+    }
+}
+
+void CGuardedTransfer::move(const std::string& from, const std::string& to)
+{
+    if (isLive(from))
+    {
+        return;
+    }
+    check();
+    // Without its working copy a live file that is new cannot be taken for one that was there before.
+    removeFile(from);
+    Expected& file = expectedOf(to);
+    if (file.content == file.wanted)
+    {
+        return;
+    }
+    file.next = file.wanted;
+    keep(replaceFile(to, file.wanted, to));
+    file.content = file.wanted;
+}
+
+void CGuardedTransfer::check() const
+{
+    const bool isOurs = holds(_paths.lockFile(), _lock);
+    if (isOurs && std::all_of(_live.begin(), _live.end(), isAsExpected))
+    {
+        return;
+    }
+    const std::string what = isOurs ? "the files do not hold what was last read or written"
+                                    : "the lock file " + _paths.lockFile() + " is gone or not ours";
+    throw CInterference("another run interfered, and nothing more was changed: " + what + "; look at " +
+                        _paths.configuration().live + " and " + _paths.modelFileList().live);
+}
+
+void CGuardedTransfer::putBack(const std::string& path, const CKeptFile& before)
+{
+    check();
+    Expected& file = expectedOf(path);
+    if (file.content == *before.content() && file.next == file.content)
+    {
+        return;
+    }
+    file.content = *before.content();
+    file.next = contentOf(path);
+    keep(before.putBack());
+    file.next = file.content;
+}
+
+const std::vector<std::string>& CGuardedTransfer::lost() const
+{
+    return _lost;
+}
+
+CGuardedTransfer::Expected& CGuardedTransfer::expectedOf(const std::string& path)
+{
+    return *std::find_if(_live.begin(), _live.end(), [&path](const Expected& file) { return file.path == path; });
+}
+
+bool CGuardedTransfer::isLive(const std::string& path) const
+{
+    return std::any_of(_live.begin(), _live.end(), [&path](const Expected& file) { return file.path == path; });
+}
+
+/// While a file is being written, or when that failed, it holds the old content or the new one.
+bool CGuardedTransfer::isAsExpected(const Expected& file)
+{
+    return holds(file.path, file.content) || (file.next != file.content && holds(file.path, file.next));
+}
+
+void CGuardedTransfer::keep(const std::vector<std::string>& lost)
+{
+    for (const std::string& line : lost)
+    {
+        if (std::find(_lost.begin(), _lost.end(), line) == _lost.end())
+        {
+            _lost.push_back(line);
+        }
+    }
+}
+
+} // namespace QMT

@@ -1,0 +1,77 @@
+#ifndef QMT_CGuardedTransfer_INCLUDED
+#define QMT_CGuardedTransfer_INCLUDED
+
+#include "base/CTransfer.h"
+#include "ctl/FrameworkContents.h"
+#include "impl/CFrameworkPaths.h"
+
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace QMT
+{
+
+class CKeptFile;
+
+/// Another run has changed the files of a transaction that is under way. Nothing more may be changed then.
+class CInterference : public std::runtime_error
+{
+public:
+    using std::runtime_error::runtime_error;
+};
+
+/// Installs the files of a transaction so that each holds at every moment its old content or its new one, whole and
+/// with its attributes, and looks before each change of a live file whether all is as the transaction left it.
+class CGuardedTransfer : public CTransfer
+{
+public:
+    /// For the framework directory `qorPath`, whose lock file shall hold `lock` and whose live files hold `live` and
+    /// shall hold `wanted`.
+    CGuardedTransfer(const std::string& qorPath, const std::string& lock, const FilePair& live, const FilePair& wanted);
+    ~CGuardedTransfer() override;
+    CGuardedTransfer(const CGuardedTransfer&) = delete;
+    CGuardedTransfer& operator=(const CGuardedTransfer&) = delete;
+    CGuardedTransfer(CGuardedTransfer&&) = delete;
+    CGuardedTransfer& operator=(CGuardedTransfer&&) = delete;
+
+    /// Copies a live file, with its attributes.
+    void copy(const std::string& from, const std::string& to) override;
+
+    /// Makes a working copy live. A live file is left where it is: its backup has been made by copy.
+    void move(const std::string& from, const std::string& to) override;
+
+    /// Throws a CInterference, which names both live files, unless the lock file is that of the transaction and the
+    /// live files hold what it last read or wrote. Throws a Poco::FileException when they cannot be read.
+    void check() const;
+
+    /// Puts a live file back, unless it holds what it held before. Throws like check.
+    void putBack(const std::string& path, const CKeptFile& before);
+
+    /// What could not be kept of the attributes of live files and backups, a line each.
+    const std::vector<std::string>& lost() const;
+
+private:
+    /// What a live file shall hold, and what it may hold while it is being written.
+    struct Expected
+    {
+        std::string path;
+        std::string content;
+        std::string next;
+        std::string wanted;
+    };
+
+    Expected& expectedOf(const std::string& path);
+    bool isLive(const std::string& path) const;
+    static bool isAsExpected(const Expected& file);
+    void keep(const std::vector<std::string>& lost);
+
+    const CFrameworkPaths _paths;
+    const std::string _lock;
+    std::vector<Expected> _live;
+    std::vector<std::string> _lost;
+};
+
+} // namespace QMT
+
+#endif // QMT_CGuardedTransfer_INCLUDED

@@ -1,0 +1,219 @@
+#include "ctl/CTransaction.h"
+
+#include "app/CQorModelTool.h"
+#include "base/CSignalCatcher.h"
+#include "base/DiskSync.h"
+#include "base/FileReplacement.h"
+#include "base/WholeFile.h"
+#include "ctl/SessionOwner.h"
+
+#include <Poco/Exception.h>
+
+#include <cerrno>
+#include <functional>
+#include <initializer_list>
+
+namespace QMT
+{
+
+namespace
+{
+
+void requireNoSignal()
+{
+    if (CSignalCatcher::caught() != 0)
+    {
+        throw Poco::RuntimeException("ended by the signal " + std::to_string(CSignalCatcher::caught()));
+    }
+}
+
+/// Undoes what has been done, and tells the reason for it and what became of it.
+[[noreturn]] void giveUp(const std::string& reason, const std::function<void()>& undo)
+{
+    try
+    {
+        undo();
+    }
+    catch (const Poco::Exception& exc)
+    {
+        throw Poco::RuntimeException(reason + "; the previous files could not be put back: " + exc.displayText() +
+                                     "; call qor_mim_ctl recover");
+    }
+    throw Poco::RuntimeException(reason + "; the previous files are back");
+}
+
+std::string ownLock()
+{
+    return applyLockContent(CQorModelToolImpl::getHostName());
+}
+
+} // namespace
+
+CTransaction::CTransaction(const std::string& qorPath, const FilePair& live, const FilePair& wanted,
+                           Poco::Logger& logger)
+    : _qorPath(qorPath), _paths(qorPath), _before(live), _transfer(qorPath, ownLock(), live, wanted), _impl(&logger),
+      _tool(std::make_unique<CQorModelTool>(&_impl, nullptr, qorPath))
+{
+    _impl.setTransfer(_transfer);
+}
+
+CTransaction::~CTransaction() = default;
+
+bool CTransaction::open()
+{
+    for (const std::string& path :
+         {_paths.sessionFile(), _paths.modelFileList().workingCopy, _paths.configuration().workingCopy})
+    {
+        _leftovers.push_back(std::make_unique<CKeptFile>(path));
+    }
+    try
+    {
+        // As in a staging call, the working copies come first. Without a lock file they are nobody's, and those of a
+        // session that is opened in this moment would be the same.
+        _impl.backupFiles();
+        createFile(_paths.lockFile(), ownLock(), _paths.modelFileList().live);
+    }
+    catch (const Poco::FileException& exc)
+    {
+        if (exc.code() == EEXIST)
+        {
+            return false;
+        }
+        putLeftoversBack();
+        throw;
+    }
+    try
+    {
+        if (hasBegun())
+        {
+            return true;
+        }
+    }
+    catch (const Poco::Exception& exc)
+    {
+        giveUp(exc.displayText(), [this] { close(); });
+    }
+    close();
+    return false;
+}
+
+bool CTransaction::hasBegun()
+{
+    syncDirectoryOf(_paths.lockFile());
+    removeFile(_paths.sessionFile());
+    _configuration = std::make_unique<CKeptFile>(_paths.configuration().live);
+    _list = std::make_unique<CKeptFile>(_paths.modelFileList().live);
+    _configurationBackup = std::make_unique<CKeptFile>(_paths.configuration().backup);
+    _listBackup = std::make_unique<CKeptFile>(_paths.modelFileList().backup);
+    return _before == FilePair{_configuration->content(), _list->content()};
+}
+
+Judgement CTransaction::commit(const CommandQueue& queue)
+{
+    try
+    {
+        Judgement judgement = install(queue);
+        if (judgement.verdict == Judgement::Verdict::REJECTED)
+        {
+            requireNoSignal();
+            undo();
+        }
+        else
+        {
+            _transfer.check();
+            _impl.endSession();
+        }
+        return judgement;
+    }
+    catch (const Poco::Exception& exc)
+    {
+        giveUp(exc.displayText(), [this] { undo(); });
+    }
+}
+
+Judgement CTransaction::install(const CommandQueue& queue)
+{
+    makeBackups();
+    _impl.queue() = queue;
+    saveQueue();
+    requireNoSignal();
+    _areLiveFilesTouched = true;
+    _impl.installWorkingCopies();
+    requireNoSignal();
+    return _impl.judge(_paths.modelFileListArgument());
+}
+
+/// A backup of the configuration alone, under a lock file, is one that is being made: without the list's the pair is
+/// never taken for one that was live together.
+void CTransaction::makeBackups()
+{
+    _areBackupsTouched = true;
+    removeFile(_paths.modelFileList().backup);
+    _impl.cfgBackup();
+}
+
+void CTransaction::saveQueue()
+{
+    if (!_impl.saveFIFO() || readWholeFile(_paths.sessionFile(), _session) != ReadResult::READ)
+    {
+        throw Poco::WriteFileException("the file cannot be written", _paths.sessionFile());
+    }
+}
+
+const std::vector<std::string>& CTransaction::lost() const
+{
+    return _transfer.lost();
+}
+
+void CTransaction::undo()
+{
+    _transfer.check();
+    if (_areLiveFilesTouched)
+    {
+        putLiveFilesBack();
+    }
+    if (_areBackupsTouched)
+    {
+        putBackupsBack();
+    }
+    close();
+}
+
+void CTransaction::putLiveFilesBack()
+{
+    // It is gone when both files have been installed, and one of them alone must not be taken for both. It must not be
+    // met half-written either.
+    static_cast<void>(replaceFile(_paths.sessionFile(), _session, _paths.modelFileList().live));
+    _transfer.putBack(_paths.configuration().live, *_configuration);
+    _transfer.putBack(_paths.modelFileList().live, *_list);
+    _areLiveFilesTouched = false;
+}
+
+/// The working copies tell that the session has not come to its end, the session file must not be taken for the one
+/// that led from these backups to the live files.
+void CTransaction::putBackupsBack()
+{
+    static_cast<void>(_impl.backupFiles());
+    removeFile(_paths.sessionFile());
+    removeFile(_paths.modelFileList().backup);
+    static_cast<void>(_configurationBackup->putBack());
+    static_cast<void>(_listBackup->putBack());
+    _areBackupsTouched = false;
+}
+
+/// The lock file goes first: what is left without it is no session.
+void CTransaction::close()
+{
+    removeFile(_paths.lockFile());
+    putLeftoversBack();
+}
+
+void CTransaction::putLeftoversBack() const
+{
+    for (const std::unique_ptr<CKeptFile>& file : _leftovers)
+    {
+        static_cast<void>(file->putBack());
+    }
+}
+
+} // namespace QMT

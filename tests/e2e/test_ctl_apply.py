@@ -1,0 +1,413 @@
+"""The companion's transaction: all or nothing, and told truthfully."""
+from __future__ import annotations
+
+import fcntl
+import itertools
+import os
+import stat
+import time
+from pathlib import Path
+
+import companion
+import pytest
+from framework import (BASE, CONFIG, CONFIG_BAK, CONFIG_TMP, LIST, LIST_BAK, LIST_TMP, LOCK, MISSING, PUMP, ROOTLESS,
+                       SESSION, VALIDATOR, VALVE, Framework, config, model, participant)
+from sandbox import Sandbox
+
+CALLER_LOCK = "etc/model/qor_mim_ctl.lock"
+OWN_LOCK = "qor_mim_ctl@alpha"
+ADD_PUMP = (f"--add={PUMP}", "--handler=pumpHandler")
+BOTH = (CONFIG, LIST)
+BACKUPS = (CONFIG_BAK, LIST_BAK)
+
+OLD_CONFIG, OLD_LIST = config(participant("older", "Older")), "/opt/qor/models/older.xml\n"
+
+
+def state(framework: Framework) -> dict[str, bytes | None]:
+    """Everything in the framework but the callers' lock file."""
+    found = framework.snapshot()
+    found.pop(CALLER_LOCK, None)
+    return found
+
+
+def attributes(framework: Framework, *names: str) -> list[tuple[int, int, int, int, list[tuple[str, bytes]]]]:
+    """Mode, owner, group, time and extended attributes of files."""
+    found = []
+    for name in names:
+        status = framework.path(name).stat()
+        extended = [(key, os.getxattr(framework.path(name), key)) for key in os.listxattr(framework.path(name))]
+        found.append((stat.S_IMODE(status.st_mode), status.st_uid, status.st_gid, status.st_mtime_ns, extended))
+    return found
+
+
+@pytest.fixture
+def backups(framework: Framework) -> Framework:
+    """The framework with the backups of an earlier commit."""
+    framework.write(CONFIG_BAK, OLD_CONFIG)
+    framework.write(LIST_BAK, OLD_LIST)
+    for name in BACKUPS:
+        os.utime(framework.path(name), ns=(10**18, 10**18 + 1))
+        framework.path(name).chmod(0o604)
+    return framework
+
+
+def test_apply_does_what_a_commit_does(framework: Framework, tool: Sandbox, tmp_path: Path) -> None:
+    """The files are those that the tool makes of the same actions, backups included."""
+    twin = Framework.create(tmp_path / "twin")
+    twin_tool = Sandbox(twin.root)
+    twin_tool.run("--addModelFile", PUMP, "--modelHandler", "pumpHandler", "--managedObjectVersion", "2")
+    twin_tool.run("--removeModelFile", BASE, "--modelHandler", "baseHandler")
+    twin_tool.run("--addModelFile", VALVE)
+    twin_tool.run("--commit")
+
+    done = companion.answer(tool, "apply", *ADD_PUMP, "--mo-version=2", f"--remove={BASE}", "--handler=baseHandler",
+                            f"--add={VALVE}")
+
+    assert done == {
+        "command": "apply", "framework": "/opt/qor", "status": 0, "result": "applied",
+        "actions": [
+            {"kind": "AddModelFileWithHandler", "file": PUMP, "handler": "pumpHandler", "managedObjectVersion": "2",
+             "transactionalResourceVersion": "1", "result": "done",
+             "messages": ["Adding new handler: pumpHandler with root class: Pump"]},
+            {"kind": "RemoveModelFileWithHandler", "file": BASE, "handler": "baseHandler", "managedObjectVersion": "1",
+             "transactionalResourceVersion": "1", "result": "done",
+             "messages": ["Found handler: baseHandler", "Removed root entry Base from baseHandler",
+                          "Removed handler: baseHandler", f"Found and removed model entry: {BASE}"]},
+            {"kind": "AddModelFile", "file": VALVE, "result": "done", "messages": []}],
+        "validator": "accepted", "report": "", "warnings": []}
+    assert state(framework) == state(twin)
+
+
+def test_apply_can_be_rolled_back(framework: Framework, tool: Sandbox) -> None:
+    """The tool undoes it like a commit of its own."""
+    before = state(framework)
+    companion.answer(tool, "apply", *ADD_PUMP)
+
+    tool.run("--rollback")
+
+    assert state(framework) == before
+
+
+def test_apply_changes_nothing_twice(framework: Framework, tool: Sandbox) -> None:
+    """A call again finds nothing to do, and touches no file."""
+    framework.script(VALIDATOR, "exit 0")
+    companion.answer(tool, "apply", *ADD_PUMP)
+    framework.script(VALIDATOR, "exit 1")
+    before = state(framework), attributes(framework, *BOTH, *BACKUPS)
+
+    again = companion.answer(tool, "apply", *ADD_PUMP, f"--remove={VALVE}", "--handler=gone")
+
+    assert (again["status"], again["result"], again["validator"]) == (0, "unchanged", "not-asked")
+    assert (again["report"], again["warnings"]) == ("", [])
+    assert [action["result"] for action in again["actions"]] == ["skipped", "skipped"]
+    assert (state(framework), attributes(framework, *BOTH, *BACKUPS)) == before
+
+
+def test_apply_refuses_as_a_whole(backups: Framework, tool: Sandbox) -> None:
+    """One action that would do harm keeps all others from being done."""
+    before = state(backups), attributes(backups, *BOTH, *BACKUPS)
+
+    refused = companion.answer(tool, "apply", *ADD_PUMP, f"--add={MISSING}", f"--add={BASE}")
+
+    assert (refused["status"], refused["result"], refused["validator"]) == (1, "refused", "not-asked")
+    assert [action["result"] for action in refused["actions"]] == ["done", "failed", "skipped"]
+    assert refused["actions"][1]["messages"] == ["the model file does not exist"]
+    assert refused["warnings"] == []
+    assert (state(backups), attributes(backups, *BOTH, *BACKUPS)) == before
+
+
+def test_apply_names_the_refused_action(tool: Sandbox) -> None:
+    """A person finds it on standard error."""
+    result = companion.run(tool, "apply", f"--add={VALVE}", f"--add={ROOTLESS}", "--handler=h")
+
+    assert result.status == 1
+    assert "refused" in result.stdout
+    assert f"--addModelFile={ROOTLESS}" in result.console.splitlines()[-1]
+    assert "no root class" in result.console
+
+
+@pytest.mark.parametrize("options", [ADD_PUMP, (f"--add={VALVE}",), (f"--add={BASE}", "--handler=h2"),
+                                     (f"--remove={BASE}",), (f"--remove={BASE}", "--handler=baseHandler")])
+def test_apply_puts_back_what_is_rejected(backups: Framework, tool: Sandbox, options: tuple[str, ...]) -> None:
+    """After a rejection everything is as it was, the backups of an earlier commit included."""
+    if options[-1] == "--handler=h2":
+        backups.write(CONFIG, config(participant("auxHandler", "Aux")))
+    backups.script(VALIDATOR, "echo no; echo way >&2; exit 1")
+    before = state(backups), attributes(backups, *BOTH, *BACKUPS)
+
+    rejected = companion.answer(tool, "apply", *options)
+
+    assert (rejected["status"], rejected["result"], rejected["validator"]) == (1, "rejected", "rejected")
+    assert (rejected["report"], rejected["warnings"]) == ("no\nway\n", [])
+    assert [action["result"] for action in rejected["actions"]] == ["done"]
+    assert (state(backups), attributes(backups, *BOTH, *BACKUPS)) == before
+
+
+def test_apply_leaves_no_backups_where_there_were_none(framework: Framework, tool: Sandbox) -> None:
+    """Nor does it remove what lies about of a session that is none."""
+    framework.script(VALIDATOR, "exit 1")
+    framework.write(SESSION, "0:/left/over\n")
+    framework.write(LIST_TMP, "left over")
+    before = state(framework)
+
+    assert companion.answer(tool, "apply", *ADD_PUMP)["status"] == 1
+
+    assert state(framework) == before
+
+
+def test_apply_asks_the_validator_about_the_live_list(framework: Framework, tool: Sandbox) -> None:
+    """The session is its own then, and shows whose it is."""
+    framework.script(VALIDATOR, 'cp "$3" /opt/qor/judged; cp /opt/qor/etc/model/qor_mim_tool.lock /opt/qor/owner')
+
+    assert companion.answer(tool, "apply", f"--remove={BASE}")["validator"] == "accepted"
+
+    assert framework.read("judged") == ""
+    assert framework.read("owner") == OWN_LOCK
+    assert not framework.path(LOCK).exists()
+
+
+def test_apply_without_a_validator(framework: Framework, tool: Sandbox) -> None:
+    """It is told that nobody judged."""
+    framework.remove(VALIDATOR)
+
+    done = companion.answer(tool, "apply", *ADD_PUMP)
+
+    assert (done["status"], done["result"], done["validator"]) == (0, "applied", "absent")
+
+
+def test_apply_needs_no_room_elsewhere(framework: Framework, tool: Sandbox) -> None:
+    """Where copies cannot be made in the usual place, another one serves."""
+    done = companion.answer(tool.with_env(TMPDIR="/opt/missing"), "apply", *ADD_PUMP)
+
+    assert done["result"] == "applied"
+    assert not list(framework.path("etc/model").glob("qor_mim_ctl-*"))
+
+
+def test_apply_keeps_attributes(framework: Framework, tool: Sandbox) -> None:
+    """Both live files and their backups have the mode, owner, group and extended attributes that the files had."""
+    wanted = {}
+    for name, mode in ((CONFIG, 0o640), (LIST, 0o664)):
+        path = framework.path(name)
+        path.chmod(mode)
+        try:
+            os.setxattr(path, "user.origin", b"shop")
+        except OSError:
+            pass
+        wanted[name] = attributes(framework, name)[0]
+
+    done = companion.answer(tool, "apply", *ADD_PUMP)
+
+    assert (done["result"], done["warnings"]) == ("applied", [])
+    for name in BOTH:
+        for kept in attributes(framework, name, f"{name}.bak"):
+            assert kept[:3] + kept[4:] == wanted[name][:3] + wanted[name][4:]
+
+
+def test_apply_makes_the_callers_lock_like_the_list(framework: Framework, tool: Sandbox) -> None:
+    """It stays, for all who may edit the list."""
+    framework.path(LIST).chmod(0o660)
+
+    companion.answer(tool, "apply", f"--add={BASE}")
+
+    assert stat.S_IMODE(framework.path(CALLER_LOCK).stat().st_mode) == 0o660
+
+
+def test_apply_follows_links(framework: Framework, tool: Sandbox) -> None:
+    """A live file that is a link stays one."""
+    framework.path(CONFIG).rename(framework.path("etc/real.cfg"))
+    framework.path(CONFIG).symlink_to("real.cfg")
+
+    assert companion.answer(tool, "apply", *ADD_PUMP)["result"] == "applied"
+
+    assert os.readlink(framework.path(CONFIG)) == "real.cfg"
+    assert "pumpHandler" in framework.read("etc/real.cfg")
+
+
+@pytest.mark.parametrize("lock, text", [("alpha", "the host alpha"), ("beta", "the host beta"), ("", "an unknown host"),
+                                        (OWN_LOCK, "qor_mim_ctl recover"),
+                                        ("qor_mim_ctl@beta", "qor_mim_ctl recover")])
+def test_apply_waits_for_no_session(framework: Framework, tool: Sandbox, lock: str, text: str) -> None:
+    """An open session is told with its owner, and one of an interrupted apply with its remedy."""
+    framework.session(f"0:{VALVE}\n", host=lock)
+    before = state(framework)
+
+    busy = companion.answer(tool, "apply", *ADD_PUMP)
+
+    assert busy.keys() == {"command", "framework", "status", "error"}
+    assert busy["status"] == 3
+    assert text in busy["error"]
+    assert state(framework) == before
+
+
+def test_apply_waits_for_a_session_to_end(framework: Framework, tool: Sandbox) -> None:
+    """With --wait it begins when the session is over."""
+    framework.session(f"0:{VALVE}\n")
+    run = companion.start(tool, "apply", *ADD_PUMP, "--wait=60", "--json")
+    run.wait_for(framework.path(CALLER_LOCK).exists)
+
+    tool.run("--commit")
+
+    assert companion.parsed(run.wait())["result"] == "applied"
+    assert framework.read(LIST) == f"{BASE}\n{VALVE}\n{PUMP}\n"
+
+
+@pytest.mark.parametrize("command", [("apply", *ADD_PUMP), ("plan",), ("plan", *ADD_PUMP)])
+def test_apply_keeps_other_callers_out(framework: Framework, tool: Sandbox, command: tuple[str, ...]) -> None:
+    """While another caller has the lock, nobody else does or tells anything."""
+    framework.write(CALLER_LOCK, "")
+    before = state(framework)
+    with framework.path(CALLER_LOCK).open("r+b") as lock:
+        fcntl.lockf(lock, fcntl.LOCK_EX)
+
+        busy = companion.answer(tool, *command)
+
+    assert busy["status"] == 3
+    assert "another caller" in busy["error"]
+    assert state(framework) == before
+
+
+def test_twelve_callers_at_once_all_land(framework: Framework, tool: Sandbox) -> None:
+    """In some order, one after the other."""
+    names = [f"/opt/qor/models/m{number}.xml" for number in range(12)]
+    for number, name in enumerate(names):
+        framework.write(f"models/{Path(name).name}", model(f"Class{number}"))
+    runs = [companion.start(tool, "apply", f"--add={name}", f"--handler=h{number}", "--wait=60", "--json")
+            for number, name in enumerate(names)]
+    results = [companion.parsed(run.wait())["result"] for run in runs]
+
+    assert results == ["applied"] * 12
+    lines = framework.read(LIST).splitlines()
+    assert (lines[0], sorted(lines[1:])) == (BASE, sorted(names))
+    assert all(f'compName="h{number}"' in framework.read(CONFIG) for number in range(12))
+    assert not any(framework.path(name).exists() for name in (LOCK, SESSION, CONFIG_TMP, LIST_TMP))
+
+
+@pytest.mark.parametrize("action", ["rm etc/model/qor_mim_tool.lock", "echo beta >etc/model/qor_mim_tool.lock",
+                                    "echo /edited >>etc/model/model_file_list.cfg", "echo '<edited/>' >etc/qor.cfg",
+                                    "rm etc/qor.cfg"])
+@pytest.mark.parametrize("verdict", [0, 1])
+def test_apply_notices_another_run(framework: Framework, tool: Sandbox, action: str, verdict: int) -> None:
+    """What interferes while the validator works is noticed, and nothing more is changed."""
+    framework.script(VALIDATOR, f"cd /opt/qor; {action}; mkdir kept; cp -r etc kept; exit {verdict}")
+
+    stopped = companion.answer(tool, "apply", *ADD_PUMP)
+
+    assert stopped.keys() == {"command", "framework", "status", "error"}
+    assert stopped["status"] == 4
+    assert "/opt/qor/etc/qor.cfg and /opt/qor/etc/model/model_file_list.cfg" in stopped["error"]
+    now = state(framework)
+    kept = {name.removeprefix("kept/"): content for name, content in now.items() if name.startswith("kept/etc/")}
+    kept.pop(CALLER_LOCK)
+    assert kept == {name: content for name, content in now.items() if name.startswith("etc/")}
+
+
+@pytest.mark.parametrize("name", ["HUP", "INT", "QUIT", "TERM", "USR1", "ALRM"])
+def test_apply_ends_when_it_is_done(framework: Framework, tool: Sandbox, name: str) -> None:
+    """A signal while the validator works does not keep an accepted list from being installed."""
+    framework.script(VALIDATOR, f"kill -{name} $PPID")
+
+    assert companion.answer(tool, "apply", *ADD_PUMP)["result"] == "applied"
+
+    assert PUMP in framework.read(LIST)
+
+
+def test_apply_ends_after_the_old_files_are_back(backups: Framework, tool: Sandbox) -> None:
+    """A signal that ends the validator, too, ends it with everything as it was."""
+    backups.script(VALIDATOR, "kill -INT $PPID; kill -INT $$")
+    before = state(backups), attributes(backups, *BOTH, *BACKUPS)
+
+    ended = companion.answer(tool, "apply", *ADD_PUMP)
+
+    assert ended["status"] == 4
+    assert "signal 2" in ended["error"]
+    assert "the previous files are back" in ended["error"]
+    assert (state(backups), attributes(backups, *BOTH, *BACKUPS)) == before
+
+
+def test_apply_ends_while_it_waits(framework: Framework, tool: Sandbox) -> None:
+    """Then nothing is done."""
+    framework.session(f"0:{VALVE}\n")
+    before = state(framework)
+    run = companion.start(tool, "apply", *ADD_PUMP, "--wait=60", "--json")
+    run.wait_for(framework.path(CALLER_LOCK).exists)
+    time.sleep(0.2)
+
+    run.signal(15)
+
+    assert companion.parsed(run.wait())["status"] == 4
+    assert state(framework) == before
+
+
+def test_apply_without_a_reader(framework: Framework, tool: Sandbox) -> None:
+    """An answer that cannot be written is status 4; the same call again says what is."""
+    with Path("/dev/full").open("wb") as full:
+        run = tool.with_env(TMPDIR="/opt/scratch").launch(str(companion.companion_path()), "apply", *ADD_PUMP, "--json",
+                                                          stdout=full)
+        assert run.wait().status == 4
+    reader, writer = os.pipe()
+    os.close(reader)
+    with os.fdopen(writer, "wb") as closed:
+        run = tool.with_env(TMPDIR="/opt/scratch").launch(str(companion.companion_path()), "apply", *ADD_PUMP,
+                                                          stdout=closed)
+        assert run.wait().status == 4
+
+    assert companion.answer(tool, "apply", *ADD_PUMP)["result"] == "unchanged"
+
+
+def test_apply_on_a_full_disk(backups: Framework, tool: Sandbox) -> None:
+    """However little can be written: all of it, or everything is as it was."""
+    backups.write(LIST, BASE + "\n" + "".join(f"/opt/qor/models/more{number}.xml\n" for number in range(30)))
+    before = state(backups), attributes(backups, *BOTH, *BACKUPS)
+    seen = set()
+    for limit in itertools.count(0, 97):
+        limited = Sandbox(tool.framework, work=tool.work, env={"TMPDIR": "/opt/scratch"}, wrapper=(
+            "/usr/bin/prlimit", f"--fsize={limit}"))
+
+        result = limited.execute(str(companion.companion_path()), "apply", *ADD_PUMP)
+
+        seen.add(result.status)
+        if result.status == 0:
+            break
+        assert result.status == 4, result
+        assert (state(backups), attributes(backups, *BOTH, *BACKUPS)) == before
+    assert seen == {0, 4}
+
+
+@pytest.mark.parametrize("options", [[], ["--handler=h"], ["--add="], ["--add"], ["--wait=x", "--add=/a"],
+                                     ["--wait=", "--add=/a"], ["--wait=1", "--wait=2", "--add=/a"], ["--wait=60"],
+                                     ["--add=/a", "--mo-version=1"], ["--remove=/a", "--handler=h", "--tr-version=1"],
+                                     ["--add=/a", "stray"], ["--add=/a", "--handler="], ["--dry-run", "--add=/a"],
+                                     ["--add=/a", "--handler=h", "--handler=h"], ["--json", "--add=/a"]])
+def test_apply_rejects_wrong_options(framework: Framework, tool: Sandbox, options: list[str]) -> None:
+    """A wrong command line is told before anything is done."""
+    before = framework.snapshot()
+
+    wrong = companion.answer(tool, "apply", *options)
+
+    assert wrong.keys() == {"command", "framework", "status", "error"}
+    assert (wrong["status"], wrong["framework"]) == (2, None)
+    assert framework.snapshot() == before
+
+
+@pytest.mark.parametrize("name", [CONFIG, LIST, "etc/model"])
+def test_apply_needs_the_framework(framework: Framework, tool: Sandbox, name: str) -> None:
+    """What is missing is named."""
+    framework.path(name).rename(framework.path("away"))
+
+    cannot = companion.answer(tool, "apply", *ADD_PUMP)
+
+    assert cannot["status"] == 4
+    assert f"/opt/qor/{name}" in cannot["error"]
+
+
+@pytest.mark.skipif(os.geteuid() != 0, reason="only root can give files away")
+def test_apply_tells_what_it_could_not_keep(framework: Framework, tool: Sandbox) -> None:
+    """The program has no right to give files away in the sandbox, and says so."""
+    os.chown(framework.path(LIST), 1234, 2345)
+    framework.path(LIST).chmod(0o666)
+
+    done = companion.answer(tool, "apply", f"--add={PUMP}")
+
+    assert (done["status"], done["result"]) == (0, "applied")
+    assert done["warnings"] == [f"the {what} of /opt/qor/{name} could not be kept" for name in (LIST_BAK, LIST)
+                                for what in ("owner", "group")]
