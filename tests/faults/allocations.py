@@ -52,8 +52,8 @@ def run(prepared: frameworks.Prepared, key: str, number: int) -> dict[str, Any]:
             return {"key": key, "fault": "allocation", "outcome": "hang", "violations": [str(error)], "said": []}
         verdict = judge.judge(prepared, result, frameworks.state(framework))
         if not judge.ended_in_order(result) and (work / LOOKUP).exists():
-            verdict = judge.Verdict(IN_LIBRARY, tuple(f"{name} is lost" for name in
-                                                      judge.lost(prepared, frameworks.state(framework))), verdict.said)
+            violations = [text for text in verdict.violations if not text.startswith("crashed")]
+            verdict = judge.Verdict(IN_LIBRARY, tuple(violations), verdict.said)
         violations = list(verdict.violations) + sweep.recovered_after(prepared, result, framework)
     return {"key": key, "fault": "allocation", "outcome": verdict.outcome, "violations": violations,
             "said": list(verdict.said)}

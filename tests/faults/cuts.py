@@ -10,6 +10,7 @@ from typing import Any
 
 import disk
 import frameworks
+import judge
 import recovery
 import sweep
 from frameworks import LOCK, MODELS, SESSION, Scenario
@@ -98,18 +99,11 @@ def complaint(chain: Chain, left: disk.Left) -> str:
     live = frameworks.live(left.files)
     if step.keeps_live_files and live not in step.pairs:
         return "live files have changed that nobody touched"
-    if not _whole(step, left.files):
+    if not judge.is_whole(step.pairs, left.files):
         return "no matching pair"
     if step.commits and not step.keeps_live_files:
         return _lost_session(step, left.files, live)
     return ""
-
-
-def _whole(step: Step, files: disk.Files) -> bool:
-    """Whether a matching pair can be put together from live files, working copies and backups."""
-    found = [{files.get(name + suffix) for suffix in ("", ".tmp", ".bak")}
-             for name in (frameworks.CONFIGURATION, frameworks.LIST)]
-    return any(configuration in found[0] and list_ in found[1] for configuration, list_ in step.pairs)
 
 
 def _lost_session(step: Step, files: disk.Files, live: frameworks.Pair) -> str:

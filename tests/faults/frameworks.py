@@ -126,6 +126,8 @@ class Prepared:
     framework: Path
     versions: tuple[Pair, ...]
     """The pairs that count as complete and matching: before the run, and after it."""
+    explained: frozenset[Pair]
+    """These, and what a commit may come to that leaves out one of its actions, wholly or in one of the two files."""
     before: dict[str, bytes]
     result: sandbox.Result
     state: dict[str, bytes]
@@ -171,5 +173,18 @@ def prepare(scenario: Scenario, size: str, directory: Path) -> Prepared:
     _judging(framework, not scenario.rejected)
     before = state(framework)
     versions = tuple(dict.fromkeys([live(before), accepted(framework, scenario.args)]))
+    explained = frozenset(versions).union(*(_without(framework, scenario.args, place, versions[-1])
+                                            for place in range(before.get(SESSION, b"").count(b"\n"))))
     result, files = _undisturbed(framework, scenario.args)
-    return Prepared(scenario, size, framework, versions, before, result, files)
+    return Prepared(scenario, size, framework, versions, explained, before, result, files)
+
+
+def _without(framework: Path, args: tuple[str, ...], place: int, whole: Pair) -> set[Pair]:
+    def leave_out(copy: Path) -> None:
+        queue = copy / "etc" / SESSION
+        lines = queue.read_bytes().splitlines(keepends=True)
+        queue.write_bytes(b"".join(lines[:place] + lines[place + 1:]))
+        _judging(copy, True)
+
+    less = live(_undisturbed(framework, args, leave_out)[1])
+    return {less, (less[0], whole[1]), (whole[0], less[1])}

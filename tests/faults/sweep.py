@@ -130,18 +130,15 @@ def _disturbed(prepared: frameworks.Prepared, case: Case, framework: Path, work:
 
 def _silence(prepared: frameworks.Prepared, call: calls.Call) -> str:
     """Why a call may fail without a word; the empty text when it must not."""
-    session_file = call.where in (f"etc/{frameworks.LOCK}", f"etc/{frameworks.SESSION}")
     if call.name in ("unlink", "newfstatat") and prepared.scenario.name == "rollback-session":
         return judge.CLEARING
-    if call.name == "newfstatat" and session_file:
+    if call.name == "newfstatat" and call.where.startswith("etc/"):
         return judge.LOOKING
-    if call.name == "write" and call.to_stream:
-        return judge.TALKING
     return ""
 
 
 def _judge_killed(prepared: frameworks.Prepared, framework: Path, files: dict[str, bytes]) -> dict[str, Any]:
-    violations = [f"{name} is lost" for name in judge.lost(prepared, files)]
+    violations = [] if judge.is_whole(prepared.versions, files) else ["no matching pair is left"]
     recovered = _recovered(prepared, framework)
     return {"outcome": recovered["outcome"], "violations": violations + recovered["violations"], "said": []}
 

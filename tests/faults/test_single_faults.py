@@ -3,27 +3,9 @@ from __future__ import annotations
 
 import pytest
 
-import calls
 import frameworks
 import recovery
 import sweep
-
-SCENARIOS = {scenario.name: scenario for scenario in frameworks.SCENARIOS}
-
-
-@pytest.fixture(scope="module")
-def prepared(tmp_path_factory: pytest.TempPathFactory):
-    """Scenarios ready to run, by name."""
-    directory = tmp_path_factory.mktemp("frameworks")
-    ready: dict[str, frameworks.Prepared] = {}
-
-    def get(name: str) -> frameworks.Prepared:
-        if name not in ready:
-            ready[name] = frameworks.prepare(SCENARIOS[name], "small", directory)
-        return ready[name]
-
-    return get
-
 
 def _violations(prepared: frameworks.Prepared, name: str, where: str, fault: str) -> list[str]:
     chosen = [case for case in sweep.cases(prepared)
@@ -68,13 +50,8 @@ def test_the_recovery_page_is_read_whole():
                for row in recovery.table(page, section))
 
 
-def test_a_fault_that_does_harm_is_judged_so(prepared):
-    """The judge itself: files lost, nothing said."""
-    import judge
-    ready = prepared("commit")
-    files = {name: b"" for name in ready.state}
-    verdict = judge.judge(ready, ready.result, files)
-    assert verdict.outcome == "wrong"
-    assert f"{frameworks.CONFIGURATION} is lost" in verdict.violations
-    assert recovery.complaints(ready, files)
-    assert calls.KILL in sweep.reference(ready)[0].faults
+@pytest.mark.parametrize("name, where", [("newfstatat", frameworks.LOCK), ("newfstatat", frameworks.SESSION),
+                                         ("openat", frameworks.LOCK), ("read", frameworks.LOCK)])
+def test_a_session_that_cannot_be_seen_keeps_its_queue(prepared, name, where):
+    """The new action alone, saved as the whole queue, would drop the others with status 0."""
+    assert _violations(prepared("stage-joined"), name, f"etc/{where}", "EIO") == []
