@@ -61,26 +61,31 @@ class Chain:
     trace: disk.Trace
 
 
-Plan = tuple[str, Scenario, tuple[tuple[str, ...], ...]]
-"""Name of a chain, its first run, and the arguments of those that follow."""
+@dataclasses.dataclass(frozen=True)
+class Plan:
+    """A chain that is to be run: its first run, and the arguments of those that follow."""
+
+    name: str
+    scenario: Scenario
+    following: tuple[tuple[str, ...], ...] = ()
 
 
 def plans(size: str = "small") -> Iterator[Plan]:
     """Each single run, and each followed by another one."""
     for scenario in SINGLE if size == "small" else frameworks.SCENARIOS:
-        yield scenario.name, scenario, ()
+        yield Plan(scenario.name, scenario)
     for scenario in frameworks.SCENARIOS if size == "small" else ():
         for name, args in FOLLOWING.items():
-            yield f"{scenario.name}, {name}", scenario, (args,)
+            yield Plan(f"{scenario.name}, {name}", scenario, (args,))
 
 
 def record(plan: Plan, size: str, directory: Path) -> Chain:
     """Run a chain under the tracer, in a framework built below ``directory``."""
-    name, scenario, following = plan
+    scenario = plan.scenario
     framework = frameworks.prepare(scenario, size, directory).framework
     trace = disk.Trace(frameworks.state(framework))
-    steps = [_step(framework, directory, args, scenario.rejected, trace) for args in (scenario.args, *following)]
-    return Chain(name, tuple(steps), trace)
+    steps = [_step(framework, directory, args, scenario.rejected, trace) for args in (scenario.args, *plan.following)]
+    return Chain(plan.name, tuple(steps), trace)
 
 
 def _step(framework: Path, directory: Path, args: tuple[str, ...], rejected: bool, trace: disk.Trace) -> Step:

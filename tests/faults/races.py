@@ -6,6 +6,7 @@ import itertools
 import random
 import shutil
 import socket
+from collections import Counter
 from collections.abc import Iterator, Sequence
 from pathlib import Path
 from typing import Any
@@ -74,7 +75,7 @@ class _Stepped:
             self._run = box.with_env(QOR_SANDBOX_STEP=f"{sandbox.WORK}/step").start(*args)
             self._socket, _ = listener.accept()
         self._lines = self._socket.makefile("r")
-        self.steps = 0
+        self.calls: list[str] = []
         self.at = self._lines.readline()
 
     @property
@@ -88,7 +89,7 @@ class _Stepped:
     def go(self) -> None:
         """Do the next call."""
         self._socket.send(b".")
-        self.steps += 1
+        self.calls.append(self.at.strip())
         self.at = self._lines.readline()
 
     def result(self) -> sandbox.Result:
@@ -102,7 +103,8 @@ class Outcome:
     """What two runs came to."""
 
     results: tuple[sandbox.Result, sandbox.Result]
-    steps: tuple[int, int]
+    calls: tuple[list[str], list[str]]
+    """What each run did, step by step."""
     files: dict[str, bytes]
 
 
@@ -118,7 +120,7 @@ def interleave(plan: Plan, framework: Path, order: Order) -> Outcome:
         for turn, count in enumerate((*steps, END, END)):
             place = (begins + turn) % 2
             _advance(runs[place], runs[1 - place], count)
-        return Outcome((runs[0].result(), runs[1].result()), (runs[0].steps, runs[1].steps), frameworks.state(copy))
+        return Outcome((runs[0].result(), runs[1].result()), (runs[0].calls, runs[1].calls), frameworks.state(copy))
 
 
 def _advance(run: _Stepped, other: _Stepped, steps: int) -> None:
@@ -140,8 +142,9 @@ def prepare(plan: Plan, directory: Path) -> tuple[Path, Pair]:
     return prepared.framework, frameworks.live(frameworks.state(original))
 
 
-def orders(steps: Sequence[int], further: int, name: str) -> list[Order]:
+def orders(calls: Sequence[Sequence[str]], further: int, name: str) -> list[Order]:
     """Every order where one run is interrupted once, by the whole other one, and a choice of those with more turns."""
+    steps = [len(own) for own in calls]
     chosen: list[Order] = [(begins, first, END) for begins in (0, 1) for first in range(1, steps[begins])]
     chance = random.Random(name)
     for turns in itertools.islice(itertools.cycle((2, 3, 4)), further):
@@ -152,39 +155,50 @@ def orders(steps: Sequence[int], further: int, name: str) -> list[Order]:
     return chosen
 
 
+class Race:
+    """A plan on a framework that was built for it below ``directory``."""
+
+    def __init__(self, plan: Plan, directory: Path):
+        self.plan = plan
+        self.framework, self.original = prepare(plan, directory)
+        self.before = frameworks.live(frameworks.state(self.framework))
+        self.serial = [self.interleave((begins, END)) for begins in (0, 1)]
+
+    def interleave(self, order: Order) -> Outcome:
+        """Both commands in one order."""
+        return interleave(self.plan, self.framework, order)
+
+    def judge(self, outcome: Outcome) -> str:
+        """What two runs came to, in the words of the table."""
+        commands, live = self.plan.commands, frameworks.live(outcome.files)
+        if any(outcome.files == other.files for other in self.serial):
+            return IN_ORDER
+        if "status" in commands:
+            return STATUS
+        if "commit" not in commands and "rollback" not in commands:
+            return SESSION if live == self.before else TOUCHED
+        if not _is_whole(live):
+            return BROKEN
+        if "rollback" not in commands and (live == self.original or _is_undone(self.plan, outcome, live)):
+            return UNDONE
+        if self.plan.rejected and live not in (self.before, self.original):
+            return REJECTED if "stage" in commands else f"left open: {REJECTED}"
+        return SESSION if live in [self.before, *(frameworks.live(other.files) for other in self.serial)] else MIXED
+
+
 def run(key: str, plan: Plan, further: int, step: int = 1) -> dict[str, Any]:
     """A plan in many orders, or every so manieth of them; the record of it for the journal."""
-    outcomes: dict[str, int] = {}
+    outcomes: Counter[str] = Counter()
     violations = []
     with frameworks.scratch() as directory:
-        framework, original = prepare(plan, directory)
-        serial = [interleave(plan, framework, (begins, END)) for begins in (0, 1)]
-        before = frameworks.live(frameworks.state(framework))
-        for order in orders(serial[0].steps, further, plan.name)[::step]:
-            outcome = interleave(plan, framework, order)
-            judged = judge(plan, outcome, serial, before, original)
-            outcomes[judged] = outcomes.get(judged, 0) + 1
+        race = Race(plan, directory)
+        for order in orders(race.serial[0].calls, further, plan.name)[::step]:
+            outcome = race.interleave(order)
+            judged = race.judge(outcome)
+            outcomes[judged] += 1
             if judged in NEVER:
                 violations.append(f"{judged}, order {order}, status {[result.status for result in outcome.results]}")
     return {"key": key, "fault": "two runs at once", "outcomes": outcomes, "violations": violations, "said": []}
-
-
-def judge(plan: Plan, outcome: Outcome, serial: list[Outcome], before: Pair, original: Pair) -> str:
-    """What two runs came to, in the words of the table."""
-    live = frameworks.live(outcome.files)
-    if any(outcome.files == other.files for other in serial):
-        return IN_ORDER
-    if "status" in plan.commands:
-        return STATUS
-    if "commit" not in plan.commands and "rollback" not in plan.commands:
-        return SESSION if live == before else TOUCHED
-    if not _is_whole(live):
-        return BROKEN
-    if "rollback" not in plan.commands and (live == original or _is_undone(plan, outcome, live)):
-        return UNDONE
-    if plan.rejected and live not in (before, original):
-        return REJECTED if "stage" in plan.commands else f"left open: {REJECTED}"
-    return SESSION if live in [before, *(frameworks.live(other.files) for other in serial)] else MIXED
 
 
 def _is_whole(live: Pair) -> bool:

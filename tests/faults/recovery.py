@@ -6,6 +6,7 @@ after a killed tool is taken from the page itself, so that page and proof cannot
 from __future__ import annotations
 
 import dataclasses
+import functools
 import re
 import shutil
 from collections.abc import Collection, Mapping, Sequence
@@ -91,10 +92,12 @@ def recover(framework: Path, section: str, stop_after: int | None = None, full: 
     return result.stdout.split()
 
 
+@functools.lru_cache(maxsize=None)
 def companion() -> Path | None:
-    """The program that brings a framework back, where it has been built."""
+    """The program that brings a framework back, where it has been built and can do so."""
     program = sandbox.tool_directory() / "qor_mim_ctl"
-    return program if program.is_file() else None
+    known = program.is_file() and sandbox.Sandbox(None).execute(str(program), "recover", "--help").status == 0
+    return program if known else None
 
 
 def bring_back(files: Mapping[str, bytes], pairs: Collection[frameworks.Pair], directory: Path) -> tuple[str, str]:

@@ -87,7 +87,7 @@ def test_a_change_that_is_not_understood_is_an_error() -> None:
 
 @pytest.fixture(scope="module", name="chains")
 def _chains(tmp_path_factory: pytest.TempPathFactory) -> list[cuts.Chain]:
-    return [cuts.record(plan, "small", tmp_path_factory.mktemp("chain")) for plan in cuts.plans() if not plan[2]]
+    return [cuts.record(plan, "small", tmp_path_factory.mktemp("chain")) for plan in cuts.plans() if not plan.following]
 
 
 def test_no_cut_leaves_a_bad_state(chains: list[cuts.Chain]) -> None:
