@@ -8,6 +8,7 @@
 #include "ctl/Service.h"
 #include "xml/CXMLParser.h"
 
+#include <Poco/Exception.h>
 #include <Poco/String.h>
 #include <Poco/StringTokenizer.h>
 
@@ -185,16 +186,25 @@ std::string CActionChecks::refusalOf(const Action& action, const Facts& facts) c
 
 void CActionChecks::apply(const Action& action, TriedAction& tried)
 {
+    const std::string listBefore = _trial.list();
     static_cast<void>(_log.take());
     _trial.add(tried.entry);
     const ActionResult result = _trial.applyNext();
     tried.messages = _log.take();
-    if (result != ActionResult::FAILED && isInEffect(action, factsOf(action)))
+    const Facts facts = factsOf(action);
+    if (result != ActionResult::FAILED && isInEffect(action, facts) && _trial.isDocumentWritten())
     {
         tried.outcome = Outcome::DONE;
         return;
     }
-    static_cast<void>(_log.take());
+    // All is done but to the list, which has stayed as it was, or but to the file of the document.
+    const bool isListStuck = facts.isListed == isRemoval(action) && _trial.list() == listBefore &&
+                             (!hasHandler(action) || facts.service.isByHandler != isRemoval(action));
+    if (isListStuck || !_trial.isDocumentWritten())
+    {
+        throw Poco::WriteFileException("the copies of the files cannot be written: " +
+                                       (tried.messages.empty() ? tried.line : tried.messages.back()));
+    }
     tried.messages.emplace_back(isRemoval(action) ? "the model or its handler cannot be removed, the last handler stays"
                                                   : "the model or its handler cannot be added to these files");
 }

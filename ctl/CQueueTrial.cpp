@@ -183,6 +183,11 @@ std::string CQueueTrial::documentText()
     return text;
 }
 
+bool CQueueTrial::isDocumentWritten()
+{
+    return _impl.parser()->isAllWritten();
+}
+
 std::string CQueueTrial::list() const
 {
     return read(_directory->paths().modelFileList().workingCopy);

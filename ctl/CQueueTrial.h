@@ -63,6 +63,9 @@ public:
     /// Its text as the editor would write it now, be it written already or not. Empty when it cannot be written.
     std::string documentText();
 
+    /// Whether the document could be written whenever it was to be.
+    [[nodiscard]] bool isDocumentWritten();
+
     /// The list as it is now. Throws like result.
     std::string list() const;
 

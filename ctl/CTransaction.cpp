@@ -3,6 +3,7 @@
 #include "app/CQorModelTool.h"
 #include "base/CSignalCatcher.h"
 #include "base/DiskSync.h"
+#include "base/Existence.h"
 #include "base/FileReplacement.h"
 #include "base/WholeFile.h"
 #include "ctl/SessionOwner.h"
@@ -121,7 +122,7 @@ Judgement CTransaction::commit(const CommandQueue& queue)
         else
         {
             _transfer.check();
-            _impl.endSession();
+            removeLock();
         }
         return judgement;
     }
@@ -143,13 +144,20 @@ Judgement CTransaction::install(const CommandQueue& queue)
     return _impl.judge(_paths.modelFileListArgument());
 }
 
-/// A backup of the configuration alone, under a lock file, is one that is being made: without the list's the pair is
-/// never taken for one that was live together.
 void CTransaction::makeBackups()
 {
     _areBackupsTouched = true;
-    removeFile(_paths.modelFileList().backup);
+    removeBackups();
     _impl.cfgBackup();
+}
+
+/// The configuration's goes first and comes last when an earlier pair is put back, and the list's comes last when a new
+/// pair is made: a backup of the list alone is never taken for half of a pair, and one of the configuration alone only
+/// for what a commit has just begun to make.
+void CTransaction::removeBackups() const
+{
+    removeFile(_paths.configuration().backup);
+    removeFile(_paths.modelFileList().backup);
 }
 
 void CTransaction::saveQueue()
@@ -165,9 +173,18 @@ const std::vector<std::string>& CTransaction::lost() const
     return _transfer.lost();
 }
 
+/// May be called again when it has failed: what is done already is not done twice.
 void CTransaction::undo()
 {
-    _transfer.check();
+    if (_isLockRemoved && (_areLiveFilesTouched || _areBackupsTouched))
+    {
+        createFile(_paths.lockFile(), ownLock(), _paths.modelFileList().live);
+        _isLockRemoved = false;
+    }
+    if (!_isLockRemoved)
+    {
+        _transfer.check();
+    }
     if (_areLiveFilesTouched)
     {
         putLiveFilesBack();
@@ -195,17 +212,35 @@ void CTransaction::putBackupsBack()
 {
     static_cast<void>(_impl.backupFiles());
     removeFile(_paths.sessionFile());
-    removeFile(_paths.modelFileList().backup);
-    static_cast<void>(_configurationBackup->putBack());
+    removeBackups();
     static_cast<void>(_listBackup->putBack());
+    static_cast<void>(_configurationBackup->putBack());
     _areBackupsTouched = false;
 }
 
 /// The lock file goes first: what is left without it is no session.
 void CTransaction::close()
 {
-    removeFile(_paths.lockFile());
+    if (!_isLockRemoved)
+    {
+        removeLock();
+    }
     putLeftoversBack();
+}
+
+void CTransaction::removeLock()
+{
+    try
+    {
+        _impl.endSession();
+        _isLockRemoved = true;
+    }
+    catch (const Poco::Exception&)
+    {
+        // It may be gone, and the disk not know it.
+        _isLockRemoved = existenceOf(_paths.lockFile()) == Existence::ABSENT;
+        throw;
+    }
 }
 
 void CTransaction::putLeftoversBack() const

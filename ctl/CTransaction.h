@@ -51,10 +51,12 @@ private:
     bool hasBegun();
     void saveQueue();
     void makeBackups();
+    void removeBackups() const;
     void undo();
     void putLiveFilesBack();
     void putBackupsBack();
     void close();
+    void removeLock();
     void putLeftoversBack() const;
 
     const std::string _qorPath;
@@ -74,6 +76,7 @@ private:
     std::string _session; ///< the text of the queue, once it has been written
     bool _areBackupsTouched = false;
     bool _areLiveFilesTouched = false;
+    bool _isLockRemoved = false;
 };
 
 } // namespace QMT

@@ -114,8 +114,14 @@ void CXMLParser::writeXMLFile(const std::string& path, const Document* doc)
     }
     if (!isWritten)
     {
+        _isAllWritten = false;
         _logger->information("Unable to wite updated XML file!");
     }
+}
+
+bool CXMLParser::isAllWritten() const
+{
+    return _isAllWritten;
 }
 
 void CXMLParser::writeWorkingCopy(const Document* doc)

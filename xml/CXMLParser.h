@@ -72,6 +72,9 @@ public:
     /// complete unless a write to it failed.
     void writeXMLFile(const std::string& path, const Poco::XML::Document* doc);
 
+    /// Whether every text that was to be written so far has been written.
+    bool isAllWritten() const;
+
     /// The values of `attribute` of all elements named `tag` below `element`, in document order; a missing attribute
     /// gives an empty string.
     static std::vector<std::string> getAttributeValueList(Poco::XML::Element* element, const std::string& tag,
@@ -171,6 +174,8 @@ private:
     // The size of the last text that was read from the working copy or made of a document: how much room the next one
     // will need.
     std::string::size_type _workingTextSize = 0;
+
+    bool _isAllWritten = true;
 };
 
 } // namespace QMT
