@@ -88,9 +88,9 @@ void CQorModelTool::undoRejected()
     const CSignalBlock block;
     for (int attempt = 0; attempt < MAX_ATTEMPTS; ++attempt)
     {
-        _impl->rollBack();
+        const bool isConsidered = _impl->rollBack();
         _impl->cleanupTmp();
-        if (!_impl->hasBackup())
+        if (!isConsidered || !_impl->hasBackup())
         {
             return;
         }

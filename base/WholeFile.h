@@ -24,7 +24,7 @@ enum class ReadResult
 /// must not be, see isUnfit.
 [[nodiscard]] bool openForReading(const std::string& path, std::ifstream& file);
 
-/// Replaces the content of the file at `path` by `content` in one write; a missing file is created.
+/// Replaces the content of the file at `path` by `content`; a missing file is created.
 ///
 /// False when the file cannot be opened or must not be (see isUnfit and isLinkOfAnother), in which case it keeps its
 /// content, and when the write, the flush or the close fails, in which case it may be incomplete.

@@ -33,6 +33,16 @@ bool isThere(const std::string& path)
     return existence == Existence::PRESENT;
 }
 
+/// Moves the backup to the live file. The backup goes when the disk has the live file under its name: until then it may
+/// be the only one.
+void putBack(const ManagedFile& file)
+{
+    copyFile(file.backup, file.live);
+    syncDirectoryOf(file.live);
+    Poco::File(file.backup).remove(false);
+    syncDirectoryOf(file.backup);
+}
+
 } // namespace
 
 void CQorModelToolImpl::adjustOwnership(std::uint32_t group)
@@ -91,13 +101,11 @@ bool CQorModelToolImpl::rollBack()
     }
     refuseLinkOfAnother(list.backup);
     refuseLinkOfAnother(configuration.backup);
-    moveFile(list.backup, list.live);
-    syncDirectoryOf(list.live);
+    putBack(list);
     adjustOwnershipOf(list.live);
     if (isThere(configuration.backup))
     {
-        moveFile(configuration.backup, configuration.live);
-        syncDirectoryOf(configuration.live);
+        putBack(configuration);
     }
     // The backup's path, on purpose: the configuration put back keeps the mode and group of its backup.
     adjustOwnershipOf(configuration.backup);

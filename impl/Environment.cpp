@@ -3,7 +3,6 @@
 #include "base/ChildProcess.h"
 #include "base/WholeFile.h"
 
-#include <Poco/Bugcheck.h>
 #include <Poco/Exception.h>
 #include <Poco/File.h>
 #include <Poco/Logger.h>
@@ -88,10 +87,10 @@ bool CQorModelToolImpl::findInstalledDirectory(std::string& dir)
 
 bool CQorModelToolImpl::useExistingDirectory(const std::string& found, std::string& dir)
 {
-    // An empty path is an error of the library's existence test.
-    poco_assert(!found.empty());
-    if (!isSeen(found))
+    if (!Poco::File(found).exists())
     {
+        // Notes whether it may be there all the same.
+        static_cast<void>(isSeen(found));
         return false;
     }
     _logger->information("Using QOR path: " + found);

@@ -6,7 +6,6 @@
 #include "base/WholeFile.h"
 #include "impl/QueueText.h"
 
-#include <Poco/File.h>
 #include <Poco/Logger.h>
 
 #include <syslog.h>

@@ -70,9 +70,11 @@ bool CQorModelToolImpl::getSessionHost(std::string& host)
     {
         // One byte more than a host can be named by, so that a longer word is not taken for a name; and no more, since
         // the file may have no end.
-        file >> std::setw(MAX_HOST_NAME + 1) >> host;
+        std::string word = host;
+        file >> std::setw(MAX_HOST_NAME + 1) >> word;
         if (!file.bad())
         {
+            host = word;
             return true;
         }
     }

@@ -109,6 +109,8 @@ bool mayDeclareTooManyEntities(const std::string& xml)
     }
     std::string markup = xml;
     markup.erase(std::remove(markup.begin(), markup.end(), '\0'), markup.end());
+    // Entities are declared within the brackets of the document type.
+    markup.erase(markup.rfind(']') + 1);
     std::size_t declared = countOf(markup, "<!ENTITY");
     // A parameter entity may spell further declarations in character references.
     if (declared > 0 && markup.find('%') != std::string::npos)

@@ -70,6 +70,9 @@ class Data:
     data: bytes
 
 
+IDLE = "nothing to do"
+
+
 @dataclasses.dataclass(frozen=True)
 class Sync:
     """A file's content (a number), a directory's names (a path), or everything (None) was made durable."""
@@ -79,7 +82,7 @@ class Sync:
     site: str
     """Which one it is among all that a run makes.
 
-    Empty for one inside the library's copying, which always syncs, and for one that finds nothing to do.
+    Empty for one inside the library's copying, which always syncs; ``IDLE`` for one that finds nothing to do.
     """
 
 
@@ -122,7 +125,8 @@ class Trace:
     @property
     def sites(self) -> list[str]:
         """The syncs that the program makes by itself."""
-        return [operation.site for operation in self.operations if isinstance(operation, Sync) and operation.site]
+        return [operation.site for operation in self.operations
+                if isinstance(operation, Sync) and operation.site not in ("", IDLE)]
 
     # What a run does to it.
 
@@ -161,7 +165,7 @@ class Trace:
 
     def sync(self, target: int | str | None, path: str, by_library: bool) -> None:
         idle = target not in self._changed if target is not None else not self._changed
-        site = "" if by_library or idle else f"{path or 'etc'} after {self._last}"
+        site = "" if by_library else IDLE if idle else f"{path or 'etc'} after {self._last}"
         self._changed -= self._changed if target is None else {target}
         self.operations.append(Sync(target, path, site))
 

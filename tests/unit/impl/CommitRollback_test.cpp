@@ -408,6 +408,16 @@ TEST_F(CommitRollback, StopsWhenItCannotTellWhetherThereIsABackupOfTheConfigurat
     EXPECT_THROW(impl.rollBack(), Poco::FileException);
 }
 
+TEST_F(CommitRollback, RollBackKeepsTheBackupOfAFileThatMayBeLost)
+{
+    makeBackups();
+    const FailingCall failing("fsync", directoryOf(framework.list()), EIO);
+
+    EXPECT_THROW(impl.rollBack(), Poco::WriteFileException);
+
+    framework.expectBackups("old configuration", "old list");
+}
+
 // ---- modifyFilePermissions, modifyFileOwnerAndGroup ----
 
 TEST_F(CommitRollback, SetsTheModeOfAFile)

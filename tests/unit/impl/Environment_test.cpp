@@ -416,6 +416,16 @@ TEST_F(Environment, IsInvalidWhenAFileStandsInThePlaceOfTheModelDirectory)
     EXPECT_EQ(systemLog.messages(), (Messages{{LOG_WARNING, "unable to create directory structure " + path}}));
 }
 
+TEST_F(Environment, GetEnvDirTakesAFileWithASlashForADirectory)
+{
+    installation->setAgent("printf " + framework.file("file", "") + "/");
+    dir.clear();
+
+    EXPECT_TRUE(impl.getEnvDir(dir));
+
+    EXPECT_EQ(dir, framework.path() + "/models/file/");
+}
+
 TEST_F(Environment, ValidateTellsTheFirstDirectoryWhosePathIsTooLong)
 {
     std::string longest = framework.path();

@@ -178,6 +178,16 @@ TEST_F(SessionLock, NamesAHostWithoutEndByItsBeginning)
     EXPECT_EQ(host, std::string(257, 'h'));
 }
 
+TEST_F(SessionLock, GetSessionHostLeavesTheHostWhenTheFileCannotBeReadToItsEnd)
+{
+    writeFile(framework.lock(), "other-host");
+    const FailingCall unreadable("read", framework.lock(), EIO, 1);
+
+    EXPECT_FALSE(impl.getSessionHost(host));
+
+    EXPECT_EQ(host, "as it was");
+}
+
 } // namespace
 
 } // namespace QMT::Test

@@ -209,6 +209,11 @@ TEST(DocumentDemand, AllowsAnyNumberOfReferencesBesideAnEntity)
     EXPECT_FALSE(isTooDeep("<!DOCTYPE a [<!ENTITY e ''>]><a>" + repeat("&amp;", 20000) + "</a>"));
 }
 
+TEST(DocumentDemand, AllowsAnyNumberOfDeclarationsInAComment)
+{
+    EXPECT_FALSE(isTooDeep("<!DOCTYPE a [<!ENTITY e ''>]><a><!--" + repeat("<!ENTITY", MAX_ENTITIES) + "--></a>"));
+}
+
 TEST(DocumentDemand, CountsWhatAParameterEntityMayDeclare)
 {
     const std::string hidden =
