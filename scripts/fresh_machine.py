@@ -89,7 +89,7 @@ class Machine:
         archive = self.root.with_suffix(".sources")
         texts = list(sources(release))
         archive.write_text("\n\n".join(texts) + "\n", encoding="utf-8")
-        wanted = ["git", *(["sudo"] if self.way == "sudo" else []),
+        wanted = ["git", *(["passwd", "sudo"] if self.way == "sudo" else []),
                   *(["ca-certificates"] if any("https:" in text for text in texts) else [])]
         access = subprocess.run(["apt-config", "dump"], check=True, capture_output=True, text=True).stdout.splitlines()
         options = [f"--aptopt={line}" for line in access if ACCESS.match(line)]

@@ -27,6 +27,8 @@ ALL = "\x18a"
 CLEAR = "\x05\x15"
 # No line of a test is to be wrapped by the shell's line editor.
 SIZE = (50, 2000)
+# Seconds for one answer of the shell, on a machine that does much else.
+TIMEOUT = 120
 
 BASH = """
 PS1= PS2=
@@ -94,7 +96,7 @@ def start(name: str, completions: Path, scratch: Path) -> pexpect.spawn:
     settings.write_text({"bash": BASH, "zsh": ZSH}[name].format(completions=completions))
     env = dict(os.environ, TERM="dumb", HOME=str(scratch), LC_ALL="C.UTF-8", INPUTRC="/dev/null")
     options = ["--noprofile", "--rcfile", str(settings), "-i"] if name == "bash" else ["-f", "-i"]
-    shell = pexpect.spawn(name, options, env=env, encoding="utf-8", dimensions=SIZE)
+    shell = pexpect.spawn(name, options, env=env, encoding="utf-8", dimensions=SIZE, timeout=TIMEOUT)
     shell.delaybeforesend = None
     if name == "zsh":
         shell.sendline(f"source {settings}")

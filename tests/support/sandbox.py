@@ -56,7 +56,8 @@ DEVICES = tuple(f"/dev/{name}" for name in ("full", "null", "ptmx", "pts", "rand
 PROOT_END = signal.SIGQUIT
 PROOT_PATIENCE = 10.0
 
-DEFAULT_TIMEOUT = 60.0
+# Long enough for a machine that does much else.
+DEFAULT_TIMEOUT = 300.0
 # What an instrumented program reads; everything else of the caller's environment stays outside.
 INSTRUMENTATION = re.compile(r"^(ASAN|UBSAN|LSAN|TSAN|MSAN)_OPTIONS$|^GCOV_|^LLVM_PROFILE_FILE$")
 DATAGRAM = re.compile(rb"^<(\d+)>\w{3} [ \d]\d \d\d:\d\d:\d\d [\w-]+: (.*)$", re.DOTALL)
