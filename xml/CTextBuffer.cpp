@@ -1,15 +1,20 @@
 #include "xml/CTextBuffer.h"
 
+#include <algorithm>
+
 namespace QMT
 {
 
-CTextBuffer::CTextBuffer(std::string::size_type expectedSize)
+CTextBuffer::CTextBuffer(std::string::size_type expectedSize) : _text(expectedSize, '\0')
 {
-    _text.reserve(expectedSize);
+    offerRoomBehind(0);
 }
 
-const std::string& CTextBuffer::text() const
+const std::string& CTextBuffer::text()
 {
+    const std::string::size_type written = size();
+    _text.resize(written);
+    offerRoomBehind(written);
     return _text;
 }
 
@@ -17,22 +22,39 @@ CTextBuffer::int_type CTextBuffer::overflow(int_type character)
 {
     if (!traits_type::eq_int_type(character, traits_type::eof()))
     {
-        _text.push_back(traits_type::to_char_type(character));
+        const char byte = traits_type::to_char_type(character);
+        xsputn(&byte, 1);
     }
     return traits_type::not_eof(character);
 }
 
 std::streamsize CTextBuffer::xsputn(const char* characters, std::streamsize count)
 {
-    if (count == 1)
+    if (count == 1 && pptr() != epptr())
     {
-        _text.push_back(*characters);
+        *pptr() = *characters;
+        pbump(1);
+        return 1;
     }
-    else
+    const std::string::size_type written = size();
+    const std::string::size_type needed = written + static_cast<std::string::size_type>(count);
+    if (needed > _text.size())
     {
-        _text.append(characters, static_cast<std::string::size_type>(count));
+        _text.resize(std::max(needed, 2 * written));
     }
+    std::copy_n(characters, count, &_text[written]);
+    offerRoomBehind(needed);
     return count;
+}
+
+void CTextBuffer::offerRoomBehind(std::string::size_type written)
+{
+    setp(&_text[written], _text.data() + _text.size());
+}
+
+std::string::size_type CTextBuffer::size() const
+{
+    return static_cast<std::string::size_type>(pptr() - _text.data());
 }
 
 } // namespace QMT

@@ -19,13 +19,18 @@ public:
     explicit CTextBuffer(std::string::size_type expectedSize);
 
     /// Everything written so far; valid until the next write.
-    const std::string& text() const;
+    const std::string& text();
 
 protected:
     int_type overflow(int_type character) override;
     std::streamsize xsputn(const char* characters, std::streamsize count) override;
 
 private:
+    // Makes what lies behind the first `written` bytes the room for the next ones.
+    void offerRoomBehind(std::string::size_type written);
+    std::string::size_type size() const;
+
+    // The text, and room for more of it, which is the put area of the stream buffer.
     std::string _text;
 };
 

@@ -44,6 +44,17 @@ TEST_F(TextBuffer, OutgrowsTheExpectedSize)
     EXPECT_EQ(buffer.text(), text + text);
 }
 
+TEST_F(TextBuffer, GoesOnWhereTheTextWasTaken)
+{
+    stream.write("a", 1);
+    buffer.text();
+
+    stream.write("b", 1);
+    stream.write("cdefg", 5);
+
+    EXPECT_EQ(buffer.text(), "abcdefg");
+}
+
 TEST_F(TextBuffer, KeepsBytesOfAnyValue)
 {
     stream.put('\xff').put('\0');
