@@ -10,7 +10,7 @@
 namespace QMT
 {
 
-/// A file as it was at one moment, whatever becomes of it: its content, its attributes, and that it was missing.
+/// A file as it was at one moment, though it be replaced or removed: its content, its attributes, or that it was missing.
 class CKeptFile
 {
 public:

@@ -44,6 +44,7 @@ CSignalCatcher::~CSignalCatcher()
     {
         static_cast<void>(::sigaction(signal, &before, nullptr));
     }
+    arrived = 0;
 }
 
 int CSignalCatcher::caught()

@@ -21,7 +21,7 @@ public:
     CSignalCatcher(CSignalCatcher&&) = delete;
     CSignalCatcher& operator=(CSignalCatcher&&) = delete;
 
-    /// The first signal that arrived, 0 when none has.
+    /// The first signal that arrived, 0 when none has or there is no object.
     static int caught();
 
 private:

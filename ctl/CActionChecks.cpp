@@ -12,8 +12,10 @@
 #include <Poco/String.h>
 #include <Poco/StringTokenizer.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <system_error>
+#include <vector>
 
 namespace QMT
 {
@@ -60,6 +62,13 @@ std::string faultOf(const Action& action, const std::string& given)
     return std::string();
 }
 
+std::vector<std::string> trimmedLines(const std::string& list)
+{
+    const Poco::StringTokenizer lines(list, "\n",
+                                      Poco::StringTokenizer::TOK_IGNORE_EMPTY | Poco::StringTokenizer::TOK_TRIM);
+    return std::vector<std::string>(lines.begin(), lines.end());
+}
+
 bool isRemoval(const Action& action)
 {
     return action.kind == CmdID::RemoveModelFile || action.kind == CmdID::RemoveModelFileWithHandler;
@@ -68,6 +77,27 @@ bool isRemoval(const Action& action)
 bool hasHandler(const Action& action)
 {
     return !action.handler.empty();
+}
+
+/// What the tool makes of the list, when it does the action.
+std::string listAfter(const Action& action, const std::string& list)
+{
+    const std::vector<std::string> lines = trimmedLines(list);
+    const bool isListed = std::find(lines.begin(), lines.end(), action.path) != lines.end();
+    if (isListed != isRemoval(action))
+    {
+        return list;
+    }
+    if (!isListed)
+    {
+        return list + action.path + "\n";
+    }
+    std::string kept;
+    for (const std::string& line : lines)
+    {
+        kept += line == action.path ? std::string() : line + "\n";
+    }
+    return kept;
 }
 
 } // namespace
@@ -118,9 +148,7 @@ TriedAction CActionChecks::tryNext(const Action& wanted)
 CActionChecks::Facts CActionChecks::factsOf(const Action& action)
 {
     Facts facts;
-    const Poco::StringTokenizer lines(_trial.list(), "\n",
-                                      Poco::StringTokenizer::TOK_IGNORE_EMPTY | Poco::StringTokenizer::TOK_TRIM);
-    for (const std::string& line : lines)
+    for (const std::string& line : trimmedLines(_trial.list()))
     {
         if (line == action.path)
         {
@@ -189,21 +217,21 @@ void CActionChecks::apply(const Action& action, TriedAction& tried)
     const std::string listBefore = _trial.list();
     static_cast<void>(_log.take());
     _trial.add(tried.entry);
-    const ActionResult result = _trial.applyNext();
+    const bool isFailed = _trial.applyNext() == ActionResult::FAILED;
     tried.messages = _log.take();
     const Facts facts = factsOf(action);
-    if (result != ActionResult::FAILED && isInEffect(action, facts) && _trial.isDocumentWritten())
+    const bool isHandlerDone = !hasHandler(action) || facts.service.isByHandler != isRemoval(action);
+    const bool isListRight = _trial.list() == (isFailed ? listBefore : listAfter(action, listBefore));
+    // The operations of the tool pass over a file that cannot be read or written, or do all but the list's part.
+    if (!isListRight || !_trial.isDocumentWritten() || (isFailed && isHandlerDone))
+    {
+        throw Poco::FileException("the copies of the files cannot be edited: " +
+                                  (tried.messages.empty() ? tried.line : tried.messages.back()));
+    }
+    if (!isFailed && isInEffect(action, facts))
     {
         tried.outcome = Outcome::DONE;
         return;
-    }
-    // All is done but to the list, which has stayed as it was, or but to the file of the document.
-    const bool isListStuck = facts.isListed == isRemoval(action) && _trial.list() == listBefore &&
-                             (!hasHandler(action) || facts.service.isByHandler != isRemoval(action));
-    if (isListStuck || !_trial.isDocumentWritten())
-    {
-        throw Poco::WriteFileException("the copies of the files cannot be written: " +
-                                       (tried.messages.empty() ? tried.line : tried.messages.back()));
     }
     tried.messages.emplace_back(isRemoval(action) ? "the model or its handler cannot be removed, the last handler stays"
                                                   : "the model or its handler cannot be added to these files");

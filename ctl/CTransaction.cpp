@@ -13,6 +13,8 @@
 #include <cerrno>
 #include <functional>
 #include <initializer_list>
+#include <new>
+#include <stdexcept>
 
 namespace QMT
 {
@@ -37,10 +39,10 @@ void requireNoSignal()
     }
     catch (const Poco::Exception& exc)
     {
-        throw Poco::RuntimeException(reason + "; the previous files could not be put back: " + exc.displayText() +
-                                     "; call qor_mim_ctl recover");
+        throw std::runtime_error(reason + "; the previous files could not be put back: " + exc.displayText() +
+                                 "; call qor_mim_ctl recover");
     }
-    throw Poco::RuntimeException(reason + "; the previous files are back");
+    throw std::runtime_error(reason + "; the previous files are back");
 }
 
 std::string ownLock()
@@ -126,9 +128,17 @@ Judgement CTransaction::commit(const CommandQueue& queue)
         }
         return judgement;
     }
+    catch (const Poco::RuntimeException& exc)
+    {
+        giveUp(exc.message(), [this] { undo(); });
+    }
     catch (const Poco::Exception& exc)
     {
         giveUp(exc.displayText(), [this] { undo(); });
+    }
+    catch (const std::bad_alloc& exc)
+    {
+        giveUp(exc.what(), [this] { undo(); });
     }
 }
 

@@ -32,13 +32,14 @@ public:
     CTransaction& operator=(CTransaction&&) = delete;
 
     /// Opens the session. False, and nothing is left of it, when another one has been opened meanwhile or the live
-    /// files are no longer what they were. Throws a Poco::FileException when it cannot be opened; nothing is left then.
+    /// files are no longer what they were. Throws a Poco::FileException when it cannot be opened, with nothing left
+    /// of it, and a std::runtime_error like commit().
     [[nodiscard]] bool open();
 
     /// Installs the files as what `queue` made of them, and lets the validator judge. When it accepts or does not
     /// exist, the session is over and all is on the disk; when it rejects, everything is as it was before open().
     ///
-    /// Throws a Poco::Exception that tells whether everything is as it was or the session stays, and a CInterference
+    /// Throws a std::runtime_error that tells whether everything is as it was or the session stays, and a CInterference
     /// when another run has interfered. A signal that CSignalCatcher has caught counts as a failure, unless the
     /// validator has accepted.
     Judgement commit(const CommandQueue& queue);

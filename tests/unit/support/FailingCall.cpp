@@ -80,8 +80,8 @@ ssize_t failingRead(int file, void* buffer, std::size_t size)
 namespace QMT::Test
 {
 
-FailingCall::FailingCall(const std::string& call, const std::string& path, int error, int spared)
-    : _call(call), _path(path), _error(error), _spared(spared)
+FailingCall::FailingCall(const std::string& call, const std::string& path, int error, int spared, int limit)
+    : _call(call), _path(path), _error(error), _spared(spared), _limit(limit)
 {
     current = this;
 }
@@ -115,6 +115,10 @@ bool FailingCall::fails(const std::string& call, const std::string& path)
     if (current->_spared > 0)
     {
         --current->_spared;
+        return false;
+    }
+    if (current->_failures >= current->_limit)
+    {
         return false;
     }
     ++current->_failures;

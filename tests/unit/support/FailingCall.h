@@ -14,10 +14,14 @@ public:
     /// In place of an error number: the call throws a std::runtime_error, as no system call does.
     static constexpr int THROWS = -1;
 
+    /// More often than any test calls anything.
+    static constexpr int FOREVER = 1000000;
+
     /// `call` is "stat", "open" (for writing, and by the library for reading), "fopen" (by the standard streams),
-    /// "read", "fsync", "fchown", "fchmod", "fsetxattr", "rename" (whose path is the new name) or "unlink"; it fails for
-    /// `path` with the error number `error`, but not the first `spared` times. "fork" has no path, which is empty then.
-    FailingCall(const std::string& call, const std::string& path, int error, int spared = 0);
+    /// "read", "fsync", "fchown", "fchmod", "fsetxattr", "rename" (whose path is the new name) or "unlink"; it fails
+    /// for `path` with the error number `error`, but not the first `spared` times, and no more than `limit` times.
+    /// "fork" has no path, which is empty then.
+    FailingCall(const std::string& call, const std::string& path, int error, int spared = 0, int limit = FOREVER);
     ~FailingCall();
     FailingCall(const FailingCall&) = delete;
     FailingCall& operator=(const FailingCall&) = delete;
@@ -37,6 +41,7 @@ private:
     const std::string _path;
     const int _error;
     int _spared;
+    const int _limit;
     int _failures = 0;
 };
 

@@ -1,0 +1,38 @@
+"""A sample of the faults that the companion's transaction can meet; all of them with QOR_APPLY_FAULT_STEP=1."""
+from __future__ import annotations
+
+import os
+import shutil
+from pathlib import Path
+
+import apply_faults
+import calls
+import companion
+import pytest
+import sandbox
+
+STEP = int(os.environ.get("QOR_APPLY_FAULT_STEP", "61"))
+
+
+@pytest.mark.parametrize("scenario", apply_faults.SCENARIOS, ids=lambda scenario: scenario.name)
+@pytest.mark.parametrize("kind", ["kill", "error"])
+def test_faults_of_apply(scenario: apply_faults.Scenario, kind: str, tmp_path: Path) -> None:
+    """Killed anywhere, recovery brings back what was; after an error the answer is true."""
+    if kind == "kill" and companion.run(sandbox.Sandbox(None), "recover", "--help").status != 0:
+        pytest.skip("there is no command recover")
+    run, after = apply_faults.reference(scenario, tmp_path / "reference")
+    before = apply_faults.live(apply_faults.prepare(scenario, tmp_path / "before"))
+    cases = [(call, fault) for call in run for fault in call.faults
+             if (fault == calls.KILL) == (kind == "kill") and fault != calls.SHORT]
+    offset = len(scenario.name) % STEP
+    found = []
+    for call, fault in cases[offset::STEP]:
+        root = tmp_path / "case"
+        framework, result = apply_faults.disturbed(scenario, root, call, fault)
+        if kind == "kill":
+            complaints = apply_faults.complaints_after_kill(scenario, framework, before, after)
+        else:
+            complaints = apply_faults.complaints_after_error(scenario, framework, call, result, before, after)
+        found += [f"{call.index}:{call.name} {call.where} {fault}: {complaint}" for complaint in complaints]
+        shutil.rmtree(root)
+    assert found == []

@@ -1,0 +1,97 @@
+#include "base/CKeptFile.h"
+
+#include "support/FailingCall.h"
+#include "support/Files.h"
+#include "support/TemporaryDirectory.h"
+
+#include <Poco/Exception.h>
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <cerrno>
+#include <filesystem>
+
+namespace QMT::Test
+{
+
+namespace
+{
+
+class KeptFile : public testing::Test
+{
+protected:
+    struct stat status() const
+    {
+        struct stat found = {};
+        EXPECT_EQ(::stat(path.c_str(), &found), 0);
+        return found;
+    }
+
+    TemporaryDirectory directory;
+    const std::string path = directory.path("file");
+};
+
+TEST_F(KeptFile, PutsContentModeAndTimesOfAReplacedFileBack)
+{
+    writeFile(path, "as it was");
+    std::filesystem::permissions(path, std::filesystem::perms(0604));
+    setModificationTime(path, 1000);
+    const CKeptFile kept(path);
+    std::filesystem::remove(path);
+    writeFile(path, "another");
+
+    EXPECT_TRUE(kept.putBack().empty());
+
+    EXPECT_EQ(kept.content(), "as it was");
+    EXPECT_EQ(readFile(path), "as it was");
+    EXPECT_EQ(status().st_mode & 07777U, 0604U);
+    EXPECT_EQ(status().st_mtime, 1000);
+}
+
+TEST_F(KeptFile, PutsARemovedFileBackWithItsMode)
+{
+    writeFile(path, "as it was");
+    std::filesystem::permissions(path, std::filesystem::perms(0640));
+    const CKeptFile kept(path);
+    std::filesystem::remove(path);
+
+    EXPECT_TRUE(kept.putBack().empty());
+
+    EXPECT_EQ(readFile(path), "as it was");
+    EXPECT_EQ(status().st_mode & 07777U, 0640U);
+}
+
+TEST_F(KeptFile, RemovesWhatWasMissing)
+{
+    const CKeptFile kept(path);
+    writeFile(path, "new");
+
+    EXPECT_TRUE(kept.putBack().empty());
+
+    EXPECT_EQ(kept.content(), std::nullopt);
+    EXPECT_FALSE(exists(path));
+}
+
+TEST_F(KeptFile, RefusesWhatCannotBeRead)
+{
+    putDirectoryAt(path);
+    EXPECT_THROW(CKeptFile{path}, Poco::FileException);
+
+    std::filesystem::remove(path);
+    putPipeAt(path);
+    EXPECT_THROW(CKeptFile{path}, Poco::FileException);
+}
+
+TEST_F(KeptFile, TellsWhatCouldNotBeKept)
+{
+    writeFile(path, "as it was");
+    const CKeptFile kept(path);
+    const FailingCall failing("fchmod", path + ".replacement", EPERM);
+
+    EXPECT_EQ(kept.putBack(), std::vector<std::string>{"the mode of " + path + " could not be kept"});
+}
+
+} // namespace
+
+} // namespace QMT::Test

@@ -1,0 +1,295 @@
+#include "ctl/CTransaction.h"
+
+#include "base/CSignalCatcher.h"
+#include "ctl/SilentLogger.h"
+#include "support/FailingCall.h"
+#include "support/FakeHostName.h"
+#include "support/FakeInstallation.h"
+#include "support/Files.h"
+#include "support/TemporaryFramework.h"
+
+#include <Poco/Exception.h>
+
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <csignal>
+#include <filesystem>
+#include <stdexcept>
+
+namespace QMT::Test
+{
+
+namespace
+{
+
+const FilePair BEFORE = {"<before/>", "/before\n"};
+const FilePair AFTER = {"<after/>", "/after\n"};
+const FilePair OLDER = {"<older/>", "/older\n"};
+const CommandQueue QUEUE = {{CmdID::RemoveModelFile, "/second"}, {CmdID::AddModelFile, "/first"}};
+
+class Transaction : public testing::Test
+{
+protected:
+    Transaction()
+    {
+        writeFile(framework.configuration(), *BEFORE.configuration);
+        writeFile(framework.list(), *BEFORE.list);
+        writeFile(framework.configuration(".bak"), *OLDER.configuration);
+        writeFile(framework.list(".bak"), *OLDER.list);
+    }
+
+    FrameworkContents now() const
+    {
+        return readFramework(framework.path());
+    }
+
+    /// Everything is as it was, and no session is there.
+    void expectUntouched() const
+    {
+        const FrameworkContents found = now();
+        EXPECT_EQ(found.live, BEFORE);
+        EXPECT_EQ(found.backup, OLDER);
+        expectNoSession();
+    }
+
+    void expectNoSession() const
+    {
+        const FrameworkContents found = now();
+        EXPECT_EQ(found.workingCopy, FilePair());
+        EXPECT_EQ(found.session, std::nullopt);
+        EXPECT_EQ(found.lock, std::nullopt);
+    }
+
+    /// The reason for which commit() fails.
+    static std::string failureOf(CTransaction& failing)
+    {
+        try
+        {
+            static_cast<void>(failing.commit(QUEUE));
+        }
+        catch (const std::runtime_error& exc)
+        {
+            return exc.what();
+        }
+        ADD_FAILURE() << "nothing failed";
+        return std::string();
+    }
+
+    const FakeHostName host{"alpha"};
+    TemporaryFramework framework;
+    FakeInstallation installation;
+    CTransaction transaction{framework.path(), BEFORE, AFTER, silentLogger()};
+};
+
+TEST_F(Transaction, OpensASessionOfItsOwn)
+{
+    writeFile(framework.session(), "0:/left over\n");
+
+    EXPECT_TRUE(transaction.open());
+
+    EXPECT_EQ(now().lock, "qor_mim_ctl@alpha");
+    EXPECT_EQ(now().workingCopy, BEFORE);
+    EXPECT_EQ(now().session, std::nullopt);
+    EXPECT_EQ(now().live, BEFORE);
+    EXPECT_EQ(now().backup, OLDER);
+}
+
+TEST_F(Transaction, LeavesTheSessionOfAnotherAlone)
+{
+    writeFile(framework.lock(), "beta");
+    writeFile(framework.session(), "0:/theirs\n");
+
+    EXPECT_FALSE(transaction.open());
+
+    EXPECT_EQ(now().lock, "beta");
+    EXPECT_EQ(now().session, "0:/theirs\n");
+    EXPECT_EQ(now().live, BEFORE);
+}
+
+TEST_F(Transaction, BeginsNothingOnOtherFiles)
+{
+    writeFile(framework.list(), "/other\n");
+
+    EXPECT_FALSE(transaction.open());
+
+    EXPECT_EQ(readFile(framework.list()), "/other\n");
+    expectNoSession();
+}
+
+TEST_F(Transaction, LeavesNothingWhereItCannotBeOpened)
+{
+    const FailingCall failing("open", framework.lock(), EACCES);
+
+    EXPECT_THROW(static_cast<void>(transaction.open()), Poco::FileException);
+
+    expectUntouched();
+}
+
+TEST_F(Transaction, LeavesNothingWhereTheBackupsCannotBeRead)
+{
+    std::filesystem::remove(framework.list(".bak"));
+    putDirectoryAt(framework.list(".bak"));
+
+    EXPECT_THROW(static_cast<void>(transaction.open()), std::runtime_error);
+
+    EXPECT_EQ(readFile(framework.list()), *BEFORE.list);
+    EXPECT_FALSE(exists(framework.lock()));
+    EXPECT_FALSE(exists(framework.list(".tmp")));
+}
+
+TEST_F(Transaction, InstallsBothFiles)
+{
+    ASSERT_TRUE(transaction.open());
+
+    EXPECT_EQ(transaction.commit(QUEUE).verdict, Judgement::Verdict::ABSENT);
+
+    EXPECT_EQ(now().live, AFTER);
+    EXPECT_EQ(now().backup, BEFORE);
+    expectNoSession();
+    EXPECT_TRUE(transaction.lost().empty());
+}
+
+TEST_F(Transaction, KeepsTheLockUntilTheValidatorHasAnswered)
+{
+    installation.setValidator("cp -r " + framework.path() + "/etc " + framework.path() + "/seen");
+    ASSERT_TRUE(transaction.open());
+
+    EXPECT_EQ(transaction.commit(QUEUE).verdict, Judgement::Verdict::ACCEPTED);
+
+    const std::string seen = framework.path() + "/seen/model/";
+    EXPECT_EQ(readFile(seen + "qor_mim_tool.lock"), "qor_mim_ctl@alpha");
+    EXPECT_FALSE(exists(seen + "cmdfifo.dat"));
+    EXPECT_FALSE(exists(seen + "model_file_list.cfg.tmp"));
+    EXPECT_EQ(readFile(seen + "model_file_list.cfg"), *AFTER.list);
+}
+
+TEST_F(Transaction, PutsEverythingBackWhenTheValidatorRejects)
+{
+    installation.setValidator("echo no; exit 1");
+    writeFile(framework.session(), "0:/left over\n");
+    ASSERT_TRUE(transaction.open());
+
+    const Judgement judgement = transaction.commit(QUEUE);
+
+    EXPECT_EQ(judgement.verdict, Judgement::Verdict::REJECTED);
+    EXPECT_EQ(judgement.report, "no\n");
+    EXPECT_EQ(now().session, "0:/left over\n");
+    std::filesystem::remove(framework.session());
+    expectUntouched();
+}
+
+TEST_F(Transaction, RemovesBackupsThatWereNotThere)
+{
+    std::filesystem::remove(framework.list(".bak"));
+    std::filesystem::remove(framework.configuration(".bak"));
+    installation.setValidator("exit 1");
+    ASSERT_TRUE(transaction.open());
+
+    static_cast<void>(transaction.commit(QUEUE));
+
+    EXPECT_EQ(now().backup, FilePair());
+    EXPECT_EQ(now().live, BEFORE);
+}
+
+TEST_F(Transaction, IsUndoneWhereverItFails)
+{
+    const std::vector<std::pair<std::string, std::string>> calls = {{"unlink", framework.list(".bak")},
+                                                                    {"unlink", framework.configuration(".bak")},
+                                                                    {"rename", framework.list(".bak")},
+                                                                    {"rename", framework.configuration(".bak")},
+                                                                    {"open", framework.session()},
+                                                                    {"unlink", framework.list(".tmp")},
+                                                                    {"rename", framework.list()},
+                                                                    {"fsync", framework.list() + ".replacement"},
+                                                                    {"unlink", framework.configuration(".tmp")},
+                                                                    {"rename", framework.configuration()}};
+    for (const auto& [call, path] : calls)
+    {
+        SCOPED_TRACE(call + " " + path);
+        CTransaction another(framework.path(), BEFORE, AFTER, silentLogger());
+        ASSERT_TRUE(another.open());
+        std::string failure;
+        {
+            const FailingCall failing(call, path, EIO, 0, 1);
+            failure = failureOf(another);
+        }
+        EXPECT_NE(failure.find("; the previous files are back"), std::string::npos) << failure;
+        expectUntouched();
+    }
+}
+
+TEST_F(Transaction, AsksForARecoveryWhereItCannotBeUndone)
+{
+    installation.setValidator("exit 1");
+    ASSERT_TRUE(transaction.open());
+    const FailingCall failing("rename", framework.configuration(), EIO, 1);
+
+    const std::string failure = failureOf(transaction);
+
+    EXPECT_NE(failure.find("; call qor_mim_ctl recover"), std::string::npos) << failure;
+    EXPECT_EQ(now().lock, "qor_mim_ctl@alpha");
+    EXPECT_EQ(now().session, "0:/first\n2:/second\n");
+    EXPECT_EQ(now().backup, BEFORE);
+}
+
+TEST_F(Transaction, IsUndoneAfterASignal)
+{
+    const CSignalCatcher catcher;
+    ASSERT_TRUE(transaction.open());
+    ASSERT_EQ(::raise(SIGTERM), 0);
+
+    EXPECT_EQ(failureOf(transaction), "ended by the signal 15; the previous files are back");
+
+    expectUntouched();
+}
+
+TEST_F(Transaction, StopsWhereAnotherRunHasEndedItsSession)
+{
+    installation.setValidator("rm " + framework.lock() + "; exit 1");
+    ASSERT_TRUE(transaction.open());
+
+    EXPECT_THROW(static_cast<void>(transaction.commit(QUEUE)), CInterference);
+
+    EXPECT_EQ(now().live, AFTER);
+    EXPECT_EQ(now().backup, BEFORE);
+}
+
+TEST_F(Transaction, StopsWhereAnotherRunHasChangedAFile)
+{
+    installation.setValidator("echo /edited >>" + framework.list());
+    ASSERT_TRUE(transaction.open());
+
+    EXPECT_THROW(static_cast<void>(transaction.commit(QUEUE)), CInterference);
+
+    EXPECT_EQ(readFile(framework.list()), *AFTER.list + "/edited\n");
+    EXPECT_EQ(now().lock, "qor_mim_ctl@alpha");
+}
+
+TEST_F(Transaction, LeavesAFileAloneThatStaysAsItWas)
+{
+    CTransaction listAlone(framework.path(), BEFORE, {BEFORE.configuration, AFTER.list}, silentLogger());
+    setModificationTime(framework.configuration(), 1000);
+    const auto time = std::filesystem::last_write_time(framework.configuration());
+    ASSERT_TRUE(listAlone.open());
+
+    static_cast<void>(listAlone.commit(QUEUE));
+
+    EXPECT_EQ(std::filesystem::last_write_time(framework.configuration()), time);
+    EXPECT_EQ(readFile(framework.list()), *AFTER.list);
+    EXPECT_EQ(now().backup, BEFORE);
+}
+
+TEST_F(Transaction, TellsWhichAttributesWereLost)
+{
+    ASSERT_TRUE(transaction.open());
+    const FailingCall failing("fchmod", framework.list() + ".replacement", EPERM);
+
+    static_cast<void>(transaction.commit(QUEUE));
+
+    EXPECT_EQ(transaction.lost(), std::vector<std::string>{"the mode of " + framework.list() + " could not be kept"});
+}
+
+} // namespace
+
+} // namespace QMT::Test
