@@ -2,6 +2,7 @@
 
 #include "ctl/CApplyCommand.h"
 #include "ctl/CPlanCommand.h"
+#include "ctl/CRecoverCommand.h"
 #include "ctl/CShowCommand.h"
 
 namespace QMT
@@ -13,6 +14,7 @@ std::vector<std::unique_ptr<CCommand>> allCommands()
     commands.push_back(std::make_unique<CShowCommand>());
     commands.push_back(std::make_unique<CPlanCommand>());
     commands.push_back(std::make_unique<CApplyCommand>());
+    commands.push_back(std::make_unique<CRecoverCommand>());
     return commands;
 }
 

@@ -1,6 +1,7 @@
 #include "base/CRecordLock.h"
 
 #include "support/Files.h"
+#include "support/LockHolder.h"
 #include "support/TemporaryDirectory.h"
 
 #include <Poco/Exception.h>
@@ -8,11 +9,7 @@
 #include <gtest/gtest.h>
 
 #include <sys/stat.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
-#include <cerrno>
-#include <csignal>
 #include <filesystem>
 
 namespace QMT::Test
@@ -20,49 +17,6 @@ namespace QMT::Test
 
 namespace
 {
-
-/// Another process that holds the lock on a file as long as the object lives.
-class OtherHolder
-{
-public:
-    explicit OtherHolder(const std::string& path)
-    {
-        int ready[2] = {};
-        EXPECT_EQ(::pipe(ready), 0);
-        _process = ::fork();
-        if (_process == 0)
-        {
-            CRecordLock lock(path, path);
-            const char answer = lock.tryToTake() ? 'y' : 'n';
-            static_cast<void>(::write(ready[1], &answer, 1));
-            ::pause();
-        }
-        char answer = '\0';
-        EXPECT_EQ(::read(ready[0], &answer, 1), 1);
-        EXPECT_EQ(answer, 'y');
-        ::close(ready[0]);
-        ::close(ready[1]);
-    }
-
-    ~OtherHolder()
-    {
-        ::kill(_process, SIGKILL);
-        ::waitpid(_process, nullptr, 0);
-    }
-
-    OtherHolder(const OtherHolder&) = delete;
-    OtherHolder& operator=(const OtherHolder&) = delete;
-    OtherHolder(OtherHolder&&) = delete;
-    OtherHolder& operator=(OtherHolder&&) = delete;
-
-    int process() const
-    {
-        return _process;
-    }
-
-private:
-    int _process;
-};
 
 class RecordLock : public testing::Test
 {
@@ -110,7 +64,7 @@ TEST_F(RecordLock, IsTakenWhenNobodyHasIt)
 
 TEST_F(RecordLock, IsNotTakenFromAnother)
 {
-    const OtherHolder other(path);
+    const LockHolder other(path);
     CRecordLock lock(path, like);
 
     EXPECT_FALSE(lock.tryToTake());
@@ -121,7 +75,7 @@ TEST_F(RecordLock, IsNotTakenFromAnother)
 TEST_F(RecordLock, IsFreeWhenItsHolderHasEnded)
 {
     {
-        const OtherHolder other(path);
+        const LockHolder other(path);
     }
     CRecordLock lock(path, like);
 
@@ -135,7 +89,7 @@ TEST_F(RecordLock, IsFreeWhenItsObjectIsGone)
         CRecordLock lock(path, like);
         ASSERT_TRUE(lock.tryToTake());
     }
-    const OtherHolder other(path);
+    const LockHolder other(path);
 }
 
 TEST_F(RecordLock, HasNoHolderWithoutAFileAndMakesNone)

@@ -1,0 +1,34 @@
+#ifndef QMT_CFrameworkFacts_INCLUDED
+#define QMT_CFrameworkFacts_INCLUDED
+
+#include "ctl/Recovery.h"
+
+#include <string>
+
+namespace QMT
+{
+
+/// The facts of a real framework, found by the operations of the tool and by the framework's validator.
+class CFrameworkFacts : public CRecoveryFacts
+{
+public:
+    /// Touches nothing.
+    explicit CFrameworkFacts(const std::string& qorPath);
+
+    std::string hostName() override;
+
+    /// Throws a Poco::FileException when there is no room for copies to try the queue on.
+    std::vector<FilePair> queueResults(const FilePair& base, const std::string& session) override;
+
+    /// Throws a Poco::Exception when there is no process for the validator.
+    bool isLiveListRejected() override;
+
+    std::string rootClassOf(const std::string& modelFile) override;
+
+private:
+    const std::string _qorPath;
+};
+
+} // namespace QMT
+
+#endif // QMT_CFrameworkFacts_INCLUDED

@@ -1,0 +1,114 @@
+#ifndef QMT_CRecoveryReading_INCLUDED
+#define QMT_CRecoveryReading_INCLUDED
+
+#include "ctl/Recovery.h"
+
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace QMT
+{
+
+/// One reading of a framework's files: see decideRecovery, which is all of its interface.
+///
+/// Its steps change the recovery that they are given, towards what the files shall be. Those that can find a question
+/// return false when it stays open.
+class CRecoveryReading
+{
+public:
+    CRecoveryReading(const FrameworkContents& now, const SessionOwner& owner, CRecoveryFacts& facts,
+                     std::optional<Assumption> assumption);
+
+    Recovery decide();
+
+private:
+    using Text = std::optional<std::string>;
+    using Results = std::vector<FilePair>;
+    using File = Text FilePair::*;
+
+    /// An answer that the files may not give.
+    enum class Answered
+    {
+        YES,
+        NO,
+        UNKNOWN
+    };
+
+    // Questions (Recovery.cpp).
+    [[nodiscard]] bool ask(Recovery& recovery, const std::string& question) const;
+    [[nodiscard]] bool giveUp(Recovery& recovery) const;
+    bool isAssumed(Assumption assumption) const;
+
+    // The state of single files (Recovery.cpp).
+    static bool isSame(const Text& one, const Text& other);
+    static bool isDifferent(const Text& one, const Text& other);
+    static bool isCut(const Text& text, const Text& whole);
+    static bool isDocument(const Text& text);
+    static bool isWholeList(const Text& text);
+    const Results& resultsOver(const FilePair& base);
+    bool isMadeOf(const FilePair& base, File file, const Text& text);
+    bool isCutFromResult(const FilePair& base, File file, const Text& text);
+
+    // Without a lock file (RecoveryUnlocked.cpp).
+    void readUnlocked(Recovery& recovery);
+    void dropLeftovers(Recovery& recovery) const;
+    bool isListTornUnlocked() const;
+    bool isDocumentTornUnlocked() const;
+    bool canPutPairBack() const;
+    void putPairBack(Recovery& recovery, Found found) const;
+    [[nodiscard]] bool finishRollback(Recovery& recovery) const;
+    [[nodiscard]] bool askForPair(Recovery& recovery, const std::string& question) const;
+    [[nodiscard]] bool readTornDocument(Recovery& recovery) const;
+    [[nodiscard]] bool readLoneConfigurationBackup(Recovery& recovery) const;
+
+    // Under a lock file (RecoveryLocked.cpp).
+    void readLocked(Recovery& recovery);
+    bool isListTorn();
+    bool isDocumentTorn();
+    [[nodiscard]] bool restoreLive(Recovery& recovery);
+    [[nodiscard]] bool restoreInstalled(Recovery& recovery);
+    [[nodiscard]] bool restoreTorn(Recovery& recovery, bool isList, bool isConfiguration);
+    std::optional<FilePair> pairBeforeCommit(bool isListTorn, bool isConfigurationTorn);
+    std::optional<FilePair> pairOfSession(bool isListTorn, bool isConfigurationTorn) const;
+    bool isEditing();
+    Answered isBackingUpList();
+    bool isBackingUpConfiguration();
+    Answered isListInstalled();
+    Answered isConfigurationInstalled();
+    Answered isListBeingInstalled();
+    bool isEdited(const FilePair& base, File file);
+    void undo(Recovery& recovery, const FilePair& pair);
+    bool isLockAlone() const;
+    [[nodiscard]] bool settleLoneLock(Recovery& recovery);
+    bool hasMoreLinesThanBackup() const;
+    void settleSession(Recovery& recovery);
+    bool isWorkingCopyTorn(File file, const Text& live);
+    static void endSession(Recovery& recovery);
+
+    // Backups (RecoveryBackups.cpp).
+    [[nodiscard]] bool settleBackups(Recovery& recovery);
+    [[nodiscard]] bool settleLoneBackup(Recovery& recovery);
+    bool wasNeverLive(const FilePair& live) const;
+    bool areOfTwoAges(const Recovery& recovery);
+    static void removeBackups(Recovery& recovery);
+
+    // The question. The files and the facts are not owned and outlive the object.
+    const FrameworkContents& _now;
+    const SessionOwner& _owner;
+    CRecoveryFacts& _facts;
+    const std::optional<Assumption> _assumption;
+
+    // What follows from the files.
+    const std::string _queue; ///< the complete lines of the session file
+    std::vector<std::pair<FilePair, Results>> _results;
+
+    // What restoreLive has found beside the live files.
+    bool _areWorkingCopiesStale = false; ///< they are being edited, or belong to files that were put back
+    bool _areBackupsTorn = false;        ///< the commit was making them
+};
+
+} // namespace QMT
+
+#endif // QMT_CRecoveryReading_INCLUDED

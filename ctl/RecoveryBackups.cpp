@@ -1,0 +1,138 @@
+#include "ctl/CRecoveryReading.h"
+#include "ctl/DocumentComparison.h"
+#include "ctl/TornText.h"
+
+#include <algorithm>
+
+namespace QMT
+{
+
+/// Backups serve a rollback, so they must have been live together.
+bool CRecoveryReading::settleBackups(Recovery& recovery)
+{
+    const FilePair& backup = recovery.after.backup;
+    if (backup == FilePair())
+    {
+        return true;
+    }
+    if (_areBackupsTorn)
+    {
+        removeBackups(recovery);
+        return true;
+    }
+    if (!backup.configuration || !backup.list)
+    {
+        return settleLoneBackup(recovery);
+    }
+    if (wasNeverLive(recovery.after.live))
+    {
+        removeBackups(recovery);
+        return true;
+    }
+    if (!areOfTwoAges(recovery))
+    {
+        return true;
+    }
+    if (!ask(recovery,
+             "the backups do not seem to belong together: a commit cut short, or one that changed the list alone"))
+    {
+        return false;
+    }
+    if (isAssumed(Assumption::COMMIT))
+    {
+        removeBackups(recovery);
+    }
+    return true;
+}
+
+/// A commit makes the document's backup first; a rollback puts the list's backup back first.
+bool CRecoveryReading::settleLoneBackup(Recovery& recovery)
+{
+    const Text& backup = recovery.after.backup.configuration;
+    const Text& live = _now.live.configuration;
+    if (!backup || isSame(backup, live) || isCut(backup, live) || !isDocument(backup))
+    {
+        removeBackups(recovery);
+        return true;
+    }
+    if (!ask(recovery,
+             "the backup of the document is alone and not its copy: a session begun after a rollback cut short"))
+    {
+        return false;
+    }
+    if (isAssumed(Assumption::COMMIT))
+    {
+        removeBackups(recovery);
+    }
+    else if (isAssumed(Assumption::ROLLBACK))
+    {
+        recovery.found = Found::ROLLBACK_INTERRUPTED;
+        recovery.after.live.configuration = backup;
+        if (recovery.after.workingCopy.configuration)
+        {
+            recovery.after.workingCopy.configuration = backup;
+        }
+        recovery.after.backup.configuration.reset();
+    }
+    return true;
+}
+
+/// What equals the live file, which is to be `live`, or the copy of a session was live, whatever it looks like.
+bool CRecoveryReading::wasNeverLive(const FilePair& live) const
+{
+    const auto isKnown = [&](File file)
+    {
+        const Text& backup = _now.backup.*file;
+        return !backup || isSame(backup, live.*file) || isSame(backup, _now.live.*file) ||
+               isSame(backup, _now.workingCopy.*file);
+    };
+    return (!isDocument(_now.backup.configuration) && !isKnown(&FilePair::configuration)) ||
+           (!isWholeList(_now.backup.list) && !isKnown(&FilePair::list));
+}
+
+/// The document's backup is a copy of the live one and the list's is not: a commit was cut short between its two
+/// copies, or the last commit left the document alone. The root class of a line that one of the lists alone has tells
+/// whether the document would have changed with it.
+bool CRecoveryReading::areOfTwoAges(const Recovery& recovery)
+{
+    const FilePair& live = recovery.after.live;
+    const FilePair& backup = recovery.after.backup;
+    if (!isSame(backup.configuration, live.configuration) || !isDifferent(backup.list, live.list))
+    {
+        return false;
+    }
+    if (!_queue.empty() && isPrefixOf(*live.list, *backup.list))
+    {
+        // Besides, a power cut may have shortened the list and its copy in the same way.
+        return true;
+    }
+    const std::vector<std::string> before = linesOf(*backup.list);
+    const std::vector<std::string> now = linesOf(*live.list);
+    const auto tellsOtherwise =
+        [&](const std::vector<std::string>& some, const std::vector<std::string>& others, bool wouldBeServed)
+    {
+        return std::any_of(some.begin(), some.end(),
+                           [&](const std::string& line)
+                           {
+                               if (std::find(others.begin(), others.end(), line) != others.end())
+                               {
+                                   return false;
+                               }
+                               const std::string rootClass = _facts.rootClassOf(line);
+                               return !rootClass.empty() &&
+                                      servesRootClass(*backup.configuration, rootClass) != wouldBeServed;
+                           });
+    };
+    return tellsOtherwise(now, before, false) || tellsOtherwise(before, now, true);
+}
+
+void CRecoveryReading::removeBackups(Recovery& recovery)
+{
+    recovery.after.backup = FilePair();
+    if (recovery.found != Found::ROLLBACK_INTERRUPTED)
+    {
+        recovery.found = Found::COMMIT_INTERRUPTED;
+    }
+}
+
+} // namespace QMT

@@ -1,0 +1,433 @@
+#include "ctl/CRecoveryReading.h"
+#include "ctl/TornText.h"
+
+#include <algorithm>
+
+namespace QMT
+{
+
+// A commit makes the backups, the document's first; edits the working copies; and installs the list and then the
+// document, each by moving the live file to its backup and the working copy to the live file. Session file and lock
+// file go last. Each of the questions below asks for the traces of one of these steps.
+
+void CRecoveryReading::readLocked(Recovery& recovery)
+{
+    if (!restoreLive(recovery))
+    {
+        return;
+    }
+    if (!recovery.after.live.configuration || !recovery.after.live.list)
+    {
+        // Somebody has decided to leave it so.
+        return;
+    }
+    if (isLockAlone() && recovery.found == Found::NOTHING)
+    {
+        if (!settleLoneLock(recovery))
+        {
+            return;
+        }
+    }
+    else
+    {
+        settleSession(recovery);
+    }
+    static_cast<void>(settleBackups(recovery));
+}
+
+/// The list that ends with a line feed is left to isListBeingInstalled: it may be whole.
+bool CRecoveryReading::isListTorn()
+{
+    const Text& list = _now.live.list;
+    if (!list)
+    {
+        return true;
+    }
+    if (isWholeList(list) || isSame(list, _now.backup.list))
+    {
+        return false;
+    }
+    // Equal to its copy, it is as the session has found it; but a power cut can hurt both in the same way.
+    const bool isAsCopied = isSame(list, _now.workingCopy.list) && list->find('\0') == std::string::npos;
+    return isCutFromResult(_now.backup, &FilePair::list, list) ||
+           (!isAsCopied && (isCut(list, _now.workingCopy.list) || isCut(list, _now.backup.list)));
+}
+
+bool CRecoveryReading::isDocumentTorn()
+{
+    const Text& document = _now.live.configuration;
+    const FilePair& copy = _now.workingCopy;
+    if (!document)
+    {
+        return true;
+    }
+    const bool isBroken = !isDocument(document);
+    // Equal to its copy, it is as the session has found it; but a power cut can hurt both in the same way, once the
+    // list has been installed.
+    if (isSame(document, copy.configuration) && (!isBroken || isSame(_now.live.list, copy.list)))
+    {
+        return false;
+    }
+    return isCut(document, copy.configuration) || isCut(document, _now.backup.configuration) ||
+           (isBroken && (isDocument(copy.configuration) || isDocument(_now.backup.configuration))) ||
+           isCutFromResult(_now.backup, &FilePair::configuration, document);
+}
+
+bool CRecoveryReading::restoreLive(Recovery& recovery)
+{
+    const bool isListHurt = isListTorn();
+    const bool isConfigurationHurt = isDocumentTorn();
+    if (isListHurt || isConfigurationHurt)
+    {
+        return restoreTorn(recovery, isListHurt, isConfigurationHurt);
+    }
+    if (isEditing())
+    {
+        undo(recovery, _now.live);
+        return true;
+    }
+    if (isBackingUpConfiguration())
+    {
+        undo(recovery, {_now.live.configuration, _now.backup.list});
+        return true;
+    }
+    return restoreInstalled(recovery);
+}
+
+bool CRecoveryReading::restoreInstalled(Recovery& recovery)
+{
+    const std::vector<std::pair<Answered, std::string>> readings = {
+        {isListInstalled(),
+         "the list is what the queue makes of its backup: a commit cut short, or actions staged anew"},
+        {isConfigurationInstalled(), "the document is what the queue makes of its backup, and the list is not"},
+        {isListBeingInstalled(), "the list is the beginning of another: a commit cut short, or somebody's edit"}};
+    for (const auto& [isCommit, question] : readings)
+    {
+        if (isCommit == Answered::UNKNOWN && !ask(recovery, question))
+        {
+            return false;
+        }
+        if (isCommit == Answered::YES || (isCommit == Answered::UNKNOWN && isAssumed(Assumption::COMMIT)))
+        {
+            undo(recovery, _now.backup);
+            return true;
+        }
+    }
+    const Answered isBackingUp = isBackingUpList();
+    if (isBackingUp == Answered::UNKNOWN &&
+        !ask(recovery, "the list was edited: by a commit cut short, or by somebody during the session"))
+    {
+        return false;
+    }
+    if (isBackingUp == Answered::YES || (isBackingUp == Answered::UNKNOWN && isAssumed(Assumption::COMMIT)))
+    {
+        _areBackupsTorn = true;
+        undo(recovery, _now.live);
+    }
+    return true;
+}
+
+void CRecoveryReading::undo(Recovery& recovery, const FilePair& pair)
+{
+    recovery.found = Found::COMMIT_INTERRUPTED;
+    recovery.after.live = pair;
+    _areWorkingCopiesStale = true;
+}
+
+bool CRecoveryReading::restoreTorn(Recovery& recovery, bool isList, bool isConfiguration)
+{
+    const std::optional<FilePair> committed = pairBeforeCommit(isList, isConfiguration);
+    const std::optional<FilePair> staged = pairOfSession(isList, isConfiguration);
+    if (committed && (!staged || *staged == *committed || isEdited(_now.backup, &FilePair::list) ||
+                      isEdited(_now.backup, &FilePair::configuration)))
+    {
+        undo(recovery, *committed);
+        return true;
+    }
+    if (staged && !committed)
+    {
+        undo(recovery, *staged);
+        return true;
+    }
+    if (!staged && !canPutPairBack())
+    {
+        return giveUp(recovery);
+    }
+    if (!ask(recovery, "a live file is missing or torn, and what it was before cannot be told"))
+    {
+        return false;
+    }
+    if (isAssumed(Assumption::COMMIT) || (isAssumed(Assumption::ROLLBACK) && !staged))
+    {
+        undo(recovery, _now.backup);
+    }
+    else if (staged)
+    {
+        undo(recovery, *staged);
+    }
+    return true;
+}
+
+/// The pair that a commit was replacing when it was cut short, if the files are as a commit leaves them.
+std::optional<FilePair> CRecoveryReading::pairBeforeCommit(bool isListTorn, bool isConfigurationTorn)
+{
+    const FilePair& live = _now.live;
+    const FilePair& backup = _now.backup;
+    const bool isListThere = isWholeList(backup.list) || isMadeOf(backup, &FilePair::list, _now.workingCopy.list);
+    if (!isListThere)
+    {
+        return std::nullopt;
+    }
+    if (!isConfigurationTorn)
+    {
+        // The document's turn comes when the list has been installed.
+        return isSame(live.configuration, backup.configuration) ? std::optional<FilePair>(backup) : std::nullopt;
+    }
+    const bool isListDone =
+        isListTorn || isSame(live.list, backup.list) || isMadeOf(backup, &FilePair::list, live.list);
+    return isListDone && isDocument(backup.configuration) ? std::optional<FilePair>(backup) : std::nullopt;
+}
+
+/// The pair with which the session began, if what is left of it and the working copies tell.
+std::optional<FilePair> CRecoveryReading::pairOfSession(bool isListTorn, bool isConfigurationTorn) const
+{
+    const FilePair& live = _now.live;
+    const FilePair& copy = _now.workingCopy;
+    const bool isList = isListTorn ? isWholeList(copy.list) : isSame(live.list, copy.list);
+    const bool isConfiguration =
+        isConfigurationTorn ? isDocument(copy.configuration) : isSame(live.configuration, copy.configuration);
+    return isList && isConfiguration ? std::optional<FilePair>(copy) : std::nullopt;
+}
+
+/// Whether the working copy is what the queue makes of `base` after some action, or as much of that as a power cut
+/// left.
+bool CRecoveryReading::isEdited(const FilePair& base, File file)
+{
+    const Text& copy = _now.workingCopy.*file;
+    return isDifferent(copy, base.*file) && (isMadeOf(base, file, copy) || isCutFromResult(base, file, copy));
+}
+
+/// Both backups are made before the first edit, and equal the live files until the first is installed.
+bool CRecoveryReading::isEditing()
+{
+    const bool areBackupsMade =
+        isSame(_now.live.configuration, _now.backup.configuration) && isSame(_now.live.list, _now.backup.list);
+    return areBackupsMade && (isDifferent(_now.workingCopy.configuration, _now.live.configuration) ||
+                              isDifferent(_now.workingCopy.list, _now.live.list));
+}
+
+/// The live list is being moved to its backup; or a power cut has taken a backup's name.
+CRecoveryReading::Answered CRecoveryReading::isBackingUpList()
+{
+    const FilePair& backup = _now.backup;
+    const FilePair& live = _now.live;
+    if (wasNeverLive(live))
+    {
+        return Answered::YES;
+    }
+    if (backup.configuration && backup.list && !isCut(backup.configuration, live.configuration) &&
+        !isCut(backup.list, live.list))
+    {
+        return Answered::NO;
+    }
+    // Nobody but a commit makes a backup of a document that differs from its working copy.
+    const bool isCopyEdited = isSame(live.configuration, backup.configuration) &&
+                              isDifferent(_now.workingCopy.configuration, live.configuration);
+    if (isCopyEdited || isEdited(live, &FilePair::configuration) ||
+        isMadeOf(live, &FilePair::list, _now.workingCopy.list))
+    {
+        return Answered::YES;
+    }
+    // As much of a list as a power cut left may be a list itself.
+    return isEdited(live, &FilePair::list) ? Answered::UNKNOWN : Answered::NO;
+}
+
+/// The list is installed, and the live document is being moved to its backup.
+bool CRecoveryReading::isBackingUpConfiguration()
+{
+    const FilePair base = {_now.live.configuration, _now.backup.list};
+    if (!isCut(_now.backup.configuration, _now.live.configuration) || !isWholeList(base.list))
+    {
+        return false;
+    }
+    const bool isListDone = !_now.workingCopy.list && isMadeOf(base, &FilePair::list, _now.live.list);
+    if (!isListDone && !isMadeOf(base, &FilePair::configuration, _now.workingCopy.configuration))
+    {
+        return false;
+    }
+    _areBackupsTorn = true;
+    return true;
+}
+
+/// The list is installed and the document is not.
+CRecoveryReading::Answered CRecoveryReading::isListInstalled()
+{
+    const FilePair& live = _now.live;
+    const FilePair& copy = _now.workingCopy;
+    const FilePair& backup = _now.backup;
+    const bool isDocumentInstalled = isMadeOf(backup, &FilePair::configuration, live.configuration);
+    if (!isMadeOf(backup, &FilePair::list, live.list) ||
+        !(isSame(live.configuration, backup.configuration) || isDocumentInstalled))
+    {
+        return Answered::NO;
+    }
+    if (!copy.list)
+    {
+        return Answered::YES;
+    }
+    if (isDocumentInstalled)
+    {
+        // The working copy of the list is gone before the document's turn comes.
+        return Answered::NO;
+    }
+    const bool isCopyEdited = isDifferent(copy.configuration, live.configuration) ||
+                              (isDifferent(copy.list, live.list) && isEdited(backup, &FilePair::list));
+    if (isCopyEdited)
+    {
+        return Answered::YES;
+    }
+    // The session may have staged once more what the last commit did, if all that it did was to change the list; or
+    // somebody has made the same edit.
+    const bool isWhole = isSame(live.list, resultsOver(backup).back().list);
+    return isWhole || copy.list != live.list ? Answered::UNKNOWN : Answered::NO;
+}
+
+/// The document is installed, and so is the list, which the queue may have left alone.
+CRecoveryReading::Answered CRecoveryReading::isConfigurationInstalled()
+{
+    if (_now.workingCopy.list || !isMadeOf(_now.backup, &FilePair::configuration, _now.live.configuration))
+    {
+        return Answered::NO;
+    }
+    return isSame(_now.live.list, _now.backup.list) ? Answered::YES : Answered::UNKNOWN;
+}
+
+/// The list is cut at a line's end, or empty, and that may be all that was installed of it.
+CRecoveryReading::Answered CRecoveryReading::isListBeingInstalled()
+{
+    const Text& list = _now.live.list;
+    const FilePair& backup = _now.backup;
+    const FilePair& copy = _now.workingCopy;
+    if (_queue.empty() || !isWholeList(backup.list) || isSame(list, backup.list) ||
+        !isSame(_now.live.configuration, backup.configuration))
+    {
+        return Answered::NO;
+    }
+    // Where the backup is a beginning of the list, that may be the one being made.
+    const bool isBackupShort = isPrefixOf(*backup.list, *list);
+    const bool isBeginning = isPrefixOf(*list, *backup.list) || isCutFromResult(backup, &FilePair::list, list) ||
+                             (!isBackupShort && isCut(list, copy.list));
+    if (!isBeginning)
+    {
+        return Answered::NO;
+    }
+    if (isBackupShort && isMadeOf(_now.live, &FilePair::list, copy.list))
+    {
+        return Answered::UNKNOWN;
+    }
+    if (isDifferent(copy.configuration, _now.live.configuration) ||
+        (isDifferent(copy.list, list) && isEdited(backup, &FilePair::list)))
+    {
+        return Answered::YES;
+    }
+    // A list that equals its copy is as the session has found it, unless a power cut has hurt both in the same way. One
+    // that is short of its backup is left to settleBackups.
+    const bool isAsCopied = isSame(list, copy.list) && !list->empty();
+    return isAsCopied && (isBackupShort || isPrefixOf(*list, *backup.list)) ? Answered::NO : Answered::UNKNOWN;
+}
+
+bool CRecoveryReading::isLockAlone() const
+{
+    return !_now.session && _now.workingCopy == FilePair();
+}
+
+/// Left by a call that waited for the lock and got no further, or by a commit that had installed everything.
+bool CRecoveryReading::settleLoneLock(Recovery& recovery)
+{
+    const bool isInstalled = _now.backup.configuration && _now.backup.list && _now.backup != _now.live;
+    recovery.found = isInstalled || _owner.isApply ? Found::COMMIT_INTERRUPTED : Found::STAGING_INTERRUPTED;
+    endSession(recovery);
+    const bool mustBeJudged = isInstalled && (_owner.isApply || hasMoreLinesThanBackup());
+    if (!mustBeJudged || !_facts.isLiveListRejected())
+    {
+        return true;
+    }
+    if (!_owner.isApply)
+    {
+        if (!ask(recovery, "the validator rejects the list: a commit was not judged, or a call never got its session"))
+        {
+            return false;
+        }
+        if (!isAssumed(Assumption::COMMIT))
+        {
+            recovery.found = isAssumed(Assumption::ROLLBACK) ? Found::ROLLBACK_INTERRUPTED : Found::STAGING_INTERRUPTED;
+            return true;
+        }
+    }
+    recovery.after.live = _now.backup;
+    return true;
+}
+
+bool CRecoveryReading::hasMoreLinesThanBackup() const
+{
+    const std::vector<std::string> before = linesOf(*_now.backup.list);
+    const std::vector<std::string> now = linesOf(*_now.live.list);
+    return std::any_of(now.begin(), now.end(),
+                       [&before](const std::string& line)
+                       { return std::find(before.begin(), before.end(), line) == before.end(); });
+}
+
+void CRecoveryReading::settleSession(Recovery& recovery)
+{
+    if (_owner.isApply || _queue.empty())
+    {
+        endSession(recovery);
+        const Found found = _owner.isApply ? Found::COMMIT_INTERRUPTED : Found::STAGING_INTERRUPTED;
+        recovery.found = recovery.found == Found::NOTHING ? found : recovery.found;
+        return;
+    }
+    FrameworkContents& after = recovery.after;
+    after.session = _queue;
+    if (_owner.isCutShort)
+    {
+        after.lock = _facts.hostName();
+    }
+    for (const File file : {&FilePair::configuration, &FilePair::list})
+    {
+        if (_areWorkingCopiesStale || isWorkingCopyTorn(file, after.live.*file))
+        {
+            after.workingCopy.*file = after.live.*file;
+        }
+    }
+    const bool isChanged =
+        after.session != _now.session || after.lock != _now.lock || after.workingCopy != _now.workingCopy;
+    if (isChanged && recovery.found == Found::NOTHING)
+    {
+        recovery.found = Found::STAGING_INTERRUPTED;
+    }
+}
+
+/// A working copy that differs otherwise is of a live file that somebody has edited meanwhile.
+bool CRecoveryReading::isWorkingCopyTorn(File file, const Text& live)
+{
+    const Text& copy = _now.workingCopy.*file;
+    if (!copy)
+    {
+        return true;
+    }
+    // A list cut at a line's end may be whole, and lines have been added to the live one. What was backed up was live.
+    if (copy == live || copy == _now.backup.*file || (file == &FilePair::list && isWholeList(copy)))
+    {
+        return false;
+    }
+    return isCut(copy, live) || isCutFromResult(_now.live, file, copy);
+}
+
+void CRecoveryReading::endSession(Recovery& recovery)
+{
+    recovery.after.lock.reset();
+    recovery.after.session.reset();
+    recovery.after.workingCopy = FilePair();
+}
+
+} // namespace QMT

@@ -1,0 +1,182 @@
+#include "ctl/CRecoveryReading.h"
+#include "ctl/DocumentComparison.h"
+#include "ctl/TornText.h"
+
+namespace QMT
+{
+
+void CRecoveryReading::readUnlocked(Recovery& recovery)
+{
+    const FilePair& live = _now.live;
+    const FilePair& backup = _now.backup;
+    dropLeftovers(recovery);
+    bool isClear = true;
+    if (isListTornUnlocked())
+    {
+        isClear = finishRollback(recovery);
+    }
+    else if (live.list->empty() && backup.list && !backup.list->empty())
+    {
+        isClear = askForPair(recovery, "the list is empty: a rollback cut short, or the last model was removed");
+    }
+    else if (backup.configuration && !backup.list)
+    {
+        isClear = readLoneConfigurationBackup(recovery);
+    }
+    else if (isDocumentTornUnlocked())
+    {
+        isClear = readTornDocument(recovery);
+    }
+    else if (isSame(live.list, backup.list) && isDifferent(live.configuration, backup.configuration) &&
+             isDocument(backup.configuration))
+    {
+        isClear = askForPair(recovery, "the list equals its backup and the document does not: a rollback cut short, or "
+                                       "a finished commit that left the list alone");
+    }
+    if (isClear)
+    {
+        static_cast<void>(settleBackups(recovery));
+    }
+}
+
+/// A session file or a working copy without a lock file is no session.
+void CRecoveryReading::dropLeftovers(Recovery& recovery) const
+{
+    if (_now.session || _now.workingCopy != FilePair())
+    {
+        recovery.found = Found::STAGING_INTERRUPTED;
+        recovery.after.session.reset();
+        recovery.after.workingCopy = FilePair();
+    }
+}
+
+/// A list that ends with a line feed may be somebody's edit, and an empty one too.
+bool CRecoveryReading::isListTornUnlocked() const
+{
+    const Text& list = _now.live.list;
+    return !list || (!isWholeList(list) && (isCut(list, _now.backup.list) || isCut(list, _now.workingCopy.list)));
+}
+
+bool CRecoveryReading::isDocumentTornUnlocked() const
+{
+    const Text& document = _now.live.configuration;
+    const Text& backup = _now.backup.configuration;
+    const Text& workingCopy = _now.workingCopy.configuration;
+    if (!document)
+    {
+        return true;
+    }
+    if (isSame(document, backup))
+    {
+        return false;
+    }
+    return isCut(document, backup) || isCut(document, workingCopy) ||
+           (!isDocument(document) && (isDocument(backup) || isDocument(workingCopy)));
+}
+
+bool CRecoveryReading::canPutPairBack() const
+{
+    const FilePair& live = _now.live;
+    const FilePair& backup = _now.backup;
+    const bool isListThere = isWholeList(backup.list) || isSame(live.list, backup.list);
+    const bool isConfigurationThere =
+        backup.configuration ? isDocument(backup.configuration) || isSame(live.configuration, backup.configuration)
+                             : live.configuration.has_value();
+    return isListThere && isConfigurationThere;
+}
+
+void CRecoveryReading::putPairBack(Recovery& recovery, Found found) const
+{
+    recovery.found = found;
+    recovery.after.live.list = _now.backup.list;
+    if (_now.backup.configuration)
+    {
+        recovery.after.live.configuration = _now.backup.configuration;
+    }
+    recovery.after.backup = FilePair();
+}
+
+bool CRecoveryReading::finishRollback(Recovery& recovery) const
+{
+    if (!canPutPairBack())
+    {
+        return giveUp(recovery);
+    }
+    putPairBack(recovery, Found::ROLLBACK_INTERRUPTED);
+    return true;
+}
+
+bool CRecoveryReading::askForPair(Recovery& recovery, const std::string& question) const
+{
+    if (!canPutPairBack())
+    {
+        return giveUp(recovery);
+    }
+    if (!ask(recovery, question))
+    {
+        return false;
+    }
+    if (!isAssumed(Assumption::NOTHING))
+    {
+        putPairBack(recovery, isAssumed(Assumption::COMMIT) ? Found::COMMIT_INTERRUPTED : Found::ROLLBACK_INTERRUPTED);
+    }
+    return true;
+}
+
+/// The list is whole, and its backup is there or neither is. A rollback puts the list back first.
+bool CRecoveryReading::readTornDocument(Recovery& recovery) const
+{
+    const Text& document = _now.live.configuration;
+    if (!_now.backup.configuration)
+    {
+        return giveUp(recovery);
+    }
+    const bool isCutShort = !document || isCut(document, _now.backup.configuration);
+    if (isCutShort && isSame(_now.live.list, _now.backup.list))
+    {
+        return finishRollback(recovery);
+    }
+    return askForPair(recovery, "the document is missing or torn, and neither a commit nor a rollback leaves it so");
+}
+
+bool CRecoveryReading::readLoneConfigurationBackup(Recovery& recovery) const
+{
+    const Text& document = _now.live.configuration;
+    const Text& backup = _now.backup.configuration;
+    const Found leftovers = recovery.found;
+    if (isSame(document, backup))
+    {
+        recovery.found = Found::ROLLBACK_INTERRUPTED;
+        recovery.after.backup.configuration.reset();
+        return true;
+    }
+    if (!isDocument(backup))
+    {
+        // The backup of a document that could not be parsed would be equal to it.
+        if (!document)
+        {
+            return giveUp(recovery);
+        }
+        removeBackups(recovery);
+        return true;
+    }
+    recovery.found = Found::ROLLBACK_INTERRUPTED;
+    if (document && !isCut(document, backup) && !differInParticipantsOnly(*document, *backup))
+    {
+        if (!ask(recovery, "the backup of the document is alone, and differs outside the participants too"))
+        {
+            return false;
+        }
+        if (isAssumed(Assumption::NOTHING))
+        {
+            recovery.found = leftovers;
+            return true;
+        }
+        recovery.found = isAssumed(Assumption::COMMIT) ? Found::COMMIT_INTERRUPTED : Found::ROLLBACK_INTERRUPTED;
+    }
+    recovery.after.live.configuration = backup;
+    recovery.after.backup.configuration.reset();
+    return true;
+}
+
+} // namespace QMT

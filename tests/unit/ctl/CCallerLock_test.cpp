@@ -1,0 +1,70 @@
+#include "ctl/CCallerLock.h"
+
+#include "support/Files.h"
+#include "support/LockHolder.h"
+#include "support/TemporaryFramework.h"
+
+#include <Poco/Exception.h>
+
+#include <gtest/gtest.h>
+
+#include <sys/stat.h>
+
+namespace QMT::Test
+{
+
+namespace
+{
+
+class CallerLock : public testing::Test
+{
+protected:
+    TemporaryFramework framework;
+    const std::string path = framework.path() + "/etc/model/qor_mim_ctl.lock";
+};
+
+TEST_F(CallerLock, MakesItsFileLikeTheList)
+{
+    ::chmod(framework.list().c_str(), 0640);
+
+    const CCallerLock lock(framework.path());
+
+    struct stat status = {};
+    ASSERT_EQ(::stat(path.c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & 07777, 0640U);
+}
+
+TEST_F(CallerLock, IsTakenAndItsFileStays)
+{
+    {
+        CCallerLock lock(framework.path());
+        EXPECT_TRUE(lock.takeWithin(0));
+    }
+    EXPECT_EQ(readFile(path), "");
+}
+
+TEST_F(CallerLock, TellsWhoHasIt)
+{
+    const LockHolder holder(path);
+    CCallerLock lock(framework.path());
+    const std::string told = "another caller, process " + std::to_string(holder.process()) + ", has the lock " + path;
+
+    EXPECT_FALSE(lock.takeWithin(0));
+    EXPECT_EQ(lock.holder(), told);
+    EXPECT_EQ(CCallerLock::holderOf(framework.path()), told);
+}
+
+TEST_F(CallerLock, HasNoHolderWithoutAFile)
+{
+    EXPECT_EQ(CCallerLock::holderOf(framework.path()), "");
+    EXPECT_FALSE(exists(path));
+}
+
+TEST_F(CallerLock, ThrowsWithoutAModelDirectory)
+{
+    EXPECT_THROW(CCallerLock(framework.path() + "/missing"), Poco::FileException);
+}
+
+} // namespace
+
+} // namespace QMT::Test

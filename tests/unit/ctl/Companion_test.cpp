@@ -1,0 +1,218 @@
+#include "ctl/Companion.h"
+
+#include "support/FakeInstallation.h"
+#include "support/TemporaryFramework.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <sstream>
+
+namespace QMT::Test
+{
+
+namespace
+{
+
+using Words = std::vector<std::string>;
+
+/// Calls of the companion on a temporary framework, to which QORPATH points.
+class Companion : public testing::Test
+{
+protected:
+    int run(const Words& words)
+    {
+        out.str("");
+        console.str("");
+        return runCompanion(words, out, console);
+    }
+
+    /// The call is refused, and the console says why.
+    void expectRefused(const Words& words, const std::string& reason)
+    {
+        EXPECT_EQ(run(words), 2) << reason;
+        EXPECT_EQ(out.str(), "");
+        EXPECT_EQ(console.str(), "qor_mim_ctl: " + reason + " (see qor_mim_ctl --help)\n");
+    }
+
+    TemporaryFramework framework;
+    std::ostringstream out;
+    std::ostringstream console;
+};
+
+// ---- Help and version ----
+
+TEST_F(Companion, ShowsItsVersion)
+{
+    EXPECT_EQ(run({"--version"}), 0);
+    EXPECT_EQ(out.str(), "qor_mim_ctl " QMT_VERSION "\n");
+    EXPECT_EQ(run({"recover", "--version", "--json"}), 0);
+    EXPECT_EQ(out.str(), "qor_mim_ctl " QMT_VERSION "\n");
+    EXPECT_EQ(console.str(), "");
+}
+
+TEST_F(Companion, ShowsItsCommandsAndOptions)
+{
+    EXPECT_EQ(run({"--help"}), 0);
+    EXPECT_EQ(out.str().rfind("usage: qor_mim_ctl COMMAND [OPTION]...\n", 0), 0U) << out.str();
+    for (const std::string text : {"\n  recover   Brings ", "--help", "--version", "--json", "--qor-path=DIR"})
+    {
+        EXPECT_NE(out.str().find(text), std::string::npos) << text;
+    }
+    EXPECT_EQ(out.str().find("--dry-run"), std::string::npos);
+    EXPECT_EQ(console.str(), "");
+}
+
+TEST_F(Companion, ShowsTheOptionsOfACommand)
+{
+    EXPECT_EQ(run({"recover", "--help", "--wait=1"}), 0);
+    EXPECT_EQ(out.str().rfind("usage: qor_mim_ctl recover [OPTION]...\n", 0), 0U) << out.str();
+    for (const std::string text :
+         {"--json", "--qor-path=DIR", "--dry-run", "--wait=SECONDS", "--assume=RUN", "--force"})
+    {
+        EXPECT_NE(out.str().find(text), std::string::npos) << text;
+    }
+}
+
+// ---- Wrong command lines ----
+
+TEST_F(Companion, NeedsACommand)
+{
+    expectRefused({}, "A command is missing");
+    expectRefused({"--qor-path=/x"}, "A command is missing");
+}
+
+TEST_F(Companion, RefusesAnUnknownCommand)
+{
+    expectRefused({"destroy"}, "There is no command destroy");
+    expectRefused({"destroy", "--help"}, "There is no command destroy");
+    expectRefused({"de\nstroy"}, "There is no command de\\nstroy");
+}
+
+TEST_F(Companion, RefusesAnUnknownOption)
+{
+    expectRefused({"recover", "--bogus"}, "Unknown option specified: bogus");
+    expectRefused({"--bogus"}, "Unknown option specified: bogus");
+    expectRefused({"recover", "-x"}, "Unknown option specified: x");
+    expectRefused({"recover", "--help", "--bogus"}, "Unknown option specified: bogus");
+}
+
+TEST_F(Companion, RefusesAnOptionTwice)
+{
+    expectRefused({"recover", "--dry-run", "--dry-run"}, "Option must not be given more than once: dry-run");
+    expectRefused({"recover", "--wait=1", "--wait=1"}, "Option must not be given more than once: wait");
+}
+
+TEST_F(Companion, RefusesAMissingOrEmptyValue)
+{
+    expectRefused({"recover", "--wait"}, "Missing option argument: wait requires SECONDS");
+    expectRefused({"recover", "--wait", "--json=1"}, "Missing option argument: wait requires SECONDS");
+    expectRefused({"recover", "--wait", "-1"}, "Missing option argument: wait requires SECONDS");
+    expectRefused({"recover", "--wait="}, "The value of --wait is empty");
+    expectRefused({"recover", "--wait", ""}, "The value of --wait is empty");
+    expectRefused({"recover", "--qor-path="}, "The value of --qor-path is empty");
+}
+
+TEST_F(Companion, RefusesAValueWhereThereIsNone)
+{
+    expectRefused({"recover", "--dry-run=1"}, "Unexpected option argument: dry-run=1");
+}
+
+TEST_F(Companion, RefusesAnArgumentThatIsNoOption)
+{
+    expectRefused({"recover", "now"}, "There is no use for the argument now");
+    expectRefused({"recover", "--"}, "There is no use for the argument --");
+    expectRefused({"recover", "-"}, "There is no use for the argument -");
+    expectRefused({"--json:"}, "Unexpected option argument: json:");
+}
+
+TEST_F(Companion, RefusesAWrongValue)
+{
+    for (const std::string value : {"x", "1.5", "+1", "1,0", "1000000"})
+    {
+        expectRefused({"recover", "--wait=" + value}, "The value of --wait is no number of seconds: " + value);
+    }
+    expectRefused({"recover", "--assume=Commit"}, "The value of --assume is not commit, rollback or nothing: Commit");
+}
+
+TEST_F(Companion, TellsAWrongCommandLineAsJsonToo)
+{
+    EXPECT_EQ(run({"--json", "--bogus"}), 2);
+    EXPECT_EQ(out.str(), "{\"command\":null,\"framework\":null,\"status\":2,"
+                         "\"error\":\"Unknown option specified: bogus (see qor_mim_ctl --help)\"}\n");
+    EXPECT_NE(console.str(), "");
+    EXPECT_EQ(run({"recover", "--bogus", "--json"}), 2);
+    EXPECT_EQ(out.str(), "{\"command\":\"recover\",\"framework\":null,\"status\":2,"
+                         "\"error\":\"Unknown option specified: bogus (see qor_mim_ctl --help)\"}\n");
+}
+
+// ---- The framework ----
+
+TEST_F(Companion, FindsTheFrameworkAsTheToolDoesWithoutAWord)
+{
+    EXPECT_EQ(run({"recover", "--json", "--dry-run"}), 0);
+    EXPECT_EQ(out.str(), "{\"command\":\"recover\",\"framework\":\"" + framework.path() +
+                             "\",\"status\":0,\"found\":\"nothing\",\"done\":[],\"copy\":null}\n");
+    EXPECT_EQ(console.str(), "");
+}
+
+TEST_F(Companion, TakesAGivenFrameworkAndDropsItsTrailingSlash)
+{
+    const TemporaryFramework other;
+
+    EXPECT_EQ(run({"recover", "--json", "--dry-run", "--qor-path", other.path() + "//"}), 0);
+    EXPECT_NE(out.str().find("\"framework\":\"" + other.path() + "\""), std::string::npos) << out.str();
+}
+
+TEST_F(Companion, CannotWorkWithoutAFramework)
+{
+    EXPECT_EQ(run({"recover", "--qor-path=/no\nwhere/", "--json"}), 4);
+    EXPECT_EQ(out.str(), "{\"command\":\"recover\",\"framework\":\"/no\\nwhere\",\"status\":4,"
+                         "\"error\":\"File not found: there is no framework directory: /no\\nwhere\"}\n");
+    EXPECT_EQ(console.str(), "qor_mim_ctl: File not found: there is no framework directory: /no\\nwhere\n");
+}
+
+TEST_F(Companion, CannotWorkWhereTheFrameworkIsNoDirectory)
+{
+    EXPECT_EQ(run({"recover", "--qor-path=" + framework.list()}), 4);
+    EXPECT_NE(console.str().find("the framework is no directory: " + framework.list()), std::string::npos);
+}
+
+TEST_F(Companion, CannotWorkWhereNothingNamesAFramework)
+{
+    ::unsetenv("QORPATH");
+    const FakeInstallation installation;
+    installation.setAgent("echo /missing/framework");
+
+    EXPECT_EQ(run({"recover", "--json"}), 4);
+    EXPECT_EQ(out.str(), "{\"command\":\"recover\",\"framework\":null,\"status\":4,"
+                         "\"error\":\"the framework directory cannot be determined\"}\n");
+}
+
+TEST_F(Companion, ReplacesWhatIsNoUtf8InItsAnswer)
+{
+    run({"recover", "--json", "--qor-path=/\xFF"});
+
+    EXPECT_NE(out.str().find("\"framework\":\"/\xEF\xBF\xBD\""), std::string::npos) << out.str();
+}
+
+// ---- Output ----
+
+TEST_F(Companion, TellsAnAnswerThatCouldNotBeWritten)
+{
+    for (const Words& words :
+         {Words{"--help"}, Words{"--version"}, Words{"recover", "--dry-run"}, Words{"recover", "--dry-run", "--json"}})
+    {
+        std::ostringstream closed;
+        closed.setstate(std::ios::badbit);
+        console.str("");
+
+        EXPECT_EQ(runCompanion(words, closed, console), 4);
+
+        EXPECT_EQ(console.str(), "qor_mim_ctl: the answer could not be written\n");
+    }
+}
+
+} // namespace
+
+} // namespace QMT::Test

@@ -1,0 +1,148 @@
+#include "support/RecoveryTest.h"
+
+namespace QMT::Test
+{
+
+namespace
+{
+
+/// The last commit added "/valve" to the list and left the document alone, unless a test says otherwise.
+class RecoveryBackups : public RecoveryTest
+{
+protected:
+    RecoveryBackups()
+    {
+        now = withoutSession({old.configuration, "/base\n/valve\n"}, old);
+        facts.rootClasses["/valve"] = "Valve";
+    }
+
+    FrameworkContents withoutBackups() const
+    {
+        FrameworkContents after = now;
+        after.backup = FilePair();
+        return after;
+    }
+
+    /// Nobody can tell; a commit cut short loses them.
+    void expectAsked()
+    {
+        expectUnclear();
+        expectAssumed(Assumption::COMMIT, Found::COMMIT_INTERRUPTED, withoutBackups());
+        expectAssumed(Assumption::ROLLBACK, Found::NOTHING, now);
+        expectAssumed(Assumption::NOTHING, Found::NOTHING, now);
+    }
+};
+
+TEST_F(RecoveryBackups, StayAfterACommitThatAddedAModelWithoutAHandler)
+{
+    expectNothing();
+}
+
+TEST_F(RecoveryBackups, StayAfterACommitThatRemovedAServedModelWithoutItsHandler)
+{
+    now.live.list = "";
+    now.backup.list = "";
+    now.live.list = "/other\n";
+    now.backup.list = "/other\n/base\n";
+
+    expectNothing();
+}
+
+TEST_F(RecoveryBackups, StayWhereNoRootClassTells)
+{
+    now.live.list = "/base\n/rootless\n";
+    now.backup.list = "/base\n/lost\n";
+
+    expectNothing();
+}
+
+TEST_F(RecoveryBackups, StayWhereTheDocumentsDiffer)
+{
+    now.live = {documentServing({"Base", "Valve"}), "/base\n/valve\n"};
+
+    expectNothing();
+}
+
+TEST_F(RecoveryBackups, AreAskedForWhereAModelOfTheListAloneIsServed)
+{
+    now.live.configuration = now.backup.configuration = documentServing({"Base", "Valve"});
+
+    expectAsked();
+}
+
+TEST_F(RecoveryBackups, AreAskedForWhereAModelOfTheBackupAloneIsNotServed)
+{
+    now.backup.list = "/base\n/gone\n/valve\n";
+
+    expectAsked();
+}
+
+TEST_F(RecoveryBackups, AreAskedForUnderALockFileToo)
+{
+    now = withSession(old, {old.configuration, older.list});
+
+    expectAsked();
+}
+
+TEST_F(RecoveryBackups, AreRemovedWhereTheDocumentsCannotBeParsed)
+{
+    now.backup.configuration = "<qor>";
+
+    expectClear(Found::COMMIT_INTERRUPTED, withoutBackups());
+}
+
+TEST_F(RecoveryBackups, AreRemovedWhereTheListsEndsInsideALine)
+{
+    for (const std::string& torn : {std::string("/ba"), std::string("/base\n\0", 7)})
+    {
+        now.backup.list = torn;
+
+        expectClear(Found::COMMIT_INTERRUPTED, withoutBackups());
+    }
+}
+
+TEST_F(RecoveryBackups, StayWhereTheLiveListEndsInsideALineToo)
+{
+    now.live.list = now.backup.list = "/base\n/valve";
+
+    expectNothing();
+}
+
+TEST_F(RecoveryBackups, StayWhereTheCopyOfTheSessionWasSo)
+{
+    now = withSession({old.configuration, "/base\n/valve"}, {old.configuration, "/base\n/valve"});
+    now.live.list = "/base\n/valve\n";
+
+    expectNothing();
+}
+
+TEST_F(RecoveryBackups, OfTheListAloneAreRemoved)
+{
+    now.backup.configuration.reset();
+    expectClear(Found::COMMIT_INTERRUPTED, withoutBackups());
+
+    now.backup.list = now.live.list;
+    expectClear(Found::COMMIT_INTERRUPTED, withoutBackups());
+}
+
+TEST_F(RecoveryBackups, OfTheDocumentAloneAreRemovedWhenItWasNeverLive)
+{
+    now.backup = {"<qor>", std::nullopt};
+
+    expectClear(Found::COMMIT_INTERRUPTED, withoutBackups());
+}
+
+TEST_F(RecoveryBackups, OfAnotherDocumentAloneAreAskedForUnderALockFile)
+{
+    now = withSession(committed, {old.configuration, std::nullopt});
+    const FilePair mixed = {old.configuration, committed.list};
+
+    expectUnclear();
+    expectAssumed(Assumption::COMMIT, Found::COMMIT_INTERRUPTED, withoutBackups());
+    expectAssumed(Assumption::ROLLBACK, Found::ROLLBACK_INTERRUPTED, withSession(mixed, FilePair()));
+    expectAssumed(Assumption::NOTHING, Found::NOTHING, now);
+}
+
+} // namespace
+
+} // namespace QMT::Test

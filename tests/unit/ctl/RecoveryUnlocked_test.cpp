@@ -1,0 +1,284 @@
+#include "support/RecoveryTest.h"
+
+namespace QMT::Test
+{
+
+namespace
+{
+
+/// There is no lock file. The last commit has made `old` of `older`.
+class RecoveryUnlocked : public RecoveryTest
+{
+protected:
+    RecoveryUnlocked()
+    {
+        now = withoutSession(old, older);
+    }
+
+    static std::string nul(std::size_t count)
+    {
+        return std::string(count, '\0');
+    }
+
+    const FrameworkContents rolledBack = withoutSession(older, FilePair());
+};
+
+// ---- Nothing has happened ----
+
+TEST_F(RecoveryUnlocked, IsNothingAfterACommit)
+{
+    expectNothing();
+}
+
+TEST_F(RecoveryUnlocked, IsNothingInANewFramework)
+{
+    now.backup = FilePair();
+
+    expectNothing();
+}
+
+TEST_F(RecoveryUnlocked, IsNothingWithBackupsEqualToTheLiveFiles)
+{
+    now.backup = old;
+
+    expectNothing();
+}
+
+TEST_F(RecoveryUnlocked, IsNothingAfterEditsOfBothFiles)
+{
+    now.live = {documentServing({"Base"}, "9"), "/base\n/edited"};
+
+    expectNothing();
+}
+
+TEST_F(RecoveryUnlocked, IsNothingWithAListCutAtALinesEnd)
+{
+    now.live.list = "/base\n";
+    now.backup.list = "/base\n/gone\n";
+
+    expectNothing();
+}
+
+TEST_F(RecoveryUnlocked, IsNothingWithADocumentThatNobodyCanParse)
+{
+    now = withoutSession({"<qor>", "/base\n"}, FilePair());
+
+    expectNothing();
+}
+
+TEST_F(RecoveryUnlocked, IsNothingWithABackupOfADocumentThatNobodyCanParse)
+{
+    now = withoutSession({"<qor>", "/base\n"}, {"<qor>", "/base\n"});
+
+    expectNothing();
+}
+
+TEST_F(RecoveryUnlocked, IsNothingWithAnEmptyListThatWasEmpty)
+{
+    now.live.list = now.backup.list = "";
+    now.backup.configuration = now.live.configuration;
+
+    expectNothing();
+}
+
+// ---- What is left of a session ----
+
+TEST_F(RecoveryUnlocked, DropsASessionFile)
+{
+    now.session = queue;
+
+    expectClear(Found::STAGING_INTERRUPTED, withoutSession(old, older));
+}
+
+TEST_F(RecoveryUnlocked, DropsWorkingCopies)
+{
+    now.workingCopy = {std::nullopt, "/ba"};
+    expectClear(Found::STAGING_INTERRUPTED, withoutSession(old, older));
+
+    now.workingCopy = {"<qor>", std::nullopt};
+    expectClear(Found::STAGING_INTERRUPTED, withoutSession(old, older));
+}
+
+// ---- A rollback ----
+
+TEST_F(RecoveryUnlocked, FinishesARollbackWithTheListMissing)
+{
+    now.live.list.reset();
+
+    expectClear(Found::ROLLBACK_INTERRUPTED, rolledBack);
+}
+
+TEST_F(RecoveryUnlocked, FinishesARollbackWithTheListTorn)
+{
+    for (const std::string& torn : {std::string("/base\n/go"), "/ba" + nul(9), nul(12)})
+    {
+        now.live.list = torn;
+
+        expectClear(Found::ROLLBACK_INTERRUPTED, rolledBack);
+    }
+}
+
+TEST_F(RecoveryUnlocked, FinishesARollbackWithTheDocumentTorn)
+{
+    now.live.list = older.list;
+    for (const auto& torn :
+         {std::optional<std::string>(), std::optional<std::string>(""),
+          std::optional<std::string>(older.configuration->substr(0, 20)), std::optional<std::string>("<q" + nul(30))})
+    {
+        now.live.configuration = torn;
+
+        expectClear(Found::ROLLBACK_INTERRUPTED, rolledBack);
+    }
+}
+
+TEST_F(RecoveryUnlocked, FinishesARollbackWhoseListIsDone)
+{
+    now.live.list = older.list;
+    now.backup.list.reset();
+    expectClear(Found::ROLLBACK_INTERRUPTED, rolledBack);
+
+    now.live.configuration = older.configuration->substr(0, 20);
+    expectClear(Found::ROLLBACK_INTERRUPTED, rolledBack);
+
+    now.live.configuration.reset();
+    expectClear(Found::ROLLBACK_INTERRUPTED, rolledBack);
+}
+
+TEST_F(RecoveryUnlocked, FinishesARollbackWhoseDocumentIsDone)
+{
+    now = withoutSession(older, {older.configuration, std::nullopt});
+
+    expectClear(Found::ROLLBACK_INTERRUPTED, rolledBack);
+}
+
+TEST_F(RecoveryUnlocked, FinishesARollbackWithoutABackupOfTheDocument)
+{
+    now = withoutSession({old.configuration, "/base\n/go"}, {std::nullopt, older.list});
+
+    expectClear(Found::ROLLBACK_INTERRUPTED, withoutSession({old.configuration, older.list}, FilePair()));
+}
+
+TEST_F(RecoveryUnlocked, FinishesARollbackBesideWhatIsLeftOfASession)
+{
+    now.live.list.reset();
+    now.workingCopy = older;
+    now.session = queue;
+
+    expectClear(Found::ROLLBACK_INTERRUPTED, rolledBack);
+}
+
+// ---- What can be read in two ways ----
+
+TEST_F(RecoveryUnlocked, AsksForARollbackOrACommitThatLeftTheListAlone)
+{
+    now.backup.list = now.live.list;
+    const FrameworkContents back = withoutSession({older.configuration, old.list}, FilePair());
+
+    expectUnclear();
+    expectAssumed(Assumption::COMMIT, Found::COMMIT_INTERRUPTED, back);
+    expectAssumed(Assumption::ROLLBACK, Found::ROLLBACK_INTERRUPTED, back);
+    expectAssumed(Assumption::NOTHING, Found::NOTHING, now);
+}
+
+TEST_F(RecoveryUnlocked, AsksForARollbackOrARemovalOfTheLastModel)
+{
+    now.live.list = "";
+
+    expectUnclear();
+    expectAssumed(Assumption::COMMIT, Found::COMMIT_INTERRUPTED, rolledBack);
+    expectAssumed(Assumption::ROLLBACK, Found::ROLLBACK_INTERRUPTED, rolledBack);
+    expectAssumed(Assumption::NOTHING, Found::NOTHING, now);
+}
+
+TEST_F(RecoveryUnlocked, AsksWhatALoneBackupOfAnEditedDocumentIs)
+{
+    now.backup = {documentServing({"Base", "Gone"}, "9"), std::nullopt};
+    const FrameworkContents back = withoutSession({now.backup.configuration, old.list}, FilePair());
+
+    expectUnclear();
+    expectAssumed(Assumption::COMMIT, Found::COMMIT_INTERRUPTED, back);
+    expectAssumed(Assumption::ROLLBACK, Found::ROLLBACK_INTERRUPTED, back);
+    expectAssumed(Assumption::NOTHING, Found::NOTHING, now);
+}
+
+TEST_F(RecoveryUnlocked, AsksWhatALoneBackupOfABrokenDocumentIs)
+{
+    now = withoutSession({"<qor><broken></qor>", old.list}, {older.configuration, std::nullopt});
+
+    expectUnclear();
+    expectAssumed(Assumption::NOTHING, Found::NOTHING, now);
+}
+
+TEST_F(RecoveryUnlocked, AsksWhatBrokeADocumentAfterACommit)
+{
+    for (const auto& torn : {std::optional<std::string>(), std::optional<std::string>("<qor><broken></qor>"),
+                             std::optional<std::string>("<qor>")})
+    {
+        now.live.configuration = torn;
+
+        expectUnclear();
+        expectAssumed(Assumption::COMMIT, Found::COMMIT_INTERRUPTED, rolledBack);
+        expectAssumed(Assumption::ROLLBACK, Found::ROLLBACK_INTERRUPTED, rolledBack);
+        expectAssumed(Assumption::NOTHING, Found::NOTHING, now);
+    }
+}
+
+TEST_F(RecoveryUnlocked, AsksWhatBrokeADocumentBesideAnEqualList)
+{
+    now.live = {"<qor><broken></qor>", older.list};
+
+    expectUnclear();
+    expectAssumed(Assumption::ROLLBACK, Found::ROLLBACK_INTERRUPTED, rolledBack);
+}
+
+// ---- What is whole nowhere ----
+
+TEST_F(RecoveryUnlocked, CannotReplaceAListThatIsWholeNowhere)
+{
+    now.live.list.reset();
+    for (const auto& torn : {std::optional<std::string>(), std::optional<std::string>("/base\n/go")})
+    {
+        now.backup.list = torn;
+
+        expectUnclear();
+        EXPECT_EQ(read(Assumption::COMMIT).found, Found::UNCLEAR);
+        EXPECT_EQ(read(Assumption::ROLLBACK).found, Found::UNCLEAR);
+    }
+}
+
+TEST_F(RecoveryUnlocked, CannotReplaceADocumentThatIsWholeNowhere)
+{
+    now = withoutSession({std::nullopt, old.list}, FilePair());
+    expectUnclear();
+    expectAssumed(Assumption::NOTHING, Found::NOTHING, now);
+
+    now.backup = {"<qor>", std::nullopt};
+    expectUnclear();
+    EXPECT_EQ(read(Assumption::COMMIT).found, Found::UNCLEAR);
+
+    now.backup = {std::nullopt, old.list};
+    expectUnclear();
+
+    now.backup = {"<qor>", older.list};
+    expectUnclear();
+}
+
+TEST_F(RecoveryUnlocked, CannotFinishARollbackToABrokenDocument)
+{
+    now.live.list.reset();
+    now.backup.configuration = "<qor>";
+
+    expectUnclear();
+}
+
+TEST_F(RecoveryUnlocked, CannotFinishARollbackWithoutADocument)
+{
+    now.live = FilePair();
+    now.backup.configuration.reset();
+
+    expectUnclear();
+}
+
+} // namespace
+
+} // namespace QMT::Test

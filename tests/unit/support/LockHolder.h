@@ -1,0 +1,30 @@
+#ifndef QMT_TEST_LockHolder_INCLUDED
+#define QMT_TEST_LockHolder_INCLUDED
+
+#include <string>
+
+namespace QMT::Test
+{
+
+/// Another process that holds the record lock on a file as long as the object lives.
+class LockHolder
+{
+public:
+    /// Makes the file unless it exists.
+    explicit LockHolder(const std::string& path);
+    ~LockHolder();
+    LockHolder(const LockHolder&) = delete;
+    LockHolder& operator=(const LockHolder&) = delete;
+    LockHolder(LockHolder&&) = delete;
+    LockHolder& operator=(LockHolder&&) = delete;
+
+    /// Its number.
+    int process() const;
+
+private:
+    int _process;
+};
+
+} // namespace QMT::Test
+
+#endif // QMT_TEST_LockHolder_INCLUDED

@@ -1,0 +1,77 @@
+#ifndef QMT_TEST_RecoveryTest_INCLUDED
+#define QMT_TEST_RecoveryTest_INCLUDED
+
+#include "ctl/Recovery.h"
+
+#include <gtest/gtest.h>
+
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace QMT::Test
+{
+
+/// A configuration document whose only handler serves `roots`; `limit` stands outside the participants.
+std::string documentServing(const std::vector<std::string>& roots, const std::string& limit = "8");
+
+/// Facts that a test sets.
+class FakeFacts : public CRecoveryFacts
+{
+public:
+    std::string hostName() override;
+    std::vector<FilePair> queueResults(const FilePair& base, const std::string& session) override;
+    bool isLiveListRejected() override;
+    std::string rootClassOf(const std::string& modelFile) override;
+
+    /// What the queue makes of a configuration and a list, after each action.
+    std::map<std::pair<std::string, std::string>, std::vector<FilePair>> results;
+    bool isRejected = false;
+    int judged = 0;                                 ///< how often the validator was asked
+    std::string askedFor;                           ///< the queue of the last question
+    std::map<std::string, std::string> rootClasses; ///< by model file
+};
+
+/// Readings of files on the host "alpha".
+///
+/// In the beginning a session is open: its queue adds "/pump", with the root class Pump, to a framework whose last
+/// commit has removed "/gone", with the root class Gone.
+class RecoveryTest : public testing::Test
+{
+protected:
+    RecoveryTest();
+
+    /// Reads the files, with `assumption` or without one.
+    Recovery read(std::optional<Assumption> assumption = std::nullopt);
+
+    /// The files are as they shall be, or become so, whatever is assumed.
+    void expectClear(Found found, const FrameworkContents& after);
+
+    /// Nothing is to be done.
+    void expectNothing();
+
+    /// Nothing is changed without an assumption.
+    void expectUnclear();
+
+    /// With an assumption it becomes this.
+    void expectAssumed(Assumption assumption, Found found, const FrameworkContents& after);
+
+    /// The files with the live pair `live`, the session kept and the working copies equal to it.
+    FrameworkContents withSession(const FilePair& live, const FilePair& backup) const;
+
+    /// The files without a session.
+    static FrameworkContents withoutSession(const FilePair& live, const FilePair& backup);
+
+    const FilePair older = {documentServing({"Base", "Gone"}), "/base\n/gone\n"};
+    const FilePair old = {documentServing({"Base"}), "/base\n"};
+    const FilePair committed = {documentServing({"Base", "Pump"}), "/base\n/pump\n"};
+    const std::string queue = "3:/pump|pumpHandler|1|1\n";
+
+    FrameworkContents now;
+    FakeFacts facts;
+};
+
+} // namespace QMT::Test
+
+#endif // QMT_TEST_RecoveryTest_INCLUDED
