@@ -10,7 +10,8 @@
 namespace QMT
 {
 
-/// A file as it was at one moment, though it be replaced or removed: its content, its attributes, or that it was missing.
+/// A file as it was at one moment, though it be replaced or removed: its content, its attributes, or that it was
+/// missing.
 class CKeptFile
 {
 public:

@@ -1,6 +1,6 @@
 /*
- * Runs the program step by step: before each call on a file below /opt/qor/etc, and instead of each sleep, it says on the
- * socket QOR_SANDBOX_STEP what it is about to do (one line), and waits for a byte before it does it.
+ * Runs the program step by step: before each call on a file below /opt/qor/etc, and instead of each sleep, it says on
+ * the socket QOR_SANDBOX_STEP what it is about to do (one line), and waits for a byte before it does it.
  */
 #define _GNU_SOURCE
 
