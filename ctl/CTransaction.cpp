@@ -228,11 +228,15 @@ void CTransaction::putBackupsBack()
     _areBackupsTouched = false;
 }
 
-/// The lock file goes first: what is left without it is no session.
+/// As when the tool drops a session, the working copy of the configuration goes last: with it a lock file is never
+/// taken for what an installed commit leaves, and nothing else is left that a session which begins in this moment would
+/// miss.
 void CTransaction::close()
 {
     if (!_isLockRemoved)
     {
+        removeFile(_paths.sessionFile());
+        removeFile(_paths.modelFileList().workingCopy);
         removeLock();
     }
     putLeftoversBack();
@@ -257,7 +261,11 @@ void CTransaction::putLeftoversBack() const
 {
     for (const std::unique_ptr<CKeptFile>& file : _leftovers)
     {
-        static_cast<void>(file->putBack());
+        // Under a lock file they are those of another session now, which needs working copies of the same content.
+        if (existenceOf(_paths.lockFile()) == Existence::ABSENT)
+        {
+            static_cast<void>(file->putBack());
+        }
     }
 }
 
