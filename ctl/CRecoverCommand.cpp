@@ -164,7 +164,7 @@ Answer CRecoverCommand::runAlone(const std::string& qorPath, unsigned int second
         return Answer::failure(Status::BUSY, "the host " + owner.host + " has a session open (--force ends it)");
     }
     const Recovery recovery = decideRecovery(now, owner, facts, _assumption);
-    const std::vector<RecoveryStep> steps = recoverySteps(qorPath, now, recovery.after, owner.isApply);
+    const std::vector<RecoveryStep> steps = recoverySteps(qorPath, now, recovery.after, recovery.order);
     if (recovery.found == Found::UNCLEAR)
     {
         Answer answer = answerOf(recovery, steps, std::string());

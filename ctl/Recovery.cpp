@@ -41,6 +41,12 @@ Recovery CRecoveryReading::decide()
     {
         recovery.after = _now;
     }
+    // What tells most goes last: a torn document, edited working copies beside backups that may be older ones, or
+    // backups that are torn. An apply that has nothing left but its lock file would be judged.
+    const bool isListHurt = _now.lock ? isListTorn() : isListTornUnlocked();
+    recovery.order.isListFirst = !isDocument(_now.live.configuration) && !isListHurt;
+    recovery.order.areBackupsFirst = _areBackupsTorn && !wasNeverLive(_now.live);
+    recovery.order.isLockFirst = _owner.isApply;
     return recovery;
 }
 

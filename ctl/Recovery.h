@@ -2,6 +2,7 @@
 #define QMT_Recovery_INCLUDED
 
 #include "ctl/FrameworkContents.h"
+#include "ctl/RecoverySteps.h"
 #include "ctl/SessionOwner.h"
 
 #include <optional>
@@ -34,6 +35,7 @@ struct Recovery
 {
     Found found = Found::NOTHING;
     FrameworkContents after; ///< the files as they shall be; as they are when it is unclear
+    RecoveryOrder order;     ///< in which the steps may be interrupted between any two
     std::string question;    ///< why it is unclear, for people; empty otherwise
 };
 
@@ -65,8 +67,8 @@ public:
 /// Reads the files `now`, whose session, if one is open, is that of `owner`, and decides what is to become of them.
 /// Changes nothing. `assumption` answers what is unclear.
 ///
-/// Guesses nothing: where two readings end differently and no assumption tells, all stays. The steps to `after` may be
-/// interrupted between any two of them: what is left is read to the same end.
+/// Guesses nothing: where two readings end differently and no assumption tells, all stays. When the steps to `after`
+/// are interrupted, what is left is read to the same end.
 Recovery decideRecovery(const FrameworkContents& now, const SessionOwner& owner, CRecoveryFacts& facts,
                         std::optional<Assumption> assumption);
 

@@ -63,8 +63,8 @@ bool CRecoveryReading::isDocumentTorn()
     }
     const bool isBroken = !isDocument(document);
     // Equal to its copy, it is as the session has found it; but a power cut can hurt both in the same way, once the
-    // list has been installed.
-    if (isSame(document, copy.configuration) && (!isBroken || isSame(_now.live.list, copy.list)))
+    // list has been installed and its copy is gone.
+    if (isSame(document, copy.configuration) && (!isBroken || copy.list))
     {
         return false;
     }
@@ -149,7 +149,7 @@ bool CRecoveryReading::restoreTorn(Recovery& recovery, bool isList, bool isConfi
         undo(recovery, *staged);
         return true;
     }
-    if (!staged && !canPutPairBack())
+    if (!staged && !(isWholeList(_now.backup.list) && isDocument(_now.backup.configuration)))
     {
         return giveUp(recovery);
     }

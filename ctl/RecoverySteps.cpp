@@ -47,6 +47,14 @@ void remove(Steps& steps, const Change& change)
     }
 }
 
+/// The paths are those of the configuration and of the list, in this order.
+void removePair(Steps& steps, const std::pair<std::string, std::string>& paths, const FilePair& now,
+                const FilePair& after)
+{
+    remove(steps, {paths.first, now.configuration, after.configuration});
+    remove(steps, {paths.second, now.list, after.list});
+}
+
 void putBack(Steps& steps, const ManagedFile& file, Text FilePair::*state, const FrameworkContents& now,
              const FrameworkContents& after)
 {
@@ -147,7 +155,7 @@ std::vector<std::pair<std::string, std::string>> filesToCopy(const Steps& steps)
 } // namespace
 
 std::vector<RecoveryStep> recoverySteps(const std::string& qorPath, const FrameworkContents& now,
-                                        const FrameworkContents& after, bool endsWithLock)
+                                        const FrameworkContents& after, const RecoveryOrder& order)
 {
     const CFrameworkPaths paths(qorPath);
     const ManagedFile configuration = paths.configuration();
@@ -156,23 +164,35 @@ std::vector<RecoveryStep> recoverySteps(const std::string& qorPath, const Framew
     const std::string lock = paths.lockFile();
     const Change lockChange = {lock, now.lock, after.lock};
     Steps steps;
+    if (order.isListFirst)
+    {
+        putBack(steps, list, &FilePair::list, now, after);
+    }
     putBack(steps, configuration, &FilePair::configuration, now, after);
-    putBack(steps, list, &FilePair::list, now, after);
-    // Edited working copies tell a backup that is being made from an older one, so they last longer.
-    remove(steps, {configuration.backup, now.backup.configuration, after.backup.configuration});
-    remove(steps, {list.backup, now.backup.list, after.backup.list});
+    if (!order.isListFirst)
+    {
+        putBack(steps, list, &FilePair::list, now, after);
+    }
+    if (order.areBackupsFirst)
+    {
+        removePair(steps, {configuration.backup, list.backup}, now.backup, after.backup);
+    }
     renewWorkingCopy(steps, configuration, &FilePair::configuration, now, after);
     renewWorkingCopy(steps, list, &FilePair::list, now, after);
+    if (!order.areBackupsFirst)
+    {
+        removePair(steps, {configuration.backup, list.backup}, now.backup, after.backup);
+    }
     replace(steps, {session, now.session, after.session}, session, "kept the complete lines of " + session);
     replace(steps, lockChange, lock, "wrote the name of this host to " + lock);
-    if (endsWithLock)
+    if (order.isLockFirst)
     {
         remove(steps, lockChange);
     }
     remove(steps, {session, now.session, after.session});
     remove(steps, {list.workingCopy, now.workingCopy.list, after.workingCopy.list});
     remove(steps, {configuration.workingCopy, now.workingCopy.configuration, after.workingCopy.configuration});
-    if (!endsWithLock)
+    if (!order.isLockFirst)
     {
         remove(steps, lockChange);
     }

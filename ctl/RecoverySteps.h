@@ -20,11 +20,17 @@ struct RecoveryStep
     std::string text;                   ///< what is done, for people
 };
 
-/// The steps from the files `now` of the framework directory `qorPath` to `after`, in an order in which they may be
-/// interrupted between any two. With `endsWithLock` the lock file goes before what belongs to its session, otherwise
-/// after it.
+/// In which order things are done.
+struct RecoveryOrder
+{
+    bool isListFirst = false;     ///< the live list is put back before the live document
+    bool areBackupsFirst = false; ///< backups are removed before working copies are made anew
+    bool isLockFirst = false;     ///< the lock file is removed before what belongs to its session
+};
+
+/// The steps from the files `now` of the framework directory `qorPath` to `after`.
 std::vector<RecoveryStep> recoverySteps(const std::string& qorPath, const FrameworkContents& now,
-                                        const FrameworkContents& after, bool endsWithLock);
+                                        const FrameworkContents& after, const RecoveryOrder& order);
 
 /// Copies the files that the steps replace or remove to a new directory of the framework directory `qorPath`, named by
 /// the time `stamp`. On return the copy is on the disk. Returns the directory.

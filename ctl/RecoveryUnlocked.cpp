@@ -78,10 +78,10 @@ bool CRecoveryReading::canPutPairBack() const
 {
     const FilePair& live = _now.live;
     const FilePair& backup = _now.backup;
-    const bool isListThere = isWholeList(backup.list) || isSame(live.list, backup.list);
+    const bool isListThere = isWholeList(backup.list) || (isSame(live.list, backup.list) && !isListTornUnlocked());
     const bool isConfigurationThere =
         backup.configuration ? isDocument(backup.configuration) || isSame(live.configuration, backup.configuration)
-                             : live.configuration.has_value();
+                             : !isDocumentTornUnlocked();
     return isListThere && isConfigurationThere;
 }
 
@@ -98,9 +98,16 @@ void CRecoveryReading::putPairBack(Recovery& recovery, Found found) const
 
 bool CRecoveryReading::finishRollback(Recovery& recovery) const
 {
+    const Text& document = _now.live.configuration;
+    const Text& backup = _now.backup.configuration;
     if (!canPutPairBack())
     {
         return giveUp(recovery);
+    }
+    if (isDocument(document) && backup && document != backup && !isCut(document, backup) &&
+        !differInParticipantsOnly(*document, *backup))
+    {
+        return askForPair(recovery, "the list is torn, and the document was edited since the last commit");
     }
     putPairBack(recovery, Found::ROLLBACK_INTERRUPTED);
     return true;

@@ -190,6 +190,16 @@ TEST_F(RecoveryUnlocked, AsksForARollbackOrARemovalOfTheLastModel)
     expectAssumed(Assumption::NOTHING, Found::NOTHING, now);
 }
 
+TEST_F(RecoveryUnlocked, AsksBeforeARollbackReplacesAnEditedDocument)
+{
+    now.live = {documentServing({"Base"}, "9"), "/base\n/go"};
+
+    expectUnclear();
+    expectAssumed(Assumption::COMMIT, Found::COMMIT_INTERRUPTED, rolledBack);
+    expectAssumed(Assumption::ROLLBACK, Found::ROLLBACK_INTERRUPTED, rolledBack);
+    expectAssumed(Assumption::NOTHING, Found::NOTHING, now);
+}
+
 TEST_F(RecoveryUnlocked, AsksWhatALoneBackupOfAnEditedDocumentIs)
 {
     now.backup = {documentServing({"Base", "Gone"}, "9"), std::nullopt};

@@ -17,6 +17,8 @@ std::string shown(const std::optional<std::string>& text)
     return text ? "[" + *text + "]" : "none";
 }
 
+} // namespace
+
 std::string shown(const FrameworkContents& contents)
 {
     return "live " + shown(contents.live.configuration) + " " + shown(contents.live.list) + "\ncopy " +
@@ -24,8 +26,6 @@ std::string shown(const FrameworkContents& contents)
            shown(contents.backup.configuration) + " " + shown(contents.backup.list) + "\nsession " +
            shown(contents.session) + "\nlock " + shown(contents.lock);
 }
-
-} // namespace
 
 std::string documentServing(const std::vector<std::string>& roots, const std::string& limit)
 {

@@ -16,6 +16,9 @@ namespace QMT::Test
 /// A configuration document whose only handler serves `roots`; `limit` stands outside the participants.
 std::string documentServing(const std::vector<std::string>& roots, const std::string& limit = "8");
 
+/// The contents of all files, for messages.
+std::string shown(const FrameworkContents& contents);
+
 /// Facts that a test sets.
 class FakeFacts : public CRecoveryFacts
 {
