@@ -36,7 +36,7 @@ CKeptFile::CKeptFile(const std::string& path)
     else if (result != ReadResult::MISSING)
     {
         static_cast<void>(::close(_file));
-        throw Poco::FileException("the file cannot be read", path);
+        throw Poco::FileException(path);
     }
 }
 
