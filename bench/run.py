@@ -17,11 +17,10 @@ import shutil
 import subprocess
 import sys
 import tempfile
-from collections.abc import Callable, Iterator, Sequence
+from collections.abc import Callable, Iterable, Iterator, Sequence
 from concurrent.futures import ThreadPoolExecutor
 from pathlib import Path
 
-import chart
 from measure import PROJECT, Bench, shares
 from workload import Case, Framework
 
@@ -38,6 +37,7 @@ STATUS = Case("status 1000", "`--status`, 1,000 queued actions", actions=1000, c
 STAGING = Case("stage 1000th", "staging the 1,000th action", actions=999, command="stage")
 CASES = (IDLE, SMALL, MEDIUM, LARGE, HUGE, REMOVAL, LIST, STATUS, STAGING)
 QUICK = (IDLE, SMALL, MEDIUM, LIST, STATUS, STAGING)
+PORTABLE = (IDLE, SMALL, LARGE)
 ROUNDS = 3
 GROWTH = (10, 30, 100, 300, 1000, 3000, 10000)
 
@@ -54,11 +54,17 @@ class Figures:
 Table = dict[tuple[str, str], Figures]
 
 
+def native_architecture() -> str:
+    """The name that Debian has for this machine's."""
+    return subprocess.run(["dpkg", "--print-architecture"], capture_output=True, text=True, check=True).stdout.strip()
+
+
 class Runner:
     """Runs all contenders through all cases."""
 
     def __init__(self, build: Path, bench: Bench):
         self.tool = build / "qor_mim_tool"
+        self.portable = PROJECT / "build" / "portable" / native_architecture() / "sbin" / "qor_mim_tool"
         self.empty = build / "bench" / "empty_application"
         self.floor = build / "bench" / "commit_floor"
         self.bench = bench
@@ -70,6 +76,8 @@ class Runner:
     def contenders(self, case: Case, edits: Path) -> Iterator[tuple[str, list[str]]]:
         """Names and commands.  The floor of an idle run is the empty application."""
         yield "tool", [str(self.tool), *case.tool_arguments()]
+        if case in PORTABLE:
+            yield "portable", [str(self.portable), *case.tool_arguments()]
         yield "empty", [str(self.empty)]
         if case.actions:
             yield "floor", [str(self.floor), *case.floor_arguments()]
@@ -113,13 +121,13 @@ class Runner:
         shutil.rmtree(framework.directory.parent)
         return result
 
-    def growth(self) -> dict[str, chart.Curve]:
-        """The instructions of a commit of one action, over the number of handlers."""
+    def growth(self) -> Iterator[tuple[int, ...]]:
+        """Numbers of handlers, each with the instructions of a commit of one action: the tool's, then the floor's."""
         cases = [Case(f"growth {handlers}", "", handlers=handlers, actions=1) for handlers in GROWTH]
         names = ("tool", "floor")
         with ThreadPoolExecutor(os.cpu_count()) as pool:
             counts = list(pool.map(lambda job: self.count(*job), [(case, name) for name in names for case in cases]))
-        return {name: list(zip(GROWTH, counts[index * len(cases):])) for index, name in enumerate(names)}
+        return zip(GROWTH, counts[:len(cases)], counts[len(cases):])
 
     def profile(self, case: Case) -> dict[str, float]:
         """Where the instructions of the tool go."""
@@ -140,7 +148,7 @@ def measure_all(runner: Runner, cases: Sequence[Case]) -> Table:
     table: Table = {}
     for case in cases:
         table.update(runner.measure(case, progress))
-    jobs = [(case, name) for case in cases for name in ("tool", "empty", "floor") if (case.name, name) in table]
+    jobs = [(case, name) for case in cases for name in ("tool", "portable", "empty", "floor") if (case.name, name) in table]
     with ThreadPoolExecutor(os.cpu_count()) as pool:
         for (case, name), count in zip(jobs, pool.map(lambda job: runner.count(*job), jobs)):
             progress(f"{case.title}: instructions of {name}")
@@ -154,21 +162,24 @@ def measure_all(runner: Runner, cases: Sequence[Case]) -> Table:
 COLUMNS = (("wall", "empty"), ("wall", "floor"), ("wall", "xmlstarlet"), ("wall", "python3"),
            ("wall", "python3, each"), ("wall", "augtool"), ("instructions", "empty"), ("instructions", "floor"),
            ("memory", "floor"))
+PORTABLE_COLUMNS = (("wall", "empty"), ("wall", "tool"), ("instructions", "empty"), ("instructions", "tool"),
+                    ("instructions", "floor"), ("memory", "tool"))
 HEADS = {"wall": "time", "instructions": "instr.", "memory": "memory"}
 
 
-def ratio(table: Table, case: Case, what: str, other: str) -> float | None:
-    """The tool's figure over another's, where there is another's."""
+def ratio(table: Table, case: Case, what: str, other: str, program: str = "tool") -> float | None:
+    """A program's figure over another's, where there is another's."""
     if (case.name, other) not in table:
         return None
-    return getattr(table[case.name, "tool"], what) / getattr(table[case.name, other], what)
+    return getattr(table[case.name, program], what) / getattr(table[case.name, other], what)
 
 
-def rows(table: Table, cases: Sequence[Case]) -> Iterator[list[str]]:
-    """The cells of the table."""
-    yield ["the tool against", *(f"{HEADS[what]} / {other}" for what, other in COLUMNS)]
+def rows(table: Table, cases: Sequence[Case], program: str,
+         columns: Sequence[tuple[str, str]]) -> Iterator[list[str]]:
+    """The cells of a program's table."""
+    yield [f"the {program} against", *(f"{HEADS[what]} / {other}" for what, other in columns)]
     for case in cases:
-        ratios = [ratio(table, case, what, other) for what, other in COLUMNS]
+        ratios = [ratio(table, case, what, other, program) for what, other in columns]
         yield [case.title,
                *("" if value is None else f"{value:.3f}" if value < 10 else f"{value:.1f}" for value in ratios)]
 
@@ -208,10 +219,26 @@ def targets(table: Table, cases: Sequence[Case]) -> Iterator[tuple[str, float, f
         if memory is not None:
             yield f"memory, {case.title} / floor", memory, 1.10
     for case in cases:
-        for other in ("python3", "python3, each", "augtool", *(["xmlstarlet"] if case is SMALL else [])):
+        # Of the two scripts in Python, the one that writes as often as the commit does.
+        python = "python3" if case.actions == 1 else "python3, each"
+        for other in (python, "augtool", *(["xmlstarlet"] if case is SMALL else [])):
             wall = ratio(table, case, "wall", other)
             if wall is not None:
                 yield f"time, {case.title} / {other}", wall, 1.0
+    yield ("instructions, idle status of the portable program / empty application",
+           instructions(IDLE, "portable") / empty, 0.15)
+    if LARGE in cases:
+        yield ("instructions, 100 additions over 1,000 handlers of the portable program / floor",
+               instructions(LARGE, "portable") / instructions(LARGE, "floor"), 0.90)
+
+
+def faster_scripts(table: Table, cases: Sequence[Case]) -> Iterator[str]:
+    """Where a script that writes once, after its last edit, is faster than the commit."""
+    for case in cases:
+        for script in ("python3", "xmlstarlet"):
+            wall = ratio(table, case, "wall", script)
+            if wall is not None and wall > 1:
+                yield f"a script with {script} that writes once is {wall:.1f} times as fast: {case.title}"
 
 
 LIBRARIES = {"libPocoUtil", "libPocoXML", "libPocoFoundation", "libstdc++", "libgcc_s", "libc"}
@@ -233,6 +260,24 @@ def print_targets(table: Table, cases: Sequence[Case], program: Path) -> bool:
         missed += not met
         print(f"{'met   ' if met else 'MISSED'}  {value:6.3f} of {limit:.2f}  {description}")
     return missed == 0
+
+
+def sizes(runner: Runner) -> Iterator[str]:
+    """What the programs take on a disk, without what only a debugger reads."""
+    for name, program in (("tool", runner.tool), ("portable", runner.portable)):
+        stripped = runner.bench.scratch / "stripped"
+        subprocess.run(["strip", "-o", str(stripped), str(program)], check=True)
+        yield f"size of the {name}: {stripped.stat().st_size:,} bytes"
+
+
+# --- the curve
+
+
+def draw_growth(curve: Iterable[tuple[int, ...]], data: Path, picture: Path) -> None:
+    """Draw the curve; ``data`` is where gnuplot finds it."""
+    data.write_text("".join(" ".join(map(str, point)) + "\n" for point in curve), encoding="ascii")
+    subprocess.run(["gnuplot", "-e", f"data='{data}'; picture='{picture}'",
+                    str(PROJECT / "bench" / "growth.gnuplot")], check=True)
 
 
 # --- two builds of the tool
@@ -287,15 +332,17 @@ def main() -> int:
         elif wanted.against is not None:
             print_table(list(compare(runner, wanted.against)))
         elif wanted.growth is not None:
-            wanted.growth.write_text(
-                chart.draw("A commit of one addition", "handlers in the configuration", "instructions",
-                           runner.growth()), encoding="utf-8")
+            draw_growth(runner.growth(), Path(scratch) / "growth", wanted.growth)
         else:
             cases = QUICK if wanted.quick else CASES
             table = measure_all(runner, cases)
-            print_table(list(rows(table, cases)))
+            print_table(list(rows(table, cases, "tool", COLUMNS)))
             print()
-            return 0 if print_targets(table, cases, runner.tool) else 1
+            print_table(list(rows(table, [case for case in cases if case in PORTABLE], "portable", PORTABLE_COLUMNS)))
+            print()
+            met = print_targets(table, cases, runner.tool)
+            print("", *faster_scripts(table, cases), *sizes(runner), sep="\n")
+            return 0 if met else 1
     return 0
 
 
