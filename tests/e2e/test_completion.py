@@ -15,34 +15,40 @@ COMPLETIONS = PROJECT / "completions"
 OPTIONS = {"--help", "--addModelFile", "--removeModelFile", "--modelHandler", "--managedObjectVersion",
            "--transactionalResourceVersion", "--commit", "--rollback", "--status"}
 TOOL = "qor_mim_tool "
+COMPANION = "qor_mim_ctl "
+GENERAL = {"--help", "--version", "--json", "--qor-path"}
+ACTIONS = {"--add", "--remove", "--handler", "--mo-version", "--tr-version"}
+OF_COMMAND = {"show": GENERAL, "check": GENERAL, "plan": GENERAL | ACTIONS, "apply": GENERAL | ACTIONS | {"--wait"},
+              "recover": GENERAL | {"--wait", "--dry-run", "--force", "--assume"}}
 
 
 class Shell:
     """A kind of shell, at work in a sandbox."""
 
-    def __init__(self, name: str, sandbox: Sandbox):
+    def __init__(self, name: str, sandbox: Sandbox, program: str = TOOL):
         self.name = name
         self.sandbox = sandbox
+        self.program = program
 
     def with_env(self, **variables: str) -> Shell:
-        return Shell(self.name, self.sandbox.with_env(**variables))
+        return Shell(self.name, self.sandbox.with_env(**variables), self.program)
 
     def press_tab(self, *lines: str) -> list[dict[str, str]]:
         """What became of each line."""
         answer = self.sandbox.execute("/usr/bin/python3", completing_shell.__file__, self.name, str(COMPLETIONS),
-                                      *(TOOL + line for line in lines))
+                                      *(self.program + line for line in lines))
         assert (answer.status, answer.console) == (0, "")
         return json.loads(answer.stdout)
 
     def line(self, line: str) -> str:
         """What the line becomes, without the command."""
-        return self.press_tab(line)[0]["line"].removeprefix(TOOL)
+        return self.press_tab(line)[0]["line"].removeprefix(self.program)
 
     def candidates(self, line: str) -> set[str]:
         """All that may stand in the place of the last word, as the tool would get it, without ``--option=``."""
         before, _, last = line.rpartition(" ")
         option, equals, _ = last.partition("=")
-        words = shlex.split(self.press_tab(line)[0]["all"].removeprefix(TOOL))[len(shlex.split(before)):]
+        words = shlex.split(self.press_tab(line)[0]["all"].removeprefix(self.program))[len(shlex.split(before)):]
         return {word.removeprefix(option + equals) if equals else word for word in words}
 
 
@@ -50,6 +56,12 @@ class Shell:
 def shell(request: pytest.FixtureRequest, tool: Sandbox) -> Shell:
     """Each shell, on a machine with a framework."""
     return Shell(request.param, tool)
+
+
+@pytest.fixture
+def companion(shell: Shell) -> Shell:
+    """Each shell, for lines that call the companion."""
+    return Shell(shell.name, shell.sandbox, COMPANION)
 
 
 def names(candidates: set[str]) -> set[str]:
@@ -185,3 +197,48 @@ def test_bad_files_are_passed_over_in_silence(shell: Shell, framework: Framework
     framework.remove(LIST)
     framework.path(LIST).mkdir()
     assert_silent(shell)
+
+
+# --- the companion ---------------------------------------------------------------------------------------------------
+
+
+def test_companion_commands_are_offered(companion: Shell) -> None:
+    assert companion.candidates("") == set(OF_COMMAND)
+    assert companion.line("rec") == "recover "
+
+
+@pytest.mark.parametrize("command", OF_COMMAND)
+def test_companion_options_are_those_of_the_command(companion: Shell, command: str) -> None:
+    assert names(companion.candidates(f"{command} --")) == OF_COMMAND[command]
+
+
+def test_companion_completes_handlers_and_installed_models(companion: Shell, framework: Framework) -> None:
+    framework.write(LIST, "/opt/qor/models/base.xml\n/nowhere/gone.xml\n")
+    assert companion.candidates("apply --remove=") == {"/opt/qor/models/base.xml", "/nowhere/gone.xml"}
+    assert companion.candidates("plan --remove /opt/qor/models/base.xml --handler=") == {"baseHandler", "auxHandler"}
+
+
+@pytest.mark.parametrize("option", ["--add=", "--add "])
+def test_companion_makes_paths_absolute(companion: Shell, work: Path, option: str) -> None:
+    (work / "own model.xml").write_text("<model/>\n", encoding="utf-8")
+    completed = companion.line(f"apply {option}ow").rstrip()
+    assert shlex.split(completed) == shlex.split(f"apply {option}'/opt/scratch/own model.xml'")
+
+
+def test_companion_looks_in_the_framework_that_is_named(companion: Shell, framework: Framework, work: Path) -> None:
+    elsewhere = Framework.create(work / "elsewhere")
+    elsewhere.write(CONFIG, config(participant("elseHandler")))
+    assert companion.line("apply --qor-path=/opt/scratch/elsewhere --remove=/x --handler ").endswith(" elseHandler ")
+
+
+def test_companion_takes_what_was_interrupted(companion: Shell) -> None:
+    assert companion.candidates("recover --assume=") == {"commit", "rollback", "nothing"}
+
+
+def test_companion_is_silent_without_a_framework(companion: Shell, tmp_path: Path) -> None:
+    empty = tmp_path / "empty"
+    empty.mkdir()
+    bare = Shell(companion.name, companion.sandbox.using(framework=empty), COMPANION)
+    lines = ["apply --remove=", "apply --remove=/x --handler "]
+    assert bare.press_tab(*lines) == [{"line": COMPANION + line, "all": COMPANION + line, "output": ""}
+                                      for line in lines]

@@ -24,8 +24,10 @@ def unpacked(request: pytest.FixtureRequest, tmp_path_factory: pytest.TempPathFa
 
 def test_portable_build_holds_what_the_package_holds(unpacked: Path) -> None:
     files = {str(path.relative_to(unpacked)) for path in unpacked.rglob("*") if path.is_file()}
-    assert {"README", "sbin/qor_mim_tool", "share/man/man8/qor_mim_tool.8", f"{DOCUMENTS}/docs/operations.md",
-            "share/bash-completion/completions/qor_mim_tool", "share/zsh/vendor-completions/_qor_mim_tool",
+    programs = {name.format(program) for program in ("qor_mim_tool", "qor_mim_ctl")
+                for name in ("sbin/{}", "share/man/man8/{}.8", "share/bash-completion/completions/{}",
+                             "share/zsh/vendor-completions/_{}")}
+    assert {"README", *programs, f"{DOCUMENTS}/docs/operations.md",
             f"{DOCUMENTS}/examples/try", f"{DOCUMENTS}/examples/framework/etc/qor.cfg"} <= files
     assert not [name for name in files if "development" in name]
 

@@ -33,6 +33,7 @@ TIMEOUT = 120
 BASH = """
 PS1= PS2=
 source /usr/share/bash-completion/bash_completion
+source {completions}/qor_mim_ctl.bash
 source {completions}/qor_mim_tool.bash
 bind 'set bell-style none'
 bind 'set enable-bracketed-paste off'
