@@ -23,7 +23,6 @@ from demo import STORY  # noqa: E402 (path set above)
 from transcripts import DOCUMENTS, Stage, Step, rewrite, sections  # noqa: E402
 
 GUIDE = sections(PROJECT / "docs" / "operations.md")
-INSTALL_MODEL = GUIDE["A script to copy"][0]
 SECTIONS = [(document, heading) for document in DOCUMENTS for heading in sections(document)]
 
 STATUS = """$ qor_mim_tool --status
@@ -168,33 +167,3 @@ def test_demo_script_shows_its_usage(words: list[str], status: int) -> None:
     called = subprocess.run([str(DEMO.with_suffix("")), *words], capture_output=True, text=True, check=False)
     told, silent = (called.stderr, called.stdout) if status else (called.stdout, called.stderr)
     assert (called.returncode, told.partition("\n")[0], silent) == (status, "usage: scripts/demo [--fallback]", "")
-
-
-# --- the guide's script for other scripts ----------------------------------------------------------------------------
-
-
-def test_install_model_can_run_several_times_at_once(tmp_path: Path) -> None:
-    stage = Stage(tmp_path)
-    stage.play(INSTALL_MODEL)
-    models = [f"/opt/qor/models/{name}.xml" for name in ("power", "climate", "door")]
-    said = answer(stage, "".join(f"./install-model {model} handler & " for model in models) + "wait")
-    assert sorted(line for line in said.splitlines() if line.startswith("install-model")) == sorted(
-        f"install-model: {model} is installed" for model in models)
-    listed = (stage.framework / "etc/model/model_file_list.cfg").read_text().splitlines()
-    assert sorted(listed) == sorted(["/opt/qor/models/station.xml", *models])
-
-
-# In the last case another host begins a session between the script's look at the status and its staging call.
-@pytest.mark.parametrize("hindrance, complaint", [
-    ("qor_mim_tool --modelHandler=h 2>&1", "somebody has a session open"),
-    ("rm /opt/qor/bin/pel_model_validator", "Warning: Unable to locate model tool."),
-    ("chmod a-w /opt/qor/etc", "Access to file denied"),
-    ("rm /opt/qor/models/power.xml", "Unable to parse and get the root class name"),
-    ("sed -i 's|^call --add|printf beta >/opt/qor/etc/model/qor_mim_tool.lock\\n&|' install-model", "action canceled."),
-])
-def test_install_model_fails_when_something_is_wrong(tmp_path: Path, hindrance: str, complaint: str) -> None:
-    stage = Stage(tmp_path)
-    stage.play(INSTALL_MODEL)
-    answer(stage, hindrance)
-    said = answer(stage, "./install-model /opt/qor/models/power.xml powerHandler")
-    assert complaint in said and said.endswith("[exit status 1]\n")

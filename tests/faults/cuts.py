@@ -144,7 +144,7 @@ def run(key: str, plan: Plan, size: str, model: str) -> dict[str, Any]:
         chain = record(plan, size, directory)
         for left in disk.states(chain.trace, model, SAMPLE if size == "large" else EVERY):
             outcome, wrong = "matching pair on the disk", complaint(chain, left)
-            if not wrong and recovery.companion() is not None:
+            if not wrong:
                 outcome, wrong = recovery.bring_back(left.files, allowed_pairs(chain, left), directory / "left")
             outcomes[wrong or outcome] += 1
             violations += [wrong] if wrong else []

@@ -66,12 +66,11 @@ def _run(prepared: frameworks.Prepared, pages: int) -> dict[str, Any]:
         _resize(place, PLENTY)
         violations = list(verdict.violations)
         if verdict.outcome != judge.UNDISTURBED:
-            violations += _recover(prepared, framework, result)
+            violations += _recover(prepared, framework)
     return {"key": f"{prepared.name}/disk with {pages} pages", "fault": "full disk", "outcome": verdict.outcome,
             "violations": violations, "said": list(verdict.said)}
 
 
-def _recover(prepared: frameworks.Prepared, framework: Path, result: sandbox.Result) -> list[str]:
-    section = recovery.SESSION if prepared.scenario.keeps_live_files else recovery.FULL_DISK
-    recovery.recover(framework, section, full=recovery.named_as_full(result.console))
+def _recover(prepared: frameworks.Prepared, framework: Path) -> list[str]:
+    recovery.recover(framework, recovery.assumption(prepared))
     return [f"after recovery: {text}" for text in recovery.complaints(prepared, frameworks.state(framework))]

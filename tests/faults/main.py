@@ -18,13 +18,13 @@ from pathlib import Path
 from typing import Any
 
 import allocations
+import companion
 import calls
 import cuts
 import disk
 import frameworks
 import full_disk
 import races
-import recovery
 import sandbox
 import sweep
 
@@ -72,12 +72,11 @@ class Journal:
 
 
 def _journal_path() -> Path:
-    digest = hashlib.sha256(sandbox.tool_path().read_bytes())
+    digest = hashlib.sha256(sandbox.tool_path().read_bytes() + companion.companion_path().read_bytes())
     for source in sorted(sweep.HERE.glob("*.py")):
         digest.update(source.read_bytes())
     for source in sorted((sandbox.SUPPORT / "preload").iterdir()):
         digest.update(source.read_bytes())
-    digest.update(recovery.rules().encode())
     return JOURNALS / f"{digest.hexdigest()[:16]}.jsonl"
 
 

@@ -2,7 +2,6 @@
 from __future__ import annotations
 
 import dataclasses
-import itertools
 import shutil
 import signal
 from collections.abc import Iterator, Sequence
@@ -10,6 +9,7 @@ from pathlib import Path
 from typing import Any
 
 import calls
+import companion
 import frameworks
 import judge
 import recovery
@@ -109,7 +109,7 @@ def _record(prepared: frameworks.Prepared, case: Case, framework: Path, work: Pa
 
 
 def recovered_after(prepared: frameworks.Prepared, result: sandbox.Result, framework: Path) -> list[str]:
-    """What is wrong after the recovery that the page prescribes for a run that ended like this; mostly nothing."""
+    """What is wrong after the recovery of a run that ended like this; mostly nothing."""
     return _recovered(prepared, framework)["violations"] if result.status in (70, -signal.SIGABRT) else []
 
 
@@ -144,29 +144,11 @@ def _judge_killed(prepared: frameworks.Prepared, framework: Path, files: dict[st
 
 
 def _recovered(prepared: frameworks.Prepared, framework: Path) -> dict[str, Any]:
-    """Follow the recovery page, once at a stretch and once for each command after which the power may go again."""
-    violations: list[str] = []
-    rows: list[str] = []
-    section = recovery.SESSION if prepared.scenario.keeps_live_files else recovery.COMMIT
-    with frameworks.scratch() as scratch:
-        for stop_after in itertools.chain((None,), itertools.count(1)):
-            again = scratch / "framework"
-            shutil.copytree(framework, again)
-            used = recovery.recover(again, section, stop_after)
-            if stop_after is None:
-                rows = used
-                commands = _commands(section, rows)
-            else:
-                recovery.recover(again, section)
-            violations += [f"recovery by rows {rows} cut after {stop_after}: {complaint}"
-                           for complaint in recovery.complaints(prepared, frameworks.state(again))]
-            shutil.rmtree(again)
-            if stop_after is not None and stop_after >= commands - 1 or commands == 0:
-                break
-    return {"outcome": "recovered by " + (", ".join(f"row {row}" for row in rows) or "doing nothing"),
-            "violations": violations}
-
-
-def _commands(section: str, rows: list[str]) -> int:
-    page = recovery.PAGE.read_text(encoding="utf-8")
-    return sum(len(row.commands) for row in recovery.table(page, section) if row.number in rows)
+    """Recover, and recover again, which must find nothing."""
+    found = recovery.recover(framework, recovery.assumption(prepared))
+    violations = list(recovery.complaints(prepared, frameworks.state(framework)))
+    again = companion.answer(sandbox.Sandbox(framework), "recover")
+    if again["status"] == 0 and again["found"] != "nothing":
+        violations.append(f"a second recovery finds something: {again}")
+    return {"outcome": f"recovered, found {found}",
+            "violations": [f"after recovery, found {found}: {complaint}" for complaint in violations]}

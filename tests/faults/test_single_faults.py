@@ -4,7 +4,6 @@ from __future__ import annotations
 import pytest
 
 import frameworks
-import recovery
 import sweep
 
 def _violations(prepared: frameworks.Prepared, name: str, where: str, fault: str) -> list[str]:
@@ -38,16 +37,6 @@ def test_the_sweep_sees_every_kind_of_call_that_changes_a_file(prepared):
             assert ("write", f"etc/{name}{suffix}") in seen
     assert {where for name, where in seen if name == "fsync"} >= {"etc", "etc/model", f"etc/{frameworks.CONFIGURATION}"}
     assert {name for name, _ in seen} >= {"clone", "wait4", "pipe2", "unlink", "read", "openat", "close"}
-
-
-def test_the_recovery_page_is_read_whole():
-    """A table that is not understood would be an empty one."""
-    page = recovery.PAGE.read_text(encoding="utf-8")
-    assert [row.number for row in recovery.table(page, recovery.SESSION)] == ["1"]
-    assert [row.number for row in recovery.table(page, recovery.COMMIT)] == ["1", "2", "3", "4", "5", "6"]
-    assert [row.number for row in recovery.table(page, recovery.FULL_DISK)] == ["1", "2", "3", "4", "5", "6"]
-    assert all(row.commands for section in (recovery.SESSION, recovery.COMMIT, recovery.FULL_DISK)
-               for row in recovery.table(page, section))
 
 
 @pytest.mark.parametrize("name, where", [("newfstatat", frameworks.LOCK), ("newfstatat", frameworks.SESSION),
