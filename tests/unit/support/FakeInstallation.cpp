@@ -38,6 +38,7 @@ extern "C"
     int redirectedOpen(const char* path, int flags, ...) __asm__("open64");
     std::FILE* redirectedFopen(const char* path, const char* mode) __asm__("fopen64");
     std::FILE* redirectedPlainFopen(const char* path, const char* mode) __asm__("fopen");
+    int redirectedAccess(const char* path, int mode) __asm__("access");
     int redirectedMkdir(const char* path, unsigned int mode) __asm__("mkdir");
     int redirectedExecvp(const char* path, char* const* arguments) __asm__("execvp");
 }
@@ -83,6 +84,11 @@ std::FILE* redirectedFopen(const char* path, const char* mode)
 std::FILE* redirectedPlainFopen(const char* path, const char* mode)
 {
     return redirectedFopen(path, mode);
+}
+
+int redirectedAccess(const char* path, int mode)
+{
+    return QMT::Test::realCall<int(const char*, int)>("access")(redirected(path).c_str(), mode);
 }
 
 int redirectedMkdir(const char* path, unsigned int mode)

@@ -1,0 +1,86 @@
+#include "ctl/CCheckCommand.h"
+
+#include "ctl/CCallerLock.h"
+#include "ctl/CFrameworkCheck.h"
+#include "ctl/Emphasis.h"
+#include "ctl/PrintedText.h"
+
+#include <Poco/JSON/Array.h>
+
+#include <algorithm>
+
+namespace QMT
+{
+
+using Poco::Dynamic::Var;
+using Poco::JSON::Array;
+using Poco::JSON::Object;
+
+namespace
+{
+
+std::string severityOf(const Finding& finding)
+{
+    return isError(finding.id) ? "error" : "warning";
+}
+
+Object::Ptr keysOf(const Finding& finding)
+{
+    Object::Ptr keys(new Object(Poco::JSON_PRESERVE_KEY_ORDER));
+    keys->set("id", nameOf(finding.id));
+    keys->set("severity", severityOf(finding));
+    keys->set("file", finding.file ? Var(*finding.file) : Var());
+    keys->set("text", finding.text);
+    keys->set("remedy", finding.remedy);
+    return keys;
+}
+
+std::string textOf(const Finding& finding)
+{
+    const std::string file = finding.file ? " " + *finding.file + ":" : "";
+    const std::string severity = severityOf(finding) + ":";
+    return (isError(finding.id) ? asError(severity) : asWarning(severity)) + printable(file + " " + finding.text) +
+           " [" + nameOf(finding.id) + "]\n  remedy: " + printable(finding.remedy) + "\n";
+}
+
+} // namespace
+
+std::string CCheckCommand::name() const
+{
+    return "check";
+}
+
+std::string CCheckCommand::summary() const
+{
+    return "Look for what is wrong, and tell how to mend it.";
+}
+
+Answer CCheckCommand::run(const std::string& qorPath)
+{
+    std::string holder = CCallerLock::holderOf(qorPath);
+    if (!holder.empty())
+    {
+        return Answer::failure(Status::BUSY, holder);
+    }
+    const std::vector<Finding> findings = CFrameworkCheck(qorPath).findAll();
+    // What another caller changes meanwhile may look like an interruption.
+    holder = CCallerLock::holderOf(qorPath);
+    if (!holder.empty())
+    {
+        return Answer::failure(Status::BUSY, holder);
+    }
+    const bool isSound = std::none_of(findings.begin(), findings.end(), [](const Finding& f) { return isError(f.id); });
+    Array::Ptr array(new Array);
+    Answer answer;
+    for (const Finding& finding : findings)
+    {
+        array->add(keysOf(finding));
+        answer.text += textOf(finding);
+    }
+    answer.status = isSound ? Status::YES : Status::NO;
+    answer.keys.set("findings", array);
+    answer.text += findings.empty() ? "no findings\n" : "";
+    return answer;
+}
+
+} // namespace QMT

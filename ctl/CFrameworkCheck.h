@@ -1,0 +1,84 @@
+#ifndef QMT_CFrameworkCheck_INCLUDED
+#define QMT_CFrameworkCheck_INCLUDED
+
+#include "ctl/CFrameworkFacts.h"
+#include "ctl/CRemedies.h"
+#include "ctl/Finding.h"
+#include "ctl/FrameworkContents.h"
+#include "ctl/Recovery.h"
+#include "ctl/SessionOwner.h"
+#include "impl/CFrameworkPaths.h"
+
+#include <functional>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace QMT
+{
+
+/// Looks for everything that is wrong with a framework, once. Changes nothing.
+class CFrameworkCheck
+{
+public:
+    /// `qorPath` is the framework directory. Touches nothing.
+    explicit CFrameworkCheck(const std::string& qorPath);
+
+    /// All findings, in the order of their numbers and then of the files.
+    ///
+    /// Throws a Poco::FileException that names the file when one is there and cannot be read, unless it is a live file,
+    /// which is a finding; and a Poco::Exception when there is no room to try a queue, or no process for the validator.
+    std::vector<Finding> findAll();
+
+private:
+    /// A live file, the finding that it is missing, and the one that it cannot be read.
+    struct LiveFile
+    {
+        ManagedFile paths;
+        std::optional<std::string> FilePair::*text;
+        FindingId missing;
+        FindingId unreadable;
+    };
+
+    using Predicate = std::function<bool(const FrameworkContents&)>;
+
+    void add(FindingId id, const std::optional<std::string>& file, const std::string& text, const std::string& remedy);
+
+    // The installation and the live files (CFrameworkCheck.cpp).
+    void checkProgram(FindingId id, const std::string& path, const std::string& what);
+    void readFiles();
+    void readLiveFile(const LiveFile& file);
+    void checkMissing(const LiveFile& file);
+    void checkContents();
+    std::string documentRemedy();
+    void checkOwnership(const ManagedFile& file);
+
+    // The session, and what was interrupted (SessionCheck.cpp).
+    void decideInterruption();
+    bool isInterrupted() const;
+    std::string recovery(const Predicate& isMended);
+    std::string onOwnersHost(const std::string& command) const;
+    std::string interruptionRemedy();
+    void checkInterruption();
+    void checkSession();
+    void checkForeignSession();
+    void checkStaleSession();
+    void checkLeftover(const std::string& path, const std::optional<std::string>& text);
+    void checkSessionFile();
+    void checkLiveChanged(const LiveFile& file);
+
+    const CFrameworkPaths _paths;
+    const std::vector<LiveFile> _liveFiles;
+    CFrameworkFacts _facts;
+    CRemedies _remedies;
+
+    FrameworkContents _now; ///< a live file that cannot be read has no content in it
+    bool _areLiveFilesRead = true;
+    SessionOwner _owner;
+    Recovery _recovery; ///< what would become of the framework; of nothing found unless both live files are read
+    std::vector<Finding> _findings;
+};
+
+} // namespace QMT
+
+#endif // QMT_CFrameworkCheck_INCLUDED
