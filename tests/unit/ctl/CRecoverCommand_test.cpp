@@ -15,9 +15,11 @@
 
 #include <sys/stat.h>
 
+#include <algorithm>
+#include <cctype>
 #include <cerrno>
+#include <cstddef>
 #include <filesystem>
-#include <regex>
 #include <sstream>
 #include <thread>
 
@@ -112,7 +114,11 @@ TEST_F(RecoverCommand, RecoversAndKeepsACopy)
     EXPECT_EQ(readFile(framework.list(".tmp")), "/base\n");
     EXPECT_EQ(readFile(framework.session()), "0:" + pump + "\n");
     const auto copy = answer()->getValue<std::string>("copy");
-    EXPECT_TRUE(std::regex_match(copy, std::regex(framework.path() + "/etc/recovery-[0-9]{8}T[0-9]{6}Z"))) << copy;
+    std::string form = copy;
+    std::replace_if(
+        form.begin() + static_cast<std::ptrdiff_t>(framework.path().size()), form.end(),
+        [](unsigned char byte) { return std::isdigit(byte) != 0; }, '0');
+    EXPECT_EQ(form, framework.path() + "/etc/recovery-00000000T000000Z");
     EXPECT_EQ(readFile(copy + "/model_file_list.cfg"), "/base\n" + pump + "\n");
     struct stat status = {};
     ASSERT_EQ(::stat(framework.list().c_str(), &status), 0);
