@@ -1,5 +1,4 @@
 #include "ctl/CRecoveryReading.h"
-#include "ctl/RecoverySteps.h"
 #include "support/RecoveryTest.h"
 
 #include <random>
@@ -67,39 +66,6 @@ protected:
         return from[chance() % from.size()];
     }
 
-    /// The step has been done.
-    static void apply(const RecoveryStep& step, FrameworkContents& contents)
-    {
-        const std::string name = step.path.substr(step.path.rfind('/') + 1);
-        const bool isList = name.find("model_file_list") == 0;
-        if (name == "cmdfifo.dat")
-        {
-            contents.session = step.content;
-        }
-        else if (name == "qor_mim_tool.lock")
-        {
-            contents.lock = step.content;
-        }
-        else
-        {
-            const bool isCopy = name.find(".tmp") != std::string::npos;
-            const bool isBackup = name.find(".bak") != std::string::npos;
-            FilePair& pair = isCopy ? contents.workingCopy : isBackup ? contents.backup : contents.live;
-            (isList ? pair.list : pair.configuration) = step.content;
-        }
-    }
-
-    /// The same end: a pair of backups may be left that equals the live files.
-    static void expectSameEnd(const FrameworkContents& end, const FrameworkContents& expected, const std::string& state)
-    {
-        FrameworkContents same = expected;
-        if (end.backup == end.live)
-        {
-            same.backup = end.backup;
-        }
-        ASSERT_EQ(shown(end), shown(same)) << state;
-    }
-
     const FilePair edited = {documentServing({"Edited"}, "9"), "/edited\n"};
     std::vector<Text> documents;
     std::vector<Text> lists;
@@ -135,40 +101,6 @@ TEST_F(RecoveryProperties, NothingIsDoneWhereNothingIsFound)
         const bool isFound = recovery.found != Found::NOTHING && recovery.found != Found::UNCLEAR;
         ASSERT_EQ(isChanged, isFound) << state << shown(now) << shown(recovery.after)
                                       << static_cast<int>(recovery.found);
-    }
-}
-
-TEST_F(RecoveryProperties, StepsMayBeInterruptedBetweenAnyTwo)
-{
-    for (int state = 0; state < STATES; ++state)
-    {
-        choose();
-        const FrameworkContents before = now;
-        const Recovery recovery = read(assumption);
-        now = recovery.after;
-        const bool isReadOtherwise = read(assumption).found != Found::NOTHING;
-        const bool isBrokenBefore = before.live.configuration == before.backup.configuration &&
-                                    before.live.configuration != before.workingCopy.configuration &&
-                                    before.live.configuration.value_or("").find("</qor>\n") == std::string::npos;
-        if (isReadOtherwise || isBrokenBefore)
-        {
-            // Without its lock file, or without the backup of a document that has always been broken, a state can be
-            // read in another way.
-            continue;
-        }
-        now = before;
-        for (const RecoveryStep& step : recoverySteps("/fw", before, recovery.after, recovery.order))
-        {
-            apply(step, now);
-            const Recovery again = read(assumption);
-
-            ASSERT_EQ(again.question, "") << state << shown(before) << shown(now);
-            expectSameEnd(again.after, recovery.after, shown(before) + "\nat\n" + shown(now));
-            if (HasFatalFailure())
-            {
-                return;
-            }
-        }
     }
 }
 
