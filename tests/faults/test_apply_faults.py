@@ -11,7 +11,7 @@ import companion
 import pytest
 import sandbox
 
-STEP = int(os.environ.get("QOR_APPLY_FAULT_STEP", "61"))
+STEP = int(os.environ.get("QOR_APPLY_FAULT_STEP", "199"))
 
 
 @pytest.mark.parametrize("scenario", apply_faults.SCENARIOS, ids=lambda scenario: scenario.name)
