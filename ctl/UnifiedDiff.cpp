@@ -128,7 +128,8 @@ private:
         // How far each diagonal has been followed, after each number of changes.
         std::vector<std::vector<int>> trace;
         std::vector<int> reached(2 * static_cast<std::size_t>(limit) + 3, 0);
-        const auto at = [limit](int diagonal) { return static_cast<std::size_t>(diagonal + limit + 1); };
+        const auto at = [limit](int diagonal)
+        { return static_cast<std::size_t>(diagonal) + static_cast<std::size_t>(limit + 1); };
         for (int changes = 0; changes <= limit; ++changes)
         {
             for (int diagonal = -changes; diagonal <= changes; diagonal += 2)

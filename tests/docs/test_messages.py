@@ -10,8 +10,8 @@ from pathlib import Path
 PROJECT = Path(__file__).resolve().parents[2]
 PAGE = PROJECT / "docs" / "messages.md"
 
-TOOL_FOLDERS = [folder for folder in (PROJECT / "cmake" / "SourceFolders.txt").read_text(encoding="utf-8").split()
-                if folder != "ctl"]
+FOLDERS = (PROJECT / "cmake" / "SourceFolders.txt").read_text(encoding="utf-8").split()
+TOOL_FOLDERS = [folder for folder in FOLDERS if folder != "ctl"]
 LITERAL = re.compile(r'"((?:[^"\\\n]|\\.)*)"')
 # What the program fills in: a conversion in the sources, a word in capitals on the page.
 FILLED_IN = r"%\w|\b(?!QOR |FIFO |XML |WARNING)[A-Z]{3,}\b:?"
@@ -27,10 +27,10 @@ def pieces(texts: list[str]) -> set[str]:
     return {piece for piece in found if re.search("[A-Za-z]", piece)}
 
 
-def literals() -> list[str]:
-    """Every string literal of the program, adjacent ones joined."""
+def literals(folders: list[str]) -> list[str]:
+    """Every string literal in the folders, adjacent ones joined."""
     found = []
-    for folder in TOOL_FOLDERS:
+    for folder in folders:
         for source in sorted((PROJECT / folder).glob("*.cpp")):
             code = re.sub(r"^\s*(//|#include).*|'\\?.'", "", source.read_text(encoding="utf-8"), flags=re.MULTILINE)
             found += LITERAL.findall(re.sub(r'"\s*\n\s*"', "", code))
@@ -49,13 +49,13 @@ def explained() -> set[str]:
 
 def test_every_message_is_explained() -> None:
     # Other single words are names. What the help text shows begins with "<" or ends with a line feed.
-    messages = [text for text in literals() if re.search(r"\w[:,]? \w|[:!.=] ?$|^[A-Z][a-z]+$", text)
+    messages = [text for text in literals(TOOL_FOLDERS) if re.search(r"\w[:,]? \w|[:!.=] ?$|^[A-Z][a-z]+$", text)
                 and not text.startswith("<") and not text.endswith(r"\n")]
     assert pieces(messages) - explained() == NEVER_SHOWN
 
 
 def test_every_explained_message_exists() -> None:
-    assert explained() - pieces(literals()) == OF_THE_LIBRARY
+    assert explained() - pieces(literals(FOLDERS)) == OF_THE_LIBRARY
 
 
 def test_every_message_has_a_meaning() -> None:
