@@ -53,7 +53,7 @@ std::string faultOf(const Action& action, const std::string& given)
           std::make_pair("the handler's name", action.handler), std::make_pair("a version", action.moVersion),
           std::make_pair("a version", action.trVersion)})
     {
-        const std::string fault = faultOf(what, value);
+        std::string fault = faultOf(what, value);
         if (!fault.empty())
         {
             return fault;
