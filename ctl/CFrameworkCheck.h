@@ -35,9 +35,9 @@ private:
     struct LiveFile
     {
         ManagedFile paths;
-        std::optional<std::string> FilePair::*text;
-        FindingId missing;
-        FindingId unreadable;
+        std::optional<std::string> FilePair::*text = nullptr;
+        FindingId missing = FindingId();
+        FindingId unreadable = FindingId();
     };
 
     using Predicate = std::function<bool(const FrameworkContents&)>;
