@@ -166,7 +166,7 @@ void CFrameworkCheck::checkContents()
 std::string CFrameworkCheck::documentRemedy()
 {
     const ManagedFile file = _paths.configuration();
-    const std::string recovering =
+    std::string recovering =
         recovery([](const FrameworkContents& after) { return isDocument(after.live.configuration); });
     if (!recovering.empty())
     {

@@ -5,7 +5,7 @@ import json
 from pathlib import Path
 from typing import Any
 
-from sandbox import WORK, Result, Run, Sandbox, SandboxError, tool_directory
+from sandbox import WORK, Result, Run, Sandbox, SandboxError, emulator, tool_directory
 
 
 def companion_path() -> Path:
@@ -25,7 +25,7 @@ def start(sandbox: Sandbox, *args: str) -> Run:
     """Start the companion and leave it running."""
     # The rest of the machine, /tmp included, cannot be written in the sandbox.
     env = {"TMPDIR": WORK, **sandbox.env}
-    return sandbox.with_env(**env).launch(str(companion_path()), *args)
+    return sandbox.with_env(**env).launch(*emulator(), str(companion_path()), *args)
 
 
 def answer(sandbox: Sandbox, *args: str) -> dict[str, Any]:
