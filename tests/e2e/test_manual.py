@@ -12,7 +12,7 @@ import pytest
 
 import companion
 from framework import CONFIG, Framework
-from sandbox import PROJECT, WORK, Sandbox, tool_directory
+from sandbox import PROJECT, WORK, emulator, Sandbox, tool_directory
 
 MANUAL = PROJECT / "docs" / "qor_mim_tool.8"
 COMPANION = PROJECT / "docs" / "qor_mim_ctl.8"
@@ -122,7 +122,7 @@ def test_manual_examples_match_the_program(tool: Sandbox, tmp_path: Path, manual
     for command, answer in commands:
         with tempfile.TemporaryFile() as terminal:
             program = str(tool_directory() / manual.stem)
-            example.launch(program, *shlex.split(command), stdout=terminal, console=terminal).wait()
+            example.launch(*emulator(), program, *shlex.split(command), stdout=terminal, console=terminal).wait()
             terminal.seek(0)
             shown.append((command, answer))
             happened.append((command, terminal.read().decode()))
