@@ -17,7 +17,7 @@ done
 cd "${script%/*}/.." || exit
 
 remove_tree() {
-    rm -rf "$1" 2>/dev/null || { chmod -R u+rwX "$1" && rm -rf "$1"; }
+    rm -rf --one-file-system "$1" 2>/dev/null || { chmod -R u+rwX "$1" && rm -rf --one-file-system "$1"; }
 }
 
 # Gives all that is started a temporary directory inside the checkout, so that even a run that is killed leaves nothing

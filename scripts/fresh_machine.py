@@ -93,7 +93,7 @@ class Machine:
                   *(["ca-certificates"] if any("https:" in text for text in texts) else [])]
         access = subprocess.run(["apt-config", "dump"], check=True, capture_output=True, text=True).stdout.splitlines()
         options = [f"--aptopt={line}" for line in access if ACCESS.match(line)]
-        self._outside("mmdebstrap", "--mode=root", "--variant=apt", f"--include={','.join(wanted)}", *options, release,
+        self._outside("unshare", "--mount", "mmdebstrap", "--mode=root", "--variant=apt", f"--include={','.join(wanted)}", *options, release,
                       str(self.root), str(archive))
         shutil.copy("/etc/resolv.conf", self.root / "etc")
         shutil.copy("/etc/hosts", self.root / "etc")
