@@ -89,8 +89,8 @@ TEST_F(ShowCommand, ShowsANewFramework)
 TEST_F(ShowCommand, ShowsWhichHandlersServeAModel)
 {
     const std::string pump = framework.model("pump.xml", "Pump");
-    const std::string valve = framework.model("valve.xml", "Valve");
-    writeFile(framework.list(), pump + "\n" + valve + "\n");
+    const std::string pipe = framework.model("pipe.xml", "Pipe");
+    writeFile(framework.list(), pump + "\n" + pipe + "\n");
     writeFile(framework.configuration(), configuration(participant("a", "<root name='X'/><root name='Pump'/>") +
                                                        participant("b", "<root name='Pump'/><root name='Pump'/>")));
 
@@ -99,10 +99,10 @@ TEST_F(ShowCommand, ShowsWhichHandlersServeAModel)
                                  R"({"name":"b","placeholder":false,"managedObjectVersion":"2",)"
                                  R"("transactionalResourceVersion":"3","rootClasses":["Pump","Pump"]}])";
     expectJson(0, keys(R"("models":[{"file":")" + pump +
-                           R"(","exists":true,"rootClass":"Pump","handlers":["a","b"]},{"file":")" + valve +
-                           R"(","exists":true,"rootClass":"Valve","handlers":[]}])",
+                           R"(","exists":true,"rootClass":"Pump","handlers":["a","b"]},{"file":")" + pipe +
+                           R"(","exists":true,"rootClass":"Pipe","handlers":[]}])",
                        handlers, NO_SESSION, NO_BACKUP));
-    expectText("2 models\n  " + pump + "   Pump   a, b\n  " + valve + "  Valve\n" + TWO_HANDLERS + NOTHING_ELSE);
+    expectText("2 models\n  " + pump + "  Pump  a, b\n  " + pipe + "  Pipe\n" + TWO_HANDLERS + NOTHING_ELSE);
 }
 
 TEST_F(ShowCommand, ShowsModelsWithoutARootClass)
@@ -112,22 +112,33 @@ TEST_F(ShowCommand, ShowsModelsWithoutARootClass)
     const std::string broken = framework.file("3.xml", "<m>");
     const std::string directory = framework.file("4.xml", "");
     putDirectoryAt(directory);
-    writeFile(framework.list(), rootless + "\n" + nameless + "\n" + broken + "\n" + directory + "\n/none\nmodels\n");
+    writeFile(framework.list(), rootless + "\n" + nameless + "\n" + broken + "\n" + directory + "\n");
     writeFile(framework.configuration(), configuration(participant("a", "<root/>")));
 
     const std::string exists = R"(","exists":true,"rootClass":null,"handlers":[]},)";
     const std::string file = R"({"file":")";
     expectJson(0, keys(R"("models":[)" + file + rootless + exists + file + nameless + exists + file + broken + exists +
-                           file + directory + exists +
-                           R"({"file":"/none","exists":false,"rootClass":null,"handlers":[]},)"
-                           R"({"file":"models","exists":false,"rootClass":null,"handlers":[]}])",
+                           file + directory + R"(","exists":true,"rootClass":null,"handlers":[]}])",
                        R"("handlers":[{"name":"a","placeholder":false,"managedObjectVersion":"2",)"
                        R"("transactionalResourceVersion":"3","rootClasses":[""]}])",
                        NO_SESSION, NO_BACKUP));
-    const std::string gap(rootless.size() - 6, ' ');
-    expectText("6 models\n  " + rootless + "  (no root class)\n  " + nameless + "  (root class without a name)\n  " +
-               broken + "  (not well-formed)\n  " + directory + "  (cannot be read)\n  /none " + gap +
-               "  (missing)\n  models" + gap + "  (no absolute path)\n" + "1 handler\n  a  versions 2, 3\n" +
+    expectText("4 models\n  " + rootless + "  (no root class)\n  " + nameless + "  (root class without a name)\n  " +
+               broken + "  (not well-formed)\n  " + directory + "  (cannot be read)\n" +
+               "1 handler\n  a  versions 2, 3\n" + NOTHING_ELSE);
+}
+
+TEST_F(ShowCommand, ShowsModelsThatAreNoFiles)
+{
+    writeFile(framework.list(), "/none\nmodels\n");
+
+    expectJson(0, keys(R"("models":[{"file":"/none","exists":false,"rootClass":null,"handlers":[]},)"
+                       R"({"file":"models","exists":false,"rootClass":null,"handlers":[]}])",
+                       PLACEHOLDER, NO_SESSION, NO_BACKUP));
+    expectText("2 models\n"
+               "  /none   (missing)\n"
+               "  models  (no absolute path)\n"
+               "1 handler\n"
+               "  VELDA_OAM_COMPONENT  versions 1, 1  placeholder\n" +
                NOTHING_ELSE);
 }
 
