@@ -1,9 +1,7 @@
 #include "base/CRecordLock.h"
 
 #include "base/FileAttributes.h"
-
-#include <Poco/Error.h>
-#include <Poco/Exception.h>
+#include "base/FileError.h"
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -15,11 +13,6 @@ namespace QMT
 
 namespace
 {
-
-[[noreturn]] void fail(const std::string& path)
-{
-    throw Poco::FileException(Poco::Error::getMessage(errno), path, errno);
-}
 
 /// A lock for writing on all of a file, however long it becomes.
 struct flock wholeFile()
@@ -50,7 +43,7 @@ int openOrMake(const std::string& path, const std::string& like)
     }
     if (file < 0)
     {
-        fail(path);
+        throwFileError(path);
     }
     return file;
 }
@@ -84,7 +77,7 @@ bool CRecordLock::tryToTake()
     }
     if (errno != EACCES && errno != EAGAIN)
     {
-        fail(_path);
+        throwFileError(_path);
     }
     return false;
 }
@@ -94,7 +87,7 @@ int CRecordLock::holder() const
     int holder = 0;
     if (!askHolder(_file, holder))
     {
-        fail(_path);
+        throwFileError(_path);
     }
     return holder;
 }
@@ -108,7 +101,7 @@ int CRecordLock::holderOf(const std::string& path)
     }
     if (file < 0)
     {
-        fail(path);
+        throwFileError(path);
     }
     int holder = 0;
     const bool isTold = askHolder(file, holder);
@@ -117,7 +110,7 @@ int CRecordLock::holderOf(const std::string& path)
     if (!isTold)
     {
         errno = error;
-        fail(path);
+        throwFileError(path);
     }
     return holder;
 }

@@ -2,9 +2,7 @@
 
 #include "base/DiskSync.h"
 #include "base/FileAttributes.h"
-
-#include <Poco/Error.h>
-#include <Poco/Exception.h>
+#include "base/FileError.h"
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -21,11 +19,6 @@ namespace QMT
 namespace
 {
 
-[[noreturn]] void fail(const std::string& path)
-{
-    throw Poco::FileException(Poco::Error::getMessage(errno), path, errno);
-}
-
 /// A file being written; what is not kept is removed again.
 class CNewFile
 {
@@ -37,7 +30,7 @@ public:
     {
         if (_file < 0)
         {
-            fail(_name);
+            throwFileError(_name);
         }
     }
 
@@ -71,7 +64,7 @@ public:
             const ssize_t count = ::write(_file, content.data() + written, content.size() - written);
             if (count < 0 && errno != EINTR)
             {
-                fail(_name);
+                throwFileError(_name);
             }
             written += count < 0 ? 0 : static_cast<std::string::size_type>(count);
         }
@@ -81,13 +74,13 @@ public:
     {
         if (::fsync(_file) != 0 && errno != EINVAL)
         {
-            fail(_name);
+            throwFileError(_name);
         }
         const int file = _file;
         _file = -1;
         if (::close(file) != 0)
         {
-            fail(_name);
+            throwFileError(_name);
         }
     }
 
@@ -130,7 +123,7 @@ std::vector<std::string> replaceFile(const std::string& path, const std::string&
     std::vector<std::string> lost = write(file, content, like);
     if (std::rename(replacement.c_str(), place.c_str()) != 0)
     {
-        fail(path);
+        throwFileError(path);
     }
     file.keep();
     syncDirectoryOf(place);
@@ -149,7 +142,7 @@ void removeFile(const std::string& path)
 {
     if (::unlink(path.c_str()) != 0 && errno != ENOENT)
     {
-        fail(path);
+        throwFileError(path);
     }
     syncDirectoryOf(path);
 }

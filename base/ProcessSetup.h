@@ -6,9 +6,9 @@ namespace QMT
 
 /// Makes the process independent of what its caller left behind; to be called first.
 ///
-/// SIGPIPE is caught, so that a reader who went away does not end a commit half-way; child programs get its default
-/// back. SIGCHLD gets its default: a caller that left it ignored would hide the validator's verdict, which would count
-/// as an acceptance. Closed standard streams are opened on /dev/null, so that no file gets their number and receives
+/// SIGPIPE is caught, so that a reader who went away does not end a write half-way; child programs get its default
+/// back. SIGCHLD gets its default: a caller that left it ignored would hide how a child ended, and its failure would
+/// count as success. Closed standard streams are opened on /dev/null, so that no file gets their number and receives
 /// the console's lines.
 void setUpProcess();
 

@@ -8,7 +8,7 @@
 namespace QMT
 {
 
-/// The names of all files that the tool meets, composed in this one place.
+/// The names of all files of a framework in one place. Those of the document come from the layer that edits it.
 ///
 /// An object of this class names the files of one framework directory; it touches none of them.
 class CFrameworkPaths

@@ -173,7 +173,8 @@ public:
     /// False, with a line in the system log, when readWholeFile fails.
     [[nodiscard]] static bool loadFile(const std::string& path, std::string& content);
 
-    /// Whether the session file exists.
+    /// Whether the session file exists. When that cannot be told: false, and saveFIFO refuses to write over it until
+    /// the queue has been loaded.
     [[nodiscard]] bool isFIFOFile();
 
     /// Adds the actions of the session file to the queue. False when the file is missing (silently) or cannot be read;
@@ -214,7 +215,8 @@ public:
     /// This machine's host name.
     static std::string getHostName();
 
-    /// Whether a session is open, on whatever host.
+    /// Whether a session is open, on whatever host. When that cannot be told: false, and saveFIFO refuses to write
+    /// until the queue has been loaded or a lock file of our own is made.
     [[nodiscard]] bool isLockFile();
 
     /// Opens a session of this host: creates the lock file with the host name as its content. The content is on the
