@@ -283,6 +283,17 @@ void stage(const std::string& line)
     write(SESSION_FILE, session + line + "\n");
 }
 
+/// What shows the installed models cannot do without.
+void parseAll()
+{
+    const DocumentPtr document = parse(CONFIGURATION);
+    for (const std::string& line :
+         Poco::StringTokenizer(read(MODEL_FILE_LIST), "\n", Poco::StringTokenizer::TOK_IGNORE_EMPTY))
+    {
+        const DocumentPtr model = parse(line);
+    }
+}
+
 class Floor : public Poco::Util::Application
 {
 protected:
@@ -295,6 +306,10 @@ protected:
         if (args.at(0) == "status")
         {
             status();
+        }
+        else if (args.at(0) == "show")
+        {
+            parseAll();
         }
         else
         {

@@ -41,13 +41,21 @@ class Case:
 
     def staged_line(self) -> str:
         """The action that a staging case adds, in the words of the session file."""
-        return f"3:{MODELS}/added/{self.actions}.xml|new{self.actions:04d}|1|1"
+        return f"3:{self.next_model()}|new{self.actions:04d}|1|1"
 
     def tool_arguments(self) -> list[str]:
         """How the tool is told to do the case."""
         if self.command == "stage":
-            return [f"--addModelFile={MODELS}/added/{self.actions}.xml", f"--modelHandler=new{self.actions:04d}"]
+            return [f"--addModelFile={self.next_model()}", f"--modelHandler=new{self.actions:04d}"]
         return [f"--{self.command}"]
+
+    def apply_arguments(self) -> list[str]:
+        """How the companion is told to do what a staging case and its commit do."""
+        return [f"--add={self.next_model()}", f"--handler=new{self.actions:04d}"]
+
+    def next_model(self) -> str:
+        """The model file that a case adds beside those of the queue."""
+        return f"{MODELS}/added/{self.actions}.xml"
 
     def floor_arguments(self) -> list[str]:
         """How the floor program is told to do the case."""
@@ -117,7 +125,12 @@ class Framework:
         actions = case.session_actions()
         for index, (kind, path, handler) in enumerate(actions):
             name = f"Added{index:04d}" if kind == "3" else class_name(int(handler.removeprefix("handler")), 0)
-            write_model(self.directory / Path(path).relative_to("/opt/qor"), name)
+            write_model(self._host_path(path), name)
+        if case.command in ("stage", "apply"):
+            write_model(self._host_path(case.next_model()), "AddedNext")
+        if case.command == "show":
+            for index, path in enumerate(self._list().split()):
+                write_model(self._host_path(path), class_name(index, 0))
         self._write_pair(self.template / "qor.cfg", document(case.handlers))
         self._write_pair(model_directory / "model_file_list.cfg", self._list())
         if actions:
@@ -130,17 +143,21 @@ class Framework:
         write_executable(self.resetter, "#!/bin/sh\nset -e\n"
                          f"rm -rf {self.directory}/etc\ncp -a {self.template} {self.directory}/etc\n")
 
+    def _host_path(self, path: str) -> Path:
+        """Where a file stands that the programs see below /opt/qor."""
+        return self.directory / Path(path).relative_to("/opt/qor")
+
     def _list(self) -> str:
         lines = [f"{MODELS}/installed/{handler}_{root}.xml\n" for handler in range(self.case.handlers)
                  for root in range(ROOTS_PER_HANDLER)]
         wanted = self.case.list_lines or len(lines)
-        return "".join(lines + [f"{MODELS}/filler/{i}.xml\n" for i in range(wanted - len(lines))])
+        return "".join((lines + [f"{MODELS}/filler/{i}.xml\n" for i in range(wanted - len(lines))])[:wanted])
 
-    @staticmethod
-    def _write_pair(path: Path, text: str) -> None:
-        """A live file and, as of an open session, its working copy."""
+    def _write_pair(self, path: Path, text: str) -> None:
+        """A live file and, where a session is open, its working copy."""
         path.write_text(text, encoding="utf-8")
-        path.with_name(path.name + ".tmp").write_text(text, encoding="utf-8")
+        if self.case.actions:
+            path.with_name(path.name + ".tmp").write_text(text, encoding="utf-8")
 
     def reset(self) -> None:
         """The state before any run."""
