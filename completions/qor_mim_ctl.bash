@@ -61,9 +61,7 @@ _qor_mim_ctl()
     [[ $prev == --*=* ]] && prev=
     case $prev in
         --add)
-            # What is staged from one directory is to be found from another.
-            [[ $cur == [/~\"\']* ]] || printf -v cur '%q/%s' "$PWD" "$cur"
-            _filedir xml
+            _qor_mim_tool_absolute_file
             return
             ;;
         --remove)

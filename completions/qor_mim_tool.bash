@@ -17,6 +17,13 @@ _qor_mim_tool_directory()
     printf '%s' "${directory:+$directory/}"
 }
 
+# Model files for the word `$cur`. What is staged from one directory is to be found from another.
+_qor_mim_tool_absolute_file()
+{
+    [[ $cur == [/~\"\']* ]] || printf -v cur '%q/%s' "$PWD" "$cur"
+    _filedir xml
+}
+
 # The installed models, one a line.
 _qor_mim_tool_models()
 {
@@ -124,7 +131,7 @@ _qor_mim_tool()
     [[ $prev == --*=* || $prev == -[!-]?* ]] && prev=
     case $(_qor_mim_tool_long_name "$prev") in
         --addModelFile)
-            _filedir xml
+            _qor_mim_tool_absolute_file
             return
             ;;
         --removeModelFile)

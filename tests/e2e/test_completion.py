@@ -102,6 +102,13 @@ def test_an_addition_takes_model_files_and_directories(shell: Shell, framework: 
     assert shell.line(f"{option}/opt/qor/models/de") == f"{option}/opt/qor/models/deep/"
 
 
+@pytest.mark.parametrize("option", ["--addModelFile=", "--addModelFile ", "-a "])
+def test_an_addition_makes_paths_absolute(shell: Shell, work: Path, option: str) -> None:
+    (work / "own model.xml").write_text("<model/>\n", encoding="utf-8")
+    completed = shell.line(f"{option}ow").rstrip()
+    assert shlex.split(completed) == shlex.split(f"{option}'/opt/scratch/own model.xml'")
+
+
 @pytest.mark.parametrize("option", ["--removeModelFile=", "--removeModelFile ", "-x "])
 def test_a_removal_takes_installed_models(shell: Shell, framework: Framework, option: str) -> None:
     framework.write(LIST, "/opt/qor/models/base.xml\n\n  /srv/other models/pump's.xml \n/nowhere/gone.xml\n")
