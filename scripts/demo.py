@@ -19,14 +19,15 @@ from sandbox import SandboxError, launcher_name  # transcripts has made this kno
 
 GUIDE = PROJECT / "docs" / "operations.md"
 # Headings of the guide. Every command below them has a sentence that leads up to it.
-STORY = ("A first session", "Change your mind", "The validator rejects the result", "Several hosts",
-         "All options")
+STORY = ("A first session", "Change your mind", "The validator rejects the result",
+         "Several hosts", "All options")
 
 BOLD, RED, GREEN, CYAN = "1", "31", "32", "1;36"
 COLOURED = sys.stdout.isatty() and "NO_COLOR" not in os.environ and os.environ.get("TERM") != "dumb"
 
 INTRODUCTION = """The operator's guide, played live. Each chapter starts with a fresh copy of the sample framework,
-which the tool sees as /opt/qor in a sandbox: nothing on this machine is changed. Waits are cut short."""
+which the tool and its companion see as /opt/qor in a sandbox: nothing on this machine is changed. Waits are cut
+short."""
 
 
 def colour(code: str, text: str) -> str:
@@ -36,7 +37,7 @@ def colour(code: str, text: str) -> str:
 
 def show(said: bytes) -> None:
     """Pass on what the program says, as it comes."""
-    wrong = r"(?m)^ConsoleLogger: (Error|Critical|Warning): .*|^\[exit status.*"
+    wrong = r"(?m)^ConsoleLogger: (Error|Critical|Warning): .*|^.* WARNING: .*|^qor_mim_ctl: .*|^\[exit status.*"
     print(re.sub(wrong, lambda line: colour(RED, line[0]), said.decode(errors="replace")), end="", flush=True)
 
 
@@ -44,7 +45,7 @@ def play(heading: str, steps: list[Step]) -> str:
     """Play a chapter; the difference to the guide, or nothing."""
     print(f"\n{colour(BOLD, heading)}\n{colour(BOLD, '=' * len(heading))}")
     with tempfile.TemporaryDirectory() as scratch:
-        stage = Stage(Path(scratch))
+        stage = Stage(Path(scratch), COLOURED)
         for step in steps:
             sentence = re.sub("`(.*?)`", lambda name: colour(BOLD, name[1]), step.sentence)
             print(f"\n{sentence}\n\n{colour(CYAN, f'{step.host}$ {step.command}')}", flush=True)

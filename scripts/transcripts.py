@@ -6,7 +6,7 @@ A transcript is a fenced block of the kind ``console``.  Its lines are
     $ command            run by a shell; ``beta$ command`` on the host beta, otherwise the host is alpha
     [...]                in place of all that a command said but the last line
     [exit status N]      unless it is 0
-    anything else        what the command said, exactly, as a terminal shows it
+    anything else        what the command said, as a terminal shows it, without colours; every time is that of TIMES
 
 Every section, that is everything up to the next heading, starts with a fresh copy of the sample framework, seen as
 /opt/qor, and an empty working directory.  A fenced block of the kind ``sh NAME`` puts the script NAME there.
@@ -29,12 +29,24 @@ from pathlib import Path
 PROJECT = Path(__file__).resolve().parents[1]
 sys.path.insert(0, str(PROJECT / "tests" / "support"))
 
-from sandbox import DEFAULT_TIMEOUT, PATH, Sandbox  # noqa: E402 (path set above)
+from sandbox import DEFAULT_TIMEOUT, PATH, WORK, Sandbox, tool_directory  # noqa: E402 (path set above)
 
 DOCUMENTS = sorted(path for pattern in ("*.md", "docs/**/*.md", "examples/**/*.md") for path in PROJECT.glob(pattern))
 PIECE = re.compile(r"^#+ +(?P<heading>.*)$|^```(?P<kind>\w*) ?(?P<name>.*)\n(?P<text>(?:.*\n)*?)```$", re.MULTILINE)
 STEP = re.compile(r"^(?P<host>[a-z]*)\$ (?P<command>.*)\n(?P<answer>(?:(?![a-z]*\$ ).*\n)*)", re.MULTILINE)
 ABRIDGED = "[...]\n"
+COLOUR = re.compile(r"\033\[[0-9;]*m")
+# Any time in UTC, in each of its forms, and what stands for it in a document.
+TIMES = ((re.compile(r"\b\d{4}-\d\d-\d\dT\d\d:\d\d:\d\dZ"), "2026-01-31T12:00:00Z"),
+         (re.compile(r"\b\d{8}T\d{6}Z"), "20260131T120000Z"))
+
+
+def settled(said: str) -> str:
+    """What was said, without all that differs from run to run or from terminal to terminal."""
+    said = COLOUR.sub("", said)
+    for time, shown in TIMES:
+        said = time.sub(shown, said)
+    return said
 
 
 @dataclasses.dataclass(frozen=True)
@@ -72,22 +84,25 @@ def sections(document: Path) -> dict[str, list[Step]]:
 class Stage:
     """A fresh framework and working directory, and a shell on each host that sees them."""
 
-    def __init__(self, scratch: Path):
+    def __init__(self, scratch: Path, coloured: bool = False):
         self.framework = scratch / "framework"
         work, programs = scratch / "work", scratch / "sbin"
         shutil.copytree(PROJECT / "examples" / "framework", self.framework)
         work.mkdir()
         programs.mkdir()
         # Nobody wants to read, or to wait for, the thirty seconds that a call waits for another host's session.
-        self._sandbox = Sandbox(self.framework, preload=("sleep",), work=work).with_env(PATH=f"{programs}:{PATH}")
-        tool = programs / "qor_mim_tool"
-        tool.write_text(f'#!/bin/sh\nexec {shlex.join(self._sandbox.tool_command())} "$@"\n', encoding="utf-8")
-        tool.chmod(0o755)
+        self._sandbox = Sandbox(self.framework, preload=("sleep",), work=work).with_env(
+            PATH=f"{programs}:{PATH}", TMPDIR=WORK, NO_COLOR="" if coloured else "1")
+        for name, built in (("qor_mim_tool", None), ("qor_mim_ctl", tool_directory() / "qor_mim_ctl")):
+            command = shlex.join(self._sandbox.tool_command(built))
+            program = programs / name
+            program.write_text(f'#!/bin/sh\nexec {command} "$@"\n', encoding="utf-8")
+            program.chmod(0o755)
         self._status = 0
 
     def play(self, step: Step, show: Callable[[bytes], object] = lambda _: None) -> str:
         """The answer to a step, in the form of a document; ``show`` gets it live and whole."""
-        said = self._run(step.host, step.command, show)
+        said = settled(self._run(step.host, step.command, show))
         note = f"[exit status {self._status}]\n" if self._status else ""
         show(note.encode())
         if step.answer.startswith(ABRIDGED):

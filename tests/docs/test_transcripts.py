@@ -20,7 +20,7 @@ DEMO = PROJECT / "scripts" / "demo.py"
 sys.path.insert(0, str(DEMO.parent))
 
 from demo import STORY  # noqa: E402 (path set above)
-from transcripts import DOCUMENTS, Stage, Step, rewrite, sections  # noqa: E402
+from transcripts import DOCUMENTS, Stage, Step, rewrite, sections, settled  # noqa: E402
 
 GUIDE = sections(PROJECT / "docs" / "operations.md")
 SECTIONS = [(document, heading) for document in DOCUMENTS for heading in sections(document)]
@@ -119,7 +119,7 @@ def test_demo_plays_its_chapters_of_the_guide(scratch: Path) -> None:
     for heading in STORY:
         chapter = "".join(f"\n{step.sentence}\n\n{step.host}$ {step.command}\n{step.answer}" for step in GUIDE[heading])
         # The help text is left out in the guide only.
-        assert chapter.replace("`", "").partition("[...]")[0] in said.decode()
+        assert chapter.replace("`", "").partition("[...]")[0] in settled(said.decode())
         assert all(step.sentence for step in GUIDE[heading])
     assert b" commands, all as the guide shows them (sandbox: " in said
     assert (complaints, b"\033" in said, is_emptied(scratch)) == (b"", False, True)

@@ -446,11 +446,11 @@ class Sandbox:
         """Start any other program of this machine in the sandbox and leave it running."""
         return self._start(list(command), [], stdin, stdout, console)
 
-    def tool_command(self) -> list[str]:
-        """The command line that runs the tool, for a script that runs in the sandbox itself."""
+    def tool_command(self, program: Path | None = None) -> list[str]:
+        """The command line that runs the tool, or a program like it, for a script that runs in the sandbox itself."""
         prefix = emulator()
         libraries = self._libraries(find_launcher(self.launcher), foreign=bool(prefix))
-        return self._preloading([str(path) for path in libraries], prefix, [str(tool_path())])
+        return self._preloading([str(path) for path in libraries], prefix, [str(program or tool_path())])
 
     def _start(self, command: list[str], prefix: list[str], stdin: bytes | int | IO[Any], stdout: int | IO[Any],
                console: int | IO[Any]) -> Run:
