@@ -19,8 +19,8 @@ from sandbox import SandboxError, launcher_name  # transcripts has made this kno
 
 GUIDE = PROJECT / "docs" / "operations.md"
 # Headings of the guide. Every command below them has a sentence that leads up to it.
-STORY = ("A first session", "Change your mind", "The validator rejects the result",
-         "Several hosts", "All options")
+STORY = ("A first session", "Change your mind", "A change in one call", "The validator rejects the result",
+         "Several hosts", "An interrupted commit", "All options")
 
 BOLD, RED, GREEN, CYAN = "1", "31", "32", "1;36"
 COLOURED = sys.stdout.isatty() and "NO_COLOR" not in os.environ and os.environ.get("TERM") != "dumb"
