@@ -251,7 +251,7 @@ def test_apply_waits_for_a_session_to_end(framework: Framework, tool: Sandbox) -
     assert framework.read(LIST) == f"{BASE}\n{VALVE}\n{PUMP}\n"
 
 
-@pytest.mark.parametrize("command", [("apply", *ADD_PUMP), ("plan",), ("plan", *ADD_PUMP)])
+@pytest.mark.parametrize("command", [("apply", *ADD_PUMP), ("plan",), ("plan", *ADD_PUMP), ("check",)])
 def test_apply_keeps_other_callers_out(framework: Framework, tool: Sandbox, command: tuple[str, ...]) -> None:
     """While another caller has the lock, nobody else does or tells anything."""
     framework.write(CALLER_LOCK, "")
