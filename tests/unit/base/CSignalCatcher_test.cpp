@@ -12,6 +12,12 @@ namespace
 
 class CaughtSignal : public testing::TestWithParam<int>
 {
+protected:
+    void SetUp() override
+    {
+        // A shell starts its background jobs with some of them ignored.
+        ::signal(GetParam(), SIG_DFL);
+    }
 };
 
 INSTANTIATE_TEST_SUITE_P(SignalCatcher, CaughtSignal,
