@@ -3,18 +3,25 @@ from __future__ import annotations
 
 import os
 import sys
+from collections.abc import Iterator
 from pathlib import Path
 
 import pytest
 
 sys.path.insert(0, str(Path(__file__).resolve().parents[1] / "support"))
 
+import companion  # noqa: E402
 from framework import Framework  # noqa: E402 (path set above)
 from sandbox import Sandbox, SandboxError, launcher_name, tool_path  # noqa: E402
 
 
 # The companion is started like any program of this machine, so it is not emulated yet.
 collect_ignore_glob = ["test_ctl_*.py"] if os.environ.get("QOR_MIM_TOOL_EMULATOR") else []
+
+
+def pytest_configure(config: pytest.Config) -> None:
+    """Declare the marker."""
+    config.addinivalue_line("markers", "unsound(reason): the story does not leave a sound framework")
 
 
 def pytest_report_header() -> str:
@@ -40,9 +47,12 @@ def work(tmp_path: Path) -> Path:
 
 
 @pytest.fixture
-def tool(framework: Framework, work: Path) -> Sandbox:
-    """The program on the host alpha."""
-    return Sandbox(framework.root, work=work)
+def tool(framework: Framework, work: Path, request: pytest.FixtureRequest) -> Iterator[Sandbox]:
+    """The program on the host alpha. What a story leaves is sound, unless the story is marked as ``unsound``."""
+    sandbox = Sandbox(framework.root, work=work)
+    yield sandbox
+    if request.node.get_closest_marker("unsound") is None:
+        assert companion.faults(sandbox) == []
 
 
 @pytest.fixture

@@ -11,6 +11,8 @@ import completing_shell
 from framework import CONFIG, LIST, Framework, config, participant
 from sandbox import PROJECT, Sandbox
 
+pytestmark = pytest.mark.unsound("the files are for the shells alone")
+
 COMPLETIONS = PROJECT / "completions"
 OPTIONS = {"--help", "--addModelFile", "--removeModelFile", "--modelHandler", "--managedObjectVersion",
            "--transactionalResourceVersion", "--commit", "--rollback", "--status"}

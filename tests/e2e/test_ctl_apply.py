@@ -143,6 +143,7 @@ def test_apply_puts_back_what_is_rejected(backups: Framework, tool: Sandbox, opt
     assert (state(backups), attributes(backups, *BOTH, *BACKUPS)) == before
 
 
+@pytest.mark.unsound("files of no session lie about")
 def test_apply_leaves_no_backups_where_there_were_none(framework: Framework, tool: Sandbox) -> None:
     """Nor does it remove what lies about of a session that is none."""
     framework.script(VALIDATOR, "exit 1")
@@ -223,6 +224,7 @@ def test_apply_follows_links(framework: Framework, tool: Sandbox) -> None:
     assert "pumpHandler" in framework.read("etc/real.cfg")
 
 
+@pytest.mark.unsound("the session is cut short")
 @pytest.mark.parametrize("lock, text", [("alpha", "the host alpha"), ("beta", "the host beta"), ("", "an unknown host"),
                                         (OWN_LOCK, "qor_mim_ctl recover"),
                                         ("qor_mim_ctl@beta", "qor_mim_ctl recover")])
@@ -282,6 +284,7 @@ def test_twelve_callers_at_once_all_land(framework: Framework, tool: Sandbox) ->
     assert not any(framework.path(name).exists() for name in (LOCK, SESSION, CONFIG_TMP, LIST_TMP))
 
 
+@pytest.mark.unsound("the other run broke the session")
 @pytest.mark.parametrize("action", ["rm etc/model/qor_mim_tool.lock", "echo beta >etc/model/qor_mim_tool.lock",
                                     "echo /edited >>etc/model/model_file_list.cfg", "echo '<edited/>' >etc/qor.cfg",
                                     "rm etc/qor.cfg"])
@@ -354,6 +357,7 @@ def test_apply_without_a_reader(framework: Framework, tool: Sandbox) -> None:
     assert companion.answer(tool, "apply", *ADD_PUMP)["result"] == "unchanged"
 
 
+@pytest.mark.unsound("the backups there were are no document")
 @pytest.mark.skipif("QOR_SANDBOX_WRITABLE" in os.environ, reason="coverage counters are files of limited size, too")
 def test_apply_on_a_full_disk(backups: Framework, tool: Sandbox) -> None:
     """However little can be written: all of it, or everything is as it was."""
@@ -390,6 +394,7 @@ def test_apply_rejects_wrong_options(framework: Framework, tool: Sandbox, option
     assert framework.snapshot() == before
 
 
+@pytest.mark.unsound("a live file is missing")
 @pytest.mark.parametrize("name", [CONFIG, LIST, "etc/model"])
 def test_apply_needs_the_framework(framework: Framework, tool: Sandbox, name: str) -> None:
     """What is missing is named."""

@@ -118,8 +118,8 @@ STORIES = [
      writes(CONFIG, config(participant(PLACEHOLDER), BASE_HANDLER, AUX_HANDLER))),
     (writes(CONFIG, config(BASE_HANDLER, participant("baseHandler", "Aux"))), ("handler-twice", "error", CONFIG_PATH),
      writes(CONFIG, config(participant("baseHandler", "Base", "Aux")))),
-    (writes(CONFIG, config(BASE_HANDLER, participant("auxHandler", "Aux", "Base"))), ("root-twice", "error", CONFIG_PATH),
-     writes(CONFIG, SOUND_CONFIG)),
+    (writes(CONFIG, config(BASE_HANDLER, participant("auxHandler", "Aux", "Base"))),
+     ("root-twice", "error", CONFIG_PATH), writes(CONFIG, SOUND_CONFIG)),
     (writes(LIST, f"{BASE}\n"), ("root-unlisted", "warning", CONFIG_PATH),
      lambda _, tool: type_in(tool, f"qor_mim_ctl apply --add={AUX}")),
     (writes(LIST, SOUND_LIST + f"{MISSING}\n"), ("model-missing", "error", MISSING), writes(LIST, SOUND_LIST)),
@@ -133,7 +133,8 @@ STORIES = [
     (writes(LIST, SOUND_LIST + f"{BASE}\n"), ("model-twice", "warning", BASE), writes(LIST, SOUND_LIST)),
     (lists_contained, ("model-contained", "warning", BASE), moves_contained),
     (writes(LIST, SOUND_LIST.removesuffix("\n")), ("list-end", "error", LIST_PATH), "echo >>"),
-    (stages(f"0:{PUMP}\n", "beta"), ("session-foreign", "warning", LOCK_PATH), "on the host beta: qor_mim_tool --commit"),
+    (stages(f"0:{PUMP}\n", "beta"), ("session-foreign", "warning", LOCK_PATH),
+     "on the host beta: qor_mim_tool --commit"),
     (writes(LOCK, "alpha"), ("session-stale", "error", LOCK_PATH), "qor_mim_ctl recover"),
     (stages(f"0:{PUMP}\n", ""), ("session-stale", "error", LOCK_PATH), "qor_mim_ctl recover"),
     (writes(SESSION, f"0:{PUMP}\n"), ("session-leftover", "warning", SESSION_PATH), "qor_mim_ctl recover"),
@@ -165,6 +166,7 @@ def test_check_finds_what_its_remedy_ends(sound: Framework, tool: Sandbox, happe
     assert findings(tool) == []
 
 
+@pytest.mark.unsound("the list has no line feed at its end")
 def test_check_for_people(sound: Framework, tool: Sandbox) -> None:
     sound.write(LIST, SOUND_LIST.removesuffix("\n"))
 

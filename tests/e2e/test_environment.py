@@ -81,6 +81,7 @@ def test_no_framework_means_the_working_directory(tool: Sandbox, work: Path) -> 
     ("--commit", ["There is nothing to commit!"], "lock file not present, There is nothing to commit."),
     ("--rollback", ["Rolling back.", COMPLETED], "lock file not present, Rolling back."),
 ], ids=["commit", "rollback"])
+@pytest.mark.unsound("the model directory is a file")
 def test_invalid_environment_does_not_end_the_run(tool: Sandbox, framework: Framework, command: str, told: list[str],
                                                   logged: str) -> None:
     framework.remove(LIST)

@@ -12,6 +12,8 @@ from framework import (AGENT, BASE, CONFIG, CONFIG_TMP, LIST, LIST_TMP, LOCK, PU
                        config, installed, participant)
 from sandbox import Result, Sandbox
 
+pytestmark = pytest.mark.unsound("what the stories begin with is broken")
+
 WORLD = "models/hostile.xml"
 HOSTILE = installed(WORLD)
 

@@ -24,6 +24,7 @@ def test_rollback_drops_the_session_then_undoes_one_commit(tool: Sandbox, framew
         assert framework.changes(before) == {}
 
 
+@pytest.mark.unsound("a live file is missing, or a document without participants")
 @pytest.mark.parametrize("lost", [CONFIG, LIST])
 def test_rollback_restores_a_lost_configuration_but_no_list(tool: Sandbox, framework: Framework, lost: str) -> None:
     framework.remove(lost)
@@ -35,6 +36,7 @@ def test_rollback_restores_a_lost_configuration_but_no_list(tool: Sandbox, frame
     assert framework.changes(before) == ({} if lost == LIST else restored)
 
 
+@pytest.mark.unsound("the backups are no document and no list of paths")
 def test_rollback_keeps_the_modes_of_the_live_files(tool: Sandbox, framework: Framework) -> None:
     for name in (CONFIG_BAK, LIST_BAK):
         framework.write(name, "<older/>\n")

@@ -233,6 +233,7 @@ def test_command_line_passes_on_the_status_of_a_command(framework: Framework, tm
     assert log.read_text() == ""
 
 
+@pytest.mark.unsound("there is no program")
 def test_missing_program_is_explained(monkeypatch: pytest.MonkeyPatch, tool: Sandbox) -> None:
     monkeypatch.setenv("QOR_MIM_TOOL", "/nowhere/qor_mim_tool")
     with pytest.raises(SandboxError, match="build it first"):

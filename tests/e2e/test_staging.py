@@ -1,6 +1,8 @@
 """Staging and status: a session with all kinds of action, and calls that stage and do something else too."""
 from __future__ import annotations
 
+import pytest
+
 from expect import (COMPLETED, DEBUG, INFO, NEW_SESSION, ROLLING_BACK, UPDATED, WARNING, answer, critical, staged,
                     warning)
 from framework import BASE, CONFIG, CONFIG_TMP, LIST, LIST_TMP, LOCK, PUMP, SESSION, VALVE, Framework
@@ -25,6 +27,7 @@ def test_staging_keeps_all_kinds_in_order_and_status_lists_them(tool: Sandbox, f
     assert framework.changes(before) == {}
 
 
+@pytest.mark.unsound("a backup of the list alone, which no commit leaves")
 def test_staging_with_rollback_keeps_a_session_that_it_begins(tool: Sandbox, framework: Framework) -> None:
     framework.write(f"{LIST}.bak", "/old\n")
     before = framework.snapshot()
@@ -43,6 +46,7 @@ def test_staging_with_commit_and_rollback_only_stages(tool: Sandbox, framework: 
     assert framework.changes(before) == {SESSION: f"0:{VALVE}\n0:{PUMP}\n"}
 
 
+@pytest.mark.unsound("the staging call stops halfway")
 def test_staging_in_a_read_only_directory_is_reported_stepwise(tool: Sandbox, framework: Framework) -> None:
     framework.write(LIST_TMP, "")
     framework.path("etc/model").chmod(0o555)

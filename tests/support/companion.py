@@ -42,6 +42,19 @@ def parsed(result: Result) -> dict[str, Any]:
     return found
 
 
+def faults(sandbox: Sandbox) -> list[str]:
+    """What is wrong with a framework at /opt/qor: errors that check finds, an interruption that recover would end, and
+    what keeps them from telling.  That recover asks, or leaves another host's session alone, is no fault.
+    """
+    script = '"$@" check --qor-path=/opt/qor --json; "$@" recover --dry-run --qor-path=/opt/qor --json'
+    result = sandbox.with_env(TMPDIR=WORK).execute("/bin/sh", "-c", script, "sh",
+                                                   *sandbox.tool_command(companion_path()))
+    check, recover = map(json.loads, result.stdout.splitlines())
+    errors = [finding["id"] for finding in check.get("findings", ()) if finding["severity"] == "error"]
+    untold = [told["error"] for told in (check, recover) if told["status"] == 4]
+    return errors + untold + [found for found in recover.values() if str(found).endswith("-interrupted")]
+
+
 def patched(before: str, diff: str) -> str:
     """``before`` with a unified difference applied by the numbers in its hunks."""
     old = before.splitlines(keepends=True)
