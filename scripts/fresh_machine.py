@@ -93,8 +93,9 @@ class Machine:
                   *(["ca-certificates"] if any("https:" in text for text in texts) else [])]
         access = subprocess.run(["apt-config", "dump"], check=True, capture_output=True, text=True).stdout.splitlines()
         options = [f"--aptopt={line}" for line in access if ACCESS.match(line)]
-        self._outside("unshare", "--mount", "mmdebstrap", "--mode=root", "--variant=apt", f"--include={','.join(wanted)}", *options, release,
-                      str(self.root), str(archive))
+        # What it mounts goes with it, also when it is killed.
+        self._outside("unshare", "--mount", "mmdebstrap", "--mode=root", "--variant=apt",
+                      f"--include={','.join(wanted)}", *options, release, str(self.root), str(archive))
         shutil.copy("/etc/resolv.conf", self.root / "etc")
         shutil.copy("/etc/hosts", self.root / "etc")
         with open(self.root / "etc" / "hosts", "a", encoding="utf-8") as hosts:

@@ -9,7 +9,8 @@ import pexpect
 import pytest
 
 PROJECT = Path(__file__).resolve().parents[2]
-SCRIPTS = sorted(path for path in (PROJECT / "scripts").iterdir() if path.suffix == "" and os.access(path, os.X_OK))
+SCRIPTS = sorted(path for path in (PROJECT / "scripts").iterdir()
+                 if path.suffix == "" and path.is_file() and os.access(path, os.X_OK))
 BASICS = ("awk", "bash", "cat", "chmod", "comm", "dirname", "env", "grep", "mkdir", "mktemp", "realpath",
           "rm", "sed", "sort", "tee")
 
