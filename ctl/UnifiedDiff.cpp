@@ -72,7 +72,8 @@ private:
 
     void compare(Range range)
     {
-        trim(range);
+        trimFront(range);
+        trimBack(range);
         if (range.beginBefore == range.endBefore || range.beginAfter == range.endAfter || compareShortest(range))
         {
             return;
@@ -80,11 +81,14 @@ private:
         Range rest = range;
         for (const auto& [before, after] : anchors(range))
         {
-            // The line itself is the first of what is trimmed behind it.
-            compare({rest.beginBefore, before, rest.beginAfter, after});
-            rest.beginBefore = before;
-            rest.beginAfter = after;
-            trim(rest);
+            // What is trimmed behind a line begins with the line itself, and may hold the next ones.
+            if (before >= rest.beginBefore)
+            {
+                compare({rest.beginBefore, before, rest.beginAfter, after});
+                rest.beginBefore = before;
+                rest.beginAfter = after;
+                trimFront(rest);
+            }
         }
         if (rest.beginBefore != range.beginBefore || rest.beginAfter != range.beginAfter)
         {
@@ -102,14 +106,19 @@ private:
         _partner[static_cast<std::size_t>(before)] = after;
     }
 
-    /// Takes the equal lines at both ends away.
-    void trim(Range& range)
+    /// Takes the equal lines at the begin away.
+    void trimFront(Range& range)
     {
         while (range.beginBefore < range.endBefore && range.beginAfter < range.endAfter &&
                isSame(range.beginBefore, range.beginAfter))
         {
             match(range.beginBefore++, range.beginAfter++);
         }
+    }
+
+    /// Takes the equal lines at the end away.
+    void trimBack(Range& range)
+    {
         while (range.beginBefore < range.endBefore && range.beginAfter < range.endAfter &&
                isSame(range.endBefore - 1, range.endAfter - 1))
         {

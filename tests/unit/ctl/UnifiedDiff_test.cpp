@@ -4,7 +4,9 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdlib>
+#include <numeric>
 #include <random>
 #include <sstream>
 #include <string>
@@ -178,6 +180,37 @@ TEST(UnifiedDiff, FindsMovedAndKeptLinesInLargeTextsThatDifferMuch)
     EXPECT_EQ(patched(before, unifiedDiff("f", before, after), &changes), after);
 
     EXPECT_EQ(changes, 6000);
+}
+
+TEST(UnifiedDiff, KeepsOneOfTwoLargePartsThatChangePlaces)
+{
+    int changes = 0;
+    const std::string before = lines(1, 900);
+    const std::string after = lines(401, 900) + lines(1, 400);
+
+    EXPECT_EQ(patched(before, unifiedDiff("f", before, after), &changes), after);
+
+    EXPECT_EQ(changes, 800);
+}
+
+TEST(UnifiedDiff, LeadsFromOneLargeRandomTextToTheOther)
+{
+    std::mt19937 random(7); // NOLINT(cert-msc32-c,cert-msc51-cpp): the same texts in every run
+    for (int round = 0; round < 20; ++round)
+    {
+        std::vector<std::string> parts;
+        for (int part = 0; part < 200; ++part)
+        {
+            const int first = 10 * part;
+            parts.push_back(lines(first, first + static_cast<int>(random() % 10)) + (part % 3 == 0 ? "same\n" : ""));
+        }
+        const auto joined = [&parts] { return std::accumulate(parts.begin(), parts.end(), std::string()); };
+        const std::string before = joined();
+        std::shuffle(parts.begin() + 10 * round, parts.end(), random);
+        const std::string after = joined();
+
+        EXPECT_EQ(patched(before, unifiedDiff("f", before, after)), after) << round;
+    }
 }
 
 TEST(UnifiedDiff, ReplacesLargeTextsThatHaveNothingInCommon)
