@@ -310,7 +310,11 @@ std::vector<Edit> editsOf(const std::vector<int>& partners, int lengthAfter)
 std::string rangeText(int first, int count)
 {
     const std::string start = std::to_string(count == 0 ? first : first + 1);
-    return count == 1 ? start : start + "," + std::to_string(count);
+    if (count == 1)
+    {
+        return start;
+    }
+    return start + "," + std::to_string(count);
 }
 
 void appendLine(std::string& text, char mark, std::string_view line)
@@ -323,12 +327,68 @@ void appendLine(std::string& text, char mark, std::string_view line)
     }
 }
 
+/// A part of the difference, by the numbers of its edits; the end is excluded.
+struct Hunk
+{
+    std::size_t begin;
+    std::size_t end;
+};
+
+/// The first change from the edit `next` on, with its context and with the changes whose contexts meet its own.
+std::optional<Hunk> findHunk(const std::vector<Edit>& edits, std::size_t next)
+{
+    const std::size_t CONTEXT = 3;
+
+    std::size_t first = next;
+    while (first < edits.size() && edits[first].isKept())
+    {
+        ++first;
+    }
+    if (first == edits.size())
+    {
+        return std::nullopt;
+    }
+    std::size_t last = first;
+    for (std::size_t index = first; index < edits.size() && index <= last + 2 * CONTEXT + 1; ++index)
+    {
+        last = edits[index].isKept() ? last : index;
+    }
+    return Hunk{first - std::min(CONTEXT, first - next), std::min(edits.size(), last + 1 + CONTEXT)};
+}
+
+/// How many lines of either text lie before an edit.
+struct Place
+{
+    int before = 0;
+    int after = 0;
+};
+
+Place moved(Place place, const std::vector<Edit>& edits, std::size_t begin, std::size_t end)
+{
+    for (std::size_t index = begin; index < end; ++index)
+    {
+        place.before += edits[index].before == CComparison::NONE ? 0 : 1;
+        place.after += edits[index].after == CComparison::NONE ? 0 : 1;
+    }
+    return place;
+}
+
+void appendEdit(std::string& text, const Edit& edit, const Lines& before, const Lines& after)
+{
+    if (edit.before == CComparison::NONE)
+    {
+        appendLine(text, '+', after[static_cast<std::size_t>(edit.after)]);
+    }
+    else
+    {
+        appendLine(text, edit.isKept() ? ' ' : '-', before[static_cast<std::size_t>(edit.before)]);
+    }
+}
+
 } // namespace
 
 std::string unifiedDiff(const std::string& name, const std::string& before, const std::string& after)
 {
-    const std::size_t CONTEXT = 3;
-
     if (before == after)
     {
         return std::string();
@@ -339,48 +399,20 @@ std::string unifiedDiff(const std::string& name, const std::string& before, cons
         editsOf(CComparison(linesBefore, linesAfter).partners(), static_cast<int>(linesAfter.size()));
 
     std::string text = "--- " + name + "\n+++ " + name + "\n";
-    int doneBefore = 0;
-    int doneAfter = 0;
+    Place place;
     std::size_t next = 0;
-    while (next < edits.size())
+    while (const std::optional<Hunk> hunk = findHunk(edits, next))
     {
-        std::size_t begin = next;
-        while (begin < edits.size() && edits[begin].isKept())
+        const Place begin = moved(place, edits, next, hunk->begin);
+        const Place end = moved(begin, edits, hunk->begin, hunk->end);
+        text += "@@ -" + rangeText(begin.before, end.before - begin.before) + " +" +
+                rangeText(begin.after, end.after - begin.after) + " @@\n";
+        for (std::size_t index = hunk->begin; index < hunk->end; ++index)
         {
-            ++begin;
+            appendEdit(text, edits[index], linesBefore, linesAfter);
         }
-        if (begin == edits.size())
-        {
-            break;
-        }
-        // A hunk goes on as long as the context of one change meets that of the next.
-        std::size_t end = begin;
-        for (std::size_t index = begin; index < edits.size() && index <= end + 2 * CONTEXT + 1; ++index)
-        {
-            end = edits[index].isKept() ? end : index;
-        }
-        begin -= std::min(CONTEXT, begin - next);
-        const std::size_t stop = std::min(edits.size(), end + 1 + CONTEXT);
-        doneBefore += static_cast<int>(begin - next);
-        doneAfter += static_cast<int>(begin - next);
-        std::string lines;
-        int countBefore = 0;
-        int countAfter = 0;
-        for (std::size_t index = begin; index < stop; ++index)
-        {
-            const Edit& edit = edits[index];
-            countBefore += edit.before == CComparison::NONE ? 0 : 1;
-            countAfter += edit.after == CComparison::NONE ? 0 : 1;
-            const bool isNew = edit.before == CComparison::NONE;
-            const char mark = edit.isKept() ? ' ' : (isNew ? '+' : '-');
-            appendLine(lines, mark,
-                       isNew ? linesAfter[static_cast<std::size_t>(edit.after)]
-                             : linesBefore[static_cast<std::size_t>(edit.before)]);
-        }
-        text += "@@ -" + rangeText(doneBefore, countBefore) + " +" + rangeText(doneAfter, countAfter) + " @@\n" + lines;
-        doneBefore += countBefore;
-        doneAfter += countAfter;
-        next = stop;
+        place = end;
+        next = hunk->end;
     }
     return text;
 }
