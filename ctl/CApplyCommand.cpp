@@ -78,16 +78,6 @@ Answer answerOf(const Preview& preview, const std::string& result, Status status
     return answer;
 }
 
-/// The pair, both files of which must be there.
-const FilePair& whole(const FilePair& pair, const CFrameworkPaths& paths)
-{
-    if (!pair.configuration || !pair.list)
-    {
-        throw Poco::FileNotFoundException(pair.configuration ? paths.modelFileList().live : paths.configuration().live);
-    }
-    return pair;
-}
-
 unsigned int secondsUntil(std::chrono::steady_clock::time_point end)
 {
     const auto left = std::chrono::duration_cast<std::chrono::seconds>(end - std::chrono::steady_clock::now());
@@ -179,7 +169,7 @@ Answer CApplyCommand::runAlone(const std::string& qorPath, unsigned int secondsL
 std::optional<Answer> CApplyCommand::attempt(const std::string& qorPath) const
 {
     const CFrameworkPaths paths(qorPath);
-    const FilePair live = whole(readFramework(qorPath).live, paths);
+    const FilePair live = bothLiveFiles(readFramework(qorPath), paths);
     // The framework is about to be changed, so there is always a place for copies if there is room at all.
     Preview preview = tryActions(live, _options.actions(), paths.configuration().live, false,
                                  {CQueueTrial::usualPlace(), "/dev/shm", "/run", "/var/tmp", paths.modelDirectory()});

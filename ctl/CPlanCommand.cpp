@@ -7,8 +7,6 @@
 #include "ctl/SilentLogger.h"
 #include "ctl/UnifiedDiff.h"
 
-#include <Poco/Exception.h>
-
 namespace QMT
 {
 
@@ -41,16 +39,6 @@ Answer answerOf(const Preview& preview)
                     preview);
 }
 
-/// The pair, both files of which must be there.
-const FilePair& whole(const FilePair& pair, const CFrameworkPaths& paths)
-{
-    if (!pair.configuration || !pair.list)
-    {
-        throw Poco::FileNotFoundException(pair.configuration ? paths.modelFileList().live : paths.configuration().live);
-    }
-    return pair;
-}
-
 /// By the check of a commit.
 bool areLiveFilesUntouched(const std::string& qorPath)
 {
@@ -71,7 +59,7 @@ Answer planSession(const std::string& qorPath)
     {
         return withoutActions("changed-meanwhile");
     }
-    const Preview preview = tryQueue(whole(now.live, paths), now.session.value_or(""), paths.configuration().live);
+    const Preview preview = tryQueue(bothLiveFiles(now, paths), now.session.value_or(""), paths.configuration().live);
     return preview.actions.empty() ? withoutActions("nothing-staged") : answerOf(preview);
 }
 
@@ -80,7 +68,7 @@ Answer planActions(const std::string& qorPath, const std::vector<Action>& action
     const CFrameworkPaths paths(qorPath);
     const FrameworkContents now = readFramework(qorPath);
     return answerOf(
-        tryActions(whole(now.live, paths), actions, paths.configuration().live, true, {CQueueTrial::usualPlace()}));
+        tryActions(bothLiveFiles(now, paths), actions, paths.configuration().live, true, {CQueueTrial::usualPlace()}));
 }
 
 } // namespace

@@ -56,4 +56,14 @@ FrameworkContents readFramework(const std::string& qorPath)
     return contents;
 }
 
+const FilePair& bothLiveFiles(const FrameworkContents& contents, const CFrameworkPaths& paths)
+{
+    const FilePair& live = contents.live;
+    if (!live.configuration || !live.list)
+    {
+        throw Poco::FileNotFoundException(live.configuration ? paths.modelFileList().live : paths.configuration().live);
+    }
+    return live;
+}
+
 } // namespace QMT

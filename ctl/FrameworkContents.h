@@ -7,6 +7,8 @@
 namespace QMT
 {
 
+class CFrameworkPaths;
+
 /// The contents of the configuration document and of the model file list in one of their states. A missing file has
 /// none.
 struct FilePair
@@ -36,6 +38,10 @@ std::optional<std::string> readIfThere(const std::string& path);
 ///
 /// Throws a Poco::FileException that names the first file that is there and cannot be read.
 FrameworkContents readFramework(const std::string& qorPath);
+
+/// The live files among `contents`. Throws a Poco::FileNotFoundException that names the first one that is missing, by
+/// `paths`.
+const FilePair& bothLiveFiles(const FrameworkContents& contents, const CFrameworkPaths& paths);
 
 } // namespace QMT
 

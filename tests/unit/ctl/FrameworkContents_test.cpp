@@ -1,5 +1,6 @@
 #include "ctl/FrameworkContents.h"
 
+#include "impl/CFrameworkPaths.h"
 #include "support/Files.h"
 #include "support/TemporaryFramework.h"
 
@@ -64,6 +65,30 @@ TEST(FrameworkContents, ThrowForAFileThatCannotBeRead)
     {
         EXPECT_EQ(exc.message(), "the file cannot be read: " + framework.list(".bak"));
     }
+}
+
+TEST(FrameworkContents, NameTheLiveFileThatIsMissing)
+{
+    const CFrameworkPaths paths("/qor");
+    FrameworkContents contents;
+    const auto missing = [&]() -> std::string
+    {
+        try
+        {
+            bothLiveFiles(contents, paths);
+        }
+        catch (const Poco::FileNotFoundException& exc)
+        {
+            return exc.message();
+        }
+        return "none";
+    };
+
+    EXPECT_EQ(missing(), paths.configuration().live);
+    contents.live.configuration = "";
+    EXPECT_EQ(missing(), paths.modelFileList().live);
+    contents.live.list = "";
+    EXPECT_EQ(missing(), "none");
 }
 
 } // namespace
