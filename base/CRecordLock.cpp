@@ -48,18 +48,13 @@ int openOrMake(const std::string& path, const std::string& like)
     return file;
 }
 
-/// Asks who holds a lock on the open file; whether the system has told.
-bool askHolder(int file, int& holder)
-{
-    struct flock lock = wholeFile();
-    const bool isTold = ::fcntl(file, F_GETLK, &lock) == 0;
-    holder = lock.l_type == F_UNLCK ? 0 : lock.l_pid;
-    return isTold;
-}
-
 } // namespace
 
-CRecordLock::CRecordLock(const std::string& path, const std::string& like) : _path(path), _file(openOrMake(path, like))
+CRecordLock::CRecordLock(const std::string& path, const std::string& like) : CRecordLock(path, openOrMake(path, like))
+{
+}
+
+CRecordLock::CRecordLock(const std::string& path, int file) : _path(path), _file(file)
 {
 }
 
@@ -84,12 +79,12 @@ bool CRecordLock::tryToTake()
 
 int CRecordLock::holder() const
 {
-    int holder = 0;
-    if (!askHolder(_file, holder))
+    struct flock lock = wholeFile();
+    if (::fcntl(_file, F_GETLK, &lock) != 0)
     {
         throwFileError(_path);
     }
-    return holder;
+    return lock.l_type == F_UNLCK ? 0 : lock.l_pid;
 }
 
 int CRecordLock::holderOf(const std::string& path)
@@ -103,16 +98,7 @@ int CRecordLock::holderOf(const std::string& path)
     {
         throwFileError(path);
     }
-    int holder = 0;
-    const bool isTold = askHolder(file, holder);
-    const int error = errno;
-    static_cast<void>(::close(file));
-    if (!isTold)
-    {
-        errno = error;
-        throwFileError(path);
-    }
-    return holder;
+    return CRecordLock(path, file).holder();
 }
 
 } // namespace QMT

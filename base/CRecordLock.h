@@ -27,14 +27,18 @@ public:
     /// has no such locks.
     [[nodiscard]] bool tryToTake();
 
-    /// The process that has the lock, 0 when none has. A process of another host may have any number.
+    /// The process that has the lock, 0 when none has. A process of another host may have any number. Throws like
+    /// tryToTake.
     [[nodiscard]] int holder() const;
 
     /// The same for the file at `path`, which is neither locked nor made; 0 when it is missing. Throws a
-    /// Poco::FileException when it cannot be opened. A process that holds the lock itself must not call it.
+    /// Poco::FileException when it cannot be opened, and like tryToTake. A process that holds the lock itself must not
+    /// call it.
     [[nodiscard]] static int holderOf(const std::string& path);
 
 private:
+    CRecordLock(const std::string& path, int file);
+
     const std::string _path;
     int _file;
 };

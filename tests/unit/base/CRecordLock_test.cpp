@@ -1,5 +1,6 @@
 #include "base/CRecordLock.h"
 
+#include "support/FailingCall.h"
 #include "support/Files.h"
 #include "support/LockHolder.h"
 #include "support/TemporaryDirectory.h"
@@ -10,6 +11,7 @@
 
 #include <sys/stat.h>
 
+#include <cerrno>
 #include <filesystem>
 
 namespace QMT::Test
@@ -96,6 +98,28 @@ TEST_F(RecordLock, HasNoHolderWithoutAFileAndMakesNone)
 {
     EXPECT_EQ(CRecordLock::holderOf(path), 0);
     EXPECT_FALSE(exists(path));
+}
+
+TEST_F(RecordLock, OpensAFileThatAnotherMakesMeanwhile)
+{
+    writeFile(path, "content");
+    ::chmod(path.c_str(), 0600);
+    const FailingCall failing("open", path, ENOENT, 0, 1);
+
+    CRecordLock lock(path, like);
+
+    EXPECT_TRUE(lock.tryToTake());
+    EXPECT_EQ(readFile(path), "content");
+}
+
+TEST_F(RecordLock, ThrowsWhereTheFileSystemHasNoLocks)
+{
+    CRecordLock lock(path, like);
+    const FailingCall failing("fcntl", path, ENOLCK);
+
+    EXPECT_THROW(static_cast<void>(lock.tryToTake()), Poco::FileException);
+    EXPECT_THROW(static_cast<void>(lock.holder()), Poco::FileException);
+    EXPECT_THROW(static_cast<void>(CRecordLock::holderOf(path)), Poco::FileException);
 }
 
 TEST_F(RecordLock, ThrowsInAMissingDirectory)

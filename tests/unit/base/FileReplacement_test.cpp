@@ -136,12 +136,15 @@ TEST_F(FileReplacement, LeavesTheFileAloneOnAFullDisk)
 
 TEST_F(FileReplacement, LeavesTheFileAloneWhenTheDiskDoesNotTakeIt)
 {
-    const FailingCall failing("fsync", path + ".replacement", EIO);
+    for (const std::string call : {"fsync", "close"})
+    {
+        const FailingCall failing(call, path + ".replacement", EIO);
 
-    expectFailure([this] { replaceFile(path, "new", path); }, EIO, path);
+        expectFailure([this] { replaceFile(path, "new", path); }, EIO, path);
 
-    EXPECT_EQ(readFile(path), "old");
-    EXPECT_EQ(names(), Lines({"file"}));
+        EXPECT_EQ(readFile(path), "old");
+        EXPECT_EQ(names(), Lines({"file"}));
+    }
 }
 
 TEST_F(FileReplacement, GoesOnWhereAFileSystemCannotSync)

@@ -20,6 +20,8 @@ QMT::Test::FailingCall* current = nullptr;
 extern "C"
 {
     int failingFork() __asm__("fork");
+    int failingClose(int file) __asm__("close");
+    int failingFcntl(int file, int command, void* argument) __asm__("fcntl64");
     int failingFsync(int file) __asm__("fsync");
     int failingFchown(int file, unsigned int owner, unsigned int group) __asm__("fchown");
     int failingFchmod(int file, unsigned int mode) __asm__("fchmod");
@@ -33,6 +35,26 @@ extern "C"
 int failingFork()
 {
     return QMT::Test::FailingCall::fails("fork", std::string()) ? -1 : QMT::Test::realCall<int()>("fork")();
+}
+
+/// The file is closed all the same.
+int failingClose(int file)
+{
+    static auto* const realClose = QMT::Test::realCall<int(int)>("close");
+    if (!QMT::Test::FailingCall::fails("close", file))
+    {
+        return realClose(file);
+    }
+    const int error = errno;
+    static_cast<void>(realClose(file));
+    errno = error;
+    return -1;
+}
+
+int failingFcntl(int file, int command, void* argument)
+{
+    static auto* const realFcntl = QMT::Test::realCall<int(int, int, ...)>("fcntl64");
+    return QMT::Test::FailingCall::fails("fcntl", file) ? -1 : realFcntl(file, command, argument);
 }
 
 int failingFsync(int file)
