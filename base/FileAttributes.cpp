@@ -1,10 +1,12 @@
 #include "base/FileAttributes.h"
 
+#include <linux/limits.h>
 #include <sys/stat.h>
 #include <sys/xattr.h>
 #include <unistd.h>
 
-#include <cerrno>
+#include <algorithm>
+#include <array>
 #include <map>
 #include <sstream>
 
@@ -16,24 +18,14 @@ namespace
 
 using Attributes = std::map<std::string, std::string>;
 
-/// What fits into a result of `call`, a system call that is given room and says how much there is.
+/// What `call` fills in, a system call that is given room and says how much it has used. There is no more than that of
+/// names or of a value.
 template<typename Call>
 std::string filled(Call call)
 {
-    std::string buffer;
-    ssize_t size = call(nullptr, 0);
-    while (size > 0)
-    {
-        buffer.resize(static_cast<std::string::size_type>(size));
-        size = call(buffer.data(), buffer.size());
-        if (size >= 0 || errno != ERANGE)
-        {
-            break;
-        }
-        size = call(nullptr, 0);
-    }
-    buffer.resize(size < 0 ? 0 : static_cast<std::string::size_type>(size));
-    return buffer;
+    std::array<char, std::max(XATTR_LIST_MAX, XATTR_SIZE_MAX)> buffer;
+    const ssize_t size = call(buffer.data(), buffer.size());
+    return std::string(buffer.data(), size < 0 ? 0 : static_cast<std::string::size_type>(size));
 }
 
 /// The extended attributes that `list` names, separated by NUL.
