@@ -12,7 +12,6 @@
 
 #include <cerrno>
 #include <functional>
-#include <initializer_list>
 #include <new>
 #include <stdexcept>
 
@@ -64,11 +63,9 @@ CTransaction::~CTransaction() = default;
 
 bool CTransaction::open()
 {
-    for (const std::string& path :
-         {_paths.sessionFile(), _paths.modelFileList().workingCopy, _paths.configuration().workingCopy})
-    {
-        _leftovers.push_back(std::make_unique<CKeptFile>(path));
-    }
+    _leftovers.push_back(std::make_unique<CKeptFile>(_paths.sessionFile()));
+    _leftovers.push_back(std::make_unique<CKeptFile>(_paths.modelFileList().workingCopy));
+    _leftovers.push_back(std::make_unique<CKeptFile>(_paths.configuration().workingCopy));
     try
     {
         // As in a staging call, the working copies come first. Without a lock file they are nobody's, and those of a
@@ -128,13 +125,9 @@ Judgement CTransaction::commit(const CommandQueue& queue)
         }
         return judgement;
     }
-    catch (const Poco::RuntimeException& exc)
-    {
-        giveUp(exc.message(), [this] { undo(); });
-    }
     catch (const Poco::Exception& exc)
     {
-        giveUp(exc.displayText(), [this] { undo(); });
+        giveUp(exc.message(), [this] { undo(); });
     }
     catch (const std::bad_alloc& exc)
     {
@@ -172,9 +165,10 @@ void CTransaction::removeBackups() const
 
 void CTransaction::saveQueue()
 {
-    if (!_impl.saveFIFO() || readWholeFile(_paths.sessionFile(), _session) != ReadResult::READ)
+    const std::string path = _paths.sessionFile();
+    if (!_impl.saveFIFO() || readWholeFile(path, _session) != ReadResult::READ)
     {
-        throw Poco::WriteFileException("the file cannot be written", _paths.sessionFile());
+        throw Poco::WriteFileException("the file cannot be written", path);
     }
 }
 

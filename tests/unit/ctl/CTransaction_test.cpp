@@ -2,6 +2,7 @@
 
 #include "base/CSignalCatcher.h"
 #include "ctl/SilentLogger.h"
+#include "support/FailingAllocation.h"
 #include "support/FailingCall.h"
 #include "support/FakeHostName.h"
 #include "support/FakeInstallation.h"
@@ -203,7 +204,8 @@ TEST_F(Transaction, IsUndoneWhereverItFails)
                                                                     {"rename", framework.list()},
                                                                     {"fsync", framework.list() + ".replacement"},
                                                                     {"unlink", framework.configuration(".tmp")},
-                                                                    {"rename", framework.configuration()}};
+                                                                    {"rename", framework.configuration()},
+                                                                    {"unlink", framework.lock()}};
     for (const auto& [call, path] : calls)
     {
         SCOPED_TRACE(call + " " + path);
@@ -217,6 +219,56 @@ TEST_F(Transaction, IsUndoneWhereverItFails)
         EXPECT_NE(failure.find("; the previous files are back"), std::string::npos) << failure;
         expectUntouched();
     }
+}
+
+TEST_F(Transaction, IsUndoneWhicheverNameTheDiskDoesNotTake)
+{
+    int spared = 0;
+    for (bool hasFailed = true; hasFailed; ++spared)
+    {
+        SCOPED_TRACE(spared);
+        CTransaction another(framework.path(), BEFORE, AFTER, silentLogger());
+        ASSERT_TRUE(another.open());
+        const FailingCall failing("fsync", directoryOf(framework.lock()), EIO, spared, 1);
+        try
+        {
+            static_cast<void>(another.commit(QUEUE));
+        }
+        catch (const std::runtime_error& exc)
+        {
+            EXPECT_NE(std::string(exc.what()).find("; the previous files are back"), std::string::npos) << exc.what();
+        }
+        hasFailed = failing.failures() > 0;
+        if (hasFailed)
+        {
+            expectUntouched();
+        }
+    }
+    // The removal of the lock file comes last.
+    EXPECT_GT(spared, 5);
+    EXPECT_EQ(now().live, AFTER);
+}
+
+TEST_F(Transaction, IsUndoneWhenMemoryRunsOut)
+{
+    const std::size_t MUCH = 1U << 20U;
+    const CommandQueue large = {{CmdID::AddModelFile, "/" + std::string(MUCH, 'a')}};
+    ASSERT_TRUE(transaction.open());
+    std::string failure;
+    {
+        const FailingAllocation failing(MUCH);
+        try
+        {
+            static_cast<void>(transaction.commit(large));
+        }
+        catch (const std::runtime_error& exc)
+        {
+            failure = exc.what();
+        }
+    }
+
+    EXPECT_EQ(failure, "std::bad_alloc; the previous files are back");
+    expectUntouched();
 }
 
 TEST_F(Transaction, AsksForARecoveryWhereItCannotBeUndone)
