@@ -23,16 +23,16 @@ namespace
 
 int run(int argc, char** argv)
 {
-    Poco::AutoPtr<Poco::PatternFormatter> formatter(new Poco::PatternFormatter("%s: %p: %t"));
-    Poco::AutoPtr<Poco::FormattingChannel> channel(new Poco::FormattingChannel(formatter));
-    Poco::AutoPtr<Poco::ConsoleChannel> console(new Poco::ConsoleChannel);
+    auto formatter = Poco::makeAuto<Poco::PatternFormatter>("%s: %p: %t");
+    auto channel = Poco::makeAuto<Poco::FormattingChannel>(formatter);
+    auto console = Poco::makeAuto<Poco::ConsoleChannel>();
     channel->setChannel(console);
     channel->open();
     Poco::Logger& logger = Poco::Logger::create("ConsoleLogger", channel, Poco::Message::PRIO_INFORMATION);
 
     const auto impl = std::make_unique<CQorModelToolImpl>(&logger);
     const auto tool = std::make_unique<CQorModelTool>(impl.get(), &logger);
-    Poco::AutoPtr<CQorModelToolWrapper> application(new CQorModelToolWrapper(*tool));
+    auto application = Poco::makeAuto<CQorModelToolWrapper>(*tool);
     // The application object has just put a bare console channel on every logger.
     logger.setChannel(channel);
     try

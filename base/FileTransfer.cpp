@@ -30,7 +30,8 @@ void refuseUnfit(const std::string& from, const std::string& to)
     {
         throw Poco::OpenFileException(isUnfit(from) ? from : to);
     }
-    if (areSame(from, to) || areSame(from, Poco::Path(to, Poco::Path(from).getFileName()).toString()))
+    const std::string inDirectory = Poco::Path(to, Poco::Path(from).getFileName()).toString();
+    if (areSame(from, to) || areSame(from, inDirectory))
     {
         throw Poco::FileException("The file would replace itself", to);
     }

@@ -49,8 +49,12 @@ std::optional<Action> fieldsOf(const CommandQueueEntry& entry)
 {
     const bool isSingleField = entry.first == CmdID::AddModelFile || entry.first == CmdID::RemoveModelFile;
     const bool hasFields = hasHandler(entry.first) && entry.second.find(FIELD_SEPARATOR) != std::string::npos;
+    if (!isSingleField && !hasFields)
+    {
+        return std::nullopt;
+    }
     Action action;
-    if ((!isSingleField && !hasFields) || !CQorModelToolImpl(&silentLogger()).takeApart(entry, action))
+    if (!CQorModelToolImpl(&silentLogger()).takeApart(entry, action))
     {
         return std::nullopt;
     }
@@ -61,7 +65,7 @@ std::optional<Action> fieldsOf(const CommandQueueEntry& entry)
 
 Object::Ptr actionKeys(const Action& action)
 {
-    Object::Ptr keys(new Object(Poco::JSON_PRESERVE_KEY_ORDER));
+    Object::Ptr keys = Poco::makeShared<Object>(Poco::JSON_PRESERVE_KEY_ORDER);
     keys->set("kind", nameOf(action.kind));
     if (hasFile(action.kind))
     {
@@ -82,7 +86,7 @@ Object::Ptr actionKeys(const CommandQueueEntry& entry)
     {
         return actionKeys(*action);
     }
-    Object::Ptr keys(new Object(Poco::JSON_PRESERVE_KEY_ORDER));
+    Object::Ptr keys = Poco::makeShared<Object>(Poco::JSON_PRESERVE_KEY_ORDER);
     keys->set("kind", nameOf(entry.first));
     keys->set("text", entry.second);
     return keys;
@@ -90,8 +94,11 @@ Object::Ptr actionKeys(const CommandQueueEntry& entry)
 
 std::string actionLine(const CommandQueueEntry& entry)
 {
-    const std::optional<Action> action = fieldsOf(entry);
-    return printable(action ? action->statusLine() : nameOf(entry.first) + ": " + entry.second);
+    if (const std::optional<Action> action = fieldsOf(entry))
+    {
+        return printable(action->statusLine());
+    }
+    return printable(nameOf(entry.first) + ": " + entry.second);
 }
 
 } // namespace QMT

@@ -7,7 +7,6 @@
 #include "ctl/CQueueTrial.h"
 #include "ctl/CTransaction.h"
 #include "ctl/PreviewAnswer.h"
-#include "ctl/PrintedText.h"
 #include "ctl/SessionOwner.h"
 #include "ctl/Waiting.h"
 
@@ -27,22 +26,24 @@ namespace
 
 const std::string WAIT = "wait";
 
-/// Why no transaction can begin; nothing when one can.
-std::optional<std::string> sessionIn(const FrameworkContents& now)
+/// Whose session keeps a transaction from being begun; nobody's when it can.
+std::optional<SessionOwner> ownerIn(const FrameworkContents& now)
 {
     if (!now.lock)
     {
         return std::nullopt;
     }
-    const SessionOwner owner = sessionOwner(*now.lock, CQorModelToolImpl::getHostName());
-    const std::string host = owner.host.empty() ? "an unknown host" : "the host " + owner.host;
-    return owner.isApply ? "an apply of " + host + " was interrupted: call qor_mim_ctl recover"
-                         : host + " has a session open";
+    return sessionOwner(*now.lock, CQorModelToolImpl::getHostName());
 }
 
-bool isOfApply(const FrameworkContents& now)
+std::string told(const SessionOwner& owner)
 {
-    return now.lock && sessionOwner(*now.lock, CQorModelToolImpl::getHostName()).isApply;
+    const std::string host = owner.host.empty() ? std::string("an unknown host") : "the host " + owner.host;
+    if (owner.isApply)
+    {
+        return "an apply of " + host + " was interrupted: call qor_mim_ctl recover";
+    }
+    return host + " has a session open";
 }
 
 bool hasEnded()
@@ -68,13 +69,25 @@ Answer answerOf(const Preview& preview, const std::string& result, Status status
                 const std::vector<std::string>& warnings)
 {
     Answer answer = answerOf(preview, result, status);
-    Poco::JSON::Array::Ptr array(new Poco::JSON::Array);
+    Poco::JSON::Array::Ptr array = Poco::makeShared<Poco::JSON::Array>();
     for (const std::string& warning : warnings)
     {
         array->add(warning);
         answer.messages.push_back("warning: " + warning);
     }
     answer.keys.set("warnings", array);
+    return answer;
+}
+
+/// The answer of a transaction that was carried out.
+Answer answerOf(const Preview& preview, const std::vector<std::string>& lost)
+{
+    if (!preview.isRejected())
+    {
+        return answerOf(preview, "applied", Status::YES, lost);
+    }
+    Answer answer = answerOf(preview, "rejected", Status::NO, {});
+    answer.error = "the validator rejected the list, and the previous files are back";
     return answer;
 }
 
@@ -142,17 +155,18 @@ Answer CApplyCommand::run(const std::string& qorPath)
 Answer CApplyCommand::runAlone(const std::string& qorPath, unsigned int secondsLeft) const
 {
     std::optional<Answer> answer;
-    std::optional<std::string> session;
+    std::string session;
     static_cast<void>(waitFor(secondsLeft,
                               [&]
                               {
-                                  const FrameworkContents now = readFramework(qorPath);
-                                  session = sessionIn(now);
-                                  if (!session)
+                                  if (const std::optional<SessionOwner> owner = ownerIn(readFramework(qorPath)))
                                   {
-                                      answer = attempt(qorPath);
+                                      session = told(*owner);
+                                      return owner->isApply || hasEnded();
                                   }
-                                  return answer || isOfApply(now) || hasEnded();
+                                  answer = attempt(qorPath);
+                                  session = "another session was opened meanwhile";
+                                  return answer.has_value() || hasEnded();
                               }));
     if (answer)
     {
@@ -162,7 +176,7 @@ Answer CApplyCommand::runAlone(const std::string& qorPath, unsigned int secondsL
     {
         return Answer::failure(Status::CANNOT, "ended by a signal, and nothing was done");
     }
-    return Answer::failure(Status::BUSY, session.value_or("another session was opened meanwhile"));
+    return Answer::failure(Status::BUSY, session);
 }
 
 /// One attempt at the transaction; nothing when a session was opened meanwhile.
@@ -188,15 +202,10 @@ std::optional<Answer> CApplyCommand::attempt(const std::string& qorPath) const
         return std::nullopt;
     }
     preview.judgement = transaction.commit(queueOf(preview));
-    Answer answer = preview.isRejected() ? answerOf(preview, "rejected", Status::NO, {})
-                                         : answerOf(preview, "applied", Status::YES, transaction.lost());
+    Answer answer = answerOf(preview, transaction.lost());
     for (const std::string& message : log.take())
     {
         answer.messages.push_back(message);
-    }
-    if (preview.isRejected())
-    {
-        answer.error = "the validator rejected the list, and the previous files are back";
     }
     return answer;
 }

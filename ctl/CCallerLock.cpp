@@ -12,7 +12,11 @@ namespace
 std::string told(int process, const std::string& path)
 {
     // The number of a process of another host is told as a negative one, or not at all.
-    const std::string who = process > 0 ? "process " + std::to_string(process) : "a process";
+    std::string who = "a process";
+    if (process > 0)
+    {
+        who = "process " + std::to_string(process);
+    }
     return "another caller, " + who + ", has the lock " + path;
 }
 

@@ -26,7 +26,7 @@ std::string severityOf(const Finding& finding)
 
 Object::Ptr keysOf(const Finding& finding)
 {
-    Object::Ptr keys(new Object(Poco::JSON_PRESERVE_KEY_ORDER));
+    Object::Ptr keys = Poco::makeShared<Object>(Poco::JSON_PRESERVE_KEY_ORDER);
     keys->set("id", nameOf(finding.id));
     keys->set("severity", severityOf(finding));
     keys->set("file", finding.file ? Var(*finding.file) : Var());
@@ -70,7 +70,7 @@ Answer CCheckCommand::run(const std::string& qorPath)
         return Answer::failure(Status::BUSY, holder);
     }
     const bool isSound = std::none_of(findings.begin(), findings.end(), [](const Finding& f) { return isError(f.id); });
-    Array::Ptr array(new Array);
+    Array::Ptr array = Poco::makeShared<Array>();
     Answer answer;
     for (const Finding& finding : findings)
     {

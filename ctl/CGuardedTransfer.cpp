@@ -45,9 +45,9 @@ bool holds(const std::string& path, const std::string& content)
 CGuardedTransfer::CGuardedTransfer(const std::string& qorPath, const std::string& lock, const FilePair& live,
                                    const FilePair& wanted)
     : _paths(qorPath), _lock(lock),
-      _live({{_paths.configuration().live, live.configuration.value(), live.configuration.value(),
+      _live({{_paths.configuration(), live.configuration.value(), live.configuration.value(),
               wanted.configuration.value()},
-             {_paths.modelFileList().live, live.list.value(), live.list.value(), wanted.list.value()}})
+             {_paths.modelFileList(), live.list.value(), live.list.value(), wanted.list.value()}})
 {
 }
 
@@ -56,7 +56,7 @@ CGuardedTransfer::~CGuardedTransfer() = default;
 void CGuardedTransfer::copy(const std::string& from, const std::string& to)
 {
     const std::vector<std::string> lost = replaceFile(to, contentOf(from), from);
-    if (to == _paths.configuration().backup || to == _paths.modelFileList().backup)
+    if (std::any_of(_live.begin(), _live.end(), [&to](const Expected& file) { return file.paths.backup == to; }))
     {
         keep(lost);
     }
@@ -88,8 +88,11 @@ void CGuardedTransfer::check() const
     {
         return;
     }
-    const std::string what = isOurs ? "the files do not hold what was last read or written"
-                                    : "the lock file " + _paths.lockFile() + " is gone or not ours";
+    std::string what = "the files do not hold what was last read or written";
+    if (!isOurs)
+    {
+        what = "the lock file " + _paths.lockFile() + " is gone or not ours";
+    }
     throw CInterference("another run interfered, and nothing more was changed: " + what + "; look at " +
                         _paths.configuration().live + " and " + _paths.modelFileList().live);
 }
@@ -115,18 +118,18 @@ const std::vector<std::string>& CGuardedTransfer::lost() const
 
 CGuardedTransfer::Expected& CGuardedTransfer::expectedOf(const std::string& path)
 {
-    return *std::find_if(_live.begin(), _live.end(), [&path](const Expected& file) { return file.path == path; });
+    return *std::find_if(_live.begin(), _live.end(), [&path](const Expected& file) { return file.paths.live == path; });
 }
 
 bool CGuardedTransfer::isLive(const std::string& path) const
 {
-    return std::any_of(_live.begin(), _live.end(), [&path](const Expected& file) { return file.path == path; });
+    return std::any_of(_live.begin(), _live.end(), [&path](const Expected& file) { return file.paths.live == path; });
 }
 
 /// While a file is being written, or when that failed, it holds the old content or the new one.
 bool CGuardedTransfer::isAsExpected(const Expected& file)
 {
-    return holds(file.path, file.content) || (file.next != file.content && holds(file.path, file.next));
+    return holds(file.paths.live, file.content) || (file.next != file.content && holds(file.paths.live, file.next));
 }
 
 void CGuardedTransfer::keep(const std::vector<std::string>& lost)

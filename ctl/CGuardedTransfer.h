@@ -55,7 +55,7 @@ private:
     /// What a live file shall hold, and what it may hold while it is being written.
     struct Expected
     {
-        std::string path;
+        ManagedFile paths;
         std::string content;
         std::string next;
         std::string wanted;

@@ -26,7 +26,7 @@ public:
     std::vector<std::string> messages;
 };
 
-CMessageLog::CMessageLog() : _keeper(new CKeeper)
+CMessageLog::CMessageLog() : _keeper(Poco::makeAuto<CKeeper>())
 {
     logger().setChannel(_keeper);
     logger().setLevel(Poco::Message::PRIO_INFORMATION);

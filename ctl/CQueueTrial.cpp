@@ -12,6 +12,7 @@
 
 #include <cerrno>
 #include <cstdlib>
+#include <iterator>
 
 namespace QMT
 {
@@ -47,21 +48,20 @@ public:
     static std::unique_ptr<CScratchDirectory> make(const FilePair& base, const std::string& session,
                                                    const std::vector<std::string>& places)
     {
-        for (const std::string& place : places)
+        for (auto place = places.begin();; ++place)
         {
             try
             {
-                return std::make_unique<CScratchDirectory>(base, session, place);
+                return std::make_unique<CScratchDirectory>(base, session, *place);
             }
             catch (const Poco::FileException&)
             {
-                if (place == places.back())
+                if (std::next(place) == places.end())
                 {
                     throw;
                 }
             }
         }
-        return nullptr;
     }
 
     CScratchDirectory(const FilePair& base, const std::string& session, const std::string& place)

@@ -6,6 +6,7 @@
 #include <Poco/String.h>
 
 #include <algorithm>
+#include <string_view>
 
 namespace QMT
 {
@@ -41,14 +42,17 @@ std::string CRemedies::command(const std::string& path, const std::string& words
 std::string CRemedies::copyOf(const std::string& path, const std::string& introduction) const
 {
     const auto copy = _workingCopies.find(path);
-    return copy == _workingCopies.end() ? std::string()
-                                        : introduction + "cp " + shellWord(path) + " " + shellWord(copy->second);
+    if (copy == _workingCopies.end())
+    {
+        return std::string();
+    }
+    return introduction + "cp " + shellWord(path) + " " + shellWord(copy->second);
 }
 
 std::string shellWord(const std::string& word)
 {
     const auto isPlain = [](char c)
-    { return Poco::Ascii::isAlphaNumeric(c) || std::string("_@%+=:,./-").find(c) != std::string::npos; };
+    { return Poco::Ascii::isAlphaNumeric(c) || std::string_view("_@%+=:,./-").find(c) != std::string_view::npos; };
     if (!word.empty() && std::all_of(word.begin(), word.end(), isPlain))
     {
         return word;

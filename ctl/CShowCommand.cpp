@@ -29,12 +29,12 @@ bool mayExist(ModelState state)
 
 Object::Ptr newObject()
 {
-    return Object::Ptr(new Object(Poco::JSON_PRESERVE_KEY_ORDER));
+    return Poco::makeShared<Object>(Poco::JSON_PRESERVE_KEY_ORDER);
 }
 
 Array::Ptr arrayOf(const Names& names)
 {
-    Array::Ptr array(new Array);
+    Array::Ptr array = Poco::makeShared<Array>();
     for (const std::string& name : names)
     {
         array->add(name);
@@ -48,7 +48,7 @@ Var modelKeys(const std::optional<std::vector<ServedModel>>& models)
     {
         return Var();
     }
-    Array::Ptr array(new Array);
+    Array::Ptr array = Poco::makeShared<Array>();
     for (const ServedModel& served : *models)
     {
         const bool hasRootClass = served.model.state == ModelState::READ;
@@ -68,7 +68,7 @@ Var handlerKeys(const std::optional<Configuration>& configuration)
     {
         return Var();
     }
-    Array::Ptr handlers(new Array);
+    Array::Ptr handlers = Poco::makeShared<Array>();
     for (const Handler& handler : configuration->handlers)
     {
         Object::Ptr keys = newObject();
@@ -88,7 +88,7 @@ Var sessionKeys(const std::optional<SessionSummary>& session)
     {
         return Var();
     }
-    Array::Ptr actions(new Array);
+    Array::Ptr actions = Poco::makeShared<Array>();
     for (const CommandQueueEntry& entry : session->actions)
     {
         actions->add(actionKeys(entry));
@@ -211,7 +211,11 @@ std::string sessionText(const std::optional<SessionSummary>& session)
 
 std::string backupText(const std::optional<std::string>& since)
 {
-    return since ? "backup of " + *since + "\n" : "no backup\n";
+    if (!since)
+    {
+        return "no backup\n";
+    }
+    return "backup of " + *since + "\n";
 }
 
 } // namespace

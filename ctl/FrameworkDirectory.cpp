@@ -6,6 +6,8 @@
 #include <Poco/Exception.h>
 #include <Poco/File.h>
 
+#include <algorithm>
+
 namespace QMT
 {
 
@@ -22,14 +24,15 @@ std::optional<std::string> findFramework()
 
 std::string withoutTrailingSlashes(const std::string& path)
 {
-    const std::string::size_type last = path.find_last_not_of('/');
-    return last == std::string::npos ? path.substr(0, 1) : path.substr(0, last + 1);
+    const std::string::size_type length = path.find_last_not_of('/') + 1;
+    // The root directory is a slash.
+    return path.substr(0, std::max<std::string::size_type>(length, 1));
 }
 
 void requireDirectory(const std::string& path)
 {
     // An empty path, which an empty environment variable gives, is the current directory.
-    const Poco::File directory(path.empty() ? "." : path);
+    const Poco::File directory(path.empty() ? std::string(".") : path);
     if (!directory.exists())
     {
         throw Poco::FileNotFoundException("there is no framework directory", path);

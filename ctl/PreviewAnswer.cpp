@@ -46,7 +46,7 @@ std::string nameOf(const std::optional<Judgement>& judgement)
 
 Array::Ptr arrayOf(const std::vector<std::string>& texts)
 {
-    Array::Ptr array(new Array);
+    Array::Ptr array = Poco::makeShared<Array>();
     for (const std::string& text : texts)
     {
         array->add(text);
@@ -56,10 +56,10 @@ Array::Ptr arrayOf(const std::vector<std::string>& texts)
 
 Array::Ptr actionsOf(const Preview& preview)
 {
-    Array::Ptr actions(new Array);
+    Array::Ptr actions = Poco::makeShared<Array>();
     for (const TriedAction& action : preview.actions)
     {
-        Poco::JSON::Object::Ptr keys(new Poco::JSON::Object(*action.keys));
+        Poco::JSON::Object::Ptr keys = Poco::makeShared<Poco::JSON::Object>(*action.keys);
         keys->set("result", nameOf(action.outcome));
         keys->set("messages", arrayOf(action.messages));
         actions->add(keys);

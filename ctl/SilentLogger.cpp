@@ -10,8 +10,7 @@ namespace QMT
 Poco::Logger& silentLogger()
 {
     Poco::Logger& logger = Poco::Logger::get("qor_mim_ctl.silent");
-    Poco::AutoPtr<Poco::NullChannel> channel(new Poco::NullChannel);
-    logger.setChannel(channel);
+    logger.setChannel(Poco::makeAuto<Poco::NullChannel>());
     return logger;
 }
 

@@ -56,11 +56,13 @@ bool CQorModelToolImpl::cfgBackup()
 
 void CQorModelToolImpl::copyLiveFilesTo(std::string ManagedFile::*copy) const
 {
-    for (const ManagedFile& file : {paths().configuration(), paths().modelFileList()})
+    const auto copyLive = [&](const ManagedFile& file)
     {
         refuseLinkOfAnother(file.*copy);
         _transfer->copy(file.live, file.*copy);
-    }
+    };
+    copyLive(paths().configuration());
+    copyLive(paths().modelFileList());
 }
 
 void CQorModelToolImpl::refuseLinkOfAnother(const std::string& path)

@@ -61,13 +61,15 @@ bool CQorModelToolImpl::commitCompleted()
 
 void CQorModelToolImpl::installWorkingCopies()
 {
-    for (const ManagedFile& file : {paths().modelFileList(), paths().configuration()})
+    const ManagedFile list = paths().modelFileList();
+    const ManagedFile configuration = paths().configuration();
+    for (const ManagedFile* file : {&list, &configuration})
     {
-        refuseLinkOfAnother(file.backup);
-        refuseLinkOfAnother(file.workingCopy);
+        refuseLinkOfAnother(file->backup);
+        refuseLinkOfAnother(file->workingCopy);
     }
-    install(paths().modelFileList());
-    install(paths().configuration());
+    install(list);
+    install(configuration);
     Poco::File(paths().sessionFile()).remove(false);
 }
 

@@ -93,7 +93,8 @@ bool CQorModelToolImpl::loadFIFO()
 
 bool CQorModelToolImpl::loadSession(std::string& content) const
 {
-    return !isLinkOfAnother(paths().sessionFile()) && loadFile(paths().sessionFile(), content);
+    const std::string path = paths().sessionFile();
+    return !isLinkOfAnother(path) && loadFile(path, content);
 }
 
 int CQorModelToolImpl::tokenizeFIFO()
@@ -125,9 +126,10 @@ bool CQorModelToolImpl::saveFIFO()
     {
         lines += std::to_string(static_cast<std::int32_t>(entry->first)) + ":" + entry->second + "\n";
     }
+    const std::string path = paths().sessionFile();
     const CSignalBlock block;
     // The queue of a session that could not be looked at is not in ours.
-    if ((_isSessionUnseen && !_isQueueLoaded) || !writeDurably(paths().sessionFile(), lines))
+    if ((_isSessionUnseen && !_isQueueLoaded) || !writeDurably(path, lines))
     {
         _logger->critical("Unable to write to FIFO file!");
         ::syslog(LOG_WARNING, "Unable to write to FIFO file");

@@ -65,8 +65,9 @@ int CQorModelToolImpl::createLockFile()
 
 bool CQorModelToolImpl::getSessionHost(std::string& host)
 {
+    const std::string path = paths().lockFile();
     std::ifstream file;
-    if (openForReading(paths().lockFile(), file))
+    if (openForReading(path, file))
     {
         // One byte more than a host can be named by, so that a longer word is not taken for a name; and no more, since
         // the file may have no end.
@@ -78,7 +79,7 @@ bool CQorModelToolImpl::getSessionHost(std::string& host)
             return true;
         }
     }
-    _isSessionUnseen = _isSessionUnseen || existenceOf(paths().lockFile()) != Existence::ABSENT;
+    _isSessionUnseen = _isSessionUnseen || existenceOf(path) != Existence::ABSENT;
     const std::string text = "Unable to find hostname";
     _logger->warning(text);
     ::syslog(LOG_WARNING, "%s", text.c_str());

@@ -79,7 +79,7 @@ CXMLParser::DocumentPtr CXMLParser::parseFile(const std::string& content)
     try
     {
         // Twice as many places as names keep the pool quick.
-        Poco::AutoPtr<Poco::XML::NamePool> pool(new Poco::XML::NamePool(2 * (*names + ADDED_NAMES)));
+        auto pool = Poco::makeAuto<Poco::XML::NamePool>(2 * (*names + ADDED_NAMES));
         Poco::XML::DOMParser parser(pool);
         parser.setFeature(Poco::XML::DOMParser::FEATURE_FILTER_WHITESPACE, true);
         parser.setFeature(Poco::XML::XMLReader::FEATURE_NAMESPACES, false);
