@@ -1,0 +1,201 @@
+#include "ctl/CPlanCommand.h"
+
+#include "support/CommandRun.h"
+#include "support/FakeInstallation.h"
+#include "support/Files.h"
+#include "support/LockHolder.h"
+#include "support/TemporaryFramework.h"
+
+#include <Poco/Exception.h>
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+
+namespace QMT::Test
+{
+
+namespace
+{
+
+using Lines = std::vector<std::string>;
+
+/// Calls on a framework whose only handler is the placeholder and whose list is empty.
+class PlanCommand : public testing::Test
+{
+protected:
+    Answer plan(const Options& options = {}) const
+    {
+        CPlanCommand command;
+        return runCommand(command, options, framework.path());
+    }
+
+    /// A session as staging calls leave it.
+    void openSession(const std::string& queue) const
+    {
+        for (const std::string& file : {framework.configuration(), framework.list()})
+        {
+            std::filesystem::copy_file(file, file + ".tmp");
+        }
+        writeFile(framework.session(), queue);
+        writeFile(framework.lock(), "alpha");
+    }
+
+    static void expectNoActions(const Answer& answer, const std::string& result)
+    {
+        EXPECT_EQ(answer.status, Status::NO);
+        EXPECT_EQ(valueOf(answer, "result"), result);
+        EXPECT_EQ(resultsOf(answer), Lines());
+        EXPECT_EQ(valueOf(answer, "validator"), "not-asked");
+        EXPECT_EQ(diffOf(answer, "qor.cfg") + diffOf(answer, "model_file_list.cfg"), "");
+        EXPECT_EQ(answer.text, result + "\n");
+    }
+
+    static std::string diffOf(const Answer& answer, const std::string& file)
+    {
+        return answer.keys.getObject("diff")->getValue<std::string>(file);
+    }
+
+    void expectUnchanged() const
+    {
+        framework.expectLive(TemporaryFramework::PLACEHOLDER_CONFIGURATION, "");
+        EXPECT_FALSE(exists(framework.path() + "/etc/model/qor_mim_ctl.lock"));
+    }
+
+    const TemporaryFramework framework;
+    const FakeInstallation installation;
+    const std::string pump = framework.model("pump.xml", "Pump");
+    const std::string listDiff = "--- model_file_list.cfg\n+++ model_file_list.cfg\n@@ -0,0 +1 @@\n+" + pump + "\n";
+};
+
+TEST_F(PlanCommand, NeedsASessionWithActions)
+{
+    expectNoActions(plan(), "nothing-staged");
+    openSession("");
+    expectNoActions(plan(), "nothing-staged");
+    std::filesystem::remove(framework.session());
+    expectNoActions(plan(), "nothing-staged");
+}
+
+TEST_F(PlanCommand, TellsWhatACommitWouldDo)
+{
+    installation.setValidator("echo fine");
+    openSession("0:" + pump + "\n");
+
+    const Answer answer = plan();
+
+    EXPECT_EQ(answer.status, Status::YES);
+    EXPECT_EQ(valueOf(answer, "result"), "would-succeed");
+    EXPECT_EQ(resultsOf(answer), Lines{"done"});
+    EXPECT_EQ(valueOf(answer, "validator"), "accepted");
+    EXPECT_EQ(diffOf(answer, "model_file_list.cfg"), listDiff);
+    EXPECT_EQ(diffOf(answer, "qor.cfg"), "");
+    EXPECT_EQ(answer.text,
+              "would-succeed\n  done     --addModelFile=" + pump + "\nvalidator: accepted\nfine\n" + listDiff);
+    expectUnchanged();
+}
+
+TEST_F(PlanCommand, TellsOfAFailedAction)
+{
+    openSession("0:/none.xml\n0:" + pump + "\n");
+
+    const Answer answer = plan();
+
+    EXPECT_EQ(answer.status, Status::NO);
+    EXPECT_EQ(valueOf(answer, "result"), "would-fail");
+    EXPECT_EQ(resultsOf(answer), (Lines{"failed", "done"}));
+    EXPECT_EQ(valueOf(answer, "validator"), "absent");
+    EXPECT_EQ(answer.error, "failed: --addModelFile=/none.xml");
+}
+
+TEST_F(PlanCommand, TellsOfARejectedList)
+{
+    installation.setValidator("exit 1");
+    openSession("0:" + pump + "\n");
+
+    const Answer answer = plan();
+
+    EXPECT_EQ(answer.status, Status::NO);
+    EXPECT_EQ(valueOf(answer, "result"), "would-fail");
+    EXPECT_EQ(resultsOf(answer), Lines{"done"});
+    EXPECT_EQ(valueOf(answer, "validator"), "rejected");
+}
+
+TEST_F(PlanCommand, NoticesAnEditBeforeItParsesAnything)
+{
+    openSession("0:" + pump + "\n");
+    writeFile(framework.configuration(), "<broken");
+    expectNoActions(plan(), "changed-meanwhile");
+
+    std::filesystem::copy_file(framework.configuration(".tmp"), framework.configuration(),
+                               std::filesystem::copy_options::overwrite_existing);
+    writeFile(framework.list(), "/edited\n");
+    expectNoActions(plan(), "changed-meanwhile");
+}
+
+TEST_F(PlanCommand, AnswersForGivenActionsInsteadOfTheSession)
+{
+    installation.setValidator("exit 0");
+    openSession("0:/none.xml\n");
+
+    const Answer answer = plan({{"add", pump}, {"handler", "pumpHandler"}, {"add", pump}});
+
+    EXPECT_EQ(answer.status, Status::YES);
+    EXPECT_EQ(valueOf(answer, "result"), "would-succeed");
+    EXPECT_EQ(resultsOf(answer), (Lines{"done", "skipped"}));
+    EXPECT_EQ(valueOf(answer, "validator"), "accepted");
+    EXPECT_EQ(diffOf(answer, "model_file_list.cfg"), listDiff);
+    EXPECT_NE(diffOf(answer, "qor.cfg").find("+\t\t\t\t<root name=\"Pump\"/>\n"), std::string::npos);
+    expectUnchanged();
+}
+
+TEST_F(PlanCommand, HasNothingToAskWhenAllHoldsAlready)
+{
+    installation.setValidator("exit 1");
+
+    const Answer answer = plan({{"remove", pump}});
+
+    EXPECT_EQ(answer.status, Status::YES);
+    EXPECT_EQ(valueOf(answer, "result"), "would-succeed");
+    EXPECT_EQ(resultsOf(answer), Lines{"skipped"});
+    EXPECT_EQ(valueOf(answer, "validator"), "not-asked");
+}
+
+TEST_F(PlanCommand, EscapesTheDifferenceForATerminal)
+{
+    writeFile(framework.list(), "\x1B[1m\n");
+
+    const Answer answer = plan({{"add", pump}});
+
+    EXPECT_NE(answer.text.find("\n \\x1b[1m\n+" + pump + "\n"), std::string::npos) << answer.text;
+    EXPECT_NE(diffOf(answer, "model_file_list.cfg").find("\n \x1B[1m\n"), std::string::npos);
+}
+
+TEST_F(PlanCommand, NeedsBothLiveFiles)
+{
+    openSession("0:" + pump + "\n");
+    std::filesystem::remove(framework.list());
+
+    EXPECT_THROW(plan({{"add", pump}}), Poco::FileNotFoundException);
+}
+
+TEST_F(PlanCommand, NeedsADocument)
+{
+    writeFile(framework.configuration(), "<broken");
+
+    EXPECT_THROW(plan({{"add", pump}}), Poco::Exception);
+}
+
+TEST_F(PlanCommand, IsBusyWhileAnotherCallerWorks)
+{
+    const LockHolder holder(framework.path() + "/etc/model/qor_mim_ctl.lock");
+
+    const Answer answer = plan();
+
+    EXPECT_EQ(answer.status, Status::BUSY);
+    EXPECT_NE(answer.error.find("process " + std::to_string(holder.process())), std::string::npos) << answer.error;
+}
+
+} // namespace
+
+} // namespace QMT::Test
