@@ -65,6 +65,13 @@ TEST(Printable, KeepsEverythingElse)
     EXPECT_EQ(printable(" ~/\xE2\x82\xAC"), " ~/\xE2\x82\xAC");
 }
 
+TEST(PrintableLines, KeepsLineFeedsAndTabs)
+{
+    EXPECT_EQ(printableLines("a\tb\n\r\x1B\n\nc"), "a\tb\n\\r\\x1b\n\nc");
+    EXPECT_EQ(printableLines("\n"), "\n");
+    EXPECT_EQ(printableLines(""), "");
+}
+
 } // namespace
 
 } // namespace QMT::Test

@@ -1,0 +1,239 @@
+#include "ctl/CGuardedTransfer.h"
+
+#include "base/CKeptFile.h"
+#include "support/FailingCall.h"
+#include "support/Files.h"
+#include "support/TemporaryFramework.h"
+
+#include <Poco/Exception.h>
+
+#include <gtest/gtest.h>
+
+#include <sys/stat.h>
+
+#include <cerrno>
+#include <functional>
+#include <unistd.h>
+
+namespace QMT::Test
+{
+
+namespace
+{
+
+using Lines = std::vector<std::string>;
+
+const FilePair BEFORE = {"<before/>", "/before\n"};
+const FilePair AFTER = {"<after/>", "/after\n"};
+
+/// A transaction has made its working copies and its lock file.
+class GuardedTransfer : public testing::Test
+{
+protected:
+    GuardedTransfer()
+    {
+        writeFile(framework.configuration(), *BEFORE.configuration);
+        writeFile(framework.list(), *BEFORE.list);
+        writeFile(framework.configuration(".tmp"), *AFTER.configuration);
+        writeFile(framework.list(".tmp"), *AFTER.list);
+        writeFile(framework.lock(), "ours");
+    }
+
+    void expectInterference(const std::function<void()>& action, const std::string& reason) const
+    {
+        try
+        {
+            action();
+            ADD_FAILURE() << "nothing was noticed";
+        }
+        catch (const CInterference& exc)
+        {
+            EXPECT_EQ(exc.what(), "another run interfered, and nothing more was changed: " + reason + "; look at " +
+                                      framework.configuration() + " and " + framework.list());
+        }
+    }
+
+    unsigned int modeOf(const std::string& path) const
+    {
+        struct stat status = {};
+        EXPECT_EQ(::stat(path.c_str(), &status), 0);
+        return status.st_mode & 07777U;
+    }
+
+    TemporaryFramework framework;
+    const std::string otherLock = "the lock file " + framework.lock() + " is gone or not ours";
+    const std::string otherFiles = "the files do not hold what was last read or written";
+    CGuardedTransfer transfer{framework.path(), "ours", BEFORE, AFTER};
+};
+
+TEST_F(GuardedTransfer, CopiesWithAttributes)
+{
+    ::chmod(framework.list().c_str(), 0604);
+
+    transfer.copy(framework.list(), framework.list(".bak"));
+
+    EXPECT_EQ(readFile(framework.list(".bak")), *BEFORE.list);
+    EXPECT_EQ(modeOf(framework.list(".bak")), 0604U);
+    EXPECT_TRUE(transfer.lost().empty());
+}
+
+TEST_F(GuardedTransfer, CopiesNothingThatCannotBeRead)
+{
+    putDirectoryAt(framework.list());
+
+    EXPECT_THROW(transfer.copy(framework.list(), framework.list(".bak")), Poco::FileException);
+
+    EXPECT_FALSE(exists(framework.list(".bak")));
+}
+
+TEST_F(GuardedTransfer, TellsOnceWhatABackupHasLost)
+{
+    const FailingCall failing("fchmod", framework.list(".bak") + ".replacement", EPERM);
+
+    transfer.copy(framework.list(), framework.list(".bak"));
+    transfer.copy(framework.list(), framework.list(".bak"));
+
+    EXPECT_EQ(transfer.lost(), Lines{"the mode of " + framework.list(".bak") + " could not be kept"});
+}
+
+TEST_F(GuardedTransfer, TellsNothingOfAWorkingCopy)
+{
+    const FailingCall failing("fchmod", framework.list(".tmp") + ".replacement", EPERM);
+
+    transfer.copy(framework.list(), framework.list(".tmp"));
+
+    EXPECT_EQ(failing.failures(), 1);
+    EXPECT_TRUE(transfer.lost().empty());
+}
+
+TEST_F(GuardedTransfer, MakesAWorkingCopyLive)
+{
+    ::chmod(framework.list().c_str(), 0604);
+
+    transfer.move(framework.list(".tmp"), framework.list());
+
+    framework.expectLive(*BEFORE.configuration, *AFTER.list);
+    EXPECT_EQ(modeOf(framework.list()), 0604U);
+    EXPECT_FALSE(exists(framework.list(".tmp")));
+    transfer.check();
+}
+
+TEST_F(GuardedTransfer, LeavesALiveFileWhereItIs)
+{
+    transfer.move(framework.list(), framework.list(".bak"));
+
+    EXPECT_EQ(readFile(framework.list()), *BEFORE.list);
+    EXPECT_FALSE(exists(framework.list(".bak")));
+}
+
+TEST_F(GuardedTransfer, DoesNotReplaceAFileThatStaysAsItWas)
+{
+    CGuardedTransfer listAlone(framework.path(), "ours", BEFORE, {BEFORE.configuration, AFTER.list});
+    const FailingCall failing("rename", framework.configuration(), EIO);
+
+    listAlone.move(framework.configuration(".tmp"), framework.configuration());
+
+    EXPECT_EQ(failing.failures(), 0);
+    EXPECT_EQ(readFile(framework.configuration()), *BEFORE.configuration);
+    EXPECT_FALSE(exists(framework.configuration(".tmp")));
+}
+
+TEST_F(GuardedTransfer, StopsWithoutItsLockFile)
+{
+    writeFile(framework.lock(), "theirs");
+    expectInterference([this] { transfer.check(); }, otherLock);
+    ::unlink(framework.lock().c_str());
+    expectInterference([this] { transfer.move(framework.list(".tmp"), framework.list()); }, otherLock);
+
+    EXPECT_EQ(readFile(framework.list(".tmp")), *AFTER.list);
+    framework.expectLive(*BEFORE.configuration, *BEFORE.list);
+}
+
+TEST_F(GuardedTransfer, StopsWhenALiveFileWasEdited)
+{
+    writeFile(framework.configuration(), "<edited/>");
+
+    expectInterference([this] { transfer.move(framework.list(".tmp"), framework.list()); }, otherFiles);
+
+    EXPECT_EQ(readFile(framework.list()), *BEFORE.list);
+}
+
+TEST_F(GuardedTransfer, StopsWhenAnInstalledFileWasPutBack)
+{
+    transfer.move(framework.list(".tmp"), framework.list());
+    writeFile(framework.list(), *BEFORE.list);
+
+    expectInterference([this] { transfer.check(); }, otherFiles);
+}
+
+TEST_F(GuardedTransfer, StopsWhenALiveFileIsMissing)
+{
+    ::unlink(framework.list().c_str());
+
+    expectInterference([this] { transfer.check(); }, otherFiles);
+}
+
+TEST_F(GuardedTransfer, NamesTheFileThatCannotBeRead)
+{
+    putDirectoryAt(framework.lock());
+
+    try
+    {
+        transfer.check();
+        FAIL();
+    }
+    catch (const Poco::FileException& exc)
+    {
+        EXPECT_EQ(exc.message(), "the file cannot be read: " + framework.lock());
+    }
+}
+
+TEST_F(GuardedTransfer, ExpectsEitherContentWhenAReplacementFailed)
+{
+    {
+        // The new file is in its place then, its name not yet on the disk.
+        const FailingCall failing("fsync", directoryOf(framework.configuration()), EIO, 1);
+        EXPECT_THROW(transfer.move(framework.configuration(".tmp"), framework.configuration()), Poco::FileException);
+    }
+    ASSERT_EQ(readFile(framework.configuration()), *AFTER.configuration);
+    transfer.check();
+
+    writeFile(framework.configuration(), *BEFORE.configuration);
+    transfer.check();
+}
+
+TEST_F(GuardedTransfer, PutsALiveFileBack)
+{
+    const CKeptFile kept(framework.list());
+    transfer.move(framework.list(".tmp"), framework.list());
+
+    transfer.putBack(framework.list(), kept);
+
+    framework.expectLive(*BEFORE.configuration, *BEFORE.list);
+    transfer.check();
+}
+
+TEST_F(GuardedTransfer, PutsNothingBackThatWasNotReplaced)
+{
+    const CKeptFile kept(framework.list());
+    const FailingCall failing("rename", framework.list(), EIO);
+
+    transfer.putBack(framework.list(), kept);
+
+    EXPECT_EQ(failing.failures(), 0);
+}
+
+TEST_F(GuardedTransfer, PutsNothingBackOverAnEdit)
+{
+    const CKeptFile kept(framework.list());
+    transfer.move(framework.list(".tmp"), framework.list());
+    writeFile(framework.list(), "/edited\n");
+
+    expectInterference([&] { transfer.putBack(framework.list(), kept); }, otherFiles);
+
+    EXPECT_EQ(readFile(framework.list()), "/edited\n");
+}
+
+} // namespace
+
+} // namespace QMT::Test
