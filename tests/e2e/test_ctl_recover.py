@@ -1,0 +1,168 @@
+"""The companion's recovery: what it finds, does, copies and asks."""
+from __future__ import annotations
+
+import fcntl
+import itertools
+import os
+import stat
+
+import companion
+import pytest
+from framework import (BASE, CONFIG, CONFIG_BAK, CONFIG_TMP, LIST, LIST_BAK, LIST_TMP, LOCK, PUMP, SESSION, Framework,
+                       Snapshot, config, installed, participant)
+from sandbox import Result, Sandbox
+
+CALLER_LOCK = "etc/model/qor_mim_ctl.lock"
+STAGED = f"3:{PUMP}|pumpHandler|1|1\n"
+OLD_CONFIG = config(participant("baseHandler", "Base"), participant("auxHandler", "Aux"))
+NEW_CONFIG = config(participant("baseHandler", "Base"), participant("auxHandler", "Aux"),
+                    participant("pumpHandler", "Pump"))
+OLD_LIST, NEW_LIST = f"{BASE}\n", f"{BASE}\n{PUMP}\n"
+# What undoes the commit below.
+STEPS = (f"put back {installed(LIST)} from {installed(LIST_BAK)}", f"made {installed(CONFIG_TMP)} anew",
+         f"made {installed(LIST_TMP)} anew")
+
+
+def answered(found: str, *done: str, status: int = 0, copy: str | None = None) -> dict[str, object]:
+    """A whole answer."""
+    return {"command": "recover", "framework": "/opt/qor", "status": status, "found": found, "done": list(done),
+            "copy": copy}
+
+
+def of_framework(snapshot: Snapshot) -> Snapshot:
+    """Everything but the callers' lock file and the copies of recoveries."""
+    return {name: content for name, content in snapshot.items()
+            if name != CALLER_LOCK and not name.startswith("etc/recovery-")}
+
+
+@pytest.fixture
+def cut(framework: Framework) -> Framework:
+    """A commit cut short when it had taken the old list away."""
+    framework.session(STAGED)
+    framework.write(CONFIG_TMP, NEW_CONFIG)
+    framework.write(LIST_TMP, NEW_LIST)
+    framework.write(CONFIG_BAK, OLD_CONFIG)
+    framework.path(LIST).rename(framework.path(LIST_BAK))
+    return framework
+
+
+def test_recover_an_interrupted_commit(cut: Framework, tool: Sandbox) -> None:
+    """The files are as before it, its queue is kept, and what was there is in a copy."""
+    before = cut.snapshot()
+    planned = companion.answer(tool, "recover", "--dry-run")
+    assert cut.snapshot() == before
+
+    answer = companion.answer(tool, "recover")
+
+    copy = answer["copy"]
+    assert answer == {**planned, "copy": copy} == answered("commit-interrupted", *STEPS, copy=copy)
+    place = cut.path(copy.removeprefix("/opt/qor/"))
+    assert stat.S_IMODE(place.stat().st_mode) == 0o700
+    assert {path.name: path.read_text(encoding="ascii") for path in place.iterdir()} == {
+        "qor.cfg.tmp": NEW_CONFIG, "model_file_list.cfg.tmp": NEW_LIST}
+    assert [cut.read(name) for name in (CONFIG, LIST, SESSION, LOCK)] == [OLD_CONFIG, OLD_LIST, STAGED, "alpha"]
+    assert companion.answer(tool, "recover") == answered("nothing")
+    assert tool.run("--commit").status == 0
+    assert (cut.read(CONFIG), cut.read(LIST)) == (NEW_CONFIG, NEW_LIST)
+
+
+@pytest.mark.unsound("nothing was mended")
+def test_recover_for_people(cut: Framework, tool: Sandbox) -> None:
+    result = companion.run(tool, "recover", "--dry-run")
+
+    assert result == Result(0, "found: commit-interrupted\n" + "".join(f"  {step}\n" for step in STEPS), "", [])
+
+
+@pytest.mark.parametrize(("assumed", "found", "live"), [
+    ("commit", "commit-interrupted", (OLD_CONFIG, OLD_LIST)),
+    ("rollback", "rollback-interrupted", (OLD_CONFIG, OLD_LIST)),
+    ("nothing", "nothing", (NEW_CONFIG, OLD_LIST))])
+def test_recover_asks_what_it_cannot_tell(framework: Framework, tool: Sandbox, assumed: str, found: str,
+                                          live: tuple[str, str]) -> None:
+    """The list equals its backup, and the document does not: a rollback cut short, or a commit that left the list."""
+    framework.write(CONFIG, NEW_CONFIG)
+    framework.write(CONFIG_BAK, OLD_CONFIG)
+    framework.write(LIST_BAK, OLD_LIST)
+    before = framework.snapshot()
+    asked = companion.answer(tool, "recover")
+    assert (asked["status"], asked["found"], asked["done"], asked["copy"]) == (1, "unclear", [], None)
+    assert of_framework(framework.snapshot()) == before
+
+    assert companion.answer(tool, "recover", f"--assume={assumed}")["found"] == found
+
+    assert (framework.read(CONFIG), framework.read(LIST)) == live
+
+
+def test_recover_leaves_the_session_of_another_host(cut: Framework, tool: Sandbox, other: Sandbox) -> None:
+    before = cut.snapshot()
+    assert companion.run(other, "recover") == Result(
+        3, "", "qor_mim_ctl: the host alpha has a session open (--force ends it)\n", [])
+    assert of_framework(cut.snapshot()) == before
+
+    assert companion.answer(other, "recover", "--force")["found"] == "commit-interrupted"
+
+    assert cut.read(LIST) == OLD_LIST
+
+
+def test_recover_waits_for_another_caller(cut: Framework, tool: Sandbox) -> None:
+    cut.write(CALLER_LOCK, "")
+    with cut.path(CALLER_LOCK).open("r+b") as lock:
+        fcntl.lockf(lock, fcntl.LOCK_EX)
+        assert companion.answer(tool, "recover")["status"] == 3
+        assert companion.answer(tool, "recover", "--dry-run")["status"] == 3
+        waiting = companion.start(tool, "recover", "--wait=60", "--json")
+
+    assert companion.parsed(waiting.wait())["found"] == "commit-interrupted"
+
+
+@pytest.mark.skipif("QOR_SANDBOX_WRITABLE" in os.environ, reason="coverage counters are files of limited size, too")
+def test_recover_on_a_full_disk(cut: Framework, tool: Sandbox) -> None:
+    """As long as there is no room for the copy nothing is changed, and nothing is left of the copy."""
+    before = cut.snapshot()
+    console = []
+    for limit in itertools.count(0, 97):
+        limited = tool.using(wrapper=("/usr/bin/prlimit", f"--fsize={limit}"))
+        result = limited.execute(*tool.tool_command(companion.companion_path()), "recover")
+        if result.status == 0:
+            break
+        assert (result.status, result.stdout) == (4, "")
+        console.append(result.console)
+        assert cut.snapshot() in (before, {**before, CALLER_LOCK: b""})
+    assert "the copy cannot be written: /dev/shm/qor_mim_ctl-" in console[0]
+    size = len(NEW_CONFIG + NEW_LIST)
+    assert f"there is no room for the copy, which takes {size} bytes: /opt/qor/etc/recovery-" in console[-1]
+
+
+def test_recover_keeps_attributes(cut: Framework, tool: Sandbox) -> None:
+    """A file that is gone gets those of its backup."""
+    cut.path(LIST_BAK).chmod(0o640)
+    cut.path(CONFIG_TMP).chmod(0o604)
+
+    companion.run(tool, "recover")
+
+    assert [stat.S_IMODE(cut.path(name).stat().st_mode) for name in (LIST, CONFIG_TMP)] == [0o640, 0o604]
+
+
+def test_recover_judges_what_an_apply_had_installed(framework: Framework, tool: Sandbox) -> None:
+    """It is put back when the validator rejects it, and the session is over."""
+    framework.script("bin/pel_model_validator", "exit 1")
+    framework.write(CONFIG, NEW_CONFIG)
+    framework.write(LIST, NEW_LIST)
+    framework.write(CONFIG_BAK, OLD_CONFIG)
+    framework.write(LIST_BAK, OLD_LIST)
+    framework.write(LOCK, "qor_mim_ctl@alpha")
+
+    assert companion.answer(tool, "recover")["found"] == "commit-interrupted"
+
+    assert (framework.read(CONFIG), framework.read(LIST)) == (OLD_CONFIG, OLD_LIST)
+    assert not framework.path(LOCK).exists()
+
+
+def test_recover_finishes_a_rollback(framework: Framework, tool: Sandbox) -> None:
+    """Its list is back, and its document is not yet."""
+    framework.write(CONFIG, NEW_CONFIG)
+    framework.write(CONFIG_BAK, OLD_CONFIG)
+
+    assert companion.answer(tool, "recover")["found"] == "rollback-interrupted"
+
+    assert (framework.read(CONFIG), framework.path(CONFIG_BAK).exists()) == (OLD_CONFIG, False)
