@@ -12,7 +12,7 @@
 
 #include <cerrno>
 #include <cstdlib>
-#include <iterator>
+#include <exception>
 
 namespace QMT
 {
@@ -48,20 +48,19 @@ public:
     static std::unique_ptr<CScratchDirectory> make(const FilePair& base, const std::string& session,
                                                    const std::vector<std::string>& places)
     {
-        for (auto place = places.begin();; ++place)
+        std::exception_ptr firstFailure;
+        for (const std::string& place : places)
         {
             try
             {
-                return std::make_unique<CScratchDirectory>(base, session, *place);
+                return std::make_unique<CScratchDirectory>(base, session, place);
             }
             catch (const Poco::FileException&)
             {
-                if (std::next(place) == places.end())
-                {
-                    throw;
-                }
+                firstFailure = firstFailure ? firstFailure : std::current_exception();
             }
         }
+        std::rethrow_exception(firstFailure);
     }
 
     CScratchDirectory(const FilePair& base, const std::string& session, const std::string& place)

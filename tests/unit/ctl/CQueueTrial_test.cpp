@@ -115,9 +115,17 @@ TEST_F(QueueTrial, LetsTheValidatorJudgeTheCopiedList)
 
 TEST_F(QueueTrial, ThrowsWithoutAPlaceForTheCopies)
 {
-    ::setenv("TMPDIR", scratch.path("missing").c_str(), 1);
+    const std::vector<std::string> places = {scratch.path("first"), scratch.path("second")};
 
-    EXPECT_THROW(CQueueTrial(base, "", silentLogger()), Poco::FileException);
+    try
+    {
+        const CQueueTrial trial(base, "", silentLogger(), places);
+        FAIL();
+    }
+    catch (const Poco::FileException& exc)
+    {
+        EXPECT_EQ(exc.displayText(), "Cannot create file: No such file or directory: " + places.front());
+    }
 }
 
 TEST_F(QueueTrial, UsesThePublicPlaceWithoutAWishForAnother)
