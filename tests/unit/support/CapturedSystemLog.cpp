@@ -9,7 +9,7 @@ namespace
 
 QMT::Test::Messages* sink = nullptr;
 
-__attribute__((format(printf, 2, 0))) void record(int priority, const char* format, va_list arguments)
+[[gnu::format(printf, 2, 0)]] void record(int priority, const char* format, va_list arguments)
 {
     std::array<char, 4096> text = {};
     std::vsnprintf(text.data(), text.size(), format, arguments);
@@ -25,8 +25,9 @@ __attribute__((format(printf, 2, 0))) void record(int priority, const char* form
 // define one of them inline.
 extern "C"
 {
-    void plainSystemLog(int priority, const char* format, ...) __asm__("syslog");
-    void fortifiedSystemLog(int priority, int level, const char* format, ...) __asm__("__syslog_chk");
+    [[gnu::format(printf, 2, 3)]] void plainSystemLog(int priority, const char* format, ...) __asm__("syslog");
+    [[gnu::format(printf, 3, 4)]] void fortifiedSystemLog(int priority, int level, const char* format,
+                                                          ...) __asm__("__syslog_chk");
 }
 
 void plainSystemLog(int priority, const char* format, ...)
