@@ -4,6 +4,7 @@
 #include "ctl/CCommandLine.h"
 #include "ctl/CFrameworkFacts.h"
 #include "ctl/PrintedText.h"
+#include "ctl/RecoveryOrder.h"
 #include "ctl/Waiting.h"
 
 #include <Poco/DateTimeFormatter.h>
@@ -149,7 +150,8 @@ Answer CRecoverCommand::run(const std::string& qorPath)
 
 Answer CRecoverCommand::runAlone(const std::string& qorPath, unsigned int secondsLeft) const
 {
-    CFrameworkFacts facts(qorPath);
+    CFrameworkFacts framework(qorPath);
+    CRecoveryMemory facts(framework);
     FrameworkContents now;
     SessionOwner owner;
     const bool isOurs = waitFor(secondsLeft,
@@ -164,7 +166,8 @@ Answer CRecoverCommand::runAlone(const std::string& qorPath, unsigned int second
         return Answer::failure(Status::BUSY, "the host " + owner.host + " has a session open (--force ends it)");
     }
     const Recovery recovery = decideRecovery(now, owner, facts, _assumption);
-    const std::vector<RecoveryStep> steps = recoverySteps(qorPath, now, recovery.after, recovery.order);
+    const std::vector<RecoveryStep> steps =
+        inSafeOrder(recoverySteps(qorPath, now, recovery.after), now, recovery.after, facts, _assumption);
     if (recovery.found == Found::UNCLEAR)
     {
         Answer answer = answerOf(recovery, steps, std::string());

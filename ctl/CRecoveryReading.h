@@ -23,6 +23,9 @@ public:
 
     Recovery decide();
 
+    /// Whether the files alone left a question open.
+    bool hasAsked() const;
+
 private:
     using Text = std::optional<std::string>;
     using Results = std::vector<FilePair>;
@@ -37,15 +40,15 @@ private:
     };
 
     // Questions (Recovery.cpp).
-    [[nodiscard]] bool ask(Recovery& recovery, const std::string& question) const;
-    [[nodiscard]] bool giveUp(Recovery& recovery) const;
+    [[nodiscard]] bool ask(Recovery& recovery, const std::string& question);
+    [[nodiscard]] bool giveUp(Recovery& recovery);
     bool isAssumed(Assumption assumption) const;
 
     // The state of single files (Recovery.cpp).
     static bool isSame(const Text& one, const Text& other);
     static bool isDifferent(const Text& one, const Text& other);
     static bool isCut(const Text& text, const Text& whole);
-    static bool isDocument(const Text& text);
+    bool isDocument(const Text& text) const;
     static bool isWholeList(const Text& text);
     const Results& resultsOver(const FilePair& base);
     bool isMadeOf(const FilePair& base, File file, const Text& text);
@@ -58,10 +61,10 @@ private:
     bool isDocumentTornUnlocked() const;
     bool canPutPairBack() const;
     void putPairBack(Recovery& recovery, Found found) const;
-    [[nodiscard]] bool finishRollback(Recovery& recovery) const;
-    [[nodiscard]] bool askForPair(Recovery& recovery, const std::string& question) const;
-    [[nodiscard]] bool readTornDocument(Recovery& recovery) const;
-    [[nodiscard]] bool readLoneConfigurationBackup(Recovery& recovery) const;
+    [[nodiscard]] bool finishRollback(Recovery& recovery);
+    [[nodiscard]] bool askForPair(Recovery& recovery, const std::string& question);
+    [[nodiscard]] bool readTornDocument(Recovery& recovery);
+    [[nodiscard]] bool readLoneConfigurationBackup(Recovery& recovery);
 
     // Under a lock file (RecoveryLocked.cpp).
     void readLocked(Recovery& recovery);
@@ -103,6 +106,9 @@ private:
     // What follows from the files.
     const std::string _queue; ///< the complete lines of the session file
     std::vector<std::pair<FilePair, Results>> _results;
+
+    bool _hasAsked = false;
+    bool _isGivenUp = false; ///< a live file stays torn, as somebody has said
 
     // What restoreLive has found beside the live files.
     bool _areWorkingCopiesStale = false; ///< they are being edited, or belong to files that were put back

@@ -28,6 +28,12 @@ bool FilePair::operator!=(const FilePair& other) const
     return !(*this == other);
 }
 
+bool FrameworkContents::operator==(const FrameworkContents& other) const
+{
+    return live == other.live && workingCopy == other.workingCopy && backup == other.backup &&
+           session == other.session && lock == other.lock;
+}
+
 std::optional<std::string> readIfThere(const std::string& path)
 {
     std::string content;

@@ -28,7 +28,12 @@ struct FrameworkContents
     FilePair backup;
     std::optional<std::string> session;
     std::optional<std::string> lock;
+
+    bool operator==(const FrameworkContents& other) const;
 };
+
+/// One of these files.
+using ManagedContent = std::optional<std::string>& (*)(FrameworkContents&);
 
 /// The content of the file at `path`; nothing when it is missing. Throws a Poco::FileException that names it when it is
 /// there and cannot be read.

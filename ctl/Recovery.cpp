@@ -13,10 +13,28 @@ namespace QMT
 
 CRecoveryFacts::~CRecoveryFacts() = default;
 
+bool CRecoveryFacts::isDocument(const std::string& text)
+{
+    return !CXMLParser::parseFile(text).isNull();
+}
+
 Recovery decideRecovery(const FrameworkContents& now, const SessionOwner& owner, CRecoveryFacts& facts,
                         std::optional<Assumption> assumption)
 {
-    return CRecoveryReading(now, owner, facts, assumption).decide();
+    CRecoveryReading reading(now, owner, facts, assumption);
+    Recovery recovery = reading.decide();
+    // What was put back or removed can tell more of the rest, as a second recovery would find; so far, once is enough.
+    const int FURTHER_READINGS = 4;
+    const std::optional<Assumption> answer = reading.hasAsked() ? assumption : std::nullopt;
+    bool isMoving = recovery.found != Found::UNCLEAR;
+    for (int further = 0; isMoving && further < FURTHER_READINGS; ++further)
+    {
+        const SessionOwner left = sessionOwner(recovery.after.lock.value_or(""), facts.hostName());
+        const Recovery next = CRecoveryReading(recovery.after, left, facts, answer).decide();
+        isMoving = !(next.after == recovery.after);
+        recovery.after = next.after;
+    }
+    return recovery;
 }
 
 CRecoveryReading::CRecoveryReading(const FrameworkContents& now, const SessionOwner& owner, CRecoveryFacts& facts,
@@ -41,17 +59,17 @@ Recovery CRecoveryReading::decide()
     {
         recovery.after = _now;
     }
-    // What tells most goes last: a torn document, edited working copies beside backups that may be older ones, or
-    // backups that are torn. An apply that has nothing left but its lock file would be judged.
-    const bool isListHurt = _now.lock ? isListTorn() : isListTornUnlocked();
-    recovery.order.isListFirst = !isDocument(_now.live.configuration) && !isListHurt;
-    recovery.order.areBackupsFirst = _areBackupsTorn && !wasNeverLive(_now.live);
-    recovery.order.isLockFirst = _owner.isApply;
     return recovery;
 }
 
-bool CRecoveryReading::ask(Recovery& recovery, const std::string& question) const
+bool CRecoveryReading::hasAsked() const
 {
+    return _hasAsked;
+}
+
+bool CRecoveryReading::ask(Recovery& recovery, const std::string& question)
+{
+    _hasAsked = true;
     if (_assumption)
     {
         return true;
@@ -61,10 +79,12 @@ bool CRecoveryReading::ask(Recovery& recovery, const std::string& question) cons
     return false;
 }
 
-bool CRecoveryReading::giveUp(Recovery& recovery) const
+bool CRecoveryReading::giveUp(Recovery& recovery)
 {
+    _hasAsked = true;
     if (isAssumed(Assumption::NOTHING))
     {
+        _isGivenUp = true;
         return true;
     }
     recovery.found = Found::UNCLEAR;
@@ -92,9 +112,9 @@ bool CRecoveryReading::isCut(const Text& text, const Text& whole)
     return text && whole && isCutFrom(*text, *whole);
 }
 
-bool CRecoveryReading::isDocument(const Text& text)
+bool CRecoveryReading::isDocument(const Text& text) const
 {
-    return text && !CXMLParser::parseFile(*text).isNull();
+    return text && _facts.isDocument(*text);
 }
 
 bool CRecoveryReading::isWholeList(const Text& text)

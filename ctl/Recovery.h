@@ -2,7 +2,6 @@
 #define QMT_Recovery_INCLUDED
 
 #include "ctl/FrameworkContents.h"
-#include "ctl/RecoverySteps.h"
 #include "ctl/SessionOwner.h"
 
 #include <optional>
@@ -35,7 +34,6 @@ struct Recovery
 {
     Found found = Found::NOTHING;
     FrameworkContents after; ///< the files as they shall be; as they are when it is unclear
-    RecoveryOrder order;     ///< in which the steps may be interrupted between any two
     std::string question;    ///< why it is unclear, for people; empty otherwise
 };
 
@@ -62,13 +60,15 @@ public:
 
     /// The root class of the model file at `modelFile`; empty when it has none or cannot be read.
     virtual std::string rootClassOf(const std::string& modelFile) = 0;
+
+    /// Whether `text` can be parsed as a configuration document.
+    virtual bool isDocument(const std::string& text);
 };
 
 /// Reads the files `now`, whose session, if one is open, is that of `owner`, and decides what is to become of them.
 /// Changes nothing. `assumption` answers what is unclear.
 ///
-/// Guesses nothing: where two readings end differently and no assumption tells, all stays. When the steps to `after`
-/// are interrupted, what is left is read to the same end.
+/// Guesses nothing: where two readings end differently and no assumption tells, all stays.
 Recovery decideRecovery(const FrameworkContents& now, const SessionOwner& owner, CRecoveryFacts& facts,
                         std::optional<Assumption> assumption);
 

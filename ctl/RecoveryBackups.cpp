@@ -11,7 +11,7 @@ namespace QMT
 bool CRecoveryReading::settleBackups(Recovery& recovery)
 {
     const FilePair& backup = recovery.after.backup;
-    if (backup == FilePair())
+    if (_isGivenUp || backup == FilePair())
     {
         return true;
     }
@@ -68,9 +68,9 @@ bool CRecoveryReading::settleLoneBackup(Recovery& recovery)
     {
         recovery.found = Found::ROLLBACK_INTERRUPTED;
         recovery.after.live.configuration = backup;
-        if (recovery.after.workingCopy.configuration)
+        if (recovery.after.session)
         {
-            recovery.after.workingCopy.configuration = backup;
+            recovery.after.workingCopy = recovery.after.live;
         }
         recovery.after.backup.configuration.reset();
     }

@@ -23,53 +23,51 @@ namespace
 using Text = std::optional<std::string>;
 using Steps = std::vector<RecoveryStep>;
 
-/// What a file was and what it is to become.
-struct Change
+/// One of the files, and where it is.
+struct File
 {
+    ManagedContent content;
     const std::string& path;
-    const Text& now;
-    const Text& after;
 };
 
-void replace(Steps& steps, const Change& change, const std::string& source, const std::string& text)
+/// The steps from some contents to others.
+class CSteps
 {
-    if (change.after && change.after != change.now)
+public:
+    CSteps(const FrameworkContents& now, const FrameworkContents& after) : _now(now), _after(after)
     {
-        steps.push_back({change.path, change.after, change.now ? change.path : source, text});
     }
-}
 
-void remove(Steps& steps, const Change& change)
-{
-    if (change.now && !change.after)
+    void replace(const File& file, const std::string& source, const std::string& text)
     {
-        steps.push_back({change.path, std::nullopt, std::string(), "removed " + change.path});
+        const Text& now = file.content(_now);
+        const Text& after = file.content(_after);
+        if (after && after != now)
+        {
+            steps.push_back({file.path, after, now ? file.path : source, text, file.content});
+        }
     }
-}
 
-/// The paths are those of the configuration and of the list, in this order.
-void removePair(Steps& steps, const std::pair<std::string, std::string>& paths, const FilePair& now,
-                const FilePair& after)
-{
-    remove(steps, {paths.first, now.configuration, after.configuration});
-    remove(steps, {paths.second, now.list, after.list});
-}
+    void putBack(const File& live, const File& backup, const std::string& workingCopy)
+    {
+        const std::string& source = live.content(_after) == backup.content(_now) ? backup.path : workingCopy;
+        replace(live, source, "put back " + live.path + " from " + source);
+    }
 
-void putBack(Steps& steps, const ManagedFile& file, Text FilePair::*state, const FrameworkContents& now,
-             const FrameworkContents& after)
-{
-    const bool isFromBackup = after.live.*state == now.backup.*state;
-    const std::string& source = isFromBackup ? file.backup : file.workingCopy;
-    replace(steps, {file.live, now.live.*state, after.live.*state}, source,
-            "put back " + file.live + " from " + source);
-}
+    void remove(const File& file)
+    {
+        if (file.content(_now) && !file.content(_after))
+        {
+            steps.push_back({file.path, std::nullopt, std::string(), "removed " + file.path, file.content});
+        }
+    }
 
-void renewWorkingCopy(Steps& steps, const ManagedFile& file, Text FilePair::*state, const FrameworkContents& now,
-                      const FrameworkContents& after)
-{
-    replace(steps, {file.workingCopy, now.workingCopy.*state, after.workingCopy.*state}, file.live,
-            "made " + file.workingCopy + " anew");
-}
+    Steps steps;
+
+private:
+    FrameworkContents _now;
+    FrameworkContents _after;
+};
 
 bool isNoRoom(int error)
 {
@@ -155,48 +153,36 @@ std::vector<std::pair<std::string, std::string>> filesToCopy(const Steps& steps)
 } // namespace
 
 std::vector<RecoveryStep> recoverySteps(const std::string& qorPath, const FrameworkContents& now,
-                                        const FrameworkContents& after, const RecoveryOrder& order)
+                                        const FrameworkContents& after)
 {
     const CFrameworkPaths paths(qorPath);
-    const ManagedFile configuration = paths.configuration();
-    const ManagedFile list = paths.modelFileList();
-    const std::string session = paths.sessionFile();
-    const std::string lock = paths.lockFile();
-    const Change lockChange = {lock, now.lock, after.lock};
-    Steps steps;
-    if (order.isListFirst)
-    {
-        putBack(steps, list, &FilePair::list, now, after);
-    }
-    putBack(steps, configuration, &FilePair::configuration, now, after);
-    if (!order.isListFirst)
-    {
-        putBack(steps, list, &FilePair::list, now, after);
-    }
-    if (order.areBackupsFirst)
-    {
-        removePair(steps, {configuration.backup, list.backup}, now.backup, after.backup);
-    }
-    renewWorkingCopy(steps, configuration, &FilePair::configuration, now, after);
-    renewWorkingCopy(steps, list, &FilePair::list, now, after);
-    if (!order.areBackupsFirst)
-    {
-        removePair(steps, {configuration.backup, list.backup}, now.backup, after.backup);
-    }
-    replace(steps, {session, now.session, after.session}, session, "kept the complete lines of " + session);
-    replace(steps, lockChange, lock, "wrote the name of this host to " + lock);
-    if (order.isLockFirst)
-    {
-        remove(steps, lockChange);
-    }
-    remove(steps, {session, now.session, after.session});
-    remove(steps, {list.workingCopy, now.workingCopy.list, after.workingCopy.list});
-    remove(steps, {configuration.workingCopy, now.workingCopy.configuration, after.workingCopy.configuration});
-    if (!order.isLockFirst)
-    {
-        remove(steps, lockChange);
-    }
-    return steps;
+    const ManagedFile configurationPaths = paths.configuration();
+    const ManagedFile listPaths = paths.modelFileList();
+    const std::string sessionPath = paths.sessionFile();
+    const std::string lockPath = paths.lockFile();
+    const File configuration = {[](auto& in) -> Text& { return in.live.configuration; }, configurationPaths.live};
+    const File list = {[](auto& in) -> Text& { return in.live.list; }, listPaths.live};
+    const File copy = {[](auto& in) -> Text& { return in.workingCopy.configuration; }, configurationPaths.workingCopy};
+    const File listCopy = {[](auto& in) -> Text& { return in.workingCopy.list; }, listPaths.workingCopy};
+    const File backup = {[](auto& in) -> Text& { return in.backup.configuration; }, configurationPaths.backup};
+    const File listBackup = {[](auto& in) -> Text& { return in.backup.list; }, listPaths.backup};
+    const File session = {[](auto& in) -> Text& { return in.session; }, sessionPath};
+    const File lock = {[](auto& in) -> Text& { return in.lock; }, lockPath};
+
+    CSteps all(now, after);
+    all.putBack(configuration, backup, copy.path);
+    all.putBack(list, listBackup, listCopy.path);
+    all.replace(copy, configuration.path, "made " + copy.path + " anew");
+    all.replace(listCopy, list.path, "made " + listCopy.path + " anew");
+    all.remove(backup);
+    all.remove(listBackup);
+    all.replace(session, session.path, "kept the complete lines of " + session.path);
+    all.replace(lock, lock.path, "wrote the name of this host to " + lock.path);
+    all.remove(session);
+    all.remove(listCopy);
+    all.remove(copy);
+    all.remove(lock);
+    return all.steps;
 }
 
 std::string copyAside(const std::string& qorPath, const std::string& stamp, const std::vector<RecoveryStep>& steps)

@@ -18,19 +18,12 @@ struct RecoveryStep
     std::optional<std::string> content; ///< what it shall hold; none when it is to be removed
     std::string like;                   ///< whose attributes it gets
     std::string text;                   ///< what is done, for people
+    ManagedContent file = nullptr;      ///< the one at `path`
 };
 
-/// In which order things are done.
-struct RecoveryOrder
-{
-    bool isListFirst = false;     ///< the live list is put back before the live document
-    bool areBackupsFirst = false; ///< backups are removed before working copies are made anew
-    bool isLockFirst = false;     ///< the lock file is removed before what belongs to its session
-};
-
-/// The steps from the files `now` of the framework directory `qorPath` to `after`.
+/// The steps from the files `now` of the framework directory `qorPath` to `after`, in the usual order.
 std::vector<RecoveryStep> recoverySteps(const std::string& qorPath, const FrameworkContents& now,
-                                        const FrameworkContents& after, const RecoveryOrder& order);
+                                        const FrameworkContents& after);
 
 /// Copies the files that the steps replace or remove to a new directory of the framework directory `qorPath`, named by
 /// the time `stamp`. On return the copy is on the disk. Returns the directory.

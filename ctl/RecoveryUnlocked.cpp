@@ -96,7 +96,7 @@ void CRecoveryReading::putPairBack(Recovery& recovery, Found found) const
     recovery.after.backup = FilePair();
 }
 
-bool CRecoveryReading::finishRollback(Recovery& recovery) const
+bool CRecoveryReading::finishRollback(Recovery& recovery)
 {
     const Text& document = _now.live.configuration;
     const Text& backup = _now.backup.configuration;
@@ -113,7 +113,7 @@ bool CRecoveryReading::finishRollback(Recovery& recovery) const
     return true;
 }
 
-bool CRecoveryReading::askForPair(Recovery& recovery, const std::string& question) const
+bool CRecoveryReading::askForPair(Recovery& recovery, const std::string& question)
 {
     if (!canPutPairBack())
     {
@@ -131,7 +131,7 @@ bool CRecoveryReading::askForPair(Recovery& recovery, const std::string& questio
 }
 
 /// The list is whole, and its backup is there or neither is. A rollback puts the list back first.
-bool CRecoveryReading::readTornDocument(Recovery& recovery) const
+bool CRecoveryReading::readTornDocument(Recovery& recovery)
 {
     const Text& document = _now.live.configuration;
     if (!_now.backup.configuration)
@@ -146,7 +146,7 @@ bool CRecoveryReading::readTornDocument(Recovery& recovery) const
     return askForPair(recovery, "the document is missing or torn, and neither a commit nor a rollback leaves it so");
 }
 
-bool CRecoveryReading::readLoneConfigurationBackup(Recovery& recovery) const
+bool CRecoveryReading::readLoneConfigurationBackup(Recovery& recovery)
 {
     const Text& document = _now.live.configuration;
     const Text& backup = _now.backup.configuration;

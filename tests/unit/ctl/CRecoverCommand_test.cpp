@@ -258,14 +258,14 @@ TEST_F(RecoverCommand, WaitsForTheSessionOfAnotherHost)
     framework.expectLive(oldConfiguration, "/base\n");
 }
 
-TEST_F(RecoverCommand, EndsAnApplyWithItsLockFileFirst)
+TEST_F(RecoverCommand, EndsAnApply)
 {
     writeFile(framework.lock(), "qor_mim_ctl@alpha");
 
     EXPECT_EQ(run({"--json"}), 0);
 
-    EXPECT_EQ(done(), Lines({steps()[0], "removed " + framework.lock(), "removed " + framework.session(),
-                             "removed " + framework.configuration(".tmp")}));
+    EXPECT_EQ(done(), Lines({steps()[0], "removed " + framework.session(), "removed " + framework.configuration(".tmp"),
+                             "removed " + framework.lock()}));
 }
 
 // ---- The validator ----

@@ -116,6 +116,22 @@ TEST_F(RecoveryBackups, StayWhereTheCopyOfTheSessionWasSo)
     expectNothing();
 }
 
+TEST_F(RecoveryBackups, AreRemovedWhereOnlyATornFileWasLikeThem)
+{
+    now = {{"<qor>", old.list}, old, {"<qor>", old.list}, std::nullopt, "alpha"};
+
+    expectClear(Found::COMMIT_INTERRUPTED, withoutSession(old, FilePair()));
+}
+
+TEST_F(RecoveryBackups, StayBesideATornFileThatIsToStay)
+{
+    now = withSession({"<qor>", old.list}, {documentServing({"Base"}), "/ba"});
+    now.workingCopy.configuration = "<other>";
+
+    expectUnclear();
+    expectAssumed(Assumption::NOTHING, Found::NOTHING, now);
+}
+
 TEST_F(RecoveryBackups, OfTheListAloneAreRemoved)
 {
     now.backup.configuration.reset();

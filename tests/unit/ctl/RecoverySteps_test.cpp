@@ -25,11 +25,10 @@ using Lines = std::vector<std::string>;
 class RecoverySteps : public testing::Test
 {
 protected:
-    Lines texts(const FrameworkContents& now, const FrameworkContents& after,
-                const RecoveryOrder& order = RecoveryOrder()) const
+    static Lines texts(const FrameworkContents& now, const FrameworkContents& after)
     {
         Lines found;
-        for (const RecoveryStep& step : recoverySteps("/fw", now, after, order))
+        for (const RecoveryStep& step : recoverySteps("/fw", now, after))
         {
             found.push_back(step.text);
         }
@@ -76,29 +75,6 @@ TEST_F(RecoverySteps, EndASession)
 
     EXPECT_EQ(texts(now, after), Lines({"removed " + session, "removed " + list + ".tmp",
                                         "removed " + configuration + ".tmp", "removed " + lock}));
-    EXPECT_EQ(texts(now, after, {false, false, true}),
-              Lines({"removed " + lock, "removed " + session, "removed " + list + ".tmp",
-                     "removed " + configuration + ".tmp"}));
-}
-
-TEST_F(RecoverySteps, PutTheListBackFirstWhereThatIsTheOrder)
-{
-    const FrameworkContents now = {{"new", "new"}, FilePair(), {"old", "old"}, std::nullopt, std::nullopt};
-    const FrameworkContents after = {{"old", "old"}, FilePair(), {"old", "old"}, std::nullopt, std::nullopt};
-
-    EXPECT_EQ(texts(now, after, {true, false, false}),
-              Lines({"put back " + list + " from " + list + ".bak",
-                     "put back " + configuration + " from " + configuration + ".bak"}));
-}
-
-TEST_F(RecoverySteps, RemoveBackupsFirstWhereThatIsTheOrder)
-{
-    const FrameworkContents now = {{"old", "old"}, {"new", "old"}, {"", "old"}, "1\n", "host"};
-    const FrameworkContents after = {{"old", "old"}, {"old", "old"}, FilePair(), "1\n", "host"};
-
-    EXPECT_EQ(texts(now, after, {false, true, false}),
-              Lines({"removed " + configuration + ".bak", "removed " + list + ".bak",
-                     "made " + configuration + ".tmp anew"}));
 }
 
 TEST_F(RecoverySteps, TakeAttributesOfTheFileReplacedOrElseOfItsSource)
@@ -106,7 +82,7 @@ TEST_F(RecoverySteps, TakeAttributesOfTheFileReplacedOrElseOfItsSource)
     const FrameworkContents now = {{"new", std::nullopt}, {"x", "copy"}, {"old", std::nullopt}, "1\n", "host"};
     const FrameworkContents after = {{"old", "copy"}, {"old", "copy"}, {"old", std::nullopt}, "1\n", "host"};
 
-    const std::vector<RecoveryStep> steps = recoverySteps("/fw", now, after, RecoveryOrder());
+    const std::vector<RecoveryStep> steps = recoverySteps("/fw", now, after);
 
     ASSERT_EQ(steps.size(), 3U);
     EXPECT_EQ(steps[0].like, configuration);

@@ -6,12 +6,6 @@ namespace QMT::Test
 namespace
 {
 
-bool areEqual(const FrameworkContents& one, const FrameworkContents& other)
-{
-    return one.live == other.live && one.workingCopy == other.workingCopy && one.backup == other.backup &&
-           one.session == other.session && one.lock == other.lock;
-}
-
 std::string shown(const std::optional<std::string>& text)
 {
     return text ? "[" + *text + "]" : "none";
@@ -60,6 +54,16 @@ std::string FakeFacts::rootClassOf(const std::string& modelFile)
     return rootClasses[modelFile];
 }
 
+bool FakeFacts::isDocument(const std::string& text)
+{
+    auto known = documents.find(text);
+    if (known == documents.end())
+    {
+        known = documents.emplace(text, CRecoveryFacts::isDocument(text)).first;
+    }
+    return known->second;
+}
+
 RecoveryTest::RecoveryTest()
 {
     now = withSession(old, older);
@@ -82,7 +86,7 @@ void RecoveryTest::expectClear(Found found, const FrameworkContents& after)
 
         EXPECT_EQ(recovery.found, found);
         EXPECT_EQ(recovery.question, "");
-        EXPECT_TRUE(areEqual(recovery.after, after)) << shown(recovery.after) << "\ninstead of\n" << shown(after);
+        EXPECT_TRUE(recovery.after == after) << shown(recovery.after) << "\ninstead of\n" << shown(after);
     }
 }
 
@@ -97,7 +101,7 @@ void RecoveryTest::expectUnclear()
 
     EXPECT_EQ(recovery.found, Found::UNCLEAR);
     EXPECT_NE(recovery.question, "");
-    EXPECT_TRUE(areEqual(recovery.after, now)) << shown(recovery.after);
+    EXPECT_TRUE(recovery.after == now) << shown(recovery.after);
 }
 
 void RecoveryTest::expectAssumed(Assumption assumption, Found found, const FrameworkContents& after)
@@ -106,7 +110,7 @@ void RecoveryTest::expectAssumed(Assumption assumption, Found found, const Frame
 
     EXPECT_EQ(recovery.found, found);
     EXPECT_EQ(recovery.question, "");
-    EXPECT_TRUE(areEqual(recovery.after, after)) << shown(recovery.after) << "\ninstead of\n" << shown(after);
+    EXPECT_TRUE(recovery.after == after) << shown(recovery.after) << "\ninstead of\n" << shown(after);
 }
 
 FrameworkContents RecoveryTest::withSession(const FilePair& live, const FilePair& backup) const

@@ -28,12 +28,16 @@ public:
     bool isLiveListRejected() override;
     std::string rootClassOf(const std::string& modelFile) override;
 
+    /// Parses each text once.
+    bool isDocument(const std::string& text) override;
+
     /// What the queue makes of a configuration and a list, after each action.
     std::map<std::pair<std::string, std::string>, std::vector<FilePair>> results;
     bool isRejected = false;
     int judged = 0;                                 ///< how often the validator was asked
     std::string askedFor;                           ///< the queue of the last question
     std::map<std::string, std::string> rootClasses; ///< by model file
+    std::map<std::string, bool> documents;          ///< by text
 };
 
 /// Readings of files on the host "alpha".

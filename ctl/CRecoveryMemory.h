@@ -1,0 +1,44 @@
+#ifndef QMT_CRecoveryMemory_INCLUDED
+#define QMT_CRecoveryMemory_INCLUDED
+
+#include "ctl/Recovery.h"
+
+#include <map>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace QMT
+{
+
+/// Facts that are asked for once, so that many states of the same files can be read.
+class CRecoveryMemory : public CRecoveryFacts
+{
+public:
+    /// `facts` is not owned and outlives the object.
+    explicit CRecoveryMemory(CRecoveryFacts& facts);
+
+    std::string hostName() override;
+    std::vector<FilePair> queueResults(const FilePair& base, const std::string& session) override;
+    bool isLiveListRejected() override;
+    std::string rootClassOf(const std::string& modelFile) override;
+    bool isDocument(const std::string& text) override;
+
+    /// What the validator has said; nothing when it was not asked.
+    const std::optional<bool>& verdict() const;
+
+    /// From now on the validator is not asked: it rejects the live list or does not.
+    void suppose(bool isRejected);
+
+private:
+    CRecoveryFacts& _facts;
+    std::optional<bool> _verdict;
+    std::map<std::string, std::string> _rootClasses;
+    std::map<std::string, bool> _documents;
+    std::vector<std::pair<std::pair<FilePair, std::string>, std::vector<FilePair>>> _results;
+};
+
+} // namespace QMT
+
+#endif // QMT_CRecoveryMemory_INCLUDED
