@@ -6,7 +6,6 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <array>
 #include <map>
 #include <sstream>
 
@@ -23,9 +22,10 @@ using Attributes = std::map<std::string, std::string>;
 template<typename Call>
 std::string filled(Call call)
 {
-    std::array<char, std::max(XATTR_LIST_MAX, XATTR_SIZE_MAX)> buffer;
+    std::string buffer(std::max(XATTR_LIST_MAX, XATTR_SIZE_MAX), '\0');
     const ssize_t size = call(buffer.data(), buffer.size());
-    return std::string(buffer.data(), size < 0 ? 0 : static_cast<std::string::size_type>(size));
+    buffer.resize(size < 0 ? 0 : static_cast<std::string::size_type>(size));
+    return buffer;
 }
 
 /// The extended attributes that `list` names, separated by NUL.

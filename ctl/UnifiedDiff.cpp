@@ -309,12 +309,12 @@ std::vector<Edit> editsOf(const std::vector<int>& partners, int lengthAfter)
 /// The part of a hunk's header on one text: `first` is the number of lines before the hunk.
 std::string rangeText(int first, int count)
 {
-    const std::string start = std::to_string(count == 0 ? first : first + 1);
-    if (count == 1)
+    std::string text = std::to_string(count == 0 ? first : first + 1);
+    if (count != 1)
     {
-        return start;
+        text += "," + std::to_string(count);
     }
-    return start + "," + std::to_string(count);
+    return text;
 }
 
 void appendLine(std::string& text, char mark, std::string_view line)
