@@ -26,18 +26,7 @@ std::string contentOf(const std::string& path)
 
 bool holds(const std::string& path, const std::string& content)
 {
-    std::string present;
-    switch (readWholeFile(path, present))
-    {
-    case ReadResult::READ:
-        return present == content;
-    case ReadResult::MISSING:
-        return false;
-    case ReadResult::NOT_OPENED:
-    case ReadResult::FAILED:
-        break;
-    }
-    throw Poco::FileException("the file cannot be read", path);
+    return readIfThere(path) == content;
 }
 
 } // namespace

@@ -37,17 +37,16 @@ bool FrameworkContents::operator==(const FrameworkContents& other) const
 std::optional<std::string> readIfThere(const std::string& path)
 {
     std::string content;
-    switch (readWholeFile(path, content))
+    const ReadResult result = readWholeFile(path, content);
+    if (result == ReadResult::MISSING)
     {
-    case ReadResult::READ:
-        return content;
-    case ReadResult::MISSING:
         return std::nullopt;
-    case ReadResult::NOT_OPENED:
-    case ReadResult::FAILED:
-        break;
     }
-    throw Poco::FileException("the file cannot be read", path);
+    if (result != ReadResult::READ)
+    {
+        throw Poco::FileException("the file cannot be read", path);
+    }
+    return content;
 }
 
 FrameworkContents readFramework(const std::string& qorPath)
