@@ -62,6 +62,17 @@ TEST_F(QueueTrial, AppliesOneActionAfterTheOther)
     EXPECT_TRUE(trial.queue().empty());
 }
 
+TEST_F(QueueTrial, ThrowsWhenItsCopiesHaveGone)
+{
+    const CQueueTrial trial(base, "", silentLogger());
+    for (const auto& entry : std::filesystem::directory_iterator(scratch.path()))
+    {
+        std::filesystem::remove_all(entry);
+    }
+
+    EXPECT_THROW(static_cast<void>(trial.result()), Poco::FileException);
+}
+
 TEST_F(QueueTrial, TellsTheMessagesOfTheEdits)
 {
     const CapturedLog log;
