@@ -1,7 +1,6 @@
 """Fixtures of the end-to-end tests: a fresh framework and the real program, in a sandbox, on two hosts."""
 from __future__ import annotations
 
-import os
 import sys
 from collections.abc import Iterator
 from pathlib import Path
@@ -13,10 +12,6 @@ sys.path.insert(0, str(Path(__file__).resolve().parents[1] / "support"))
 import companion  # noqa: E402
 from framework import Framework  # noqa: E402 (path set above)
 from sandbox import Sandbox, SandboxError, launcher_name, tool_path  # noqa: E402
-
-
-# The companion is started like any program of this machine, so it is not emulated yet.
-collect_ignore_glob = ["test_ctl_*.py"] if os.environ.get("QOR_MIM_TOOL_EMULATOR") else []
 
 
 def pytest_configure(config: pytest.Config) -> None:

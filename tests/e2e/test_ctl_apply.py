@@ -344,14 +344,13 @@ def test_apply_ends_while_it_waits(framework: Framework, tool: Sandbox) -> None:
 def test_apply_without_a_reader(framework: Framework, tool: Sandbox) -> None:
     """An answer that cannot be written is status 4; the same call again says what is."""
     with Path("/dev/full").open("wb") as full:
-        run = tool.with_env(TMPDIR="/opt/scratch").launch(str(companion.companion_path()), "apply", *ADD_PUMP, "--json",
+        run = tool.with_env(TMPDIR="/opt/scratch").launch(*companion.command(), "apply", *ADD_PUMP, "--json",
                                                           stdout=full)
         assert run.wait().status == 4
     reader, writer = os.pipe()
     os.close(reader)
     with os.fdopen(writer, "wb") as closed:
-        run = tool.with_env(TMPDIR="/opt/scratch").launch(str(companion.companion_path()), "apply", *ADD_PUMP,
-                                                          stdout=closed)
+        run = tool.with_env(TMPDIR="/opt/scratch").launch(*companion.command(), "apply", *ADD_PUMP, stdout=closed)
         assert run.wait().status == 4
 
     assert companion.answer(tool, "apply", *ADD_PUMP)["result"] == "unchanged"
@@ -368,7 +367,7 @@ def test_apply_on_a_full_disk(backups: Framework, tool: Sandbox) -> None:
         limited = Sandbox(tool.framework, work=tool.work, env={"TMPDIR": "/opt/scratch"}, wrapper=(
             "/usr/bin/prlimit", f"--fsize={limit}"))
 
-        result = limited.execute(str(companion.companion_path()), "apply", *ADD_PUMP)
+        result = limited.execute(*companion.command(), "apply", *ADD_PUMP)
 
         seen.add(result.status)
         if result.status == 0:

@@ -226,7 +226,7 @@ def test_show_takes_no_other_option(tool: Sandbox, framework: Framework, words: 
 
 @pytest.mark.parametrize("words", [(), ("--json",)])
 def test_show_on_a_full_disk_does_not_count(tool: Sandbox, words: tuple[str, ...]) -> None:
-    result = tool.execute("/bin/sh", "-c", '"$@" >/dev/full', "sh", str(companion.companion_path()), "show", *words)
+    result = tool.execute("/bin/sh", "-c", '"$@" >/dev/full', "sh", *companion.command(), "show", *words)
 
     assert (result.status, result.console) == (4, "qor_mim_ctl: the answer could not be written\n")
 
@@ -237,7 +237,7 @@ def test_show_while_another_caller_works(framework: Framework, tool: Sandbox) ->
               "with open('/opt/qor/etc/model/qor_mim_ctl.lock', 'w') as file:\n"
               "    fcntl.lockf(file, fcntl.LOCK_EX)\n"
               "    sys.exit(subprocess.run(sys.argv[1:]).returncode)\n")
-    result = tool.with_env(PATH=PATH).execute("/usr/bin/python3", "-c", script, str(companion.companion_path()),
-                                              "show", "--json")
+    result = tool.with_env(PATH=PATH).execute("/usr/bin/python3", "-c", script, *companion.command(), "show",
+                                              "--json")
 
     assert companion.parsed(result) == OVERVIEW

@@ -16,6 +16,11 @@ def companion_path() -> Path:
     return path
 
 
+def command() -> list[str]:
+    """The command line that runs the companion, for a program that runs in the sandbox itself."""
+    return [*emulator(), str(companion_path())]
+
+
 def run(sandbox: Sandbox, *args: str) -> Result:
     """Run the companion to its end."""
     return start(sandbox, *args).wait()
@@ -25,7 +30,7 @@ def start(sandbox: Sandbox, *args: str) -> Run:
     """Start the companion and leave it running."""
     # The rest of the machine, /tmp included, cannot be written in the sandbox.
     env = {"TMPDIR": WORK, **sandbox.env}
-    return sandbox.with_env(**env).launch(*emulator(), str(companion_path()), *args)
+    return sandbox.with_env(**env).launch(*command(), *args)
 
 
 def answer(sandbox: Sandbox, *args: str) -> dict[str, Any]:
