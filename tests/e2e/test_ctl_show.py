@@ -225,8 +225,10 @@ def test_show_takes_no_other_option(tool: Sandbox, framework: Framework, words: 
 
 
 @pytest.mark.parametrize("words", [(), ("--json",)])
-def test_show_on_a_full_disk_does_not_count(tool: Sandbox, words: tuple[str, ...]) -> None:
-    result = tool.execute("/bin/sh", "-c", '"$@" >/dev/full', "sh", *companion.command(), "show", *words)
+@pytest.mark.parametrize("output", [">/dev/full", ">&-"])
+def test_show_that_cannot_be_written_does_not_count(tool: Sandbox, output: str, words: tuple[str, ...]) -> None:
+    """The disk is full, or standard output closed."""
+    result = tool.execute("/bin/sh", "-c", f'"$@" {output}', "sh", *companion.command(), "show", *words)
 
     assert (result.status, result.console) == (4, "qor_mim_ctl: the answer could not be written\n")
 
