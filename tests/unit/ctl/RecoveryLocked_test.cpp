@@ -639,6 +639,23 @@ TEST_F(RecoveryCommit, AsksWhetherAListIsCutLikeItsCopyOrWasShortened)
     expectAssumed(Assumption::NOTHING, Found::NOTHING, now);
 }
 
+TEST_F(RecoveryCommit, AsksWhetherTheListOrItsBackupIsCutAtALinesEnd)
+{
+    const FilePair live = {old.configuration, "/base\n/pump\n"};
+    const FilePair longer = {old.configuration, "/base\n/pump\n/valve\n"};
+    facts.results[{*old.configuration, *old.list}] = {longer};
+    facts.results[{*live.configuration, *live.list}] = {longer};
+    facts.rootClasses.clear();
+    now = withSession(live, old);
+    FrameworkContents withoutBackups = now;
+    withoutBackups.backup = FilePair();
+    now.workingCopy = longer;
+
+    expectUnclear();
+    expectAssumed(Assumption::COMMIT, Found::COMMIT_INTERRUPTED, undone());
+    expectAssumed(Assumption::NOTHING, Found::COMMIT_INTERRUPTED, withoutBackups);
+}
+
 // ---- A lock file alone ----
 
 /// There is no session file and no working copy, and the live files are those of a commit.

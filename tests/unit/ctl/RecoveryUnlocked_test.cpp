@@ -81,6 +81,13 @@ TEST_F(RecoveryUnlocked, IsNothingWithAnEmptyListThatWasEmpty)
     expectNothing();
 }
 
+TEST_F(RecoveryUnlocked, IsNothingWithALastLineWithoutLineFeed)
+{
+    now.live.list = *old.list + "/base2";
+
+    expectNothing();
+}
+
 // ---- What is left of a session ----
 
 TEST_F(RecoveryUnlocked, DropsASessionFile)
@@ -88,6 +95,14 @@ TEST_F(RecoveryUnlocked, DropsASessionFile)
     now.session = queue;
 
     expectClear(Found::STAGING_INTERRUPTED, withoutSession(old, older));
+}
+
+TEST_F(RecoveryUnlocked, DropsASessionFileThatOutlivedItsLockFile)
+{
+    now = withoutSession(committed, old);
+    now.session = queue;
+
+    expectClear(Found::STAGING_INTERRUPTED, withoutSession(committed, old));
 }
 
 TEST_F(RecoveryUnlocked, DropsWorkingCopies)
