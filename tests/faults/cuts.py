@@ -2,7 +2,6 @@
 from __future__ import annotations
 
 import dataclasses
-import shutil
 from collections import Counter
 from collections.abc import Iterator
 from pathlib import Path
@@ -19,7 +18,13 @@ STAGE = ("-a", f"{MODELS}/climate.xml", "-m", "climateHandler")
 COMMIT = ("--commit",)
 ROLLBACK = ("--rollback",)
 
-SINGLE = (*frameworks.SCENARIOS, *(
+LOST = (
+    Scenario("commit-lost", frameworks.FIRST_COMMIT + frameworks.ONE_KIND, COMMIT, lost=frameworks.CONFIGURATION),
+    Scenario("rollback-session-lost", frameworks.FIRST_COMMIT + frameworks.ONE_KIND, ROLLBACK, lost=frameworks.CONFIGURATION),
+    Scenario("rollback-commit-lost", frameworks.FIRST_COMMIT, ROLLBACK, lost=frameworks.CONFIGURATION),
+)
+"""Runs that find no configuration."""
+SINGLE = (*frameworks.SCENARIOS, *LOST, *(
     Scenario(f"commit-kind-{kind}", frameworks.FIRST_COMMIT + (action,), COMMIT) for kind, action in (
         ("add", ("-a", f"{MODELS}/bare.xml")),
         ("add-handler", ("-a", f"{MODELS}/power.xml", "-m", "powerHandler")),
@@ -27,6 +32,7 @@ SINGLE = (*frameworks.SCENARIOS, *(
         ("remove-handler", ("-x", f"{MODELS}/station.xml", "-m", "stationHandler")))))
 FOLLOWING = {"stage": STAGE, "commit": COMMIT, "rollback": ROLLBACK}
 
+FAULT = "power cut"
 EVERY = 1 << 30
 SAMPLE = 8
 """How many states of each moment are looked at with the large documents."""
@@ -41,6 +47,8 @@ class Step:
     after: disk.Files
     pairs: frozenset[frameworks.Pair]
     rejected: bool
+    whole: frozenset[frameworks.Pair] = frozenset()
+    """Further pairs to which a recovery may lead."""
 
     @property
     def commits(self) -> bool:
@@ -59,6 +67,8 @@ class Chain:
     name: str
     steps: tuple[Step, ...]
     trace: disk.Trace
+    framework: Path
+    """The directory in which it was run."""
 
 
 @dataclasses.dataclass(frozen=True)
@@ -82,10 +92,12 @@ def plans(size: str = "small") -> Iterator[Plan]:
 def record(plan: Plan, size: str, directory: Path) -> Chain:
     """Run a chain under the tracer, in a framework built below ``directory``."""
     scenario = plan.scenario
-    framework = frameworks.prepare(scenario, size, directory).framework
-    trace = disk.Trace(frameworks.state(framework))
+    prepared = frameworks.prepare(scenario, size, directory)
+    framework = prepared.framework
+    trace = disk.Trace(prepared.before)
     steps = [_step(framework, directory, args, scenario.rejected, trace) for args in (scenario.args, *plan.following)]
-    return Chain(plan.name, tuple(steps), trace)
+    steps[0] = dataclasses.replace(steps[0], whole=frozenset(prepared.versions))
+    return Chain(plan.name, tuple(steps), trace, framework)
 
 
 def _step(framework: Path, directory: Path, args: tuple[str, ...], rejected: bool, trace: disk.Trace) -> Step:
@@ -121,11 +133,17 @@ def _lost_session(step: Step, files: disk.Files, live: frameworks.Pair) -> str:
     return "" if not over or step.rejected or live in step.pairs else "the session is over in the middle of its commit"
 
 
-def allowed_pairs(chain: Chain, left: disk.Left) -> frozenset[frameworks.Pair]:
-    """The pairs that may be live once the framework has been brought back."""
-    if left.running:
-        return chain.steps[left.answers].pairs
-    return frozenset({frameworks.live(left.files)})
+def case(chain: Chain, left: disk.Left) -> recovery.Case:
+    """The recovery of a state: which pairs may be live once the framework has been brought back, and which backups."""
+    step = chain.steps[min(left.answers, len(chain.steps) - 1)]
+    live = frameworks.live(left.files)
+    pairs = step.pairs | step.whole if left.running else frozenset({live})
+    if None in frameworks.live(step.before):
+        pairs |= step.whole | {frameworks.backups(step.before)}
+    kept = {frameworks.backups(files) for files in (step.before, step.after)}
+    assume = "commit" if step.commits else "rollback" if step.args == ROLLBACK else "nothing"
+    return recovery.Case(frozenset(left.files.items()), assume if left.running else "nothing", pairs,
+                         pairs | kept | {(None, None)})
 
 
 def bad_states(chain: Chain, trace: disk.Trace) -> Iterator[str]:
@@ -136,16 +154,35 @@ def bad_states(chain: Chain, trace: disk.Trace) -> Iterator[str]:
                 yield f"{model}: {found}"
 
 
-def run(key: str, plan: Plan, size: str, model: str) -> dict[str, Any]:
-    """Judge all states of one chain under one model, and bring each back; the record of it for the journal."""
+def run(key: str, scenario: Scenario, size: str) -> dict[str, Any]:
+    """Judge all states of a run, and of the chains that it begins, and bring each back; the record for the journal."""
     outcomes: Counter[str] = Counter()
     violations = []
-    with frameworks.scratch() as directory:
-        chain = record(plan, size, directory)
-        for left in disk.states(chain.trace, model, SAMPLE if size == "large" else EVERY):
-            outcome, wrong = "matching pair on the disk", complaint(chain, left)
-            if not wrong:
-                outcome, wrong = recovery.bring_back(left.files, allowed_pairs(chain, left), directory / "left")
-            outcomes[wrong or outcome] += 1
-            violations += [wrong] if wrong else []
-    return {"key": key, "fault": f"power cut, {model}", "outcomes": outcomes, "violations": violations, "said": []}
+    tried: set[recovery.Case] = set()
+    for plan in plans(size):
+        if plan.scenario != scenario:
+            continue
+        with frameworks.scratch() as directory:
+            chain = record(plan, size, directory)
+            bad, cases = _sorted_out(chain, SAMPLE if size == "large" else EVERY)
+            violations += [f"{plan.name}: {wrong}" for wrong in bad]
+            outcomes.update(bad)
+            new = [left for left in dict.fromkeys(cases) if left not in tried]
+            tried.update(new)
+            for outcome, wrong in recovery.bring_back(chain.framework, new):
+                outcomes[wrong or outcome] += 1
+                violations += [f"{plan.name}: {wrong}"] if wrong else []
+    return {"key": key, "fault": FAULT, "outcomes": outcomes, "violations": violations, "said": []}
+
+
+def _sorted_out(chain: Chain, limit: int) -> tuple[list[str], list[recovery.Case]]:
+    """The complaints about the states of a chain, and the states without one."""
+    bad, good = [], []
+    for model in disk.MODELS:
+        for left in disk.states(chain.trace, model, limit):
+            wrong = complaint(chain, left)
+            if wrong:
+                bad.append(wrong)
+            else:
+                good.append(case(chain, left))
+    return bad, good

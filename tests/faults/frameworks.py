@@ -69,6 +69,8 @@ class Scenario:
     earlier: tuple[tuple[str, ...], ...]
     args: tuple[str, ...]
     rejected: bool = False
+    lost: str = ""
+    """A file below etc/ that is gone by then."""
 
     @property
     def keeps_live_files(self) -> bool:
@@ -115,6 +117,11 @@ def state(framework: Path) -> dict[str, bytes]:
 def live(files: Mapping[str, bytes]) -> Pair:
     """The two live files."""
     return files.get(CONFIGURATION), files.get(LIST)
+
+
+def backups(files: Mapping[str, bytes]) -> Pair:
+    """The two backups."""
+    return files.get(f"{CONFIGURATION}.bak"), files.get(f"{LIST}.bak")
 
 
 @dataclasses.dataclass(frozen=True)
@@ -171,8 +178,11 @@ def prepare(scenario: Scenario, size: str, directory: Path) -> Prepared:
     for args in scenario.earlier:
         _succeed(framework, args)
     _judging(framework, not scenario.rejected)
+    whole = live(state(framework))
+    if scenario.lost:
+        (framework / "etc" / scenario.lost).unlink()
     before = state(framework)
-    versions = tuple(dict.fromkeys([live(before), accepted(framework, scenario.args)]))
+    versions = tuple(dict.fromkeys([live(before), accepted(framework, scenario.args), whole]))
     explained = frozenset(versions).union(*(_without(framework, scenario.args, place, versions[-1])
                                             for place in range(before.get(SESSION, b"").count(b"\n"))))
     result, files = _undisturbed(framework, scenario.args)

@@ -21,7 +21,6 @@ import allocations
 import companion
 import calls
 import cuts
-import disk
 import frameworks
 import full_disk
 import races
@@ -40,6 +39,8 @@ LARGE = ("stage-new", "commit", "rollback-session", "rollback-commit")
 FURTHER_ORDERS = 60
 """How many orders with several turns are tried of each pair of commands."""
 
+PARTS = (KILLS := "kills", CUTS := "cuts")
+
 Record = dict[str, Any]
 Job = tuple[str, Callable[..., Record], tuple[Any, ...]]
 
@@ -47,6 +48,7 @@ Job = tuple[str, Callable[..., Record], tuple[Any, ...]]
 def _arguments(argv: Sequence[str]) -> argparse.Namespace:
     parser = argparse.ArgumentParser(prog="scripts/faults", description=__doc__.splitlines()[0], allow_abbrev=False)
     parser.add_argument("--quick", action="store_true", help="a sample, with the small documents, without a journal")
+    parser.add_argument("--only", choices=PARTS, help="one part of the sweep: killed at every call, or power cuts")
     parser.add_argument("--jobs", type=int, default=os.cpu_count(), help="runs at a time (default: one for each core)")
     return parser.parse_args(argv)
 
@@ -87,8 +89,11 @@ def _scenarios(quick: bool) -> Iterator[tuple[frameworks.Scenario, str]]:
                 yield scenario, size
 
 
-def _sweep_jobs(prepared: frameworks.Prepared, quick: bool) -> list[Job]:
-    jobs: list[Job] = [(case.key, sweep.run, (prepared, case)) for case in sweep.cases(prepared)]
+def _sweep_jobs(prepared: frameworks.Prepared, quick: bool, kills: bool) -> list[Job]:
+    jobs: list[Job] = [(case.key, sweep.run, (prepared, case)) for case in sweep.cases(prepared)
+                       if not kills or case.fault == calls.KILL]
+    if kills:
+        return jobs
     step = LARGE_ALLOCATION_STEP if prepared.size == "large" else 1
     numbers = list(allocations.keys(prepared))[::step]
     jobs += [(key, allocations.run, (prepared, key, number)) for key, number in numbers]
@@ -98,10 +103,9 @@ def _sweep_jobs(prepared: frameworks.Prepared, quick: bool) -> list[Job]:
 def _cut_jobs() -> Iterator[Job]:
     """Not part of the short form: the tests have the single runs."""
     for size in frameworks.SIZES:
-        for plan in cuts.plans(size):
-            for model in disk.MODELS:
-                key = f"{plan.name}/{size}/{model}"
-                yield key, cuts.run, (key, plan, size, model)
+        for scenario in dict.fromkeys(plan.scenario for plan in cuts.plans(size)):
+            key = f"{scenario.name}/{size}/cuts"
+            yield key, cuts.run, (key, scenario, size)
 
 
 def _race_jobs(quick: bool) -> Iterator[Job]:
@@ -157,11 +161,26 @@ class Report:
 SHOWN = 3
 CALL = "a system call fails"
 KINDS = (KILLED := "killed at a system call", CALL, "allocation fails", "full disk",
-         *(f"power cut, {model}" for model in disk.MODELS), "two runs at once")
+         cuts.FAULT, "two runs at once")
 
 
 def _kind(fault: str) -> str:
     return KILLED if fault == calls.KILL else fault if fault in KINDS else CALL
+
+
+def _sweep(report: Report, wanted: argparse.Namespace) -> None:
+    disks = wanted.only is None and full_disk.possible()
+    if not wanted.only and not disks:
+        print("no file system can be mounted here: full disks are left out")
+    with frameworks.scratch() as directory:
+        for scenario, size in _scenarios(wanted.quick):
+            prepared = frameworks.prepare(scenario, size, directory)
+            report.run(_sweep_jobs(prepared, wanted.quick, wanted.only == KILLS), wanted.jobs)
+            if disks:
+                # They depend on one another and are few: one after the other, anew each time.
+                for record in full_disk.run(prepared):
+                    report.add(record)
+            print(f"{prepared.name}: done", file=sys.stderr, flush=True)
 
 
 def main(argv: Sequence[str]) -> int:
@@ -171,22 +190,13 @@ def main(argv: Sequence[str]) -> int:
         print("left out: where proot stands in for bubblewrap, nothing else can trace the program")
         return 0
     report = Report(Journal(None if wanted.quick else _journal_path()))
-    disks = full_disk.possible()
-    if not disks:
-        print("no file system can be mounted here: full disks are left out")
-    with frameworks.scratch() as directory:
-        for scenario, size in _scenarios(wanted.quick):
-            prepared = frameworks.prepare(scenario, size, directory)
-            report.run(_sweep_jobs(prepared, wanted.quick), wanted.jobs)
-            if disks:
-                # They depend on one another and are few: one after the other, anew each time.
-                for record in full_disk.run(prepared):
-                    report.add(record)
-            print(f"{prepared.name}: done", file=sys.stderr, flush=True)
-    if not wanted.quick:
+    if wanted.only != CUTS:
+        _sweep(report, wanted)
+    if wanted.only != KILLS and not wanted.quick:
         report.run(_cut_jobs(), wanted.jobs)
         print("power cuts: done", file=sys.stderr, flush=True)
-    report.run(_race_jobs(wanted.quick), wanted.jobs)
+    if not wanted.only:
+        report.run(_race_jobs(wanted.quick), wanted.jobs)
     print(report.table())
     return 1 if any(record["violations"] for record in report.records) else 0
 

@@ -1,9 +1,9 @@
 """Recovery of a framework by the companion, as the operator's guide has it after a power cut."""
 from __future__ import annotations
 
+import dataclasses
 import json
-import shutil
-from collections.abc import Collection, Mapping, Sequence
+from collections.abc import Collection, Iterator, Mapping, Sequence
 from pathlib import Path
 
 import companion
@@ -32,19 +32,77 @@ def recover(framework: Path, assume: str) -> str:
     return f"{answer['found']}{' (asked)' if asked else ''}"
 
 
-def bring_back(files: Mapping[str, bytes], pairs: Collection[frameworks.Pair], directory: Path) -> tuple[str, str]:
-    """Let the companion recover a framework with these files below etc/; what it did, and what is wrong with that."""
-    shutil.rmtree(directory, ignore_errors=True)
-    for name, content in files.items():
-        path = directory / "etc" / name
-        path.parent.mkdir(parents=True, exist_ok=True)
-        path.write_bytes(content)
-    result = companion.run(sandbox.Sandbox(directory), "recover", "--qor-path=/opt/qor")
-    if result.status == ASKED:
-        return "asked", ""
-    if result.status != 0 or frameworks.live(frameworks.state(directory)) not in pairs:
-        return "", f"not recovered, status {result.status}"
-    return "recovered", ""
+SCRIPT = """
+for directory in {work}/*/; do
+    recover() {{ "$0" recover --json --qor-path="$directory" "$@"; }}
+    recover > "$directory/first"
+    [ $? != 1 ] || recover --assume="$(cat "$directory/assume")" > "$directory/answered"
+    recover > "$directory/again"
+done
+"""
+"""Recovers each framework, answers when asked, and recovers it once more."""
+CUT_AT_A_LINE = "a list that was cut at a line's end is taken for whole"
+BATCH = 200
+TIMEOUT = 600.0
+
+
+@dataclasses.dataclass(frozen=True)
+class Case:
+    """What a run has left below etc/, and what is right after its recovery."""
+
+    files: frozenset[tuple[str, bytes]]
+    assume: str
+    pairs: frozenset[frameworks.Pair]
+    backups: frozenset[frameworks.Pair]
+
+
+def bring_back(framework: Path, cases: Sequence[Case]) -> Iterator[tuple[str, str]]:
+    """Recover all cases by the companion, with models and validator of ``framework``; what each came to, and what is
+    wrong with it."""
+    for first in range(0, len(cases), BATCH):
+        with frameworks.scratch() as work:
+            batch = {work / str(number): case for number, case in enumerate(cases[first:first + BATCH])}
+            for directory, case in batch.items():
+                _write(directory, case)
+            box = sandbox.Sandbox(framework, work=work).with_env(TMPDIR="/dev/shm")
+            box.launch("/bin/sh", "-c", SCRIPT.format(work=sandbox.WORK), str(companion.companion_path())).wait(TIMEOUT)
+            for directory, case in batch.items():
+                yield _judged(directory, case)
+
+
+def _write(directory: Path, case: Case) -> None:
+    (directory / "etc/model").mkdir(parents=True)
+    (directory / "assume").write_text(case.assume, encoding="ascii")
+    for name, content in case.files:
+        (directory / "etc" / name).write_bytes(content)
+
+
+def _judged(directory: Path, case: Case) -> tuple[str, str]:
+    first = json.loads((directory / "first").read_text(encoding="utf-8"))
+    asked = first["status"] == ASKED
+    answer = json.loads((directory / "answered").read_text(encoding="utf-8")) if asked else first
+    again = json.loads((directory / "again").read_text(encoding="utf-8"))
+    files = frameworks.state(directory)
+    wrong = session_complaints(files)
+    if answer["status"] != 0:
+        wrong.append(f"not recovered, status {answer['status']}")
+    if again["status"] not in (0, ASKED) or again["found"] not in ("nothing", "unclear"):
+        wrong.append(f"a second recovery finds {again.get('found')}")
+    live, backups = frameworks.live(files), frameworks.backups(files)
+    if not wrong and (_is_cut_at_a_line(live, case.pairs) or _is_cut_at_a_line(backups, case.backups)):
+        return CUT_AT_A_LINE, ""
+    if live not in case.pairs:
+        wrong.append("the live files are not a complete, matching pair")
+    if backups not in case.backups:
+        wrong.append("the backups were not live together")
+    return "asked, then recovered" if asked else "nothing to do" if first["found"] == "nothing" else "recovered", "; ".join(wrong)
+
+
+def _is_cut_at_a_line(pair: frameworks.Pair, pairs: Collection[frameworks.Pair]) -> bool:
+    """Whether a pair has the beginning of one's list, which nothing tells from a list of its own."""
+    configuration, lines = pair
+    return pair not in pairs and lines is not None and lines[-1:] in (b"", b"\n") and any(
+        configuration == other and (whole or b"").startswith(lines) for other, whole in pairs)
 
 
 def complaints(prepared: frameworks.Prepared, files: dict[str, bytes]) -> Sequence[str]:
@@ -52,9 +110,13 @@ def complaints(prepared: frameworks.Prepared, files: dict[str, bytes]) -> Sequen
     wrong = []
     if frameworks.live(files) not in prepared.versions:
         wrong.append("the live files are not a complete, matching pair")
+    return wrong + session_complaints(files)
+
+
+def session_complaints(files: Mapping[str, bytes]) -> list[str]:
+    """What is wrong with the session: it is as it was, or it is over."""
     copies = {f"{name}.tmp" for name in (frameworks.CONFIGURATION, frameworks.LIST)}
     of_session = {frameworks.LOCK, frameworks.SESSION, *copies}
-    # The session is as it was, or it is over.
-    if not of_session <= set(files) and not of_session.isdisjoint(files):
-        wrong.append(f"of the session there is left {sorted(of_session.intersection(files))}")
-    return wrong
+    if of_session <= set(files) or of_session.isdisjoint(files):
+        return []
+    return [f"of the session there is left {sorted(of_session.intersection(files))}"]
