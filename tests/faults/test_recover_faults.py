@@ -1,0 +1,24 @@
+"""A sample of the calls at which a recovery can be killed; all of them with QOR_RECOVER_FAULT_STEP=1."""
+from __future__ import annotations
+
+import os
+import shutil
+from pathlib import Path
+
+import pytest
+import recover_faults
+
+STEP = int(os.environ.get("QOR_RECOVER_FAULT_STEP", "31"))
+
+
+@pytest.mark.parametrize("state", recover_faults.STATES, ids=lambda state: state.name)
+def test_a_killed_recovery_is_finished_by_the_next_one(state: recover_faults.State, tmp_path: Path) -> None:
+    """It comes to the same end, after which there is nothing left to be done."""
+    run, end = recover_faults.reference(state, tmp_path / "reference")
+    found = []
+    for call in run[len(state.name) % STEP::STEP]:
+        root = tmp_path / "case"
+        found += [f"{call.index}:{call.name} {call.where}: {complaint}"
+                  for complaint in recover_faults.complaints(state, root, call, end)]
+        shutil.rmtree(root)
+    assert found == []
