@@ -316,7 +316,7 @@ TEST_F(PreviewTest, IsNoRefusalWhereTheCopiesCannotBeEdited)
     // The last bytes of what the actions add are those that do not fit.
     const auto expectFailure = [this](const std::vector<Action>& actions, std::size_t limit)
     {
-        const FileSizeLimit full(static_cast<unsigned int>(limit));
+        const FileSizeLimit full(limit);
         EXPECT_THROW(tried(actions), Poco::FileException);
     };
     pair.list = std::string(2000, 'x') + "\n";

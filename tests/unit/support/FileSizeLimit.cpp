@@ -3,7 +3,7 @@
 namespace QMT::Test
 {
 
-FileSizeLimit::FileSizeLimit(unsigned int size)
+FileSizeLimit::FileSizeLimit(std::size_t size)
 {
     // A write over the limit would end the process by a signal otherwise.
     struct sigaction ignored = {};

@@ -4,6 +4,7 @@
 #include <sys/resource.h>
 
 #include <csignal>
+#include <cstddef>
 
 namespace QMT::Test
 {
@@ -13,7 +14,7 @@ namespace QMT::Test
 class FileSizeLimit
 {
 public:
-    explicit FileSizeLimit(unsigned int size = 0);
+    explicit FileSizeLimit(std::size_t size = 0);
     ~FileSizeLimit();
     FileSizeLimit(const FileSizeLimit&) = delete;
     FileSizeLimit& operator=(const FileSizeLimit&) = delete;
