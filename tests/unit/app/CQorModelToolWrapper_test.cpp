@@ -77,7 +77,7 @@ TEST_F(Application, EndsWithStatus70WhenTheDriverThrows)
     EXPECT_EQ(run.log, Messages());
 }
 
-TEST_F(Application, EndsWithStatus78AndStagesNothingWhenAValueIsMissing)
+TEST_F(Application, EndsWithStatus78WhenAValueIsMissing)
 {
     const ToolRun run = runTool({"--removeModelFile"});
 
@@ -87,7 +87,7 @@ TEST_F(Application, EndsWithStatus78AndStagesNothingWhenAValueIsMissing)
     EXPECT_FALSE(exists(framework.session()));
 }
 
-TEST_F(Application, EndsWithStatus78BeforeTheHandlersBehindAnUnknownOption)
+TEST_F(Application, EndsWithStatus78AtAnUnknownOption)
 {
     const ToolRun run = runTool({"--unknown", "--status"});
 
@@ -103,7 +103,7 @@ TEST_F(Application, HandlesOptionsInCommandLineOrder)
     EXPECT_EQ(run.log, told({"There are no pending actions.", "handleManagedObjectVersion: 2"}));
 }
 
-TEST_F(Application, GoesOnWithoutAnEditorInAnInvalidEnvironment)
+TEST_F(Application, RunsWithoutAnEditorInAnInvalidEnvironment)
 {
     ::setenv("QORPATH", framework.file("file", "").c_str(), 1);
 

@@ -37,7 +37,7 @@ protected:
 
 // ---- Construction and destruction ----
 
-TEST_F(Tool, FindsTheFrameworkDirectory)
+TEST_F(Tool, ConstructorFindsTheFrameworkDirectory)
 {
     const CQorModelTool tool(&impl, log.logger());
 
@@ -46,7 +46,7 @@ TEST_F(Tool, FindsTheFrameworkDirectory)
     EXPECT_EQ(systemLog.messages(), SILENCE);
 }
 
-TEST_F(Tool, LooksForTheValidatorInTheFixedPlace)
+TEST_F(Tool, ConstructorSetsTheFixedValidatorPath)
 {
     const FakeInstallation installation;
     installation.setValidator("exit 0");
@@ -55,7 +55,7 @@ TEST_F(Tool, LooksForTheValidatorInTheFixedPlace)
     EXPECT_TRUE(impl.verifyModelTool());
 }
 
-TEST_F(Tool, ReportsThatThereIsNoFrameworkDirectoryAndNoValidatorThen)
+TEST_F(Tool, ConstructorReportsAMissingFrameworkDirectory)
 {
     const FakeInstallation installation;
     installation.setValidator("exit 0");
@@ -68,7 +68,7 @@ TEST_F(Tool, ReportsThatThereIsNoFrameworkDirectoryAndNoValidatorThen)
     EXPECT_FALSE(impl.verifyModelTool());
 }
 
-TEST_F(Tool, ConstructionAsksForNoLockWithoutAFrameworkDirectory)
+TEST_F(Tool, ConstructorSkipsTheLockWithoutADirectory)
 {
     writeFile(framework.lock(), "this-host");
     writeFile(framework.session(), "0:/m/a.xml\n");
@@ -85,7 +85,7 @@ TEST_F(Tool, ConstructionAsksForNoLockWithoutAFrameworkDirectory)
     EXPECT_TRUE(impl.queue().empty());
 }
 
-TEST_F(Tool, ConstructionWithADirectoryLooksNothingUp)
+TEST_F(Tool, ConstructorWithADirectoryLooksNothingUp)
 {
     writeFile(framework.lock(), "this-host");
     writeFile(framework.session(), "0:/m/a.xml\n");
@@ -100,7 +100,7 @@ TEST_F(Tool, ConstructionWithADirectoryLooksNothingUp)
     EXPECT_EQ(log.messages(), SILENCE);
 }
 
-TEST_F(Tool, LoadsTheQueueOfThisHostsSession)
+TEST_F(Tool, ConstructorLoadsThisHostsQueue)
 {
     writeFile(framework.lock(), "this-host\n");
     writeFile(framework.session(), "0:/m/a.xml\n");
@@ -110,7 +110,7 @@ TEST_F(Tool, LoadsTheQueueOfThisHostsSession)
     EXPECT_EQ(impl.queue(), (CommandQueue{{CmdID::AddModelFile, "/m/a.xml"}}));
 }
 
-TEST_F(Tool, LeavesTheQueueOfAnotherHostsSession)
+TEST_F(Tool, ConstructorSkipsAnotherHostsQueue)
 {
     writeFile(framework.lock(), "other-host");
     writeFile(framework.session(), "0:/m/a.xml\n");
@@ -120,7 +120,7 @@ TEST_F(Tool, LeavesTheQueueOfAnotherHostsSession)
     EXPECT_TRUE(impl.queue().empty());
 }
 
-TEST_F(Tool, LeavesASessionFileWithoutALockUnasked)
+TEST_F(Tool, ConstructorSkipsASessionFileWithoutALock)
 {
     writeFile(framework.session(), "0:/m/a.xml\n");
 
@@ -130,7 +130,7 @@ TEST_F(Tool, LeavesASessionFileWithoutALockUnasked)
     EXPECT_EQ(log.messages(), (Messages{AGENT_FAILED}));
 }
 
-TEST_F(Tool, DestroysTheLoggerAtItsEnd)
+TEST_F(Tool, DestructorDestroysTheLogger)
 {
     {
         const CQorModelTool tool(&impl, log.logger());
@@ -139,7 +139,7 @@ TEST_F(Tool, DestroysTheLoggerAtItsEnd)
     EXPECT_EQ(Poco::Logger::has("ConsoleLogger"), nullptr);
 }
 
-TEST_F(Tool, HasNothingButItsDestructorForDerivedClasses)
+TEST_F(Tool, DestructorIsVirtualAndCopiesAreDeleted)
 {
     static_assert(std::has_virtual_destructor_v<CQorModelTool>);
     static_assert(!std::is_copy_constructible_v<CQorModelTool> && !std::is_move_constructible_v<CQorModelTool>);
@@ -147,14 +147,14 @@ TEST_F(Tool, HasNothingButItsDestructorForDerivedClasses)
 
 // ---- Accessors ----
 
-TEST_F(Tool, GivesItsLogger)
+TEST_F(Tool, LoggerReturnsTheConstructorsLogger)
 {
     const CQorModelTool tool(&impl, log.logger());
 
     EXPECT_EQ(tool.logger(), log.logger());
 }
 
-TEST_F(Tool, GivesTheFrameworkDirectoryToTheEditor)
+TEST_F(Tool, GetQorPathReturnsTheFrameworkDirectory)
 {
     const CQorModelTool tool(&impl, log.logger());
     Poco::Path path("/before");
@@ -164,7 +164,7 @@ TEST_F(Tool, GivesTheFrameworkDirectoryToTheEditor)
     EXPECT_EQ(path.toString(), framework.path());
 }
 
-TEST_F(Tool, GivesTheComponentNameToTheEditor)
+TEST_F(Tool, GetComponentNameReturnsTheHandler)
 {
     const CQorModelTool tool(&impl, log.logger());
     impl.componentName() = "h";
@@ -177,10 +177,10 @@ TEST_F(Tool, GivesTheComponentNameToTheEditor)
 
 // ---- isLockWithCurrentHost ----
 
-class LockOwner : public Tool
+class IsLockWithCurrentHost : public Tool
 {
 protected:
-    LockOwner() : tool(&impl, log.logger())
+    IsLockWithCurrentHost() : tool(&impl, log.logger())
     {
         log.clear();
     }
@@ -194,7 +194,7 @@ protected:
     CQorModelTool tool;
 };
 
-TEST_F(LockOwner, IsThisHostByItsExactName)
+TEST_F(IsLockWithCurrentHost, IsTrueForTheExactName)
 {
     EXPECT_TRUE(isOursWith("this-host"));
     EXPECT_TRUE(isOursWith("this-host\n"));
@@ -202,7 +202,7 @@ TEST_F(LockOwner, IsThisHostByItsExactName)
     EXPECT_EQ(log.messages(), SILENCE);
 }
 
-TEST_F(LockOwner, IsAnotherHostByAnyOtherName)
+TEST_F(IsLockWithCurrentHost, IsFalseForAnyOtherName)
 {
     EXPECT_FALSE(isOursWith("other-host"));
     EXPECT_FALSE(isOursWith("This-host"));
@@ -211,12 +211,12 @@ TEST_F(LockOwner, IsAnotherHostByAnyOtherName)
     EXPECT_EQ(log.messages(), SILENCE);
 }
 
-TEST_F(LockOwner, IsNobodyInAnEmptyLockFile)
+TEST_F(IsLockWithCurrentHost, IsFalseForAnEmptyLockFile)
 {
     EXPECT_FALSE(isOursWith(""));
 }
 
-TEST_F(LockOwner, IsNobodyWithoutALockFile)
+TEST_F(IsLockWithCurrentHost, IsFalseWithoutALockFile)
 {
     EXPECT_FALSE(tool.isLockWithCurrentHost());
 

@@ -48,7 +48,7 @@ protected:
 
 // ---- Rollback ----
 
-TEST_F(CommitFlow, RollsBackThePendingSessionByDroppingIt)
+TEST_F(CommitFlow, RollbackDropsThePendingSession)
 {
     givenSession("0:/m/a.xml\n");
     writeFile(framework.configuration(".bak"), "old configuration");
@@ -64,7 +64,7 @@ TEST_F(CommitFlow, RollsBackThePendingSessionByDroppingIt)
     framework.expectBackups("old configuration", "old list");
 }
 
-TEST_F(CommitFlow, RollsBackTheLastCommitWithoutASession)
+TEST_F(CommitFlow, RollbackUndoesTheLastCommitWithoutASession)
 {
     writeFile(framework.configuration(".bak"), "old configuration");
     writeFile(framework.list(".bak"), "old list");
@@ -79,7 +79,7 @@ TEST_F(CommitFlow, RollsBackTheLastCommitWithoutASession)
     EXPECT_TRUE(exists(framework.session()));
 }
 
-TEST_F(CommitFlow, RollbackTellsTheSystemLogNothingWhenItThrows)
+TEST_F(CommitFlow, RollbackSkipsTheSystemLogWhenItThrows)
 {
     writeFile(framework.list(".bak"), "old list");
     // The start-up looks at the lock three times before the driver does.
@@ -94,7 +94,7 @@ TEST_F(CommitFlow, RollbackTellsTheSystemLogNothingWhenItThrows)
 
 // ---- What keeps a commit from starting ----
 
-TEST_F(CommitFlow, RejectsACommitWithARollback)
+TEST_F(CommitFlow, CommitIsRejectedTogetherWithARollback)
 {
     givenSession("0:/m/a.xml\n");
 
@@ -107,7 +107,7 @@ TEST_F(CommitFlow, RejectsACommitWithARollback)
     EXPECT_TRUE(exists(framework.lock()));
 }
 
-TEST_F(CommitFlow, FindsNothingToCommitWithoutASession)
+TEST_F(CommitFlow, CommitDoesNothingWithoutASession)
 {
     const ToolRun run = runTool({"--commit"});
 
@@ -117,7 +117,7 @@ TEST_F(CommitFlow, FindsNothingToCommitWithoutASession)
     EXPECT_FALSE(exists(framework.configuration(".bak")));
 }
 
-TEST_F(CommitFlow, DropsTheSessionWhenTheConfigurationHasChanged)
+TEST_F(CommitFlow, CommitDropsTheSessionOfAChangedConfiguration)
 {
     givenSession("0:/m/a.xml\n");
     writeFile(framework.configuration(), "changed");
@@ -135,7 +135,7 @@ TEST_F(CommitFlow, DropsTheSessionWhenTheConfigurationHasChanged)
     EXPECT_FALSE(exists(framework.configuration(".bak")));
 }
 
-TEST_F(CommitFlow, DropsTheSessionWhenTheListHasChanged)
+TEST_F(CommitFlow, CommitDropsTheSessionOfAChangedList)
 {
     givenSession("0:/m/a.xml\n");
     writeFile(framework.list(), "changed");
@@ -148,7 +148,7 @@ TEST_F(CommitFlow, DropsTheSessionWhenTheListHasChanged)
     framework.expectLive(before, "changed");
 }
 
-TEST_F(CommitFlow, DoesNotLookAtTheListsWhenTheConfigurationHasChanged)
+TEST_F(CommitFlow, CommitSkipsTheListsOfAChangedConfiguration)
 {
     givenSession("0:/m/a.xml\n");
     writeFile(framework.configuration(), "changed");
@@ -161,7 +161,7 @@ TEST_F(CommitFlow, DoesNotLookAtTheListsWhenTheConfigurationHasChanged)
               (Messages{{LOG_INFO, "check of qor.cfg or Model files failed, Unable to commit rolling back"}}));
 }
 
-TEST_F(CommitFlow, FailsWithTheSessionKeptWhenTheWorkingCopyIsNoDocument)
+TEST_F(CommitFlow, CommitKeepsTheSessionOfAMalformedWorkingCopy)
 {
     writeFile(framework.configuration(), "no document");
     givenSession("0:/m/a.xml\n");
@@ -178,7 +178,7 @@ TEST_F(CommitFlow, FailsWithTheSessionKeptWhenTheWorkingCopyIsNoDocument)
     framework.expectBackups("no document", "/m/old.xml\n");
 }
 
-TEST_F(CommitFlow, FailsOnADocumentThatCannotBeLoadedEvenWithAnEmptyQueue)
+TEST_F(CommitFlow, CommitFailsForAnEmptyDocumentAndQueue)
 {
     writeFile(framework.configuration(), "");
     givenSession("");
@@ -194,7 +194,7 @@ TEST_F(CommitFlow, FailsOnADocumentThatCannotBeLoadedEvenWithAnEmptyQueue)
 
 // ---- Commit ----
 
-TEST_F(CommitFlow, AppliesEveryKindOfActionOldestFirst)
+TEST_F(CommitFlow, CommitAppliesEveryKindOfActionOldestFirst)
 {
     const std::string added = framework.model("added.xml", "Added");
     const std::string handled = framework.model("handled.xml", "Handled");
@@ -236,7 +236,7 @@ TEST_F(CommitFlow, AppliesEveryKindOfActionOldestFirst)
     expectNoSession();
 }
 
-TEST_F(CommitFlow, ReplacesOlderBackups)
+TEST_F(CommitFlow, CommitReplacesOlderBackups)
 {
     writeFile(framework.configuration(".bak"), "older configuration");
     writeFile(framework.list(".bak"), "older list");
@@ -247,7 +247,7 @@ TEST_F(CommitFlow, ReplacesOlderBackups)
     framework.expectBackups(before, "/m/old.xml\n");
 }
 
-TEST_F(CommitFlow, LeavesTheSessionOfAnEmptyQueueOpen)
+TEST_F(CommitFlow, CommitKeepsTheSessionOfAnEmptyQueue)
 {
     givenSession("");
 
@@ -263,7 +263,7 @@ TEST_F(CommitFlow, LeavesTheSessionOfAnEmptyQueueOpen)
     framework.expectBackups(before, "/m/old.xml\n");
 }
 
-TEST_F(CommitFlow, CommitsTheSessionOfAnotherHost)
+TEST_F(CommitFlow, CommitAppliesAnotherHostsSession)
 {
     const std::string model = framework.model("m.xml", "M");
     givenSession("3:" + model + "|a|1|1\n", "other-host");
@@ -276,7 +276,7 @@ TEST_F(CommitFlow, CommitsTheSessionOfAnotherHost)
     expectNoSession();
 }
 
-TEST_F(CommitFlow, CompletesWithTheOtherActionsWhenOneFails)
+TEST_F(CommitFlow, CommitAppliesTheOtherActionsWhenOneFails)
 {
     const std::string model = framework.model("m.xml", "M");
     givenSession("0:/nonexistent/m.xml\n3:" + model + "|a|1|1\n");
@@ -292,7 +292,7 @@ TEST_F(CommitFlow, CompletesWithTheOtherActionsWhenOneFails)
     expectNoSession();
 }
 
-TEST_F(CommitFlow, StaysFailedWhenALaterActionIsApplied)
+TEST_F(CommitFlow, CommitStaysFailedWhenALaterActionSucceeds)
 {
     givenSession("0:/nonexistent/m.xml\n2:/nonexistent/n.xml\n");
 
@@ -305,7 +305,7 @@ TEST_F(CommitFlow, StaysFailedWhenALaterActionIsApplied)
     expectNoSession();
 }
 
-TEST_F(CommitFlow, CommitsNothingInAnInvalidEnvironment)
+TEST_F(CommitFlow, CommitFailsWithoutAnEditor)
 {
     CapturedLog log;
     CapturedSystemLog systemLog;
@@ -377,7 +377,7 @@ TEST_F(ValidatedCommit, IsUndoneWhenTheValidatorRejects)
     expectNoSession();
 }
 
-TEST_F(ValidatedCommit, IsUndoneThoughASessionBeganMeanwhile)
+TEST_F(ValidatedCommit, IsUndoneWhenASessionBeganMeanwhile)
 {
     givenValidator("echo other-host >" + framework.lock() + "; exit 1");
     givenSession("3:" + model + "|a|1|1\n");
@@ -390,7 +390,7 @@ TEST_F(ValidatedCommit, IsUndoneThoughASessionBeganMeanwhile)
     expectNoSession();
 }
 
-TEST_F(ValidatedCommit, GivesUpUndoingWhenTheLockStays)
+TEST_F(ValidatedCommit, IsNotUndoneWhenTheLockStays)
 {
     givenValidator("mkdir -p " + framework.lock() + "/taken; exit 1");
     givenSession("0:" + model + "\n");
@@ -412,7 +412,7 @@ TEST_F(ValidatedCommit, CleansUpAfterARejectionThatCouldNotBeUndone)
     expectNoSession();
 }
 
-TEST_F(ValidatedCommit, IsValidatedWhenAnAdditionWasListedAlready)
+TEST_F(ValidatedCommit, RunsTheValidatorForAListedAddition)
 {
     givenValidator("exit 1");
     writeFile(framework.list(), model + "\n");
@@ -424,7 +424,7 @@ TEST_F(ValidatedCommit, IsValidatedWhenAnAdditionWasListedAlready)
     EXPECT_TRUE(wasCalled());
 }
 
-TEST_F(ValidatedCommit, IsNotValidatedWhenNothingWasAdded)
+TEST_F(ValidatedCommit, SkipsTheValidatorWhenNothingWasAdded)
 {
     givenValidator("exit 1");
     writeFile(framework.configuration(), configurationOf({{"VELDA_OAM_COMPONENT", {"M", "N"}}}));
@@ -438,7 +438,7 @@ TEST_F(ValidatedCommit, IsNotValidatedWhenNothingWasAdded)
     framework.expectLive(configurationOf({{"h", {"N"}}}), "");
 }
 
-TEST_F(ValidatedCommit, IsNotValidatedWhenEveryAdditionFailed)
+TEST_F(ValidatedCommit, SkipsTheValidatorWhenEveryAdditionFailed)
 {
     givenValidator("exit 1");
     givenSession("0:/nonexistent/m.xml\n3:/nonexistent/n.xml|a|1|1\n");
@@ -449,7 +449,7 @@ TEST_F(ValidatedCommit, IsNotValidatedWhenEveryAdditionFailed)
     EXPECT_FALSE(wasCalled());
 }
 
-TEST_F(ValidatedCommit, IsValidatedWhenOnlyOneOfItsAdditionsFailed)
+TEST_F(ValidatedCommit, RunsTheValidatorWhenOneAdditionSucceeded)
 {
     givenValidator("exit 0");
     givenSession("0:" + model + "\n0:/nonexistent/m.xml\n");

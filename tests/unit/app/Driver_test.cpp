@@ -67,7 +67,7 @@ TEST_F(Driver, RejectsAHandlerBeforeAnAdditionAndARemoval)
     EXPECT_EQ(run.log, told({"Invalid command!"}));
 }
 
-TEST_F(Driver, LeavesTheSessionOfARejectedCommandAsItWas)
+TEST_F(Driver, KeepsTheSessionOfARejectedCommand)
 {
     givenSession("0:/m/a.xml\n");
 
@@ -79,7 +79,7 @@ TEST_F(Driver, LeavesTheSessionOfARejectedCommandAsItWas)
     EXPECT_TRUE(exists(framework.lock()));
 }
 
-TEST_F(Driver, StagesBeforeItFindsThatThereIsNothingToCommit)
+TEST_F(Driver, StagesBeforeFindingNothingToCommit)
 {
     const ToolRun run = runTool({"-x", "/m/a.xml", "--commit"});
 
@@ -102,7 +102,7 @@ TEST_F(Driver, StagesAndCommitsInOneRunOfAnOpenSession)
     EXPECT_FALSE(exists(framework.lock()));
 }
 
-TEST_F(Driver, StagesAndThenDropsTheSessionOfTheSameRun)
+TEST_F(Driver, StagesAndRollsBackInOneRun)
 {
     givenSession("2:/m/a.xml\n");
 

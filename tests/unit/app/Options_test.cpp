@@ -57,7 +57,7 @@ const std::vector<Described> NINE = {
     {"status", "s", "", "Show staged pending changes.\n"},
 };
 
-TEST_F(Options, AreNineInTheirOrder)
+TEST_F(Options, DefineOptionsAddsNineInOrder)
 {
     OptionSet options;
 
@@ -80,7 +80,7 @@ TEST_F(Options, AreNineInTheirOrder)
     EXPECT_EQ(expected, NINE.end());
 }
 
-TEST_F(Options, AreBoundToTheirHandlers)
+TEST_F(Options, DefineOptionsBindsTheHandlers)
 {
     OptionSet options;
     tool.defineOptions(options);
@@ -117,7 +117,7 @@ std::string helpOf(const std::string& option, const std::vector<std::string>& li
     return text + "\n";
 }
 
-TEST_F(Options, AreExplainedByTheHelp)
+TEST_F(Options, DisplayHelpExplainsEveryOption)
 {
     OptionSet options;
     tool.defineOptions(options);
@@ -151,7 +151,7 @@ TEST_F(Options, AreExplainedByTheHelp)
 
 // ---- initialize ----
 
-class Initialization : public Options
+class Initialize : public Options
 {
 protected:
     void initialize()
@@ -163,7 +163,7 @@ protected:
     }
 };
 
-TEST_F(Initialization, BringsADocumentEditorAndNoticesThatNoSessionIsOpen)
+TEST_F(Initialize, CreatesAnEditorAndRecordsANewSession)
 {
     initialize();
 
@@ -173,7 +173,7 @@ TEST_F(Initialization, BringsADocumentEditorAndNoticesThatNoSessionIsOpen)
     EXPECT_EQ(systemLog.messages(), SILENCE);
 }
 
-TEST_F(Initialization, NoticesAnOpenSession)
+TEST_F(Initialize, RecordsAnOpenSession)
 {
     writeFile(framework.lock(), "any-host");
 
@@ -182,7 +182,7 @@ TEST_F(Initialization, NoticesAnOpenSession)
     EXPECT_FALSE(impl.request().newSession);
 }
 
-TEST_F(Initialization, ReplacesTheDocumentEditor)
+TEST_F(Initialize, ReplacesTheDocumentEditor)
 {
     initialize();
     impl.qorPath() = framework.path() + "/other";
@@ -196,7 +196,7 @@ TEST_F(Initialization, ReplacesTheDocumentEditor)
     EXPECT_TRUE(exists(framework.path() + "/other/etc/qor.cfg.tmp"));
 }
 
-TEST_F(Initialization, BringsNoDocumentEditorInAnInvalidEnvironment)
+TEST_F(Initialize, CreatesNoEditorInAnInvalidEnvironment)
 {
     impl.qorPath() = framework.file("file", "");
 
@@ -212,7 +212,7 @@ TEST_F(Initialization, BringsNoDocumentEditorInAnInvalidEnvironment)
 
 // ---- Handlers ----
 
-TEST_F(Options, RecordHelp)
+TEST_F(Options, HandleHelpRecordsTheRequest)
 {
     tool.handleHelp("help", "");
 
@@ -222,7 +222,7 @@ TEST_F(Options, RecordHelp)
     EXPECT_FALSE(impl.request().rollbackRequested);
 }
 
-TEST_F(Options, RecordACommit)
+TEST_F(Options, HandleCommitRecordsTheRequest)
 {
     tool.handleCommit("commit", "");
 
@@ -232,7 +232,7 @@ TEST_F(Options, RecordACommit)
     EXPECT_FALSE(tool.isHelpRequested());
 }
 
-TEST_F(Options, RecordARollback)
+TEST_F(Options, HandleRollbackRecordsTheRequest)
 {
     tool.handleRollback("rollback", "");
 
@@ -242,7 +242,7 @@ TEST_F(Options, RecordARollback)
     EXPECT_FALSE(tool.isHelpRequested());
 }
 
-TEST_F(Options, AreNoneAtFirst)
+TEST_F(Options, IsCmdGivenIsFalseAtFirst)
 {
     EXPECT_FALSE(tool.isCmdGiven());
     EXPECT_FALSE(tool.isHelpRequested());

@@ -66,7 +66,7 @@ private:
     std::array<struct sigaction, 2> _before = {};
 };
 
-TEST_F(Process, GivesEveryConsoleLineTheLoggersNameAndItsPriority)
+TEST_F(Process, PrefixesLinesWithLoggerAndPriority)
 {
     EXPECT_EQ(run("--status"), 0);
 
@@ -82,7 +82,7 @@ TEST_F(Process, EndsWithTheDriversStatus)
     EXPECT_EQ(run("--commit"), -1);
 }
 
-TEST_F(Process, EndsWithStatus78AndTheReasonOnAWrongOption)
+TEST_F(Process, EndsWithStatus78OnAnUnknownOption)
 {
     EXPECT_EQ(run("--unknown"), 78);
 
@@ -97,7 +97,7 @@ TEST_F(Process, LeavesNoLoggerBehind)
     EXPECT_EQ(Poco::Logger::has("ConsoleLogger"), nullptr);
 }
 
-TEST_F(Process, CleansUpBeforeAnUnexpectedExceptionLeavesIt)
+TEST_F(Process, CleansUpBeforeAnUnexpectedException)
 {
     // The construction asks whether there is a lock file, and then the option handler.
     const FailingCall failing("stat", framework.lock(), FailingCall::THROWS, 1);
@@ -107,7 +107,7 @@ TEST_F(Process, CleansUpBeforeAnUnexpectedExceptionLeavesIt)
     EXPECT_EQ(Poco::Logger::has("ConsoleLogger"), nullptr);
 }
 
-TEST_F(Process, SurvivesAReaderWhoWentAway)
+TEST_F(Process, CatchesSigpipe)
 {
     EXPECT_EQ(run("--status"), 0);
     sigset_t open;
@@ -124,7 +124,7 @@ TEST_F(Process, SurvivesAReaderWhoWentAway)
     EXPECT_NE(now.sa_handler, SIG_IGN);
 }
 
-TEST_F(Process, HeedsTheEndOfChildrenWhateverItsCallerDid)
+TEST_F(Process, ResetsAnIgnoredSigchld)
 {
     struct sigaction ignoring = {};
     ignoring.sa_handler = SIG_IGN;
@@ -137,7 +137,7 @@ TEST_F(Process, HeedsTheEndOfChildrenWhateverItsCallerDid)
     EXPECT_EQ(now.sa_handler, SIG_DFL);
 }
 
-TEST_F(Process, LeavesOpenNothingThatItOpenedForClosedStandardStreams)
+TEST_F(Process, LeavesNoDescriptorOpen)
 {
     const int free = ::dup(STDIN_FILENO);
     ::close(free);
@@ -149,7 +149,7 @@ TEST_F(Process, LeavesOpenNothingThatItOpenedForClosedStandardStreams)
     EXPECT_EQ(freeNow, free);
 }
 
-TEST_F(Process, OccupiesAStandardStreamThatItsCallerHasClosed)
+TEST_F(Process, OpensAClosedStandardStream)
 {
     const int saved = ::dup(STDIN_FILENO);
     ::close(STDIN_FILENO);

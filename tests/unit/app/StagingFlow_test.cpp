@@ -38,13 +38,13 @@ TEST_F(StagingFlow, StagesAnAddition)
     expectStaged({"--addModelFile=/m/a.xml", "-t", "9"}, "0:/m/a.xml", "--addModelFile=/m/a.xml");
 }
 
-TEST_F(StagingFlow, StagesAHandlerWithALineThatBeginsWithABlank)
+TEST_F(StagingFlow, StagesAHandlerWithALeadingBlankInItsLine)
 {
     expectStaged({"--modelHandler=h"}, "1:h|1|1",
                  " --modelHandler=h --managedObjectVersion=1 --transactionalResourceVersion=1");
 }
 
-TEST_F(StagingFlow, StagesAHandlerWithEmptyVersionsWhenTheyAreGivenEmpty)
+TEST_F(StagingFlow, StagesAHandlerWithEmptyVersions)
 {
     const ToolRun run = runTool({"--modelHandler=h", "--managedObjectVersion=", "--transactionalResourceVersion="});
 
@@ -68,7 +68,7 @@ TEST_F(StagingFlow, StagesAnAdditionWithItsHandlerInEitherOrder)
     expectStaged({"-t", "3", "-m", "h", "-a", "/m/a.xml"}, "3:/m/a.xml|h|1|3", line);
 }
 
-TEST_F(StagingFlow, StagesARemovalWithItsHandlerAndAllVersionsButDoesNotShowThese)
+TEST_F(StagingFlow, StagesARemovalWithVersionsItDoesNotShow)
 {
     const ToolRun run = runTool({"-x", "/m/a.xml", "-m", "h", "-o", "2", "-t", "3"});
 
@@ -77,7 +77,7 @@ TEST_F(StagingFlow, StagesARemovalWithItsHandlerAndAllVersionsButDoesNotShowThes
     EXPECT_EQ(readFile(framework.session()), "4:/m/a.xml|h|2|3\n");
 }
 
-TEST_F(StagingFlow, ShowsALineThatLooksLikeAFormatAsItIs)
+TEST_F(StagingFlow, ShowsFormatCharactersUnchanged)
 {
     expectStaged({"-a", "/m/%s%n.xml"}, "0:/m/%s%n.xml", "--addModelFile=/m/%s%n.xml");
 }
@@ -96,7 +96,7 @@ TEST_F(StagingFlow, MakesWorkingCopiesForANewSession)
     EXPECT_EQ(readFile(framework.list()), "/m/old.xml\n");
 }
 
-TEST_F(StagingFlow, EndsWithStatus70BeforeTheLockWhenALiveFileIsMissing)
+TEST_F(StagingFlow, EndsWithStatus70WhenALiveFileIsMissing)
 {
     std::filesystem::remove(framework.list());
 
@@ -108,7 +108,7 @@ TEST_F(StagingFlow, EndsWithStatus70BeforeTheLockWhenALiveFileIsMissing)
     EXPECT_FALSE(exists(framework.session()));
 }
 
-TEST_F(StagingFlow, IgnoresAQueueThatCannotBeSaved)
+TEST_F(StagingFlow, SucceedsWhenTheQueueCannotBeSaved)
 {
     putFullDeviceAt(framework.session());
 
@@ -195,7 +195,7 @@ TEST_F(LockWait, StartsASessionWhenTheLockIsReleasedAfter5Seconds)
     EXPECT_EQ(readFile(framework.configuration(".tmp")), TemporaryFramework::PLACEHOLDER_CONFIGURATION);
 }
 
-TEST_F(LockWait, StartsASessionWhenTheLockIsReleasedBeforeThe30thAttempt)
+TEST_F(LockWait, StartsASessionAtThe30thAttempt)
 {
     releaseDuring(29);
 
@@ -205,7 +205,7 @@ TEST_F(LockWait, StartsASessionWhenTheLockIsReleasedBeforeThe30thAttempt)
     EXPECT_EQ(sleep.sleeps().size(), 29U);
 }
 
-TEST_F(LockWait, TakesALockOfTheLastAttemptForRefusedAndLeavesIt)
+TEST_F(LockWait, RefusesTheLockOfTheLastAttemptAndLeavesIt)
 {
     releaseDuring(30);
 
@@ -222,7 +222,7 @@ TEST_F(LockWait, TakesALockOfTheLastAttemptForRefusedAndLeavesIt)
     EXPECT_FALSE(exists(framework.configuration(".tmp")));
 }
 
-TEST_F(LockWait, TakesALockThatCannotBeCreatedForGot)
+TEST_F(LockWait, TreatsALockCreationFailureAsSuccess)
 {
     sleep.during(1, [this] { std::filesystem::remove_all(framework.path() + "/etc/model"); });
 
@@ -244,7 +244,7 @@ TEST_F(LockWait, DropsTheStagedActionAndTheCommitOfARefusedRun)
     EXPECT_EQ(readFile(framework.session()), "0:/m/theirs.xml\n");
 }
 
-TEST_F(LockWait, KeepsActionsThatTheStatusListedBeforeTheStagedOne)
+TEST_F(LockWait, KeepsActionsLoadedByAnEarlierStatus)
 {
     releaseDuring(1);
 
@@ -255,7 +255,7 @@ TEST_F(LockWait, KeepsActionsThatTheStatusListedBeforeTheStagedOne)
     EXPECT_EQ(readFile(framework.session()), "0:/m/theirs.xml\n0:/m/a.xml\n");
 }
 
-TEST_F(LockWait, AnnouncesTheLastActionThatTheStatusListedBehindTheStagedOne)
+TEST_F(LockWait, AnnouncesTheLastActionLoadedByALaterStatus)
 {
     releaseDuring(1);
 
@@ -267,7 +267,7 @@ TEST_F(LockWait, AnnouncesTheLastActionThatTheStatusListedBehindTheStagedOne)
     EXPECT_EQ(readFile(framework.session()), "0:/m/a.xml\n0:/m/theirs.xml\n");
 }
 
-TEST_F(LockWait, ShowsAnEmptyLineForAnUnknownKindThatTheStatusHasPutInFrontOfTheStagedAction)
+TEST_F(LockWait, ShowsAnEmptyLineForAnUnknownKindLoadedLater)
 {
     writeFile(framework.session(), "7:unknown\n");
     releaseDuring(1);
@@ -280,7 +280,7 @@ TEST_F(LockWait, ShowsAnEmptyLineForAnUnknownKindThatTheStatusHasPutInFrontOfThe
     EXPECT_EQ(readFile(framework.session()), "0:/m/a.xml\n7:unknown\n");
 }
 
-TEST_F(LockWait, ShowsAnOwnerThatLooksLikeAFormatAsItIs)
+TEST_F(LockWait, ShowsFormatCharactersOfAnOwnerUnchanged)
 {
     writeFile(framework.lock(), "%s%n");
 

@@ -128,7 +128,7 @@ TEST_F(StagingOptions, StageInFrontOfEarlierActions)
     expect({{CmdID::AddModelFile, "/m/a.xml"}, {CmdID::RemoveModelFile, "/m/earlier.xml"}}, true, false, false, false);
 }
 
-TEST_F(StagingOptions, ChangeTheNewestActionAlone)
+TEST_F(StagingOptions, ChangeTheNewestAloneForAnAdditionsHandler)
 {
     const CommandQueue earlier = {{CmdID::ModelHandler, "b|1|1"}, {CmdID::AddModelFile, "/m/a.xml"}};
     impl.queue() = earlier;
@@ -139,7 +139,7 @@ TEST_F(StagingOptions, ChangeTheNewestActionAlone)
     expect({{CmdID::AddModelFileWithHandler, "/m/a.xml"}, earlier[0], earlier[1]}, true, false, false, false);
 }
 
-TEST_F(StagingOptions, ChangeTheNewestActionAloneWhenARemovalGetsItsHandler)
+TEST_F(StagingOptions, ChangeTheNewestAloneForARemovalsHandler)
 {
     const CommandQueue earlier = {{CmdID::RemoveModelFile, "/m/b.xml"}, {CmdID::AddModelFile, "/m/a.xml"}};
     impl.queue() = earlier;
@@ -150,7 +150,7 @@ TEST_F(StagingOptions, ChangeTheNewestActionAloneWhenARemovalGetsItsHandler)
     expect({{CmdID::RemoveModelFileWithHandler, "/m/r.xml"}, earlier[0], earlier[1]}, false, true, false, true);
 }
 
-TEST_F(StagingOptions, ChangeTheNewestActionAloneWhenAHandlerGetsItsAddition)
+TEST_F(StagingOptions, ChangeTheNewestAloneForAHandlersAddition)
 {
     const CommandQueue earlier = {{CmdID::ModelHandler, "b|1|1"}, {CmdID::RemoveModelFile, "/m/b.xml"}};
     impl.queue() = earlier;
@@ -170,7 +170,7 @@ TEST_F(StagingOptions, LeaveTheVersionsAtOne)
     EXPECT_EQ(impl.trVersion(), "1");
 }
 
-TEST_F(StagingOptions, RecordTheManagedObjectVersionAndSaySo)
+TEST_F(StagingOptions, RecordAndLogTheManagedObjectVersion)
 {
     tool.handleManagedObjectVersion("managedObjectVersion", "2");
 
@@ -181,7 +181,7 @@ TEST_F(StagingOptions, RecordTheManagedObjectVersionAndSaySo)
     EXPECT_EQ(systemLog.messages(), SILENCE);
 }
 
-TEST_F(StagingOptions, RecordTheTransactionalResourceVersionSilently)
+TEST_F(StagingOptions, RecordTheResourceVersionSilently)
 {
     tool.handleTransactionalResourceVersion("transactionalResourceVersion", "3");
 

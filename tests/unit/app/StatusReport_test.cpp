@@ -30,7 +30,7 @@ protected:
     CQorModelTool tool;
 };
 
-TEST_F(StatusReport, SaysThatNothingIsPending)
+TEST_F(StatusReport, ReportsThatNothingIsPending)
 {
     report();
 
@@ -63,7 +63,7 @@ TEST_F(StatusReport, ListsEveryKindOfActionOldestFirst)
     EXPECT_EQ(systemLog.messages(), SILENCE);
 }
 
-TEST_F(StatusReport, ShowsEmptyVersionsAsNothing)
+TEST_F(StatusReport, ShowsEmptyVersions)
 {
     impl.queue() = {{CmdID::ModelHandler, "h||"}};
 
@@ -73,7 +73,7 @@ TEST_F(StatusReport, ShowsEmptyVersionsAsNothing)
               told({TITLE, "--modelHandler=h --managedObjectVersion= --transactionalResourceVersion="}));
 }
 
-TEST_F(StatusReport, ShowsATextThatDoesNotSplitWithEmptyFields)
+TEST_F(StatusReport, ShowsEmptyFieldsForATextWithoutSeparators)
 {
     impl.queue() = {{CmdID::RemoveModelFileWithHandler, "c"},
                     {CmdID::AddModelFileWithHandler, "b"},

@@ -32,7 +32,7 @@ protected:
     const std::string path = directory.path("file");
 };
 
-TEST_F(KeptFile, PutsContentModeAndTimesOfAReplacedFileBack)
+TEST_F(KeptFile, PutBackRestoresContentModeAndTimes)
 {
     writeFile(path, "as it was");
     std::filesystem::permissions(path, std::filesystem::perms(0604));
@@ -49,7 +49,7 @@ TEST_F(KeptFile, PutsContentModeAndTimesOfAReplacedFileBack)
     EXPECT_EQ(status().st_mtime, 1000);
 }
 
-TEST_F(KeptFile, PutsARemovedFileBackWithItsMode)
+TEST_F(KeptFile, PutBackRecreatesARemovedFileWithItsMode)
 {
     writeFile(path, "as it was");
     std::filesystem::permissions(path, std::filesystem::perms(0640));
@@ -62,7 +62,7 @@ TEST_F(KeptFile, PutsARemovedFileBackWithItsMode)
     EXPECT_EQ(status().st_mode & 07777U, 0640U);
 }
 
-TEST_F(KeptFile, RemovesWhatWasMissing)
+TEST_F(KeptFile, PutBackRemovesAFileThatWasMissing)
 {
     const CKeptFile kept(path);
     writeFile(path, "new");
@@ -73,7 +73,7 @@ TEST_F(KeptFile, RemovesWhatWasMissing)
     EXPECT_FALSE(exists(path));
 }
 
-TEST_F(KeptFile, RefusesWhatCannotBeRead)
+TEST_F(KeptFile, ConstructorThrowsForADirectoryOrPipe)
 {
     putDirectoryAt(path);
     EXPECT_THROW(CKeptFile{path}, Poco::FileException);
@@ -83,7 +83,7 @@ TEST_F(KeptFile, RefusesWhatCannotBeRead)
     EXPECT_THROW(CKeptFile{path}, Poco::FileException);
 }
 
-TEST_F(KeptFile, TellsWhatCouldNotBeKept)
+TEST_F(KeptFile, PutBackReturnsAModeThatCannotBeSet)
 {
     writeFile(path, "as it was");
     const CKeptFile kept(path);

@@ -33,7 +33,7 @@ protected:
     const std::string path;
 };
 
-TEST_F(RecordLock, MakesItsFileLikeAnother)
+TEST_F(RecordLock, ConstructorCreatesTheFileWithAnothersMode)
 {
     const CRecordLock lock(path, like);
 
@@ -43,7 +43,7 @@ TEST_F(RecordLock, MakesItsFileLikeAnother)
     EXPECT_EQ(status.st_size, 0);
 }
 
-TEST_F(RecordLock, LeavesAnExistingFileAsItIs)
+TEST_F(RecordLock, ConstructorKeepsAnExistingFile)
 {
     writeFile(path, "content");
     ::chmod(path.c_str(), 0600);
@@ -56,7 +56,7 @@ TEST_F(RecordLock, LeavesAnExistingFileAsItIs)
     EXPECT_EQ(readFile(path), "content");
 }
 
-TEST_F(RecordLock, IsTakenWhenNobodyHasIt)
+TEST_F(RecordLock, TryToTakeSucceedsOnAFreeLock)
 {
     CRecordLock lock(path, like);
 
@@ -64,7 +64,7 @@ TEST_F(RecordLock, IsTakenWhenNobodyHasIt)
     EXPECT_EQ(lock.holder(), 0);
 }
 
-TEST_F(RecordLock, IsNotTakenFromAnother)
+TEST_F(RecordLock, TryToTakeFailsWhileAnotherProcessHoldsIt)
 {
     const LockHolder other(path);
     CRecordLock lock(path, like);
@@ -74,7 +74,7 @@ TEST_F(RecordLock, IsNotTakenFromAnother)
     EXPECT_EQ(CRecordLock::holderOf(path), other.process());
 }
 
-TEST_F(RecordLock, IsFreeWhenItsHolderHasEnded)
+TEST_F(RecordLock, TryToTakeSucceedsAfterTheHolderEnds)
 {
     {
         const LockHolder other(path);
@@ -85,7 +85,7 @@ TEST_F(RecordLock, IsFreeWhenItsHolderHasEnded)
     EXPECT_TRUE(lock.tryToTake());
 }
 
-TEST_F(RecordLock, IsFreeWhenItsObjectIsGone)
+TEST_F(RecordLock, DestructorReleasesTheLock)
 {
     {
         CRecordLock lock(path, like);
@@ -94,13 +94,13 @@ TEST_F(RecordLock, IsFreeWhenItsObjectIsGone)
     const LockHolder other(path);
 }
 
-TEST_F(RecordLock, HasNoHolderWithoutAFileAndMakesNone)
+TEST_F(RecordLock, HolderOfReturnsZeroForAMissingFile)
 {
     EXPECT_EQ(CRecordLock::holderOf(path), 0);
     EXPECT_FALSE(exists(path));
 }
 
-TEST_F(RecordLock, OpensAFileThatAnotherMakesMeanwhile)
+TEST_F(RecordLock, ConstructorOpensAFileCreatedMeanwhile)
 {
     writeFile(path, "content");
     ::chmod(path.c_str(), 0600);
@@ -112,7 +112,7 @@ TEST_F(RecordLock, OpensAFileThatAnotherMakesMeanwhile)
     EXPECT_EQ(readFile(path), "content");
 }
 
-TEST_F(RecordLock, ThrowsWhereTheFileSystemHasNoLocks)
+TEST_F(RecordLock, TryToTakeAndHolderThrowWithoutLockSupport)
 {
     CRecordLock lock(path, like);
     const FailingCall failing("fcntl", path, ENOLCK);
@@ -122,12 +122,12 @@ TEST_F(RecordLock, ThrowsWhereTheFileSystemHasNoLocks)
     EXPECT_THROW(static_cast<void>(CRecordLock::holderOf(path)), Poco::FileException);
 }
 
-TEST_F(RecordLock, ThrowsInAMissingDirectory)
+TEST_F(RecordLock, ConstructorThrowsInAMissingDirectory)
 {
     EXPECT_THROW(CRecordLock(directory.path("missing/lock"), like), Poco::FileException);
 }
 
-TEST_F(RecordLock, RefusesALinkInItsPlace)
+TEST_F(RecordLock, OpenThrowsForASymbolicLink)
 {
     std::filesystem::create_symlink(like, path);
 
@@ -135,7 +135,7 @@ TEST_F(RecordLock, RefusesALinkInItsPlace)
     EXPECT_THROW(static_cast<void>(CRecordLock::holderOf(path)), Poco::FileException);
 }
 
-TEST_F(RecordLock, RefusesADirectoryInItsPlace)
+TEST_F(RecordLock, ConstructorThrowsForADirectory)
 {
     putDirectoryAt(path);
 

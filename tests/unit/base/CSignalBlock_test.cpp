@@ -59,7 +59,7 @@ INSTANTIATE_TEST_SUITE_P(SignalBlock, EndingSignal,
 INSTANTIATE_TEST_SUITE_P(SignalBlock, FaultSignal,
                          testing::Values(SIGABRT, SIGBUS, SIGFPE, SIGILL, SIGSEGV, SIGSYS, SIGTRAP));
 
-TEST_P(EndingSignal, TakesEffectWhenTheBlockEnds)
+TEST_P(EndingSignal, IsDeliveredWhenTheBlockEnds)
 {
     {
         const CSignalBlock block;
@@ -69,7 +69,7 @@ TEST_P(EndingSignal, TakesEffectWhenTheBlockEnds)
     EXPECT_EQ(arrived, std::vector<int>{GetParam()});
 }
 
-TEST_P(EndingSignal, StaysHeldWhenItWasHeldBefore)
+TEST_P(EndingSignal, IsDeliveredWhenTheOuterBlockEnds)
 {
     {
         const CSignalBlock outer;
@@ -82,7 +82,7 @@ TEST_P(EndingSignal, StaysHeldWhenItWasHeldBefore)
     EXPECT_EQ(arrived, std::vector<int>{GetParam()});
 }
 
-TEST_P(FaultSignal, TakesEffectAtOnce)
+TEST_P(FaultSignal, IsDeliveredAtOnce)
 {
     const CSignalBlock block;
 

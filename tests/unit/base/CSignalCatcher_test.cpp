@@ -47,7 +47,7 @@ TEST_P(CaughtSignal, StaysIgnored)
     EXPECT_EQ(::signal(GetParam(), SIG_DFL), SIG_IGN);
 }
 
-TEST(SignalCatcher, RecordsTheFirstSignal)
+TEST(SignalCatcher, CaughtReturnsTheFirstSignal)
 {
     const CSignalCatcher catcher;
 
@@ -57,7 +57,7 @@ TEST(SignalCatcher, RecordsTheFirstSignal)
     EXPECT_EQ(CSignalCatcher::caught(), SIGTERM);
 }
 
-TEST(SignalCatcher, GivesTheHandlersBackAndBeginsAnew)
+TEST(SignalCatcher, DestructorRestoresHandlersAndForgetsTheSignal)
 {
     {
         const CSignalCatcher catcher;

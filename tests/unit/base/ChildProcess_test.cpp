@@ -14,7 +14,7 @@ namespace QMT::Test
 namespace
 {
 
-TEST(ChildProcess, BringsStandardOutputAndStandardErrorTogether)
+TEST(ChildProcess, LaunchMergesStandardOutputAndError)
 {
     Poco::Pipe pipe;
     std::string output;
@@ -26,7 +26,7 @@ TEST(ChildProcess, BringsStandardOutputAndStandardErrorTogether)
     EXPECT_EQ(output, "out\nerr\nlast\n");
 }
 
-TEST(ChildProcess, AppendsTheOutput)
+TEST(ChildProcess, ReadPipeAppendsTheOutput)
 {
     Poco::Pipe pipe;
     std::string output = "before ";
@@ -37,7 +37,7 @@ TEST(ChildProcess, AppendsTheOutput)
     EXPECT_EQ(output, "before after\n");
 }
 
-TEST(ChildProcess, GivesThePipeAllTheRoomThatTheSystemAllows)
+TEST(ChildProcess, LaunchGrowsThePipeToTheSystemLimit)
 {
     int limit = 0;
     std::ifstream("/proc/sys/fs/pipe-max-size") >> limit;
@@ -48,7 +48,7 @@ TEST(ChildProcess, GivesThePipeAllTheRoomThatTheSystemAllows)
     EXPECT_EQ(::fcntl(pipe.readHandle(), F_GETPIPE_SZ), limit);
 }
 
-TEST(ChildProcess, KeepsAnOutputOfHalfAMegabyteThatNobodyReadsBeforeTheEnd)
+TEST(ChildProcess, LaunchBuffersHalfAMegabyteOfUnreadOutput)
 {
     Poco::Pipe pipe;
     std::string output;
@@ -59,7 +59,7 @@ TEST(ChildProcess, KeepsAnOutputOfHalfAMegabyteThatNobodyReadsBeforeTheEnd)
     EXPECT_EQ(output, std::string(500000, 'x'));
 }
 
-TEST(ChildProcess, EndsWithStatus72WhenTheCommandIsMissing)
+TEST(ChildProcess, LaunchEndsWithStatus72ForAMissingCommand)
 {
     Poco::Pipe pipe;
 

@@ -27,7 +27,7 @@ protected:
     const std::string path;
 };
 
-TEST_F(DiskSync, FileThrowsWhenTheDiskDoesNotTakeIt)
+TEST_F(DiskSync, SyncFileThrowsWhenFsyncFails)
 {
     const FailingCall failing("fsync", path, EIO);
     try
@@ -41,14 +41,14 @@ TEST_F(DiskSync, FileThrowsWhenTheDiskDoesNotTakeIt)
     }
 }
 
-TEST_F(DiskSync, FileThrowsWhenItCannotBeOpened)
+TEST_F(DiskSync, SyncFileThrowsWhenOpenFails)
 {
     const FailingCall failing("open", path, EMFILE);
 
     EXPECT_THROW(syncFile(path), Poco::WriteFileException);
 }
 
-TEST_F(DiskSync, FileIsDoneWhereNothingCanBeSynced)
+TEST_F(DiskSync, SyncFileSucceedsWhereFsyncIsUnsupported)
 {
     const FailingCall failing("fsync", path, EINVAL);
 
@@ -56,7 +56,7 @@ TEST_F(DiskSync, FileIsDoneWhereNothingCanBeSynced)
     EXPECT_EQ(failing.failures(), 1);
 }
 
-TEST_F(DiskSync, FileIsDoneWhenItIsMissingOrMustNotBeRead)
+TEST_F(DiskSync, SyncFileSkipsAMissingOrForbiddenFile)
 {
     EXPECT_NO_THROW(syncFile(directory.path("missing")));
     EXPECT_NO_THROW(syncFile(path + "/no-directory"));
@@ -65,7 +65,7 @@ TEST_F(DiskSync, FileIsDoneWhenItIsMissingOrMustNotBeRead)
     EXPECT_NO_THROW(syncFile(path));
 }
 
-TEST_F(DiskSync, FileDoesNotWaitForAPipe)
+TEST_F(DiskSync, SyncFileDoesNotBlockOnAPipe)
 {
     const std::string pipe = directory.path("pipe");
     putPipeAt(pipe);
@@ -73,7 +73,7 @@ TEST_F(DiskSync, FileDoesNotWaitForAPipe)
     EXPECT_NO_THROW(syncFile(pipe));
 }
 
-TEST_F(DiskSync, DirectoryThrowsWhenTheDiskDoesNotTakeIt)
+TEST_F(DiskSync, SyncDirectoryThrowsWhenFsyncFails)
 {
     const FailingCall failing("fsync", directory.path(), EIO);
 
@@ -81,7 +81,7 @@ TEST_F(DiskSync, DirectoryThrowsWhenTheDiskDoesNotTakeIt)
     EXPECT_THROW(syncDirectoryOf(path), Poco::WriteFileException);
 }
 
-TEST_F(DiskSync, DirectoryOfAMissingFileIsSynced)
+TEST_F(DiskSync, SyncDirectoryRunsForAMissingFile)
 {
     const FailingCall failing("fsync", directory.path(), EIO);
 

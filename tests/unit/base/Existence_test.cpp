@@ -14,7 +14,7 @@ namespace QMT::Test
 namespace
 {
 
-TEST(Existence, IsPresentForWhateverKindOfFile)
+TEST(Existence, IsPresentForAnyKindOfFile)
 {
     const TemporaryDirectory directory;
     putPipeAt(directory.path("pipe"));
@@ -23,7 +23,7 @@ TEST(Existence, IsPresentForWhateverKindOfFile)
     EXPECT_EQ(existenceOf(directory.path("pipe")), Existence::PRESENT);
 }
 
-TEST(Existence, IsAbsentForErrorsThatAFileCannotCause)
+TEST(Existence, IsAbsentWhenNoFileCanBeThere)
 {
     for (const int error : {ENOENT, ENOTDIR, ELOOP, ENAMETOOLONG})
     {
@@ -33,7 +33,7 @@ TEST(Existence, IsAbsentForErrorsThatAFileCannotCause)
     }
 }
 
-TEST(Existence, IsUnknownForEveryOtherError)
+TEST(Existence, IsUnknownForOtherErrors)
 {
     for (const int error : {EACCES, EIO})
     {

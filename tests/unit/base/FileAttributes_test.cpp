@@ -78,7 +78,7 @@ protected:
     const int file;
 };
 
-TEST_F(FileAttributes, CopyTheMode)
+TEST_F(FileAttributes, CopySetsTheMode)
 {
     ::chmod(from.c_str(), 04751);
 
@@ -87,7 +87,7 @@ TEST_F(FileAttributes, CopyTheMode)
     EXPECT_EQ(status().st_mode & 07777, 04751U);
 }
 
-TEST_F(FileAttributes, CopyOwnerAndGroup)
+TEST_F(FileAttributes, CopySetsOwnerAndGroup)
 {
     if (::chown(from.c_str(), 12, 34) != 0)
     {
@@ -102,7 +102,7 @@ TEST_F(FileAttributes, CopyOwnerAndGroup)
     EXPECT_EQ(status().st_mode & 07777, 06755U);
 }
 
-TEST_F(FileAttributes, TellWhichOfOwnerAndGroupIsLost)
+TEST_F(FileAttributes, CopyReportsALostOwnerAndGroup)
 {
     if (::chown(from.c_str(), 12, 34) != 0)
     {
@@ -114,7 +114,7 @@ TEST_F(FileAttributes, TellWhichOfOwnerAndGroupIsLost)
               Lines({"the owner of NAME could not be kept", "the group of NAME could not be kept"}));
 }
 
-TEST_F(FileAttributes, TellOfALostOwnerAlone)
+TEST_F(FileAttributes, CopyReportsALostOwnerAlone)
 {
     if (::chown(from.c_str(), 12, ::getgid()) != 0)
     {
@@ -125,14 +125,14 @@ TEST_F(FileAttributes, TellOfALostOwnerAlone)
     EXPECT_EQ(copyAttributes(from, file, "NAME"), Lines({"the owner of NAME could not be kept"}));
 }
 
-TEST_F(FileAttributes, TellOfALostModeAndLeaveEqualOwnersAlone)
+TEST_F(FileAttributes, CopyReportsALostModeAndSkipsEqualOwners)
 {
     const FailingCall failing("fchmod", to, EPERM);
 
     EXPECT_EQ(copyAttributes(from, file, "NAME"), Lines({"the mode of NAME could not be kept"}));
 }
 
-TEST_F(FileAttributes, CopyExtendedAttributes)
+TEST_F(FileAttributes, CopySetsExtendedAttributes)
 {
     if (!set(from, "user.label", "blue"))
     {
@@ -146,7 +146,7 @@ TEST_F(FileAttributes, CopyExtendedAttributes)
     EXPECT_EQ(attribute("user.empty"), "");
 }
 
-TEST_F(FileAttributes, RemoveExtendedAttributesThatTheSourceHasNot)
+TEST_F(FileAttributes, CopyRemovesAttributesMissingInTheSource)
 {
     if (!set(to, "user.label", "blue"))
     {
@@ -158,7 +158,7 @@ TEST_F(FileAttributes, RemoveExtendedAttributesThatTheSourceHasNot)
     EXPECT_EQ(attribute("user.label"), "none");
 }
 
-TEST_F(FileAttributes, TellOfALostExtendedAttribute)
+TEST_F(FileAttributes, CopyReportsALostExtendedAttribute)
 {
     if (!set(from, "user.label", "blue"))
     {
@@ -169,7 +169,7 @@ TEST_F(FileAttributes, TellOfALostExtendedAttribute)
     EXPECT_EQ(copyAttributes(from, file, "NAME"), Lines({"the attribute user.label of NAME could not be kept"}));
 }
 
-TEST_F(FileAttributes, LeaveAnEqualExtendedAttributeAlone)
+TEST_F(FileAttributes, CopySkipsAnEqualExtendedAttribute)
 {
     if (!set(from, "user.label", "blue") || !set(to, "user.label", "blue"))
     {
@@ -180,7 +180,7 @@ TEST_F(FileAttributes, LeaveAnEqualExtendedAttributeAlone)
     EXPECT_EQ(copyAttributes(from, file, to), Lines());
 }
 
-TEST_F(FileAttributes, CopyAnAccessControlList)
+TEST_F(FileAttributes, CopySetsAnAccessControlList)
 {
     if (!set(from, ACCESS_LIST, LIST_OF_USER_12))
     {
@@ -193,7 +193,7 @@ TEST_F(FileAttributes, CopyAnAccessControlList)
     EXPECT_EQ(status().st_mode & 07777, 0660U);
 }
 
-TEST_F(FileAttributes, RemoveAnInheritedAccessControlList)
+TEST_F(FileAttributes, CopyRemovesAnInheritedAccessControlList)
 {
     if (!set(to, ACCESS_LIST, LIST_OF_USER_12))
     {
@@ -206,7 +206,7 @@ TEST_F(FileAttributes, RemoveAnInheritedAccessControlList)
     EXPECT_EQ(status().st_mode & 07777, 0640U);
 }
 
-TEST_F(FileAttributes, ChangeNothingWithoutASource)
+TEST_F(FileAttributes, CopyChangesNothingWithoutASource)
 {
     EXPECT_EQ(copyAttributes(directory.path("missing"), file, to), Lines());
 

@@ -70,7 +70,7 @@ protected:
     const std::string path;
 };
 
-TEST_F(FileReplacement, ReplacesTheContentAndKeepsTheMode)
+TEST_F(FileReplacement, ReplaceWritesTheContentAndKeepsTheMode)
 {
     EXPECT_EQ(replaceFile(path, "new", path), Lines());
 
@@ -79,7 +79,7 @@ TEST_F(FileReplacement, ReplacesTheContentAndKeepsTheMode)
     EXPECT_EQ(names(), Lines({"file"}));
 }
 
-TEST_F(FileReplacement, CreatesAMissingFileLikeAnother)
+TEST_F(FileReplacement, ReplaceCreatesAMissingFileWithAnothersMode)
 {
     const std::string other = directory.path("other");
 
@@ -89,14 +89,14 @@ TEST_F(FileReplacement, CreatesAMissingFileLikeAnother)
     EXPECT_EQ(mode(other), 0640U);
 }
 
-TEST_F(FileReplacement, LeavesAFileLikeNoneToItsOwner)
+TEST_F(FileReplacement, ReplaceUsesMode0600WhenLikeIsMissing)
 {
     replaceFile(directory.path("other"), "", directory.path("missing"));
 
     EXPECT_EQ(mode(directory.path("other")), 0600U);
 }
 
-TEST_F(FileReplacement, FollowsALink)
+TEST_F(FileReplacement, ReplaceFollowsALink)
 {
     const std::string link = directory.path("link");
     std::filesystem::create_symlink(path, link);
@@ -107,7 +107,7 @@ TEST_F(FileReplacement, FollowsALink)
     EXPECT_EQ(readFile(path), "new");
 }
 
-TEST_F(FileReplacement, ReplacesWhatAnInterruptedOneLeft)
+TEST_F(FileReplacement, ReplaceOverwritesTheRestOfAnInterruptedCall)
 {
     directory.write("file.replacement", "something longer");
 
@@ -117,14 +117,14 @@ TEST_F(FileReplacement, ReplacesWhatAnInterruptedOneLeft)
     EXPECT_EQ(names(), Lines({"file"}));
 }
 
-TEST_F(FileReplacement, TellsWhatCouldNotBeKept)
+TEST_F(FileReplacement, ReplaceReturnsAModeThatCannotBeSet)
 {
     const FailingCall failing("fchmod", path + ".replacement", EPERM);
 
     EXPECT_EQ(replaceFile(path, "new", path), Lines({"the mode of " + path + " could not be kept"}));
 }
 
-TEST_F(FileReplacement, LeavesTheFileAloneOnAFullDisk)
+TEST_F(FileReplacement, ReplaceKeepsTheFileOnAFullDisk)
 {
     {
         const FileSizeLimit limit;
@@ -134,7 +134,7 @@ TEST_F(FileReplacement, LeavesTheFileAloneOnAFullDisk)
     EXPECT_EQ(names(), Lines({"file"}));
 }
 
-TEST_F(FileReplacement, LeavesTheFileAloneWhenTheDiskDoesNotTakeIt)
+TEST_F(FileReplacement, ReplaceKeepsTheFileWhenFsyncOrCloseFails)
 {
     for (const std::string call : {"fsync", "close"})
     {
@@ -147,7 +147,7 @@ TEST_F(FileReplacement, LeavesTheFileAloneWhenTheDiskDoesNotTakeIt)
     }
 }
 
-TEST_F(FileReplacement, GoesOnWhereAFileSystemCannotSync)
+TEST_F(FileReplacement, ReplaceSucceedsWhereFsyncIsUnsupported)
 {
     const FailingCall failing("fsync", path + ".replacement", EINVAL);
 
@@ -156,7 +156,7 @@ TEST_F(FileReplacement, GoesOnWhereAFileSystemCannotSync)
     EXPECT_EQ(readFile(path), "new");
 }
 
-TEST_F(FileReplacement, LeavesTheFileAloneWhenItCannotBeRenamed)
+TEST_F(FileReplacement, ReplaceKeepsTheFileWhenRenameFails)
 {
     const FailingCall failing("rename", path, EACCES);
 
@@ -166,7 +166,7 @@ TEST_F(FileReplacement, LeavesTheFileAloneWhenItCannotBeRenamed)
     EXPECT_EQ(names(), Lines({"file"}));
 }
 
-TEST_F(FileReplacement, SyncsTheDirectoryBehindTheName)
+TEST_F(FileReplacement, ReplaceSyncsTheDirectory)
 {
     const FailingCall failing("fsync", directory.path(), EIO);
 
@@ -175,7 +175,7 @@ TEST_F(FileReplacement, SyncsTheDirectoryBehindTheName)
     EXPECT_EQ(readFile(path), "new");
 }
 
-TEST_F(FileReplacement, CreatesANewFileOnly)
+TEST_F(FileReplacement, CreateMakesAFileUnlessItExists)
 {
     expectFailure([this] { createFile(path, "new", path); }, EEXIST, path);
 
@@ -186,7 +186,7 @@ TEST_F(FileReplacement, CreatesANewFileOnly)
     EXPECT_EQ(mode(directory.path("other")), 0640U);
 }
 
-TEST_F(FileReplacement, RemovesAgainWhatCannotBeCreatedWhole)
+TEST_F(FileReplacement, CreateRemovesAFileItCannotComplete)
 {
     {
         const FileSizeLimit limit(2);
@@ -195,28 +195,28 @@ TEST_F(FileReplacement, RemovesAgainWhatCannotBeCreatedWhole)
     EXPECT_EQ(names(), Lines({"file"}));
 }
 
-TEST_F(FileReplacement, RemovesAFile)
+TEST_F(FileReplacement, RemoveDeletesTheFile)
 {
     removeFile(path);
 
     EXPECT_EQ(names(), Lines());
 }
 
-TEST_F(FileReplacement, RemovesNothingWithoutAFile)
+TEST_F(FileReplacement, RemoveSucceedsForAMissingFile)
 {
     removeFile(directory.path("missing"));
 
     EXPECT_EQ(names(), Lines({"file"}));
 }
 
-TEST_F(FileReplacement, TellsWhatCannotBeRemoved)
+TEST_F(FileReplacement, RemoveThrowsWhenUnlinkFails)
 {
     const FailingCall failing("unlink", path, EPERM);
 
     expectFailure([this] { removeFile(path); }, EPERM, path);
 }
 
-TEST_F(FileReplacement, SyncsTheDirectoryBehindARemoval)
+TEST_F(FileReplacement, RemoveSyncsTheDirectory)
 {
     const FailingCall failing("fsync", directory.path(), EIO);
 

@@ -95,7 +95,7 @@ TEST_F(FileTransfer, CopiesIntoADirectoryUnderTheOldName)
     EXPECT_EQ(readFile(to + "/from"), "content");
 }
 
-TEST_F(FileTransfer, RefusesALinkBackToTheFile)
+TEST_F(FileTransfer, RefusesASymbolicLinkToTheFile)
 {
     std::filesystem::create_symlink(from, to);
 
@@ -103,7 +103,7 @@ TEST_F(FileTransfer, RefusesALinkBackToTheFile)
     expectRefused([this] { moveFile(from, to); });
 }
 
-TEST_F(FileTransfer, RefusesASecondNameOfTheFile)
+TEST_F(FileTransfer, RefusesAHardLinkToTheFile)
 {
     std::filesystem::create_hard_link(from, to);
 
@@ -111,7 +111,7 @@ TEST_F(FileTransfer, RefusesASecondNameOfTheFile)
     expectRefused([this] { moveFile(from, to); });
 }
 
-TEST_F(FileTransfer, RefusesALinkBackToTheFilesDirectory)
+TEST_F(FileTransfer, RefusesALinkToTheFilesDirectory)
 {
     std::filesystem::create_symlink(directory.path(), to);
 
@@ -119,7 +119,7 @@ TEST_F(FileTransfer, RefusesALinkBackToTheFilesDirectory)
     expectRefused([this] { moveFile(from, to); });
 }
 
-TEST_F(FileTransfer, RefusesAPipeInPlaceOfTheFile)
+TEST_F(FileTransfer, RefusesAPipeAsSource)
 {
     putPipeAt(from);
 
@@ -129,7 +129,7 @@ TEST_F(FileTransfer, RefusesAPipeInPlaceOfTheFile)
     EXPECT_FALSE(exists(to));
 }
 
-TEST_F(FileTransfer, RefusesAPipeInPlaceOfTheTarget)
+TEST_F(FileTransfer, RefusesAPipeAsTarget)
 {
     putPipeAt(to);
 
@@ -139,7 +139,7 @@ TEST_F(FileTransfer, RefusesAPipeInPlaceOfTheTarget)
     EXPECT_EQ(readFile(from), "content");
 }
 
-TEST_F(FileTransfer, ThrowsWithoutAFile)
+TEST_F(FileTransfer, ThrowsForAMissingSource)
 {
     EXPECT_THROW(copyFile(directory.path("missing"), to), Poco::FileException);
     EXPECT_THROW(moveFile(directory.path("missing"), to), Poco::FileException);

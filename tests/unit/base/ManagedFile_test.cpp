@@ -8,7 +8,7 @@ namespace QMT::Test
 namespace
 {
 
-TEST(ManagedFile, NamesItsThreePaths)
+TEST(ManagedFile, InReturnsTheThreePaths)
 {
     const ManagedFile file = ManagedFile::in("/root", "etc/model", "list.cfg");
 
@@ -17,7 +17,7 @@ TEST(ManagedFile, NamesItsThreePaths)
     EXPECT_EQ(file.backup, "/root/etc/model/list.cfg.bak");
 }
 
-TEST(ManagedFile, TakesDirectoriesWithATrailingSlash)
+TEST(ManagedFile, InAcceptsTrailingSlashes)
 {
     EXPECT_EQ(ManagedFile::in("/root/", "etc/", "name").live, "/root/etc/name");
 }

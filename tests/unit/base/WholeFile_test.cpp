@@ -213,7 +213,7 @@ TEST_F(WholeFile, WriteFailsOnAFullDevice)
     EXPECT_FALSE(writeWholeFile(directory.path("file"), "a"));
 }
 
-TEST_F(WholeFile, WriteFailsOnAFullDeviceBehindTheFirstBuffer)
+TEST_F(WholeFile, WriteFailsOnAFullDeviceAfterTheFirstBuffer)
 {
     putFullDeviceAt(directory.path("file"));
 

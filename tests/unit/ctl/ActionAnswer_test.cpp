@@ -29,7 +29,7 @@ std::string lineOf(int kind, const std::string& text)
     return actionLine(CommandQueueEntry(static_cast<CmdID>(kind), text));
 }
 
-TEST(ActionAnswer, HasTheKeysOfTheKind)
+TEST(ActionAnswer, ActionKeysHoldTheFieldsOfTheKind)
 {
     EXPECT_EQ(keysOf(0, "/m|x"), R"({"kind":"AddModelFile","file":"/m|x"})");
     EXPECT_EQ(keysOf(1, "h|2|3"),
@@ -41,13 +41,13 @@ TEST(ActionAnswer, HasTheKeysOfTheKind)
                                      R"("managedObjectVersion":"2","transactionalResourceVersion":"3"})");
 }
 
-TEST(ActionAnswer, HasTheTextOfAnUnknownKind)
+TEST(ActionAnswer, ActionKeysHoldTheTextOfAnUnknownKind)
 {
     EXPECT_EQ(keysOf(5, "/m|h|2|3"), R"({"kind":"5","text":"/m|h|2|3"})");
     EXPECT_EQ(keysOf(-1, "x"), R"({"kind":"-1","text":"x"})");
 }
 
-TEST(ActionAnswer, HasTheTextThatDoesNotSplit)
+TEST(ActionAnswer, ActionKeysHoldATextWithoutSeparators)
 {
     const CapturedSystemLog systemLog;
 
@@ -58,18 +58,18 @@ TEST(ActionAnswer, HasTheTextThatDoesNotSplit)
     EXPECT_TRUE(systemLog.messages().empty());
 }
 
-TEST(ActionAnswer, HasTheFieldsOfAnActionThatWasNeverText)
+TEST(ActionAnswer, ActionKeysOfAnActionEqualThoseOfItsEntry)
 {
     EXPECT_EQ(textOf(actionKeys(Action{CmdID::AddModelFileWithHandler, "/m", "h", "2", "3"})), keysOf(3, "/m|h|2|3"));
 }
 
-TEST(ActionAnswer, HasALineWithTheOptions)
+TEST(ActionAnswer, ActionLineShowsTheOptions)
 {
     EXPECT_EQ(lineOf(0, "/m\x1b[1m"), "--addModelFile=/m\\x1b[1m");
     EXPECT_EQ(lineOf(4, "/m|h|1|1"), "--removeModelFile=/m --modelHandler=h");
 }
 
-TEST(ActionAnswer, HasALineWithoutOptionsWhereThereAreNone)
+TEST(ActionAnswer, ActionLineShowsKindAndTextWithoutOptions)
 {
     EXPECT_EQ(lineOf(7, "a\tb"), "7: a\\tb");
     EXPECT_EQ(lineOf(3, "/m"), "AddModelFileWithHandler: /m");

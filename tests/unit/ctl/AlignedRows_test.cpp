@@ -8,19 +8,19 @@ namespace QMT::Test
 namespace
 {
 
-TEST(AlignedRows, StandInColumns)
+TEST(AlignedRows, AlignsCellsInColumns)
 {
     EXPECT_EQ(alignedRows({{"a", "bb", "c"}, {"aaa", "", "c"}, {"a"}}), "  a    bb  c\n"
                                                                         "  aaa      c\n"
                                                                         "  a\n");
 }
 
-TEST(AlignedRows, CountCharactersAndNotBytes)
+TEST(AlignedRows, CountsCharactersNotBytes)
 {
     EXPECT_EQ(alignedRows({{"ä€", "x"}, {"abc", "y"}}), "  ä€   x\n  abc  y\n");
 }
 
-TEST(AlignedRows, LetAVeryLongCellStandOut)
+TEST(AlignedRows, DoesNotWidenAColumnForAVeryLongCell)
 {
     const std::string widest(60, 'w');
     const std::string longer(61, 'l');
@@ -29,7 +29,7 @@ TEST(AlignedRows, LetAVeryLongCellStandOut)
     EXPECT_EQ(alignedRows({{longer, "x"}, {"a", "y"}}), "  " + longer + "  x\n  a  y\n");
 }
 
-TEST(AlignedRows, AreNoText)
+TEST(AlignedRows, ReturnsNothingForNoRows)
 {
     EXPECT_EQ(alignedRows({}), "");
 }

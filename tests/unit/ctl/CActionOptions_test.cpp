@@ -43,7 +43,7 @@ void expectAction(const Action& action, CmdID kind, const std::string& text)
     EXPECT_EQ(action.text(), text);
 }
 
-TEST(ActionOptions, BeginAnActionEach)
+TEST(ActionOptions, TakeStartsAnActionAtEachAddAndRemove)
 {
     const std::vector<Action> actions = taken({{"add", "/a"},
                                                {"remove", "/b"},
@@ -65,34 +65,34 @@ TEST(ActionOptions, BeginAnActionEach)
     expectAction(actions[4], CmdID::AddModelFileWithHandler, "/e|j|2|1");
 }
 
-TEST(ActionOptions, LeaveOtherOptionsToOthers)
+TEST(ActionOptions, TakeReturnsFalseForOtherOptions)
 {
     EXPECT_FALSE(CActionOptions().take("wait", "1"));
     EXPECT_TRUE(taken({}).actions().empty());
 }
 
-TEST(ActionOptions, StandBehindTheirAction)
+TEST(ActionOptions, TakeThrowsBeforeTheFirstAction)
 {
     EXPECT_EQ(errorOf({{"handler", "h"}}), "--handler stands before the first --add or --remove");
     EXPECT_EQ(errorOf({{"mo-version", "1"}}), "--mo-version stands before the first --add or --remove");
     EXPECT_EQ(errorOf({{"tr-version", "1"}}), "--tr-version stands before the first --add or --remove");
 }
 
-TEST(ActionOptions, StandOnceInAnAction)
+TEST(ActionOptions, TakeThrowsForARepeatedOption)
 {
     EXPECT_EQ(errorOf({{"add", "/a"}, {"handler", "h"}, {"handler", "h"}}), "--handler is given twice for /a");
     EXPECT_EQ(errorOf({{"add", "/a"}, {"mo-version", "1"}, {"mo-version", "2"}}), "--mo-version is given twice for /a");
     EXPECT_EQ(errorOf({{"add", "/a"}, {"tr-version", "1"}, {"tr-version", "2"}}), "--tr-version is given twice for /a");
 }
 
-TEST(ActionOptions, NeedAHandlerForVersions)
+TEST(ActionOptions, CheckThrowsForVersionsWithoutAHandler)
 {
     EXPECT_EQ(errorOf({{"add", "/a"}, {"mo-version", "1"}}), "There are versions without a --handler: /a");
     EXPECT_EQ(errorOf({{"add", "/a"}, {"tr-version", "1"}, {"add", "/b"}}),
               "There are versions without a --handler: /a");
 }
 
-TEST(ActionOptions, KnowNoVersionsOfARemoval)
+TEST(ActionOptions, CheckThrowsForVersionsOfARemoval)
 {
     EXPECT_EQ(errorOf({{"remove", "/a"}, {"handler", "h"}, {"mo-version", "1"}}), "A removal has no versions: /a");
     EXPECT_EQ(errorOf({{"remove", "/a"}, {"tr-version", "1"}, {"add", "/b"}}), "A removal has no versions: /a");

@@ -69,7 +69,7 @@ TEST_F(ApplyCommand, InstallsAllActions)
     EXPECT_FALSE(exists(framework.lock()));
 }
 
-TEST_F(ApplyCommand, ChangesNothingThatHoldsAlready)
+TEST_F(ApplyCommand, SkipsActionsInEffect)
 {
     const Answer answer = apply({{"remove", pump}});
 
@@ -81,7 +81,7 @@ TEST_F(ApplyCommand, ChangesNothingThatHoldsAlready)
     expectUnchanged();
 }
 
-TEST_F(ApplyCommand, IsRefusedAsAWhole)
+TEST_F(ApplyCommand, RefusesAllWhenOneActionFails)
 {
     const Answer answer = apply({{"add", pump}, {"add", "/none.xml"}});
 
@@ -93,7 +93,7 @@ TEST_F(ApplyCommand, IsRefusedAsAWhole)
     expectUnchanged();
 }
 
-TEST_F(ApplyCommand, IsUndoneWhenTheValidatorRejects)
+TEST_F(ApplyCommand, UndoesWhenTheValidatorRejects)
 {
     installation.setValidator("echo no; exit 1");
 
@@ -149,7 +149,7 @@ TEST_F(ApplyCommand, DoesNotWaitForAnInterruptedApply)
     EXPECT_EQ(apply({{"add", pump}, {"wait", "600"}}).status, Status::BUSY);
 }
 
-TEST_F(ApplyCommand, IsBusyWhileAnotherCallerWorks)
+TEST_F(ApplyCommand, IsBusyWhileAnotherCallerHoldsTheLock)
 {
     const LockHolder holder(framework.path() + "/etc/model/qor_mim_ctl.lock");
 
@@ -171,7 +171,7 @@ void endWhenCaught()
     ::kill(::getpid(), SIGTERM);
 }
 
-TEST_F(ApplyCommand, EndsBySignalWhileItWaits)
+TEST_F(ApplyCommand, EndsOnASignalWhileWaiting)
 {
     for (const bool isCallerAwaited : {true, false})
     {
@@ -203,14 +203,14 @@ TEST_F(ApplyCommand, ReportsASessionThatOpensMeanwhile)
     EXPECT_EQ(answer.error, "another session was opened meanwhile");
 }
 
-TEST_F(ApplyCommand, NeedsBothLiveFiles)
+TEST_F(ApplyCommand, ThrowsWithoutALiveFile)
 {
     std::filesystem::remove(framework.configuration());
 
     EXPECT_THROW(apply({{"add", pump}}), Poco::FileNotFoundException);
 }
 
-TEST_F(ApplyCommand, NeedsAnAction)
+TEST_F(ApplyCommand, CheckOptionsThrowsWithoutAnAction)
 {
     CApplyCommand command;
     command.takeOption("wait", "1");
@@ -218,7 +218,7 @@ TEST_F(ApplyCommand, NeedsAnAction)
     EXPECT_THROW(command.checkOptions(), Poco::SyntaxException);
 }
 
-TEST_F(ApplyCommand, NeedsANumberOfSeconds)
+TEST_F(ApplyCommand, TakeOptionThrowsForAnInvalidWait)
 {
     EXPECT_THROW(CApplyCommand().takeOption("wait", "x"), Poco::SyntaxException);
 }

@@ -23,7 +23,7 @@ protected:
     const std::string path = framework.path() + "/etc/model/qor_mim_ctl.lock";
 };
 
-TEST_F(CallerLock, MakesItsFileLikeTheList)
+TEST_F(CallerLock, ConstructorCreatesTheFileWithTheListsMode)
 {
     ::chmod(framework.list().c_str(), 0640);
 
@@ -34,7 +34,7 @@ TEST_F(CallerLock, MakesItsFileLikeTheList)
     EXPECT_EQ(status.st_mode & 07777, 0640U);
 }
 
-TEST_F(CallerLock, IsTakenAndItsFileStays)
+TEST_F(CallerLock, TakeWithinSucceedsAndLeavesTheFile)
 {
     {
         CCallerLock lock(framework.path());
@@ -43,7 +43,7 @@ TEST_F(CallerLock, IsTakenAndItsFileStays)
     EXPECT_EQ(readFile(path), "");
 }
 
-TEST_F(CallerLock, TellsWhoHasIt)
+TEST_F(CallerLock, TakeWithinFailsAndNamesTheHolder)
 {
     const LockHolder holder(path);
     CCallerLock lock(framework.path());
@@ -54,13 +54,13 @@ TEST_F(CallerLock, TellsWhoHasIt)
     EXPECT_EQ(CCallerLock::holderOf(framework.path()), told);
 }
 
-TEST_F(CallerLock, HasNoHolderWithoutAFile)
+TEST_F(CallerLock, HolderOfReturnsNothingWithoutAFile)
 {
     EXPECT_EQ(CCallerLock::holderOf(framework.path()), "");
     EXPECT_FALSE(exists(path));
 }
 
-TEST_F(CallerLock, ThrowsWithoutAModelDirectory)
+TEST_F(CallerLock, ConstructorThrowsWithoutAModelDirectory)
 {
     EXPECT_THROW(CCallerLock(framework.path() + "/missing"), Poco::FileException);
 }

@@ -49,14 +49,14 @@ TEST_F(CheckCommand, FindsNothingInANewFramework)
     EXPECT_EQ(console.str(), "");
 }
 
-TEST_F(CheckCommand, SaysSoToPeople)
+TEST_F(CheckCommand, ReportsNoFindingsAsText)
 {
     EXPECT_EQ(run({"check"}), 0);
 
     EXPECT_EQ(out.str(), "no findings\n");
 }
 
-TEST_F(CheckCommand, EndsWellWithWarningsAlone)
+TEST_F(CheckCommand, SucceedsWithWarningsAlone)
 {
     writeFile(framework.list(".tmp"), "");
 
@@ -67,7 +67,7 @@ TEST_F(CheckCommand, EndsWellWithWarningsAlone)
                              R"(","text":"the file belongs to no session","remedy":"qor_mim_ctl recover"}]})" + "\n");
 }
 
-TEST_F(CheckCommand, TellsEveryFindingWithItsRemedy)
+TEST_F(CheckCommand, ReportsEveryFindingWithItsRemedy)
 {
     writeFile(framework.list(), "a\x1b");
     writeFile(framework.lock(), "qor_mim_ctl@" + std::string("x"));
@@ -85,7 +85,7 @@ TEST_F(CheckCommand, TellsEveryFindingWithItsRemedy)
                              recover + "\n");
 }
 
-TEST_F(CheckCommand, HasNoFileForAnInterruption)
+TEST_F(CheckCommand, ReportsAnInterruptionWithoutAFile)
 {
     writeFile(framework.lock(), "qor_mim_ctl@" + std::string("x"));
 
@@ -97,7 +97,7 @@ TEST_F(CheckCommand, HasNoFileForAnInterruption)
                                    "\n");
 }
 
-TEST_F(CheckCommand, GivesUpAtAFileThatCannotBeRead)
+TEST_F(CheckCommand, FailsForAnUnreadableFile)
 {
     putDirectoryAt(framework.session());
 
@@ -108,7 +108,7 @@ TEST_F(CheckCommand, GivesUpAtAFileThatCannotBeRead)
     EXPECT_EQ(console.str(), "qor_mim_ctl: File access error: the file cannot be read: " + framework.session() + "\n");
 }
 
-TEST_F(CheckCommand, TellsNothingWhileAnotherCallerIsBusy)
+TEST_F(CheckCommand, IsBusyWhileAnotherCallerHoldsTheLock)
 {
     const std::string path = framework.path() + "/etc/model/qor_mim_ctl.lock";
     const LockHolder holder(path);

@@ -127,7 +127,7 @@ TEST_F(FrameworkCheck, FindsMissingLiveFiles)
                                  "put it back from a copy of yours"}}));
 }
 
-TEST_F(FrameworkCheck, LetsRecoverPutAMissingListBack)
+TEST_F(FrameworkCheck, SuggestsRecoverForAMissingList)
 {
     writeFile(configuration + ".bak", configurationWith("Old"));
     writeFile(list + ".bak", "");
@@ -138,7 +138,7 @@ TEST_F(FrameworkCheck, LetsRecoverPutAMissingListBack)
                                  "a rollback was interrupted, unless one is running just now", RECOVER}}));
 }
 
-TEST_F(FrameworkCheck, PutsAMissingDocumentBackWhereRecoverAsks)
+TEST_F(FrameworkCheck, SuggestsAssumeRollbackForAMissingDocument)
 {
     writeFile(configuration + ".bak", configurationWith("Pump"));
     writeFile(list + ".bak", "");
@@ -159,7 +159,7 @@ TEST_F(FrameworkCheck, FindsLiveFilesThatCannotBeRead)
                                  "make it a file that the caller may read"}}));
 }
 
-TEST_F(FrameworkCheck, TellsOfASessionBesideALiveFileThatCannotBeRead)
+TEST_F(FrameworkCheck, FindsAnInvalidSessionBesideAnUnreadableList)
 {
     givenSession("x\n");
     putDirectoryAt(list);
@@ -178,7 +178,7 @@ TEST_F(FrameworkCheck, FindsADocumentThatCannotBeParsed)
                                  "in " + configuration + ", correct what is not well-formed"}}));
 }
 
-TEST_F(FrameworkCheck, KeepsABrokenDocumentThatItsBackupReplaces)
+TEST_F(FrameworkCheck, SuggestsTheBackupForABrokenDocument)
 {
     givenSession("2:" + model + "\n");
     writeFile(configuration, "<edited>");
@@ -194,7 +194,7 @@ TEST_F(FrameworkCheck, KeepsABrokenDocumentThatItsBackupReplaces)
                                    ".bak " + configuration + " && cp " + configuration + " " + configuration + ".tmp");
 }
 
-TEST_F(FrameworkCheck, TellsWhatIsWrongWithDocumentAndList)
+TEST_F(FrameworkCheck, FindsFaultsInDocumentAndList)
 {
     writeFile(configuration, configurationWith("Other"));
     writeFile(list, model);
@@ -207,7 +207,7 @@ TEST_F(FrameworkCheck, TellsWhatIsWrongWithDocumentAndList)
                         {FindingId::LIST_END, list, "the last line has no line feed", "echo >>" + list}}));
 }
 
-TEST_F(FrameworkCheck, LetsEditsReachTheWorkingCopiesOfASession)
+TEST_F(FrameworkCheck, SuggestsCopyingAnEditToTheWorkingCopy)
 {
     writeFile(list, model);
     givenSession("2:" + model + "\n");
@@ -244,7 +244,7 @@ TEST_F(FrameworkCheck, FindsALockFileAloneBesideOlderBackups)
               (Findings{{FindingId::SESSION_STALE, lock, "there is a lock file and no session file", RECOVER}}));
 }
 
-TEST_F(FrameworkCheck, LetsSomebodyDecideOnALockFileThatRecoverAsksAbout)
+TEST_F(FrameworkCheck, SuggestsAssumeNothingForALoneLockFile)
 {
     writeFile(configuration + ".bak", configurationWith("Old"));
     writeFile(list + ".bak", "");
@@ -294,7 +294,7 @@ TEST_F(FrameworkCheck, FindsASessionFileThatCannotBeParsed)
                          "in " + session + ", remove or correct the lines that are no KIND:TEXT, which are 3, 4"}}));
 }
 
-TEST_F(FrameworkCheck, KeepsASessionFileWithoutAnAction)
+TEST_F(FrameworkCheck, SuggestsMovingASessionFileWithoutActions)
 {
     givenSession("0:/a:b\n");
 
@@ -302,7 +302,7 @@ TEST_F(FrameworkCheck, KeepsASessionFileWithoutAnAction)
                                  "mv " + session + " " + session + ".invalid && " + RECOVER}}));
 }
 
-TEST_F(FrameworkCheck, LetsRecoverDropATornLine)
+TEST_F(FrameworkCheck, SuggestsRecoverForATornLine)
 {
     givenSession("2:" + model + "\n2");
 
@@ -355,7 +355,7 @@ TEST_F(FrameworkCheck, FindsTheLockFileOfAnApply)
                                  "a commit was interrupted, unless one is running just now", RECOVER}}));
 }
 
-TEST_F(FrameworkCheck, LetsRecoverComeBeforeAnyEdit)
+TEST_F(FrameworkCheck, SuggestsRecoverBeforeAnyEdit)
 {
     writeFile(configuration + ".bak", configurationWith("Old"));
     writeFile(list + ".bak", model + "\n");
@@ -390,7 +390,7 @@ TEST_F(FrameworkCheck, FindsAModeThatDiffersFromTheBackups)
 
 // ---- Other files ----
 
-TEST_F(FrameworkCheck, ThrowsForAFileThatIsNotLiveAndCannotBeRead)
+TEST_F(FrameworkCheck, ThrowsForAnUnreadableFileThatIsNotLive)
 {
     for (const std::string& path : {session, lock, list + ".bak", configuration + ".tmp"})
     {

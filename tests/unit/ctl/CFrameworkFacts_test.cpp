@@ -24,14 +24,14 @@ protected:
     const FilePair base = {documentServing({"Base"}), "/base\n"};
 };
 
-TEST_F(FrameworkFacts, KnowTheHost)
+TEST_F(FrameworkFacts, HostNameReturnsThisHost)
 {
     const FakeHostName host("gamma");
 
     EXPECT_EQ(facts.hostName(), "gamma");
 }
 
-TEST_F(FrameworkFacts, TellThePairAfterEachAction)
+TEST_F(FrameworkFacts, QueueResultsReturnsThePairAfterEachAction)
 {
     const std::string one = framework.model("one.xml", "One");
     const std::string two = framework.model("two.xml", "Two");
@@ -41,23 +41,23 @@ TEST_F(FrameworkFacts, TellThePairAfterEachAction)
                                      {base.configuration, "/base\n" + one + "\n" + two + "\n"}}));
 }
 
-TEST_F(FrameworkFacts, TellNothingOfAnInvalidQueue)
+TEST_F(FrameworkFacts, QueueResultsIsEmptyForAnInvalidQueue)
 {
     EXPECT_TRUE(facts.queueResults(base, "garbage\n").empty());
 }
 
-TEST_F(FrameworkFacts, TellNothingOfADocumentThatCannotBeParsed)
+TEST_F(FrameworkFacts, QueueResultsIsEmptyForAMalformedDocument)
 {
     EXPECT_TRUE(facts.queueResults({"<qor>", "/base\n"}, "2:/base\n").empty());
 }
 
-TEST_F(FrameworkFacts, TellWhatCameBeforeAnActionThatEndsTheCommit)
+TEST_F(FrameworkFacts, QueueResultsStopsWhereACommitEnds)
 {
     // An action without a path ends a commit.
     EXPECT_EQ(facts.queueResults(base, "2:/other\n4:|handler|1|1\n2:/other\n"), std::vector<FilePair>({base}));
 }
 
-TEST_F(FrameworkFacts, LetTheValidatorJudgeTheLiveList)
+TEST_F(FrameworkFacts, IsLiveListRejectedAsksTheValidator)
 {
     writeFile(framework.list(), "/rejected\n");
     installation.setValidator("grep -q rejected \"$3\" && exit 1; exit 0");
@@ -67,12 +67,12 @@ TEST_F(FrameworkFacts, LetTheValidatorJudgeTheLiveList)
     EXPECT_FALSE(facts.isLiveListRejected());
 }
 
-TEST_F(FrameworkFacts, TakeAMissingValidatorForOneThatAccepts)
+TEST_F(FrameworkFacts, IsLiveListRejectedIsFalseWithoutAValidator)
 {
     EXPECT_FALSE(facts.isLiveListRejected());
 }
 
-TEST_F(FrameworkFacts, KnowRootClasses)
+TEST_F(FrameworkFacts, RootClassOfReturnsTheNameOrNothing)
 {
     EXPECT_EQ(facts.rootClassOf(framework.model("one.xml", "One")), "One");
     EXPECT_EQ(facts.rootClassOf(framework.file("rootless.xml", "<model/>")), "");

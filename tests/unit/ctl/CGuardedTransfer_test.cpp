@@ -66,7 +66,7 @@ protected:
     CGuardedTransfer transfer{framework.path(), "ours", BEFORE, AFTER};
 };
 
-TEST_F(GuardedTransfer, CopiesWithAttributes)
+TEST_F(GuardedTransfer, CopyKeepsAttributes)
 {
     ::chmod(framework.list().c_str(), 0604);
 
@@ -77,7 +77,7 @@ TEST_F(GuardedTransfer, CopiesWithAttributes)
     EXPECT_TRUE(transfer.lost().empty());
 }
 
-TEST_F(GuardedTransfer, CopiesNothingThatCannotBeRead)
+TEST_F(GuardedTransfer, CopyThrowsForAnUnreadableFile)
 {
     putDirectoryAt(framework.list());
 
@@ -86,7 +86,7 @@ TEST_F(GuardedTransfer, CopiesNothingThatCannotBeRead)
     EXPECT_FALSE(exists(framework.list(".bak")));
 }
 
-TEST_F(GuardedTransfer, TellsOnceWhatABackupHasLost)
+TEST_F(GuardedTransfer, LostListsAnAttributeOfABackupOnce)
 {
     const FailingCall failing("fchmod", framework.list(".bak") + ".replacement", EPERM);
 
@@ -96,7 +96,7 @@ TEST_F(GuardedTransfer, TellsOnceWhatABackupHasLost)
     EXPECT_EQ(transfer.lost(), Lines{"the mode of " + framework.list(".bak") + " could not be kept"});
 }
 
-TEST_F(GuardedTransfer, TellsNothingOfAWorkingCopy)
+TEST_F(GuardedTransfer, LostOmitsAttributesOfAWorkingCopy)
 {
     const FailingCall failing("fchmod", framework.list(".tmp") + ".replacement", EPERM);
 
@@ -106,7 +106,7 @@ TEST_F(GuardedTransfer, TellsNothingOfAWorkingCopy)
     EXPECT_TRUE(transfer.lost().empty());
 }
 
-TEST_F(GuardedTransfer, MakesAWorkingCopyLive)
+TEST_F(GuardedTransfer, MoveInstallsAWorkingCopy)
 {
     ::chmod(framework.list().c_str(), 0604);
 
@@ -118,7 +118,7 @@ TEST_F(GuardedTransfer, MakesAWorkingCopyLive)
     transfer.check();
 }
 
-TEST_F(GuardedTransfer, LeavesALiveFileWhereItIs)
+TEST_F(GuardedTransfer, MoveLeavesALiveFileInPlace)
 {
     transfer.move(framework.list(), framework.list(".bak"));
 
@@ -126,7 +126,7 @@ TEST_F(GuardedTransfer, LeavesALiveFileWhereItIs)
     EXPECT_FALSE(exists(framework.list(".bak")));
 }
 
-TEST_F(GuardedTransfer, DoesNotReplaceAFileThatStaysAsItWas)
+TEST_F(GuardedTransfer, MoveDoesNotRewriteAnUnchangedFile)
 {
     CGuardedTransfer listAlone(framework.path(), "ours", BEFORE, {BEFORE.configuration, AFTER.list});
     const FailingCall failing("rename", framework.configuration(), EIO);
@@ -138,7 +138,7 @@ TEST_F(GuardedTransfer, DoesNotReplaceAFileThatStaysAsItWas)
     EXPECT_FALSE(exists(framework.configuration(".tmp")));
 }
 
-TEST_F(GuardedTransfer, StopsWithoutItsLockFile)
+TEST_F(GuardedTransfer, CheckAndMoveThrowWithoutTheLockFile)
 {
     writeFile(framework.lock(), "theirs");
     expectInterference([this] { transfer.check(); }, otherLock);
@@ -149,7 +149,7 @@ TEST_F(GuardedTransfer, StopsWithoutItsLockFile)
     framework.expectLive(*BEFORE.configuration, *BEFORE.list);
 }
 
-TEST_F(GuardedTransfer, StopsWhenALiveFileWasEdited)
+TEST_F(GuardedTransfer, MoveThrowsWhenALiveFileWasEdited)
 {
     writeFile(framework.configuration(), "<edited/>");
 
@@ -158,7 +158,7 @@ TEST_F(GuardedTransfer, StopsWhenALiveFileWasEdited)
     EXPECT_EQ(readFile(framework.list()), *BEFORE.list);
 }
 
-TEST_F(GuardedTransfer, StopsWhenAnInstalledFileWasPutBack)
+TEST_F(GuardedTransfer, CheckThrowsWhenAnInstalledFileWasPutBack)
 {
     transfer.move(framework.list(".tmp"), framework.list());
     writeFile(framework.list(), *BEFORE.list);
@@ -166,14 +166,14 @@ TEST_F(GuardedTransfer, StopsWhenAnInstalledFileWasPutBack)
     expectInterference([this] { transfer.check(); }, otherFiles);
 }
 
-TEST_F(GuardedTransfer, StopsWhenALiveFileIsMissing)
+TEST_F(GuardedTransfer, CheckThrowsWhenALiveFileIsMissing)
 {
     ::unlink(framework.list().c_str());
 
     expectInterference([this] { transfer.check(); }, otherFiles);
 }
 
-TEST_F(GuardedTransfer, NamesTheFileThatCannotBeRead)
+TEST_F(GuardedTransfer, CheckThrowsForAnUnreadableFile)
 {
     putDirectoryAt(framework.lock());
 
@@ -188,7 +188,7 @@ TEST_F(GuardedTransfer, NamesTheFileThatCannotBeRead)
     }
 }
 
-TEST_F(GuardedTransfer, ExpectsEitherContentWhenAReplacementFailed)
+TEST_F(GuardedTransfer, CheckAcceptsEitherContentAfterAFailedMove)
 {
     {
         // The new file is in its place then, its name not yet on the disk.
@@ -202,7 +202,7 @@ TEST_F(GuardedTransfer, ExpectsEitherContentWhenAReplacementFailed)
     transfer.check();
 }
 
-TEST_F(GuardedTransfer, PutsALiveFileBack)
+TEST_F(GuardedTransfer, PutBackRestoresALiveFile)
 {
     const CKeptFile kept(framework.list());
     transfer.move(framework.list(".tmp"), framework.list());
@@ -213,7 +213,7 @@ TEST_F(GuardedTransfer, PutsALiveFileBack)
     transfer.check();
 }
 
-TEST_F(GuardedTransfer, PutsNothingBackThatWasNotReplaced)
+TEST_F(GuardedTransfer, PutBackSkipsAnUnchangedFile)
 {
     const CKeptFile kept(framework.list());
     const FailingCall failing("rename", framework.list(), EIO);
@@ -223,7 +223,7 @@ TEST_F(GuardedTransfer, PutsNothingBackThatWasNotReplaced)
     EXPECT_EQ(failing.failures(), 0);
 }
 
-TEST_F(GuardedTransfer, PutsNothingBackOverAnEdit)
+TEST_F(GuardedTransfer, PutBackThrowsForAnEditedFile)
 {
     const CKeptFile kept(framework.list());
     transfer.move(framework.list(".tmp"), framework.list());

@@ -10,7 +10,7 @@ namespace
 
 using Lines = std::vector<std::string>;
 
-TEST(MessageLog, GivesEachMessageOnce)
+TEST(MessageLog, TakeReturnsEachMessageOnce)
 {
     CMessageLog log;
     log.logger().information("first");
@@ -20,7 +20,7 @@ TEST(MessageLog, GivesEachMessageOnce)
     EXPECT_EQ(log.take(), Lines());
 }
 
-TEST(MessageLog, DropsWhatTheToolDoesNotShow)
+TEST(MessageLog, TakeOmitsDebugMessages)
 {
     CMessageLog log;
     log.logger().debug("hidden");
@@ -28,7 +28,7 @@ TEST(MessageLog, DropsWhatTheToolDoesNotShow)
     EXPECT_EQ(log.take(), Lines());
 }
 
-TEST(MessageLog, TakesItsLoggerAway)
+TEST(MessageLog, DestructorRemovesTheLogger)
 {
     std::string name;
     {

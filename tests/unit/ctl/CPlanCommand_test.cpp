@@ -68,7 +68,7 @@ protected:
     const std::string listDiff = "--- model_file_list.cfg\n+++ model_file_list.cfg\n@@ -0,0 +1 @@\n+" + pump + "\n";
 };
 
-TEST_F(PlanCommand, NeedsASessionWithActions)
+TEST_F(PlanCommand, ReportsNothingStagedWithoutActions)
 {
     expectNoActions(plan(), "nothing-staged");
     openSession("");
@@ -77,7 +77,7 @@ TEST_F(PlanCommand, NeedsASessionWithActions)
     expectNoActions(plan(), "nothing-staged");
 }
 
-TEST_F(PlanCommand, TellsWhatACommitWouldDo)
+TEST_F(PlanCommand, ReportsWhatACommitWouldDo)
 {
     installation.setValidator("echo fine");
     openSession("0:" + pump + "\n");
@@ -95,7 +95,7 @@ TEST_F(PlanCommand, TellsWhatACommitWouldDo)
     expectUnchanged();
 }
 
-TEST_F(PlanCommand, TellsOfAFailedAction)
+TEST_F(PlanCommand, ReportsAFailedAction)
 {
     openSession("0:/none.xml\n0:" + pump + "\n");
 
@@ -108,7 +108,7 @@ TEST_F(PlanCommand, TellsOfAFailedAction)
     EXPECT_EQ(answer.error, "failed: --addModelFile=/none.xml");
 }
 
-TEST_F(PlanCommand, TellsOfARejectedList)
+TEST_F(PlanCommand, ReportsARejectedList)
 {
     installation.setValidator("exit 1");
     openSession("0:" + pump + "\n");
@@ -121,7 +121,7 @@ TEST_F(PlanCommand, TellsOfARejectedList)
     EXPECT_EQ(valueOf(answer, "validator"), "rejected");
 }
 
-TEST_F(PlanCommand, NoticesAnEditBeforeItParsesAnything)
+TEST_F(PlanCommand, ReportsAnEditBeforeParsing)
 {
     openSession("0:" + pump + "\n");
     writeFile(framework.configuration(), "<broken");
@@ -133,7 +133,7 @@ TEST_F(PlanCommand, NoticesAnEditBeforeItParsesAnything)
     expectNoActions(plan(), "changed-meanwhile");
 }
 
-TEST_F(PlanCommand, AnswersForGivenActionsInsteadOfTheSession)
+TEST_F(PlanCommand, PreviewsGivenActionsInsteadOfTheSession)
 {
     installation.setValidator("exit 0");
     openSession("0:/none.xml\n");
@@ -149,7 +149,7 @@ TEST_F(PlanCommand, AnswersForGivenActionsInsteadOfTheSession)
     expectUnchanged();
 }
 
-TEST_F(PlanCommand, HasNothingToAskWhenAllHoldsAlready)
+TEST_F(PlanCommand, SkipsTheValidatorForActionsInEffect)
 {
     installation.setValidator("exit 1");
 
@@ -171,7 +171,7 @@ TEST_F(PlanCommand, EscapesTheDifferenceForATerminal)
     EXPECT_NE(diffOf(answer, "model_file_list.cfg").find("\n \x1B[1m\n"), std::string::npos);
 }
 
-TEST_F(PlanCommand, NeedsBothLiveFiles)
+TEST_F(PlanCommand, ThrowsWithoutALiveFile)
 {
     openSession("0:" + pump + "\n");
     std::filesystem::remove(framework.list());
@@ -179,14 +179,14 @@ TEST_F(PlanCommand, NeedsBothLiveFiles)
     EXPECT_THROW(plan({{"add", pump}}), Poco::FileNotFoundException);
 }
 
-TEST_F(PlanCommand, NeedsADocument)
+TEST_F(PlanCommand, ThrowsForAMalformedDocument)
 {
     writeFile(framework.configuration(), "<broken");
 
     EXPECT_THROW(plan({{"add", pump}}), Poco::Exception);
 }
 
-TEST_F(PlanCommand, IsBusyWhileAnotherCallerWorks)
+TEST_F(PlanCommand, IsBusyWhileAnotherCallerHoldsTheLock)
 {
     const LockHolder holder(framework.path() + "/etc/model/qor_mim_ctl.lock");
 

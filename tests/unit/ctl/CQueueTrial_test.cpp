@@ -48,7 +48,7 @@ protected:
     const FilePair base = {CONFIGURATION, "/listed\n"};
 };
 
-TEST_F(QueueTrial, AppliesOneActionAfterTheOther)
+TEST_F(QueueTrial, ApplyNextAppliesTheActionsInOrder)
 {
     CQueueTrial trial(base, "0:" + pump + "\n3:" + valve + "|valveHandler|2|3\n", silentLogger());
     ASSERT_TRUE(trial.isDocumentLoaded());
@@ -73,7 +73,7 @@ TEST_F(QueueTrial, ThrowsWhenItsCopiesHaveGone)
     EXPECT_THROW(static_cast<void>(trial.result()), Poco::FileException);
 }
 
-TEST_F(QueueTrial, TellsTheMessagesOfTheEdits)
+TEST_F(QueueTrial, ApplyNextLogsTheMessagesOfTheEdit)
 {
     const CapturedLog log;
     CQueueTrial trial(base, "0:/missing\n", *log.logger());
@@ -84,7 +84,7 @@ TEST_F(QueueTrial, TellsTheMessagesOfTheEdits)
     EXPECT_EQ(trial.result(), base);
 }
 
-TEST_F(QueueTrial, ChangesNothingInTheFrameworkAndLeavesNothingBehind)
+TEST_F(QueueTrial, DestructorLeavesNoTraceOfTheTrial)
 {
     {
         CQueueTrial trial(base, "0:" + pump + "\n", silentLogger());
@@ -96,7 +96,7 @@ TEST_F(QueueTrial, ChangesNothingInTheFrameworkAndLeavesNothingBehind)
     EXPECT_TRUE(std::filesystem::is_empty(scratch.path()));
 }
 
-TEST_F(QueueTrial, HasNoActionsOfAnInvalidSessionFile)
+TEST_F(QueueTrial, QueueIsEmptyForAnInvalidSessionFile)
 {
     CQueueTrial trial(base, "garbage\n", silentLogger());
 
@@ -104,14 +104,14 @@ TEST_F(QueueTrial, HasNoActionsOfAnInvalidSessionFile)
     EXPECT_EQ(trial.result(), base);
 }
 
-TEST_F(QueueTrial, TellsADocumentThatCannotBeParsed)
+TEST_F(QueueTrial, IsDocumentLoadedIsFalseForMalformedXml)
 {
     const CQueueTrial trial({"<qor>", ""}, "0:" + pump + "\n", silentLogger());
 
     EXPECT_FALSE(trial.isDocumentLoaded());
 }
 
-TEST_F(QueueTrial, LetsTheValidatorJudgeTheCopiedList)
+TEST_F(QueueTrial, JudgeRunsTheValidatorOnTheCopiedList)
 {
     const FakeInstallation installation;
     installation.setValidator("cat \"$3\"; exit 1");
@@ -124,7 +124,7 @@ TEST_F(QueueTrial, LetsTheValidatorJudgeTheCopiedList)
     EXPECT_EQ(judgement.report, "/listed\n" + pump + "\n");
 }
 
-TEST_F(QueueTrial, ThrowsWithoutAPlaceForTheCopies)
+TEST_F(QueueTrial, ConstructorThrowsWithoutAPlaceForTheCopies)
 {
     const std::vector<std::string> places = {scratch.path("first"), scratch.path("second")};
 
@@ -139,7 +139,7 @@ TEST_F(QueueTrial, ThrowsWithoutAPlaceForTheCopies)
     }
 }
 
-TEST_F(QueueTrial, UsesThePublicPlaceWithoutAWishForAnother)
+TEST_F(QueueTrial, ConstructorIgnoresAnEmptyTmpdir)
 {
     ::setenv("TMPDIR", "", 1);
 

@@ -126,7 +126,7 @@ TEST_F(RecoverCommand, RecoversAndKeepsACopy)
     EXPECT_EQ(console.str(), "");
 }
 
-TEST_F(RecoverCommand, AnswersForPeople)
+TEST_F(RecoverCommand, ReportsTheStepsAsText)
 {
     EXPECT_EQ(run({}), 0);
 
@@ -146,7 +146,7 @@ TEST_F(RecoverCommand, FindsNothingTheSecondTime)
     EXPECT_EQ(out.str(), "found: nothing\n");
 }
 
-TEST_F(RecoverCommand, TellsWhatItWouldDo)
+TEST_F(RecoverCommand, DryRunReportsTheStepsAndChangesNothing)
 {
     EXPECT_EQ(run({"--json", "--dry-run"}), 0);
 
@@ -159,7 +159,7 @@ TEST_F(RecoverCommand, TellsWhatItWouldDo)
 
 // ---- Questions ----
 
-TEST_F(RecoverCommand, AsksAndChangesNothing)
+TEST_F(RecoverCommand, AsksAndChangesNothingWhenUnclear)
 {
     writeFile(framework.list(".tmp"), "/base\n" + pump + "\n");
 
@@ -174,7 +174,7 @@ TEST_F(RecoverCommand, AsksAndChangesNothing)
     framework.expectLive(oldConfiguration, "/base\n" + pump + "\n");
 }
 
-TEST_F(RecoverCommand, TakesEachAnswer)
+TEST_F(RecoverCommand, AssumeAcceptsEachAnswer)
 {
     writeFile(framework.list(".tmp"), "/base\n" + pump + "\n");
 
@@ -189,7 +189,7 @@ TEST_F(RecoverCommand, TakesEachAnswer)
 
 // ---- Other callers and sessions ----
 
-TEST_F(RecoverCommand, LeavesTheWorkToAnotherCaller)
+TEST_F(RecoverCommand, IsBusyWhileAnotherCallerHoldsTheLock)
 {
     const LockHolder holder(callerLock);
 
@@ -219,7 +219,7 @@ TEST_F(RecoverCommand, WaitsForAnotherCaller)
     framework.expectLive(oldConfiguration, "/base\n");
 }
 
-TEST_F(RecoverCommand, LeavesTheSessionOfAnotherHostAlone)
+TEST_F(RecoverCommand, RefusesTheSessionOfAnotherHost)
 {
     for (const std::string owner : {"beta", "qor_mim_ctl@beta"})
     {
@@ -232,7 +232,7 @@ TEST_F(RecoverCommand, LeavesTheSessionOfAnotherHostAlone)
     expectUnchanged();
 }
 
-TEST_F(RecoverCommand, RecoversTheSessionOfAnotherHostByForce)
+TEST_F(RecoverCommand, ForceRecoversTheSessionOfAnotherHost)
 {
     writeFile(framework.lock(), "beta");
 
@@ -270,7 +270,7 @@ TEST_F(RecoverCommand, EndsAnApply)
 
 // ---- The validator ----
 
-TEST_F(RecoverCommand, LetsTheValidatorJudge)
+TEST_F(RecoverCommand, AsksTheValidatorAboutALoneLock)
 {
     for (const std::string& file : {framework.session(), framework.configuration(".tmp")})
     {
@@ -288,7 +288,7 @@ TEST_F(RecoverCommand, LetsTheValidatorJudge)
 
 // ---- Failures ----
 
-TEST_F(RecoverCommand, NamesAFileThatCannotBeRead)
+TEST_F(RecoverCommand, NamesAnUnreadableFile)
 {
     putDirectoryAt(framework.list(".bak"));
 
@@ -311,7 +311,7 @@ TEST_F(RecoverCommand, ChangesNothingWithoutRoomForTheCopy)
     expectUnchanged();
 }
 
-TEST_F(RecoverCommand, SaysWhereTheCopyIsWhenAStepFails)
+TEST_F(RecoverCommand, NamesTheCopyWhenAStepFails)
 {
     const FailingCall failing("rename", framework.list(), EIO);
 
@@ -325,7 +325,7 @@ TEST_F(RecoverCommand, SaysWhereTheCopyIsWhenAStepFails)
     EXPECT_EQ(out.str(), "");
 }
 
-TEST_F(RecoverCommand, GoesOnWhereAStepHasFailed)
+TEST_F(RecoverCommand, ResumesAfterAFailedStep)
 {
     {
         const FailingCall failing("rename", framework.list(".tmp"), EIO);
@@ -337,7 +337,7 @@ TEST_F(RecoverCommand, GoesOnWhereAStepHasFailed)
     EXPECT_EQ(readFile(framework.list(".tmp")), "/base\n");
 }
 
-TEST_F(RecoverCommand, TellsWhatCouldNotBeKept)
+TEST_F(RecoverCommand, ReportsAModeThatCannotBeSet)
 {
     const FailingCall failing("fchmod", framework.list() + ".replacement", EPERM);
 

@@ -13,7 +13,7 @@ namespace QMT::Test
 namespace
 {
 
-TEST(Remedies, ArePlainWithoutASession)
+TEST(Remedies, CallEditAndCommandArePlainWithoutASession)
 {
     const TemporaryFramework framework;
     CRemedies remedies(framework.path());
@@ -23,7 +23,7 @@ TEST(Remedies, ArePlainWithoutASession)
     EXPECT_EQ(remedies.command("/f/list", "echo >>/f/list"), "echo >>/f/list");
 }
 
-TEST(Remedies, ChangeAWorkingCopyToo)
+TEST(Remedies, KeepEqualAddsTheWorkingCopy)
 {
     CRemedies remedies("/f");
     remedies.keepEqual("/f/l", "/f/l.tmp");
@@ -33,7 +33,7 @@ TEST(Remedies, ChangeAWorkingCopyToo)
     EXPECT_EQ(remedies.edit("/f/m", "remove it"), "in /f/m, remove it");
 }
 
-TEST(Remedies, NameAFrameworkThatWouldNotBeFound)
+TEST(Remedies, CallNamesAFrameworkThatWouldNotBeFound)
 {
     const TemporaryFramework framework;
     CRemedies remedies("/my framework");
@@ -41,7 +41,7 @@ TEST(Remedies, NameAFrameworkThatWouldNotBeFound)
     EXPECT_EQ(remedies.call("recover"), "qor_mim_ctl recover --qor-path='/my framework'");
 }
 
-TEST(Remedies, AskTheAgentOnce)
+TEST(Remedies, CallAsksTheAgentOnce)
 {
     const FakeInstallation installation;
     const TemporaryDirectory scratch;
@@ -54,7 +54,7 @@ TEST(Remedies, AskTheAgentOnce)
     EXPECT_EQ(readFile(scratch.path("runs")), "run\n");
 }
 
-TEST(ShellWord, QuotesWhatTheShellWouldTakeApart)
+TEST(ShellWord, QuotesUnlessAllCharactersAreSafe)
 {
     EXPECT_EQ(shellWord("/opt/qor/etc/a_b-C.1%+=:,@"), "/opt/qor/etc/a_b-C.1%+=:,@");
     EXPECT_EQ(shellWord(""), "''");

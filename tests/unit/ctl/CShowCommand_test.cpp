@@ -127,7 +127,7 @@ TEST_F(ShowCommand, ShowsModelsWithoutARootClass)
                "1 handler\n  a  versions 2, 3\n" + NOTHING_ELSE);
 }
 
-TEST_F(ShowCommand, ShowsModelsThatAreNoFiles)
+TEST_F(ShowCommand, ShowsMissingAndRelativeModelFiles)
 {
     writeFile(framework.list(), "/none\nmodels\n");
 
@@ -174,7 +174,7 @@ TEST_F(ShowCommand, ShowsTheHostOfAnApply)
                "no backup\n");
 }
 
-TEST_F(ShowCommand, ShowsASessionOfNobody)
+TEST_F(ShowCommand, ShowsASessionOfAnUnknownHost)
 {
     givenSession("", "0:/m/a.xml\n3");
 
@@ -211,14 +211,14 @@ TEST_F(ShowCommand, ShowsTheTimeOfTheListsBackup)
                "backup of 1970-01-01T00:00:00Z\n");
 }
 
-TEST_F(ShowCommand, ShowsNoBackupForThatOfTheDocumentAlone)
+TEST_F(ShowCommand, ShowsNoBackupForADocumentBackupAlone)
 {
     writeFile(framework.configuration(".bak"), "");
 
     expectJson(0, keys(NO_MODEL, PLACEHOLDER, NO_SESSION, NO_BACKUP));
 }
 
-TEST_F(ShowCommand, EscapesNamesForPeople)
+TEST_F(ShowCommand, EscapesNamesInTheText)
 {
     writeFile(framework.list(), "/m/\x1b[2J\xff.xml\n");
     writeFile(framework.configuration(), configuration(participant("a&#10;b", "<root name='R&#9;'/>")));
@@ -233,7 +233,7 @@ TEST_F(ShowCommand, EscapesNamesForPeople)
                "no backup\n");
 }
 
-TEST_F(ShowCommand, TellsAMissingDocumentAndShowsTheRest)
+TEST_F(ShowCommand, ReportsAMissingDocumentAndShowsTheRest)
 {
     const std::string pump = framework.model("pump.xml", "Pump");
     writeFile(framework.list(), pump + "\n");
@@ -246,7 +246,7 @@ TEST_F(ShowCommand, TellsAMissingDocumentAndShowsTheRest)
     expectText("1 model\n  " + pump + "  Pump\nhandlers: cannot be told\n" + NOTHING_ELSE);
 }
 
-TEST_F(ShowCommand, TellsADocumentThatCannotBeParsed)
+TEST_F(ShowCommand, ReportsAMalformedDocument)
 {
     writeFile(framework.configuration(), "<qor>");
 
@@ -254,7 +254,7 @@ TEST_F(ShowCommand, TellsADocumentThatCannotBeParsed)
                "the document cannot be parsed: " + framework.configuration());
 }
 
-TEST_F(ShowCommand, TellsADocumentThatCannotBeRead)
+TEST_F(ShowCommand, ReportsAnUnreadableDocument)
 {
     putDirectoryAt(framework.configuration());
 
@@ -262,7 +262,7 @@ TEST_F(ShowCommand, TellsADocumentThatCannotBeRead)
                "the file cannot be read: " + framework.configuration());
 }
 
-TEST_F(ShowCommand, TellsAMissingList)
+TEST_F(ShowCommand, ReportsAMissingList)
 {
     std::filesystem::remove(framework.list());
 
@@ -275,7 +275,7 @@ TEST_F(ShowCommand, TellsAMissingList)
                "no backup\n");
 }
 
-TEST_F(ShowCommand, TellsAListThatCannotBeRead)
+TEST_F(ShowCommand, ReportsAnUnreadableList)
 {
     putDirectoryAt(framework.list());
 
@@ -283,7 +283,7 @@ TEST_F(ShowCommand, TellsAListThatCannotBeRead)
                "the file cannot be read: " + framework.list());
 }
 
-TEST_F(ShowCommand, TellsEveryFileOfASessionThatCannotBeRead)
+TEST_F(ShowCommand, ReportsEveryUnreadableFileOfASession)
 {
     putDirectoryAt(framework.lock());
     setModificationTime(framework.lock(), 1769860800);
@@ -309,7 +309,7 @@ TEST_F(ShowCommand, KeepsItsKeysWithoutAFramework)
                          "\n");
 }
 
-TEST_F(ShowCommand, HasNoOptionsOfItsOwn)
+TEST_F(ShowCommand, RefusesOptionsOfOtherCommands)
 {
     std::ostringstream out;
     std::ostringstream console;

@@ -83,7 +83,7 @@ protected:
     CTransaction transaction{framework.path(), BEFORE, AFTER, silentLogger()};
 };
 
-TEST_F(Transaction, OpensASessionOfItsOwn)
+TEST_F(Transaction, OpenStartsItsOwnSession)
 {
     writeFile(framework.session(), "0:/left over\n");
 
@@ -96,7 +96,7 @@ TEST_F(Transaction, OpensASessionOfItsOwn)
     EXPECT_EQ(now().backup, OLDER);
 }
 
-TEST_F(Transaction, LeavesTheSessionOfAnotherAlone)
+TEST_F(Transaction, OpenFailsDuringAnotherSession)
 {
     writeFile(framework.lock(), "beta");
     writeFile(framework.session(), "0:/theirs\n");
@@ -108,7 +108,7 @@ TEST_F(Transaction, LeavesTheSessionOfAnotherAlone)
     EXPECT_EQ(now().live, BEFORE);
 }
 
-TEST_F(Transaction, BeginsNothingOnOtherFiles)
+TEST_F(Transaction, OpenFailsWhenALiveFileHasChanged)
 {
     writeFile(framework.list(), "/other\n");
 
@@ -118,7 +118,7 @@ TEST_F(Transaction, BeginsNothingOnOtherFiles)
     expectNoSession();
 }
 
-TEST_F(Transaction, LeavesNothingWhereItCannotBeOpened)
+TEST_F(Transaction, OpenLeavesNothingWhenTheLockCannotBeMade)
 {
     const FailingCall failing("open", framework.lock(), EACCES);
 
@@ -127,7 +127,7 @@ TEST_F(Transaction, LeavesNothingWhereItCannotBeOpened)
     expectUntouched();
 }
 
-TEST_F(Transaction, LeavesNothingWhereTheBackupsCannotBeRead)
+TEST_F(Transaction, OpenLeavesNothingWhenABackupIsUnreadable)
 {
     std::filesystem::remove(framework.list(".bak"));
     putDirectoryAt(framework.list(".bak"));
@@ -139,7 +139,7 @@ TEST_F(Transaction, LeavesNothingWhereTheBackupsCannotBeRead)
     EXPECT_FALSE(exists(framework.list(".tmp")));
 }
 
-TEST_F(Transaction, InstallsBothFiles)
+TEST_F(Transaction, CommitInstallsBothFiles)
 {
     ASSERT_TRUE(transaction.open());
 
@@ -151,7 +151,7 @@ TEST_F(Transaction, InstallsBothFiles)
     EXPECT_TRUE(transaction.lost().empty());
 }
 
-TEST_F(Transaction, KeepsTheLockUntilTheValidatorHasAnswered)
+TEST_F(Transaction, CommitKeepsTheLockUntilTheValidatorHasEnded)
 {
     installation.setValidator("cp -r " + framework.path() + "/etc " + framework.path() + "/seen");
     ASSERT_TRUE(transaction.open());
@@ -165,7 +165,7 @@ TEST_F(Transaction, KeepsTheLockUntilTheValidatorHasAnswered)
     EXPECT_EQ(readFile(seen + "model_file_list.cfg"), *AFTER.list);
 }
 
-TEST_F(Transaction, PutsEverythingBackWhenTheValidatorRejects)
+TEST_F(Transaction, CommitUndoesEverythingWhenRejected)
 {
     installation.setValidator("echo no; exit 1");
     writeFile(framework.session(), "0:/left over\n");
@@ -180,7 +180,7 @@ TEST_F(Transaction, PutsEverythingBackWhenTheValidatorRejects)
     expectUntouched();
 }
 
-TEST_F(Transaction, RemovesBackupsThatWereNotThere)
+TEST_F(Transaction, CommitRemovesNewBackupsWhenRejected)
 {
     std::filesystem::remove(framework.list(".bak"));
     std::filesystem::remove(framework.configuration(".bak"));
@@ -193,7 +193,7 @@ TEST_F(Transaction, RemovesBackupsThatWereNotThere)
     EXPECT_EQ(now().live, BEFORE);
 }
 
-TEST_F(Transaction, IsUndoneWhereverItFails)
+TEST_F(Transaction, CommitUndoesEverythingWhereverItFails)
 {
     const std::vector<std::pair<std::string, std::string>> calls = {{"unlink", framework.list(".bak")},
                                                                     {"unlink", framework.configuration(".bak")},
@@ -221,7 +221,7 @@ TEST_F(Transaction, IsUndoneWhereverItFails)
     }
 }
 
-TEST_F(Transaction, IsUndoneWhicheverNameTheDiskDoesNotTake)
+TEST_F(Transaction, CommitUndoesEverythingWhicheverSyncFails)
 {
     int spared = 0;
     for (bool hasFailed = true; hasFailed; ++spared)
@@ -249,7 +249,7 @@ TEST_F(Transaction, IsUndoneWhicheverNameTheDiskDoesNotTake)
     EXPECT_EQ(now().live, AFTER);
 }
 
-TEST_F(Transaction, IsUndoneWhenMemoryRunsOut)
+TEST_F(Transaction, CommitUndoesEverythingWhenMemoryRunsOut)
 {
     const std::size_t MUCH = 1U << 20U;
     const CommandQueue large = {{CmdID::AddModelFile, "/" + std::string(MUCH, 'a')}};
@@ -271,7 +271,7 @@ TEST_F(Transaction, IsUndoneWhenMemoryRunsOut)
     expectUntouched();
 }
 
-TEST_F(Transaction, AsksForARecoveryWhereItCannotBeUndone)
+TEST_F(Transaction, CommitAsksForARecoveryWhenItsUndoFails)
 {
     installation.setValidator("exit 1");
     ASSERT_TRUE(transaction.open());
@@ -285,7 +285,7 @@ TEST_F(Transaction, AsksForARecoveryWhereItCannotBeUndone)
     EXPECT_EQ(now().backup, BEFORE);
 }
 
-TEST_F(Transaction, IsUndoneAfterASignal)
+TEST_F(Transaction, CommitUndoesEverythingAfterASignal)
 {
     const CSignalCatcher catcher;
     ASSERT_TRUE(transaction.open());
@@ -296,7 +296,7 @@ TEST_F(Transaction, IsUndoneAfterASignal)
     expectUntouched();
 }
 
-TEST_F(Transaction, StopsWhereAnotherRunHasEndedItsSession)
+TEST_F(Transaction, CommitStopsWhenAnotherRunEndsItsSession)
 {
     installation.setValidator("rm " + framework.lock() + "; exit 1");
     ASSERT_TRUE(transaction.open());
@@ -307,7 +307,7 @@ TEST_F(Transaction, StopsWhereAnotherRunHasEndedItsSession)
     EXPECT_EQ(now().backup, BEFORE);
 }
 
-TEST_F(Transaction, StopsWhereAnotherRunHasChangedAFile)
+TEST_F(Transaction, CommitStopsWhenAnotherRunChangesAFile)
 {
     installation.setValidator("echo /edited >>" + framework.list());
     ASSERT_TRUE(transaction.open());
@@ -318,7 +318,7 @@ TEST_F(Transaction, StopsWhereAnotherRunHasChangedAFile)
     EXPECT_EQ(now().lock, "qor_mim_ctl@alpha");
 }
 
-TEST_F(Transaction, LeavesAFileAloneThatStaysAsItWas)
+TEST_F(Transaction, CommitDoesNotRewriteAnUnchangedFile)
 {
     CTransaction listAlone(framework.path(), BEFORE, {BEFORE.configuration, AFTER.list}, silentLogger());
     setModificationTime(framework.configuration(), 1000);
@@ -332,7 +332,7 @@ TEST_F(Transaction, LeavesAFileAloneThatStaysAsItWas)
     EXPECT_EQ(now().backup, BEFORE);
 }
 
-TEST_F(Transaction, TellsWhichAttributesWereLost)
+TEST_F(Transaction, LostReturnsAModeThatCannotBeSet)
 {
     ASSERT_TRUE(transaction.open());
     const FailingCall failing("fchmod", framework.list() + ".replacement", EPERM);

@@ -76,7 +76,7 @@ TEST_F(Companion, ShowsTheOptionsOfACommand)
 
 // ---- Wrong command lines ----
 
-TEST_F(Companion, NeedsACommand)
+TEST_F(Companion, RefusesACallWithoutACommand)
 {
     expectRefused({}, "A command is missing");
     expectRefused({"--qor-path=/x"}, "A command is missing");
@@ -113,7 +113,7 @@ TEST_F(Companion, RefusesAMissingOrEmptyValue)
     expectRefused({"recover", "--qor-path="}, "The value of --qor-path is empty");
 }
 
-TEST_F(Companion, RefusesAValueWhereThereIsNone)
+TEST_F(Companion, RefusesAValueForAFlag)
 {
     expectRefused({"recover", "--dry-run=1"}, "Unexpected option argument: dry-run=1");
 }
@@ -135,7 +135,7 @@ TEST_F(Companion, RefusesAWrongValue)
     expectRefused({"recover", "--assume=Commit"}, "The value of --assume is not commit, rollback or nothing: Commit");
 }
 
-TEST_F(Companion, TellsAWrongCommandLineAsJsonToo)
+TEST_F(Companion, ReportsAWrongCommandLineAsJson)
 {
     EXPECT_EQ(run({"--json", "--bogus"}), 2);
     EXPECT_EQ(out.str(), "{\"command\":null,\"framework\":null,\"status\":2,"
@@ -148,7 +148,7 @@ TEST_F(Companion, TellsAWrongCommandLineAsJsonToo)
 
 // ---- The framework ----
 
-TEST_F(Companion, FindsTheFrameworkAsTheToolDoesWithoutAWord)
+TEST_F(Companion, FindsTheFrameworkSilently)
 {
     EXPECT_EQ(run({"recover", "--json", "--dry-run"}), 0);
     EXPECT_EQ(out.str(), "{\"command\":\"recover\",\"framework\":\"" + framework.path() +
@@ -156,7 +156,7 @@ TEST_F(Companion, FindsTheFrameworkAsTheToolDoesWithoutAWord)
     EXPECT_EQ(console.str(), "");
 }
 
-TEST_F(Companion, TakesAGivenFrameworkAndDropsItsTrailingSlash)
+TEST_F(Companion, AcceptsAFrameworkWithTrailingSlashes)
 {
     const TemporaryFramework other;
 
@@ -164,7 +164,7 @@ TEST_F(Companion, TakesAGivenFrameworkAndDropsItsTrailingSlash)
     EXPECT_NE(out.str().find("\"framework\":\"" + other.path() + "\""), std::string::npos) << out.str();
 }
 
-TEST_F(Companion, CannotWorkWithoutAFramework)
+TEST_F(Companion, FailsForAMissingFramework)
 {
     EXPECT_EQ(run({"recover", "--qor-path=/no\nwhere/", "--json"}), 4);
     EXPECT_EQ(out.str(), "{\"command\":\"recover\",\"framework\":\"/no\\nwhere\",\"status\":4,"
@@ -172,13 +172,13 @@ TEST_F(Companion, CannotWorkWithoutAFramework)
     EXPECT_EQ(console.str(), "qor_mim_ctl: File not found: there is no framework directory: /no\\nwhere\n");
 }
 
-TEST_F(Companion, CannotWorkWhereTheFrameworkIsNoDirectory)
+TEST_F(Companion, FailsForAFrameworkThatIsAFile)
 {
     EXPECT_EQ(run({"recover", "--qor-path=" + framework.list()}), 4);
     EXPECT_NE(console.str().find("the framework is no directory: " + framework.list()), std::string::npos);
 }
 
-TEST_F(Companion, CannotWorkWhereNothingNamesAFramework)
+TEST_F(Companion, FailsWhenNothingNamesAFramework)
 {
     ::unsetenv("QORPATH");
     const FakeInstallation installation;
@@ -189,7 +189,7 @@ TEST_F(Companion, CannotWorkWhereNothingNamesAFramework)
                          "\"error\":\"the framework directory cannot be determined\"}\n");
 }
 
-TEST_F(Companion, ReplacesWhatIsNoUtf8InItsAnswer)
+TEST_F(Companion, ReplacesInvalidUtf8InTheAnswer)
 {
     run({"recover", "--json", "--qor-path=/\xFF"});
 
@@ -198,7 +198,7 @@ TEST_F(Companion, ReplacesWhatIsNoUtf8InItsAnswer)
 
 // ---- Output ----
 
-TEST_F(Companion, TellsAnAnswerThatCouldNotBeWritten)
+TEST_F(Companion, ReportsAnAnswerThatCannotBeWritten)
 {
     for (const Words& words :
          {Words{"--help"}, Words{"--version"}, Words{"recover", "--dry-run"}, Words{"recover", "--dry-run", "--json"}})

@@ -18,7 +18,7 @@ Handler handlerOf(const std::string& content)
     return configuration.value().handlers.at(0);
 }
 
-TEST(Configuration, HasTheHandlersInDocumentOrder)
+TEST(Configuration, ReadReturnsHandlersInDocumentOrder)
 {
     const auto configuration = readConfiguration(
         "<qor><wrap><participants>"
@@ -40,19 +40,19 @@ TEST(Configuration, HasTheHandlersInDocumentOrder)
     EXPECT_TRUE(configuration->handlers[1].isPlaceholder());
 }
 
-TEST(Configuration, CountsTheContainers)
+TEST(Configuration, ReadCountsTheContainers)
 {
     EXPECT_EQ(readConfiguration("<qor/>")->containerCount, 0U);
     EXPECT_EQ(readConfiguration("<qor><participants/><x><participants/></x></qor>")->containerCount, 2U);
 }
 
-TEST(Configuration, IsNothingUnlessItCanBeParsed)
+TEST(Configuration, ReadReturnsNothingForMalformedXml)
 {
     EXPECT_FALSE(readConfiguration("").has_value());
     EXPECT_FALSE(readConfiguration("<qor>").has_value());
 }
 
-TEST(Configuration, GivesAHandlerTheNameOfItsFirstManagedObject)
+TEST(Configuration, ReadNamesAHandlerByItsFirstManagedObject)
 {
     const Handler handler = handlerOf("<managedObject compName='a' version='1'/><txResource version='2'/>"
                                       "<managedObject compName='b' version='3'/><txResource version='4'/>");
@@ -62,7 +62,7 @@ TEST(Configuration, GivesAHandlerTheNameOfItsFirstManagedObject)
     EXPECT_EQ(handler.trVersion, "2");
 }
 
-TEST(Configuration, LeavesAHandlerWithoutAManagedObjectUnnamed)
+TEST(Configuration, ReadReturnsNoNameWithoutAManagedObject)
 {
     const Handler handler = handlerOf("<txResource compName='a' version='2'/><x><managedObject compName='b'/></x>");
 
@@ -71,7 +71,7 @@ TEST(Configuration, LeavesAHandlerWithoutAManagedObjectUnnamed)
     EXPECT_EQ(handler.trVersion, "2");
 }
 
-TEST(Configuration, HasTheRootEntriesOfEachContainer)
+TEST(Configuration, ReadCollectsTheRootsOfEachContainer)
 {
     const Handler handler =
         handlerOf("<root name='no'/><roots><root name='A'/><class name='no'/><x><root name='no'/></x></roots>"
@@ -80,7 +80,7 @@ TEST(Configuration, HasTheRootEntriesOfEachContainer)
     EXPECT_EQ(handler.rootClasses, (Names{"A", "", "A"}));
 }
 
-TEST(Configuration, GivesAnInnerHandlerWhatIsItsOwn)
+TEST(Configuration, ReadSeparatesNestedHandlers)
 {
     const auto configuration =
         readConfiguration("<qor><participant><managedObject compName='outer'/>"

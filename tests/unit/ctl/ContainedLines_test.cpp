@@ -29,30 +29,30 @@ std::vector<std::string> randomLines(std::mt19937& random, std::size_t count)
     return lines;
 }
 
-TEST(ContainedLines, AreToldWithTheirContainer)
+TEST(ContainedLines, FindReturnsEachLineWithItsContainer)
 {
     EXPECT_EQ(findContainedLines({"/m/ab.xml", "/m/a", "/x/m/ab.xml.old", "/n"}),
               (Pairs{{"/m/ab.xml", "/x/m/ab.xml.old"}, {"/m/a", "/m/ab.xml"}}));
 }
 
-TEST(ContainedLines, AreNoneAmongDifferentPaths)
+TEST(ContainedLines, FindReturnsNothingForUnrelatedPaths)
 {
     EXPECT_EQ(findContainedLines({"/m/a.xml", "/m/b.xml"}), Pairs());
     EXPECT_EQ(findContainedLines({}), Pairs());
 }
 
-TEST(ContainedLines, AreNotThoseListedTwice)
+TEST(ContainedLines, FindIgnoresRepeatedLines)
 {
     EXPECT_EQ(findContainedLines({"/m/a", "/m/a"}), Pairs());
     EXPECT_EQ(findContainedLines({"/m/a", "/m/a", "/m/a.xml"}), (Pairs{{"/m/a", "/m/a.xml"}}));
 }
 
-TEST(ContainedLines, AreFoundAtTheEnd)
+TEST(ContainedLines, FindMatchesAtTheEndOfALine)
 {
     EXPECT_EQ(findContainedLines({"a.xml", "/m/a.xml"}), (Pairs{{"a.xml", "/m/a.xml"}}));
 }
 
-TEST(ContainedLines, AreNoLongerThanAPath)
+TEST(ContainedLines, FindSkipsLinesLongerThanAPath)
 {
     const std::string longest(PATH_MAX - 1, 'x');
 
@@ -60,7 +60,7 @@ TEST(ContainedLines, AreNoLongerThanAPath)
     EXPECT_EQ(findContainedLines({"x", longest + "x"}), Pairs());
 }
 
-TEST(ContainedLines, AreAllThatASearchOfEachInEachFinds)
+TEST(ContainedLines, FindAgreesWithASearchOfEachInEach)
 {
     std::mt19937 random(1); // NOLINT(cert-msc32-c,cert-msc51-cpp): the same lines every time
     for (int round = 0; round < 500; ++round)

@@ -11,7 +11,7 @@ namespace
 const std::string DOCUMENT = "<qor><participants><participant><roots><root name=\"Base\"/></roots></participant>"
                              "</participants><limits a=\"1\" b=\"2\"/></qor>";
 
-TEST(DifferInParticipantsOnly, LooksAtAllOutsideThem)
+TEST(DifferInParticipantsOnly, ComparesEverythingOutsideThem)
 {
     EXPECT_TRUE(differInParticipantsOnly(DOCUMENT, DOCUMENT));
     EXPECT_TRUE(
@@ -21,20 +21,20 @@ TEST(DifferInParticipantsOnly, LooksAtAllOutsideThem)
     EXPECT_FALSE(differInParticipantsOnly(DOCUMENT, "<qor><participants a=\"1\"/><limits a=\"1\" b=\"2\"/></qor>"));
 }
 
-TEST(DifferInParticipantsOnly, DoesNotLookIntoThem)
+TEST(DifferInParticipantsOnly, IgnoresTheirContent)
 {
     EXPECT_TRUE(differInParticipantsOnly("<qor><participants><a/>text<b/></participants></qor>",
                                          "<qor><participants><!-- c --></participants></qor>"));
 }
 
-TEST(DifferInParticipantsOnly, NeedsTwoDocuments)
+TEST(DifferInParticipantsOnly, IsFalseForMalformedXml)
 {
     EXPECT_FALSE(differInParticipantsOnly(DOCUMENT, "<qor>"));
     EXPECT_FALSE(differInParticipantsOnly("<qor>", DOCUMENT));
     EXPECT_FALSE(differInParticipantsOnly("<qor>", "<qor>"));
 }
 
-TEST(ServesRootClass, LooksForTheNameOfARoot)
+TEST(ServesRootClass, MatchesTheNameOfARoot)
 {
     EXPECT_TRUE(servesRootClass(DOCUMENT, "Base"));
     EXPECT_FALSE(servesRootClass(DOCUMENT, "Other"));

@@ -32,7 +32,7 @@ protected:
     CRemedies remedies{framework.path()};
 };
 
-TEST_F(DocumentFindings, AreNoneInASoundDocument)
+TEST_F(DocumentFindings, FindReturnsNothingForASoundDocument)
 {
     EXPECT_EQ(findIn({handler("VELDA_OAM_COMPONENT"), handler("a", {"A", "B"}), handler("b", {"C"})},
                      std::vector<InstalledModel>{
@@ -40,14 +40,14 @@ TEST_F(DocumentFindings, AreNoneInASoundDocument)
               NO_FINDING);
 }
 
-TEST_F(DocumentFindings, TellADocumentWithoutAContainer)
+TEST_F(DocumentFindings, FindReportsAMissingContainer)
 {
     EXPECT_EQ(findInDocument("/f/qor.cfg", Configuration{}, std::nullopt, remedies),
               (std::vector<Finding>{{FindingId::PARTICIPANTS_NOT_ONE, "/f/qor.cfg", "there is no element participants",
                                      IN + "put all participant elements into one element participants"}}));
 }
 
-TEST_F(DocumentFindings, TellSeveralContainers)
+TEST_F(DocumentFindings, FindReportsSeveralContainers)
 {
     EXPECT_EQ(findInDocument("/f/qor.cfg", Configuration{{}, 3}, std::nullopt, remedies),
               (std::vector<Finding>{
@@ -55,7 +55,7 @@ TEST_F(DocumentFindings, TellSeveralContainers)
                    IN + "move all participant elements into the first element participants, and remove the others"}}));
 }
 
-TEST_F(DocumentFindings, TellAPlaceholderBehindAHandler)
+TEST_F(DocumentFindings, FindReportsAPlaceholderAfterAHandler)
 {
     EXPECT_EQ(findIn({handler("a"), handler("VELDA_OAM_COMPONENT")}),
               (std::vector<Finding>{{FindingId::PLACEHOLDER_NOT_FIRST, "/f/qor.cfg",
@@ -63,7 +63,7 @@ TEST_F(DocumentFindings, TellAPlaceholderBehindAHandler)
                                      IN + "move its participant before all others"}}));
 }
 
-TEST_F(DocumentFindings, TellAPlaceholderBehindAnother)
+TEST_F(DocumentFindings, FindReportsASecondPlaceholder)
 {
     EXPECT_EQ(findIn({handler("VELDA_OAM_COMPONENT"), handler("VELDA_OAM_COMPONENT")}),
               (std::vector<Finding>{{FindingId::PLACEHOLDER_NOT_FIRST, "/f/qor.cfg",
@@ -74,7 +74,7 @@ TEST_F(DocumentFindings, TellAPlaceholderBehindAnother)
                                      IN + "move their root entries into the first of them, and remove the others"}}));
 }
 
-TEST_F(DocumentFindings, TellEachHandlerNameOnce)
+TEST_F(DocumentFindings, FindReportsEachRepeatedHandlerNameOnce)
 {
     EXPECT_EQ(findIn({handler("a"), handler("b"), handler("b"), handler("a"), handler("b"), handler(""), handler("")}),
               (std::vector<Finding>{{FindingId::HANDLER_TWICE, "/f/qor.cfg", "2 participants have the handler name a",
@@ -83,7 +83,7 @@ TEST_F(DocumentFindings, TellEachHandlerNameOnce)
                                      IN + "move their root entries into the first of them, and remove the others"}}));
 }
 
-TEST_F(DocumentFindings, TellEachRootClassOnceWithItsHandlers)
+TEST_F(DocumentFindings, FindReportsEachRepeatedRootClassOnce)
 {
     EXPECT_EQ(findIn({handler("a", {"A", "B", "B"}), handler("", {"A", "A"}), handler("c", {"C", "A", "", ""})}),
               (std::vector<Finding>{{FindingId::ROOT_TWICE, "/f/qor.cfg",
@@ -93,7 +93,7 @@ TEST_F(DocumentFindings, TellEachRootClassOnceWithItsHandlers)
                                      IN + "remove all entries <root name=\"B\"/> but the first"}}));
 }
 
-TEST_F(DocumentFindings, TellRootClassesOfNoListedModel)
+TEST_F(DocumentFindings, FindReportsRootClassesOfNoListedModel)
 {
     EXPECT_EQ(
         findIn({handler("a", {"A", "", "B"}), handler("b", {"C"})},
@@ -109,7 +109,7 @@ TEST_F(DocumentFindings, TellRootClassesOfNoListedModel)
                  "remove its root entry"}}));
 }
 
-TEST_F(DocumentFindings, TellNothingOfRootClassesWithoutAList)
+TEST_F(DocumentFindings, FindSkipsRootClassesWithoutAList)
 {
     EXPECT_EQ(findIn({handler("a", {"A"})}), NO_FINDING);
 }

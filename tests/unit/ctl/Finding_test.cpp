@@ -11,7 +11,7 @@ namespace QMT::Test
 namespace
 {
 
-TEST(Finding, HasItsWordAndSeverityInTheOrderOfTelling)
+TEST(Finding, NamesAndSeveritiesStayFixed)
 {
     const std::vector<std::string> expected = {"agent-missing warning",
                                                "validator-missing warning",

@@ -16,7 +16,7 @@ namespace QMT::Test
 namespace
 {
 
-TEST(FrameworkContents, HoldEveryFile)
+TEST(FrameworkContents, ReadReturnsEveryFile)
 {
     const TemporaryFramework framework;
     for (const std::string suffix : {"", ".tmp", ".bak"})
@@ -36,7 +36,7 @@ TEST(FrameworkContents, HoldEveryFile)
     EXPECT_EQ(contents.lock, "lock");
 }
 
-TEST(FrameworkContents, TellMissingFilesFromEmptyOnes)
+TEST(FrameworkContents, ReadDistinguishesMissingFromEmptyFiles)
 {
     const TemporaryFramework framework;
     std::filesystem::remove(framework.configuration());
@@ -51,7 +51,7 @@ TEST(FrameworkContents, TellMissingFilesFromEmptyOnes)
     EXPECT_EQ(contents.lock, "");
 }
 
-TEST(FrameworkContents, ThrowForAFileThatCannotBeRead)
+TEST(FrameworkContents, ReadThrowsForAnUnreadableFile)
 {
     const TemporaryFramework framework;
     putDirectoryAt(framework.list(".bak"));
@@ -67,7 +67,7 @@ TEST(FrameworkContents, ThrowForAFileThatCannotBeRead)
     }
 }
 
-TEST(FrameworkContents, NameTheLiveFileThatIsMissing)
+TEST(FrameworkContents, BothLiveFilesThrowsForTheMissingOne)
 {
     const CFrameworkPaths paths("/qor");
     FrameworkContents contents;

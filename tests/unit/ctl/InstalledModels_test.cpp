@@ -19,7 +19,7 @@ ModelState stateOf(const std::string& line)
     return readInstalledModels(line + "\n").at(0).state;
 }
 
-TEST(InstalledModels, FollowTheList)
+TEST(InstalledModels, ReadFollowsTheList)
 {
     const TemporaryFramework framework;
     const std::string pump = framework.model("pump.xml", "Pump");
@@ -38,12 +38,12 @@ TEST(InstalledModels, FollowTheList)
     EXPECT_EQ(models[2].rootClass, "Valve");
 }
 
-TEST(InstalledModels, AreNoneOnAnEmptyList)
+TEST(InstalledModels, ReadReturnsNothingForAnEmptyList)
 {
     EXPECT_TRUE(readInstalledModels("").empty());
 }
 
-TEST(InstalledModels, TellWhyThereIsNoRootClass)
+TEST(InstalledModels, ReadReportsWhyThereIsNoRootClass)
 {
     const TemporaryFramework framework;
     const std::string directory = framework.file("directory.xml", "");
@@ -59,7 +59,7 @@ TEST(InstalledModels, TellWhyThereIsNoRootClass)
     EXPECT_EQ(stateOf("/nonexistent/model.xml"), ModelState::MISSING);
 }
 
-TEST(InstalledModels, HaveNoRootClassUnlessItIsRead)
+TEST(InstalledModels, ReadReturnsNoRootClassWithoutAName)
 {
     const TemporaryFramework framework;
 
@@ -67,12 +67,12 @@ TEST(InstalledModels, HaveNoRootClassUnlessItIsRead)
               "");
 }
 
-TEST(InstalledModels, AreNotLookedForByARelativePath)
+TEST(InstalledModels, ReadDoesNotOpenARelativePath)
 {
     EXPECT_EQ(stateOf("models/pump.xml"), ModelState::RELATIVE);
 }
 
-TEST(InstalledModels, AreMissingByAPathWithNul)
+TEST(InstalledModels, ReadTreatsAPathWithNulAsMissing)
 {
     const TemporaryFramework framework;
     const std::string pump = framework.model("pump.xml", "Pump");
@@ -80,7 +80,7 @@ TEST(InstalledModels, AreMissingByAPathWithNul)
     EXPECT_EQ(stateOf(pump + std::string("\0.old", 5)), ModelState::MISSING);
 }
 
-TEST(InstalledModels, AreReadOnceForAPathListedTwice)
+TEST(InstalledModels, ReadOpensAFileListedTwiceOnce)
 {
     const TemporaryFramework framework;
     const std::string pump = framework.model("pump.xml", "Pump");

@@ -25,13 +25,13 @@ std::vector<Finding> findOf(ModelState state)
     return findIn({{"/m", state, ""}});
 }
 
-TEST(ListFindings, AreNoneOnASoundList)
+TEST(ListFindings, FindReturnsNothingForASoundList)
 {
     EXPECT_EQ(findIn({{"/a", ModelState::READ, "A"}, {"/b", ModelState::READ, "A"}}, "/a\n/b\n"), NO_FINDING);
     EXPECT_EQ(findIn({}, ""), NO_FINDING);
 }
 
-TEST(ListFindings, TellWhatIsWrongWithAModelFile)
+TEST(ListFindings, FindReportsEveryFaultOfAModelFile)
 {
     using Findings = std::vector<Finding>;
 
@@ -52,7 +52,7 @@ TEST(ListFindings, TellWhatIsWrongWithAModelFile)
                                                        "in /f/list, write the absolute path in its line"}}));
 }
 
-TEST(ListFindings, TellAModelFileOnceHoweverOftenItIsListed)
+TEST(ListFindings, FindReportsAModelFileListedTwiceOnce)
 {
     EXPECT_EQ(
         findIn({{"/m", ModelState::MISSING, ""}, {"/m", ModelState::MISSING, ""}, {"/m", ModelState::MISSING, ""}}),
@@ -62,7 +62,7 @@ TEST(ListFindings, TellAModelFileOnceHoweverOftenItIsListed)
              "in /f/list, remove all of its lines but one"}}));
 }
 
-TEST(ListFindings, TellAPathThatIsPartOfAnother)
+TEST(ListFindings, FindReportsAPathThatIsPartOfAnother)
 {
     EXPECT_EQ(findIn({{"/m/a", ModelState::READ, "A"}, {"/m/a.xml", ModelState::READ, "B"}}),
               (std::vector<Finding>{{FindingId::MODEL_CONTAINED, "/m/a", "the path is part of the line /m/a.xml",
@@ -70,7 +70,7 @@ TEST(ListFindings, TellAPathThatIsPartOfAnother)
                                      "write that path in its line"}}));
 }
 
-TEST(ListFindings, TellALastLineWithoutALineFeed)
+TEST(ListFindings, FindReportsAMissingLastLineFeed)
 {
     EXPECT_EQ(
         findIn({{"/m", ModelState::READ, "A"}}, "/m"),

@@ -30,7 +30,7 @@ std::string jsonOf(const Answer& answer)
     return text.str();
 }
 
-TEST(PreviewAnswer, TellsEachAction)
+TEST(PreviewAnswer, AnswerOfShowsEachAction)
 {
     Preview preview;
     preview.actions = {tried("/a", Outcome::DONE, {"one", "two"}), tried("/b", Outcome::SKIPPED, {"three"})};
@@ -46,7 +46,7 @@ TEST(PreviewAnswer, TellsEachAction)
     EXPECT_EQ(answer.error, "");
 }
 
-TEST(PreviewAnswer, NamesEveryActionThatFailed)
+TEST(PreviewAnswer, AnswerOfNamesEveryFailedAction)
 {
     Preview preview;
     preview.actions = {tried("/a", Outcome::FAILED), tried("/b", Outcome::DONE), tried("/c", Outcome::FAILED)};
@@ -59,7 +59,7 @@ TEST(PreviewAnswer, NamesEveryActionThatFailed)
     EXPECT_NE(jsonOf(answer).find(R"({"file":"/a","messages":[],"result":"failed"})"), std::string::npos);
 }
 
-TEST(PreviewAnswer, LeavesTheActionItselfAsItWas)
+TEST(PreviewAnswer, AnswerOfDoesNotChangeTheActions)
 {
     Preview preview;
     preview.actions = {tried("/a", Outcome::DONE)};
@@ -69,7 +69,7 @@ TEST(PreviewAnswer, LeavesTheActionItselfAsItWas)
     EXPECT_EQ(preview.actions.front().keys->getNames(), Lines{"file"});
 }
 
-TEST(PreviewAnswer, TellsTheVerdict)
+TEST(PreviewAnswer, AnswerOfShowsTheVerdict)
 {
     Preview preview;
     const std::vector<std::pair<Judgement::Verdict, std::string>> verdicts = {
@@ -88,7 +88,7 @@ TEST(PreviewAnswer, TellsTheVerdict)
     }
 }
 
-TEST(PreviewAnswer, ShowsTheReportAndTheMessageOfTheValidator)
+TEST(PreviewAnswer, AnswerOfShowsReportAndMessageOfTheValidator)
 {
     Preview preview;
     preview.judgement = Judgement{Judgement::Verdict::REJECTED, "bad\x1B\nline", "it crashed"};

@@ -32,24 +32,24 @@ std::string configuration(const std::string& participants)
     return "<qor>\n\t<participants>\n" + participants + "\t</participants>\n</qor>\n";
 }
 
-class PreviewTest : public testing::Test
+class Previews : public testing::Test
 {
 protected:
-    PreviewTest() : pump(framework.model("pump.xml", "Pump")), base(framework.model("base.xml", "Base"))
+    Previews() : pump(framework.model("pump.xml", "Pump")), base(framework.model("base.xml", "Base"))
     {
         ::setenv("TMPDIR", scratch.path().c_str(), 1);
         pair = {configuration(participant("baseHandler", "Base") + participant("auxHandler", "Aux")), base + "\n"};
     }
 
-    ~PreviewTest() override
+    ~Previews() override
     {
         ::unsetenv("TMPDIR");
     }
 
-    PreviewTest(const PreviewTest&) = delete;
-    PreviewTest& operator=(const PreviewTest&) = delete;
-    PreviewTest(PreviewTest&&) = delete;
-    PreviewTest& operator=(PreviewTest&&) = delete;
+    Previews(const Previews&) = delete;
+    Previews& operator=(const Previews&) = delete;
+    Previews(Previews&&) = delete;
+    Previews& operator=(Previews&&) = delete;
 
     static Action addition(const std::string& path, const std::string& handler = std::string())
     {
@@ -92,7 +92,7 @@ protected:
 
 // ---- Actions of the companion ----
 
-TEST_F(PreviewTest, AppliesWhatIsNew)
+TEST_F(Previews, TryActionsAppliesNewActions)
 {
     const Preview preview = tried({addition(pump, "pumpHandler"), removal(base, "baseHandler")});
 
@@ -110,7 +110,7 @@ TEST_F(PreviewTest, AppliesWhatIsNew)
     EXPECT_TRUE(std::filesystem::is_empty(scratch.path()));
 }
 
-TEST_F(PreviewTest, SkipsWhatHoldsAlready)
+TEST_F(Previews, TryActionsSkipsActionsInEffect)
 {
     const std::string gone = framework.path() + "/gone.xml";
     for (const Action& action : {addition(base), addition(base, "baseHandler"), removal(pump),
@@ -124,7 +124,7 @@ TEST_F(PreviewTest, SkipsWhatHoldsAlready)
     }
 }
 
-TEST_F(PreviewTest, AddsWhatIsThereByHalf)
+TEST_F(Previews, TryActionsAppliesActionsHalfInEffect)
 {
     pair.list = "";
     EXPECT_EQ(tried({addition(base, "baseHandler")}).after.list, base + "\n");
@@ -135,14 +135,14 @@ TEST_F(PreviewTest, AddsWhatIsThereByHalf)
     EXPECT_EQ(outcomeOf(removal(base, "auxHandler")), Outcome::DONE);
 }
 
-TEST_F(PreviewTest, TakesATrimmedLineForListed)
+TEST_F(Previews, TryActionsTrimsTheLinesOfTheList)
 {
     pair.list = "  " + base + "\t\r\n";
 
     EXPECT_EQ(outcomeOf(addition(base)), Outcome::SKIPPED);
 }
 
-TEST_F(PreviewTest, LooksAtThingsAsTheyWillBe)
+TEST_F(Previews, TryActionsSeesTheEffectOfEarlierActions)
 {
     const Preview preview = tried({addition(pump), addition(pump), removal(pump), removal(pump), addition(pump, "h")});
 
@@ -155,7 +155,7 @@ TEST_F(PreviewTest, LooksAtThingsAsTheyWillBe)
               (std::vector<Outcome>{Outcome::DONE, Outcome::SKIPPED, Outcome::DONE, Outcome::SKIPPED, Outcome::DONE}));
 }
 
-TEST_F(PreviewTest, RefusesAndTellsTheOthers)
+TEST_F(Previews, TryActionsReportsTheOthersAfterARefusal)
 {
     const Preview preview = tried({addition("/missing"), addition(pump), addition(base)}, true);
 
@@ -167,7 +167,7 @@ TEST_F(PreviewTest, RefusesAndTellsTheOthers)
     EXPECT_FALSE(preview.judgement);
 }
 
-TEST_F(PreviewTest, RefusesMissingFiles)
+TEST_F(Previews, TryActionsRefusesMissingModelFiles)
 {
     pair.list = base + "\n/gone\n";
 
@@ -176,7 +176,7 @@ TEST_F(PreviewTest, RefusesMissingFiles)
     EXPECT_EQ(refusalOf(removal("/missing", "baseHandler")), "the model file does not exist");
 }
 
-TEST_F(PreviewTest, RefusesAPathThatIsPartOfAnotherLine)
+TEST_F(Previews, TryActionsRefusesAPathInAnotherLine)
 {
     const std::string longer = pump + ".old";
     pair.list = longer + "\n" + base + "\n";
@@ -188,7 +188,7 @@ TEST_F(PreviewTest, RefusesAPathThatIsPartOfAnotherLine)
     EXPECT_EQ(outcomeOf(addition(pump)), Outcome::SKIPPED);
 }
 
-TEST_F(PreviewTest, RefusesModelsWithoutARootClassWhereOneIsNeeded)
+TEST_F(Previews, TryActionsRefusesAHandlerWithoutARootClass)
 {
     const std::string rootless = framework.file("rootless.xml", "<m/>");
     const std::string broken = framework.file("broken.xml", "<m>");
@@ -199,7 +199,7 @@ TEST_F(PreviewTest, RefusesModelsWithoutARootClassWhereOneIsNeeded)
     EXPECT_EQ(outcomeOf(addition(rootless)), Outcome::DONE);
 }
 
-TEST_F(PreviewTest, RefusesWhatAnotherHandlerServes)
+TEST_F(Previews, TryActionsRefusesAModelOfAnotherHandler)
 {
     const std::string aux = framework.model("aux.xml", "Aux");
 
@@ -207,7 +207,7 @@ TEST_F(PreviewTest, RefusesWhatAnotherHandlerServes)
     EXPECT_EQ(refusalOf(removal(base, "auxHandler")), "the root class Base is served by another handler: baseHandler");
 }
 
-TEST_F(PreviewTest, RemovesFromOneOfTwoHandlers)
+TEST_F(Previews, TryActionsRemovesFromOneOfTwoHandlers)
 {
     pair.configuration = configuration(participant("baseHandler", "Base") + participant("auxHandler", "Base"));
 
@@ -217,7 +217,7 @@ TEST_F(PreviewTest, RemovesFromOneOfTwoHandlers)
     EXPECT_EQ(refusalOf(addition(base, "auxHandler")), "the root class Base is served by another handler: baseHandler");
 }
 
-TEST_F(PreviewTest, RefusesAMisspeltHandler)
+TEST_F(Previews, TryActionsRefusesAnUnknownHandler)
 {
     pair.list = pump + "\n";
 
@@ -225,7 +225,7 @@ TEST_F(PreviewTest, RefusesAMisspeltHandler)
     EXPECT_EQ(outcomeOf(removal(pump, "auxHandler")), Outcome::DONE);
 }
 
-TEST_F(PreviewTest, ExpectsANewHandlerForThePlaceholder)
+TEST_F(Previews, TryActionsExpectsANewHandlerForThePlaceholder)
 {
     pair.configuration = configuration(participant("VELDA_OAM_COMPONENT", "P") + participant("auxHandler", "Aux"));
 
@@ -235,7 +235,7 @@ TEST_F(PreviewTest, ExpectsANewHandlerForThePlaceholder)
     EXPECT_EQ(outcomeOf(removal(base, "auxHandler")), Outcome::DONE);
 }
 
-TEST_F(PreviewTest, KeepsTheLastHandler)
+TEST_F(Previews, TryActionsRefusesToRemoveTheLastHandler)
 {
     pair.configuration = configuration(participant("baseHandler", "Base"));
 
@@ -243,7 +243,7 @@ TEST_F(PreviewTest, KeepsTheLastHandler)
               "the model or its handler cannot be removed, the last handler stays");
 }
 
-TEST_F(PreviewTest, RefusesWhatTheFilesDoNotTake)
+TEST_F(Previews, TryActionsRefusesAdditionsTheFilesCannotTake)
 {
     const std::string refusal = "the model or its handler cannot be added to these files";
     pair.list = base;
@@ -253,7 +253,7 @@ TEST_F(PreviewTest, RefusesWhatTheFilesDoNotTake)
     EXPECT_EQ(refusalOf(addition(pump, "h")), refusal);
 }
 
-TEST_F(PreviewTest, RefusesTextsThatNoFileTakes)
+TEST_F(Previews, TryActionsRefusesTextsTheFilesCannotHold)
 {
     EXPECT_EQ(refusalOf(addition("/a\xff")), "the path is no UTF-8");
     EXPECT_EQ(refusalOf(addition("/a\n")), "the path holds a control character");
@@ -271,7 +271,7 @@ TEST_F(PreviewTest, RefusesTextsThatNoFileTakes)
     EXPECT_EQ(refusalOf(versioned), "a version holds \":\" or \"|\"");
 }
 
-TEST_F(PreviewTest, MakesPathsAbsolute)
+TEST_F(Previews, TryActionsMakesPathsAbsolute)
 {
     const std::filesystem::path before = std::filesystem::current_path();
     std::filesystem::current_path(framework.path() + "/models");
@@ -289,7 +289,7 @@ TEST_F(PreviewTest, MakesPathsAbsolute)
     std::filesystem::current_path(before);
 }
 
-TEST_F(PreviewTest, LetsTheValidatorJudgeIfWanted)
+TEST_F(Previews, TryActionsRunsTheValidatorWhenAsked)
 {
     const FakeInstallation installation;
     installation.setValidator("cat \"$3\"; exit 1");
@@ -303,7 +303,7 @@ TEST_F(PreviewTest, LetsTheValidatorJudgeIfWanted)
     EXPECT_FALSE(tried({addition(pump)}).isRejected());
 }
 
-TEST_F(PreviewTest, NeedsADocument)
+TEST_F(Previews, TryThrowsForAMalformedDocument)
 {
     pair.configuration = "<qor>";
 
@@ -311,7 +311,7 @@ TEST_F(PreviewTest, NeedsADocument)
     EXPECT_THROW(tryQueue(pair, "0:" + pump + "\n", "the document"), Poco::DataFormatException);
 }
 
-TEST_F(PreviewTest, IsNoRefusalWhereTheCopiesCannotBeEdited)
+TEST_F(Previews, TryActionsThrowsWhenTheCopiesCannotBeWritten)
 {
     // The last bytes of what the actions add are those that do not fit.
     const auto expectFailure = [this](const std::vector<Action>& actions, std::size_t limit)
@@ -326,7 +326,7 @@ TEST_F(PreviewTest, IsNoRefusalWhereTheCopiesCannotBeEdited)
     expectFailure({addition(pump, "h")}, pair.configuration->size() + 10);
 }
 
-TEST_F(PreviewTest, TakesAnotherPlaceForCopies)
+TEST_F(Previews, TryActionsUsesTheNextPlaceForItsCopies)
 {
     EXPECT_EQ(tryActions(pair, {addition(pump)}, "the document", false, {"/missing", scratch.path()}).after.list,
               base + "\n" + pump + "\n");
@@ -335,7 +335,7 @@ TEST_F(PreviewTest, TakesAnotherPlaceForCopies)
 
 // ---- The queue of the tool ----
 
-TEST_F(PreviewTest, TriesAQueue)
+TEST_F(Previews, TryQueueReportsEachAction)
 {
     const FakeInstallation installation;
     installation.setValidator("exit 0");
@@ -357,7 +357,7 @@ TEST_F(PreviewTest, TriesAQueue)
     EXPECT_EQ(preview.judgement->verdict, Judgement::Verdict::ACCEPTED);
 }
 
-TEST_F(PreviewTest, AsksNobodyAboutAQueueOfRemovals)
+TEST_F(Previews, TryQueueSkipsTheValidatorForRemovals)
 {
     const FakeInstallation installation;
     installation.setValidator("exit 1");
@@ -366,7 +366,7 @@ TEST_F(PreviewTest, AsksNobodyAboutAQueueOfRemovals)
     EXPECT_TRUE(tryQueue(pair, "0:" + base + "\n", "the document").isRejected());
 }
 
-TEST_F(PreviewTest, TakesALayoutThatChangesForNothing)
+TEST_F(Previews, TryQueueSkipsAnActionThatChangesLayoutAlone)
 {
     pair.configuration = "<qor><participants>" + participant("baseHandler", "Base") + "</participants></qor>";
 
@@ -376,7 +376,7 @@ TEST_F(PreviewTest, TakesALayoutThatChangesForNothing)
     EXPECT_NE(preview.after, pair);
 }
 
-TEST_F(PreviewTest, StopsWhereACommitEnds)
+TEST_F(Previews, TryQueueStopsWhereACommitEnds)
 {
     const FakeInstallation installation;
     installation.setValidator("exit 1");
@@ -392,7 +392,7 @@ TEST_F(PreviewTest, StopsWhereACommitEnds)
     EXPECT_FALSE(preview.judgement);
 }
 
-TEST_F(PreviewTest, HasNoActionsWithoutAQueue)
+TEST_F(Previews, TryQueueReturnsNoActionsWithoutAQueue)
 {
     EXPECT_TRUE(tryQueue(pair, "garbage", "the document").actions.empty());
     EXPECT_FALSE(tryQueue(pair, "", "the document").has(Outcome::FAILED));

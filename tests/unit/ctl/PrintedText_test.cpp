@@ -17,7 +17,7 @@ TEST(ValidUtf8, KeepsCharactersOfEveryLength)
     EXPECT_EQ(validUtf8(text), text);
 }
 
-TEST(ValidUtf8, ReplacesEveryByteThatBelongsToNoCharacter)
+TEST(ValidUtf8, ReplacesEveryInvalidByte)
 {
     EXPECT_EQ(validUtf8("a\xFF"
                         "b"),
@@ -28,7 +28,7 @@ TEST(ValidUtf8, ReplacesEveryByteThatBelongsToNoCharacter)
     EXPECT_EQ(validUtf8("\xF5\x80\x80\x80"), REPLACED + REPLACED + REPLACED + REPLACED);
 }
 
-TEST(ValidUtf8, ReplacesACutCharacterAndKeepsWhatFollows)
+TEST(ValidUtf8, ReplacesATruncatedCharacter)
 {
     EXPECT_EQ(validUtf8("\xE2\x82\""), REPLACED + REPLACED + "\"");
     EXPECT_EQ(validUtf8("\xE2\x82"), REPLACED + REPLACED);
@@ -54,7 +54,7 @@ TEST(Printable, EscapesControlCharactersOfTwoBytes)
     EXPECT_EQ(printable("\xC2\xA0\xC3\x80"), "\xC2\xA0\xC3\x80");
 }
 
-TEST(Printable, ReplacesWhatIsNoUtf8)
+TEST(Printable, ReplacesInvalidUtf8)
 {
     EXPECT_EQ(printable("\xC2"), REPLACED);
     EXPECT_EQ(printable("a\x9B"), "a" + REPLACED);

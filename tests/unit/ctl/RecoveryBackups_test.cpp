@@ -33,12 +33,12 @@ protected:
     }
 };
 
-TEST_F(RecoveryBackups, StayAfterACommitThatAddedAModelWithoutAHandler)
+TEST_F(RecoveryBackups, KeepsBackupsAfterAnAdditionWithoutAHandler)
 {
     expectNothing();
 }
 
-TEST_F(RecoveryBackups, StayAfterACommitThatRemovedAServedModelWithoutItsHandler)
+TEST_F(RecoveryBackups, KeepsBackupsAfterARemovalWithoutAHandler)
 {
     now.live.list = "";
     now.backup.list = "";
@@ -48,7 +48,7 @@ TEST_F(RecoveryBackups, StayAfterACommitThatRemovedAServedModelWithoutItsHandler
     expectNothing();
 }
 
-TEST_F(RecoveryBackups, StayWhereNoRootClassTells)
+TEST_F(RecoveryBackups, KeepsBackupsWhenNoRootClassIsKnown)
 {
     now.live.list = "/base\n/rootless\n";
     now.backup.list = "/base\n/lost\n";
@@ -56,42 +56,42 @@ TEST_F(RecoveryBackups, StayWhereNoRootClassTells)
     expectNothing();
 }
 
-TEST_F(RecoveryBackups, StayWhereTheDocumentsDiffer)
+TEST_F(RecoveryBackups, KeepsBackupsWhenTheDocumentsDiffer)
 {
     now.live = {documentServing({"Base", "Valve"}), "/base\n/valve\n"};
 
     expectNothing();
 }
 
-TEST_F(RecoveryBackups, AreAskedForWhereAModelOfTheListAloneIsServed)
+TEST_F(RecoveryBackups, AsksWhenAModelOfTheLiveListAloneIsServed)
 {
     now.live.configuration = now.backup.configuration = documentServing({"Base", "Valve"});
 
     expectAsked();
 }
 
-TEST_F(RecoveryBackups, AreAskedForWhereAModelOfTheBackupAloneIsNotServed)
+TEST_F(RecoveryBackups, AsksWhenAModelOfTheBackupAloneIsUnserved)
 {
     now.backup.list = "/base\n/gone\n/valve\n";
 
     expectAsked();
 }
 
-TEST_F(RecoveryBackups, AreAskedForUnderALockFileToo)
+TEST_F(RecoveryBackups, AsksUnderALockFileToo)
 {
     now = withSession(old, {old.configuration, older.list});
 
     expectAsked();
 }
 
-TEST_F(RecoveryBackups, AreRemovedWhereTheDocumentsCannotBeParsed)
+TEST_F(RecoveryBackups, RemovesABackupOfAMalformedDocument)
 {
     now.backup.configuration = "<qor>";
 
     expectClear(Found::COMMIT_INTERRUPTED, withoutBackups());
 }
 
-TEST_F(RecoveryBackups, AreRemovedWhereTheListsEndsInsideALine)
+TEST_F(RecoveryBackups, RemovesABackupWhoseListEndsInsideALine)
 {
     for (const std::string& torn : {std::string("/ba"), std::string("/base\n\0", 7)})
     {
@@ -101,14 +101,14 @@ TEST_F(RecoveryBackups, AreRemovedWhereTheListsEndsInsideALine)
     }
 }
 
-TEST_F(RecoveryBackups, StayWhereTheLiveListEndsInsideALineToo)
+TEST_F(RecoveryBackups, KeepsBackupsWhenBothListsEndInsideALine)
 {
     now.live.list = now.backup.list = "/base\n/valve";
 
     expectNothing();
 }
 
-TEST_F(RecoveryBackups, StayWhereTheCopyOfTheSessionWasSo)
+TEST_F(RecoveryBackups, KeepsABackupThatEndsLikeTheWorkingList)
 {
     now = withSession({old.configuration, "/base\n/valve"}, {old.configuration, "/base\n/valve"});
     now.live.list = "/base\n/valve\n";
@@ -132,7 +132,7 @@ TEST_F(RecoveryBackups, StayBesideATornFileThatIsToStay)
     expectAssumed(Assumption::NOTHING, Found::NOTHING, now);
 }
 
-TEST_F(RecoveryBackups, OfTheListAloneAreRemoved)
+TEST_F(RecoveryBackups, RemovesABackupOfTheListAlone)
 {
     now.backup.configuration.reset();
     expectClear(Found::COMMIT_INTERRUPTED, withoutBackups());
@@ -141,14 +141,14 @@ TEST_F(RecoveryBackups, OfTheListAloneAreRemoved)
     expectClear(Found::COMMIT_INTERRUPTED, withoutBackups());
 }
 
-TEST_F(RecoveryBackups, OfTheDocumentAloneAreRemovedWhenItWasNeverLive)
+TEST_F(RecoveryBackups, RemovesADocumentBackupThatWasNeverLive)
 {
     now.backup = {"<qor>", std::nullopt};
 
     expectClear(Found::COMMIT_INTERRUPTED, withoutBackups());
 }
 
-TEST_F(RecoveryBackups, OfAnotherDocumentAloneAreAskedForUnderALockFile)
+TEST_F(RecoveryBackups, AsksAboutALoneDocumentBackupUnderALock)
 {
     now = withSession(committed, {old.configuration, std::nullopt});
     const FilePair mixed = {old.configuration, committed.list};

@@ -26,47 +26,47 @@ protected:
     }
 };
 
-TEST_F(RecoverySession, IsLeftAlone)
+TEST_F(RecoverySession, KeepsAnOpenSession)
 {
     expectNothing();
 }
 
-TEST_F(RecoverySession, IsLeftAloneWithoutBackups)
+TEST_F(RecoverySession, KeepsASessionWithoutBackups)
 {
     now.backup = FilePair();
 
     expectNothing();
 }
 
-TEST_F(RecoverySession, IsLeftAloneWithALineFeedBehindTheName)
+TEST_F(RecoverySession, KeepsASessionWithALineFeedInItsLock)
 {
     now.lock = "alpha\n";
 
     expectNothing();
 }
 
-TEST_F(RecoverySession, IsLeftAloneWithAQueueThatCannotBeRead)
+TEST_F(RecoverySession, KeepsASessionWithAnInvalidQueue)
 {
     now.session = "garbage\n";
 
     expectNothing();
 }
 
-TEST_F(RecoverySession, IsLeftAloneAfterEditsOfTheLiveFiles)
+TEST_F(RecoverySession, KeepsASessionAfterEditsOfTheLiveFiles)
 {
     now.live = {documentServing({"Base"}, "9"), "/base\n/edited"};
 
     expectNothing();
 }
 
-TEST_F(RecoverySession, IsLeftAloneAfterLinesWereAddedToTheList)
+TEST_F(RecoverySession, KeepsASessionAfterAdditionsToTheList)
 {
     now.live.list = "/base\n/edited\n";
 
     expectNothing();
 }
 
-TEST_F(RecoverySession, IsLeftAloneWithAListThatACommitHasShortened)
+TEST_F(RecoverySession, KeepsASessionAfterACommitShortenedTheList)
 {
     now = withSession({old.configuration, "/base\n"}, older);
     expectNothing();
@@ -75,14 +75,14 @@ TEST_F(RecoverySession, IsLeftAloneWithAListThatACommitHasShortened)
     expectNothing();
 }
 
-TEST_F(RecoverySession, IsLeftAloneWithADocumentThatWasBrokenBefore)
+TEST_F(RecoverySession, KeepsASessionOfABrokenDocument)
 {
     now = withSession({"<qor>", old.list}, older);
 
     expectNothing();
 }
 
-TEST_F(RecoverySession, IsLeftAloneWhenItStagesAnewWhatTheLastCommitDid)
+TEST_F(RecoverySession, KeepsASessionThatRepeatsTheLastCommit)
 {
     now = withSession(committed, old);
 
@@ -100,7 +100,7 @@ TEST_F(RecoverySession, KeepsTheCompleteLinesOfItsQueue)
     }
 }
 
-TEST_F(RecoverySession, GetsItsWorkingCopiesBack)
+TEST_F(RecoverySession, RestoresTornWorkingCopies)
 {
     const FrameworkContents kept = now;
     for (const Text& torn : {Text(), Text(""), Text("<qor>"), Text(nul(9))})
@@ -118,7 +118,7 @@ TEST_F(RecoverySession, GetsItsWorkingCopiesBack)
     }
 }
 
-TEST_F(RecoverySession, GetsTheNameOfItsHostBack)
+TEST_F(RecoverySession, RestoresATornHostName)
 {
     const FrameworkContents kept = now;
     for (const std::string& cut : {std::string(), std::string("alp"), nul(5)})
@@ -129,7 +129,7 @@ TEST_F(RecoverySession, GetsTheNameOfItsHostBack)
     }
 }
 
-TEST_F(RecoverySession, EndsWithoutACompleteLine)
+TEST_F(RecoverySession, EndsASessionWithoutACompleteLine)
 {
     for (const Text& rest : {Text(), Text(""), Text("3:/pum"), Text(nul(4)), Text("\n")})
     {
@@ -139,7 +139,7 @@ TEST_F(RecoverySession, EndsWithoutACompleteLine)
     }
 }
 
-TEST_F(RecoverySession, EndsWithoutAQueueWhateverItsWorkingCopiesAre)
+TEST_F(RecoverySession, EndsASessionWithoutAQueue)
 {
     now.session.reset();
     now.workingCopy = {"<qor>", std::nullopt};
@@ -147,7 +147,7 @@ TEST_F(RecoverySession, EndsWithoutAQueueWhateverItsWorkingCopiesAre)
     expectClear(Found::STAGING_INTERRUPTED, ended());
 }
 
-TEST_F(RecoverySession, EndsWithAnEmptyQueueAndNothingElseUnjudged)
+TEST_F(RecoverySession, EndsAnEmptySessionWithoutTheValidator)
 {
     now = withoutSession(committed, old);
     now.lock = "alpha";
@@ -158,7 +158,7 @@ TEST_F(RecoverySession, EndsWithAnEmptyQueueAndNothingElseUnjudged)
     EXPECT_EQ(facts.judged, 0);
 }
 
-TEST_F(RecoverySession, OfAnotherHostKeepsItsName)
+TEST_F(RecoverySession, KeepsTheNameOfAnotherHost)
 {
     now.lock = "beta";
     const FrameworkContents kept = now;
@@ -200,7 +200,7 @@ protected:
     }
 };
 
-TEST_F(RecoveryCommit, LosesBackupsThatWereBeingMade)
+TEST_F(RecoveryCommit, RemovesTornBackups)
 {
     for (const Text& torn : {Text(""), Text("<qor>"), Text(nul(9))})
     {
@@ -217,7 +217,7 @@ TEST_F(RecoveryCommit, LosesBackupsThatWereBeingMade)
     }
 }
 
-TEST_F(RecoveryCommit, LosesTheFirstBackupsThatWereBeingMade)
+TEST_F(RecoveryCommit, RemovesTheFirstBackupWhenItIsAlone)
 {
     now.backup.list.reset();
     for (const Text& begun : {Text(""), Text("<qor>"), old.configuration})
@@ -228,7 +228,7 @@ TEST_F(RecoveryCommit, LosesTheFirstBackupsThatWereBeingMade)
     }
 }
 
-TEST_F(RecoveryCommit, LosesABackupOfTheListAlone)
+TEST_F(RecoveryCommit, RemovesABackupOfTheListAlone)
 {
     now.backup = {std::nullopt, old.list};
 
@@ -237,7 +237,7 @@ TEST_F(RecoveryCommit, LosesABackupOfTheListAlone)
 
 // ---- A commit that edits ----
 
-TEST_F(RecoveryCommit, IsUndoneWhileItEditsTheDocument)
+TEST_F(RecoveryCommit, UndoesWhenCutWhileEditingTheDocument)
 {
     now.backup = old;
     for (const std::string& edited : {*committed.configuration, std::string(), std::string("<qor>\n\t<part")})
@@ -248,7 +248,7 @@ TEST_F(RecoveryCommit, IsUndoneWhileItEditsTheDocument)
     }
 }
 
-TEST_F(RecoveryCommit, IsUndoneWhileItEditsTheList)
+TEST_F(RecoveryCommit, UndoesWhenCutWhileEditingTheList)
 {
     now.backup = old;
     for (const std::string& edited : {*committed.list, std::string(), std::string("/base\n/pu")})
@@ -259,14 +259,14 @@ TEST_F(RecoveryCommit, IsUndoneWhileItEditsTheList)
     }
 }
 
-TEST_F(RecoveryCommit, IsUndoneWhenItsEditsAreDone)
+TEST_F(RecoveryCommit, UndoesWhenCutAfterTheEdits)
 {
     givenEdited();
 
     expectClear(Found::COMMIT_INTERRUPTED, undone());
 }
 
-TEST_F(RecoveryCommit, IsUndoneWithAnIncompleteQueueToo)
+TEST_F(RecoveryCommit, UndoesWithAnIncompleteQueue)
 {
     givenEdited();
     now.session = queue + "0:/v";
@@ -275,7 +275,7 @@ TEST_F(RecoveryCommit, IsUndoneWithAnIncompleteQueueToo)
     EXPECT_EQ(facts.askedFor, queue);
 }
 
-TEST_F(RecoveryCommit, IsUndoneWhenTheNamesOfItsBackupsAreLost)
+TEST_F(RecoveryCommit, UndoesWithoutItsBackups)
 {
     givenEdited();
     now.backup = FilePair();
@@ -286,7 +286,7 @@ TEST_F(RecoveryCommit, IsUndoneWhenTheNamesOfItsBackupsAreLost)
 
 // ---- A commit that installs ----
 
-TEST_F(RecoveryCommit, IsUndoneWhileTheListIsMovedToItsBackup)
+TEST_F(RecoveryCommit, UndoesWhenCutWhileMovingTheListToBackup)
 {
     givenEdited();
     for (const std::string& torn : {std::string(), std::string("/ba"), nul(6)})
@@ -297,7 +297,7 @@ TEST_F(RecoveryCommit, IsUndoneWhileTheListIsMovedToItsBackup)
     }
 }
 
-TEST_F(RecoveryCommit, IsUndoneWhileTheListIsMovedToItsBackupAndOnlyTheDocumentChanges)
+TEST_F(RecoveryCommit, UndoesAMoveOfAnUnchangedListToBackup)
 {
     facts.results[{*old.configuration, *old.list}] = {{committed.configuration, old.list}};
     givenEdited();
@@ -307,7 +307,7 @@ TEST_F(RecoveryCommit, IsUndoneWhileTheListIsMovedToItsBackupAndOnlyTheDocumentC
     expectClear(Found::COMMIT_INTERRUPTED, undoneWithoutBackups());
 }
 
-TEST_F(RecoveryCommit, IsUndoneWithTheListsBackupCutAtALinesEndWhateverTheDocumentsCopyIs)
+TEST_F(RecoveryCommit, UndoesWithAListBackupCutAtALineEnd)
 {
     now = withSession({old.configuration, "/base\n/aux\n"}, old);
     FrameworkContents after = now;
@@ -317,7 +317,7 @@ TEST_F(RecoveryCommit, IsUndoneWithTheListsBackupCutAtALinesEndWhateverTheDocume
     expectClear(Found::COMMIT_INTERRUPTED, after);
 }
 
-TEST_F(RecoveryCommit, AsksWhoEditedTheListWhileItsBackupIsShort)
+TEST_F(RecoveryCommit, AsksWhetherABackupIsShortOrTheListEdited)
 {
     const FilePair live = {old.configuration, "/base\n/aux\n"};
     facts.results[{*live.configuration, *live.list}] = {{live.configuration, "/base\n/aux\n/pump\n"}};
@@ -331,7 +331,7 @@ TEST_F(RecoveryCommit, AsksWhoEditedTheListWhileItsBackupIsShort)
     expectAssumed(Assumption::NOTHING, Found::NOTHING, now);
 }
 
-TEST_F(RecoveryCommit, IsUndoneWithTheListMissing)
+TEST_F(RecoveryCommit, UndoesWhenTheListIsMissing)
 {
     givenEdited();
     now.live.list.reset();
@@ -339,7 +339,7 @@ TEST_F(RecoveryCommit, IsUndoneWithTheListMissing)
     expectClear(Found::COMMIT_INTERRUPTED, undone());
 }
 
-TEST_F(RecoveryCommit, IsUndoneWithTheListTorn)
+TEST_F(RecoveryCommit, UndoesWhenTheListIsTorn)
 {
     givenEdited();
     for (const std::string& torn : {std::string("/base\n/pu"), std::string("/ba"), nul(12), "/base\n/pu" + nul(3)})
@@ -350,7 +350,7 @@ TEST_F(RecoveryCommit, IsUndoneWithTheListTorn)
     }
 }
 
-TEST_F(RecoveryCommit, IsUndoneWithTheListCutAtALinesEnd)
+TEST_F(RecoveryCommit, UndoesWhenTheListIsCutAtALineEnd)
 {
     const FilePair longer = {committed.configuration, "/base\n/pump\n/valve\n"};
     facts.results[{*old.configuration, *old.list}] = {committed, longer};
@@ -364,7 +364,7 @@ TEST_F(RecoveryCommit, IsUndoneWithTheListCutAtALinesEnd)
     }
 }
 
-TEST_F(RecoveryCommit, IsUndoneWithTheListCutAtALinesEndAndOnlyTheDocumentChanged)
+TEST_F(RecoveryCommit, UndoesWhenAnUnchangedListIsCutAtALineEnd)
 {
     facts.results[{*old.configuration, *old.list}] = {{committed.configuration, old.list}};
     givenEdited();
@@ -374,7 +374,7 @@ TEST_F(RecoveryCommit, IsUndoneWithTheListCutAtALinesEndAndOnlyTheDocumentChange
     expectClear(Found::COMMIT_INTERRUPTED, undone());
 }
 
-TEST_F(RecoveryCommit, IsUndoneWithTheListInstalled)
+TEST_F(RecoveryCommit, UndoesWhenTheListIsInstalled)
 {
     givenEdited();
     now.live.list = committed.list;
@@ -384,7 +384,7 @@ TEST_F(RecoveryCommit, IsUndoneWithTheListInstalled)
     expectClear(Found::COMMIT_INTERRUPTED, undone());
 }
 
-TEST_F(RecoveryCommit, IsUndoneWithTheListOfALaterActionMissing)
+TEST_F(RecoveryCommit, UndoesWhenAnEarlierActionsListIsInstalled)
 {
     const FilePair longer = {committed.configuration, "/base\n/pump\n/valve\n"};
     facts.results[{*old.configuration, *old.list}] = {committed, longer};
@@ -393,7 +393,7 @@ TEST_F(RecoveryCommit, IsUndoneWithTheListOfALaterActionMissing)
     expectClear(Found::COMMIT_INTERRUPTED, undone());
 }
 
-TEST_F(RecoveryCommit, IsUndoneWhileTheDocumentIsMovedToItsBackup)
+TEST_F(RecoveryCommit, UndoesWhenCutWhileMovingTheDocumentToBackup)
 {
     givenInstalledList();
     for (const std::string& torn : {std::string(), std::string("<qor>"), nul(9)})
@@ -404,7 +404,7 @@ TEST_F(RecoveryCommit, IsUndoneWhileTheDocumentIsMovedToItsBackup)
     }
 }
 
-TEST_F(RecoveryCommit, IsUndoneWhileTheDocumentIsMovedToItsBackupAndOnlyTheListChanges)
+TEST_F(RecoveryCommit, UndoesAMoveOfAnUnchangedDocumentToBackup)
 {
     facts.results[{*old.configuration, *old.list}] = {{old.configuration, committed.list}};
     givenInstalledList();
@@ -414,7 +414,7 @@ TEST_F(RecoveryCommit, IsUndoneWhileTheDocumentIsMovedToItsBackupAndOnlyTheListC
     expectClear(Found::COMMIT_INTERRUPTED, undoneWithoutBackups());
 }
 
-TEST_F(RecoveryCommit, IsUndoneWithTheDocumentMissing)
+TEST_F(RecoveryCommit, UndoesWhenTheDocumentIsMissing)
 {
     givenInstalledList();
     now.live.configuration.reset();
@@ -422,7 +422,7 @@ TEST_F(RecoveryCommit, IsUndoneWithTheDocumentMissing)
     expectClear(Found::COMMIT_INTERRUPTED, undone());
 }
 
-TEST_F(RecoveryCommit, IsUndoneWithTheDocumentTorn)
+TEST_F(RecoveryCommit, UndoesWhenTheDocumentIsTorn)
 {
     givenInstalledList();
     for (const std::string& torn : {std::string(), std::string("<qor>"), nul(9), committed.configuration->substr(0, 70),
@@ -434,7 +434,7 @@ TEST_F(RecoveryCommit, IsUndoneWithTheDocumentTorn)
     }
 }
 
-TEST_F(RecoveryCommit, IsUndoneWithTheDocumentTornAndItsCopyGone)
+TEST_F(RecoveryCommit, UndoesWhenTheDocumentIsTornAndItsCopyGone)
 {
     givenInstalledList();
     now.workingCopy.configuration.reset();
@@ -443,7 +443,7 @@ TEST_F(RecoveryCommit, IsUndoneWithTheDocumentTornAndItsCopyGone)
     expectClear(Found::COMMIT_INTERRUPTED, undone());
 }
 
-TEST_F(RecoveryCommit, IsUndoneWithBothInstalled)
+TEST_F(RecoveryCommit, UndoesWhenBothFilesAreInstalled)
 {
     givenInstalledList();
     now.live.configuration = committed.configuration;
@@ -453,7 +453,7 @@ TEST_F(RecoveryCommit, IsUndoneWithBothInstalled)
     expectClear(Found::COMMIT_INTERRUPTED, undone());
 }
 
-TEST_F(RecoveryCommit, IsUndoneWithTheDocumentInstalledAndTheListUnchanged)
+TEST_F(RecoveryCommit, UndoesAnInstalledDocumentWithTheListUnchanged)
 {
     facts.results[{*old.configuration, *old.list}] = {{committed.configuration, old.list}};
     now = withSession({committed.configuration, old.list}, old);
@@ -473,7 +473,7 @@ TEST_F(RecoveryCommit, EndsTheSessionWithoutACompleteLine)
 
 // ---- A live file that was lost otherwise ----
 
-TEST_F(RecoveryCommit, PutsTheListOfTheSessionBackWhereNoCommitCanHaveTakenIt)
+TEST_F(RecoveryCommit, RestoresAMissingListFromTheSession)
 {
     for (const FilePair& backup : {older, FilePair()})
     {
@@ -485,7 +485,7 @@ TEST_F(RecoveryCommit, PutsTheListOfTheSessionBackWhereNoCommitCanHaveTakenIt)
     }
 }
 
-TEST_F(RecoveryCommit, PutsTheDocumentOfTheSessionBackWhereNoCommitCanHaveTakenIt)
+TEST_F(RecoveryCommit, RestoresAMissingDocumentFromTheSession)
 {
     for (const FilePair& backup : {older, FilePair()})
     {
@@ -497,7 +497,7 @@ TEST_F(RecoveryCommit, PutsTheDocumentOfTheSessionBackWhereNoCommitCanHaveTakenI
     }
 }
 
-TEST_F(RecoveryCommit, PutsBothFilesOfTheSessionBack)
+TEST_F(RecoveryCommit, RestoresBothFilesFromTheSession)
 {
     now = withSession(old, FilePair());
     const FrameworkContents whole = now;
@@ -506,7 +506,7 @@ TEST_F(RecoveryCommit, PutsBothFilesOfTheSessionBack)
     expectClear(Found::COMMIT_INTERRUPTED, whole);
 }
 
-TEST_F(RecoveryCommit, PutsBothBackupsBackWithBothFilesTorn)
+TEST_F(RecoveryCommit, RestoresBothBackupsWhenBothFilesAreTorn)
 {
     givenEdited();
     now.live = {"<qor>", "/ba"};
@@ -514,7 +514,7 @@ TEST_F(RecoveryCommit, PutsBothBackupsBackWithBothFilesTorn)
     expectClear(Found::COMMIT_INTERRUPTED, undone());
 }
 
-TEST_F(RecoveryCommit, AsksWhereTheListCanBeThatOfTheBackupOrOfTheSession)
+TEST_F(RecoveryCommit, AsksWhetherTheListIsTheBackupsOrTheSessions)
 {
     now = withSession(old, {old.configuration, "/base\n/gone\n"});
     facts.rootClasses.clear();
@@ -540,7 +540,7 @@ TEST_F(RecoveryCommit, AsksBeforeItReplacesAnEdit)
     expectAssumed(Assumption::NOTHING, Found::NOTHING, now);
 }
 
-TEST_F(RecoveryCommit, CannotReplaceWhatIsWholeNowhere)
+TEST_F(RecoveryCommit, AsksWhenNoCompleteCopyExists)
 {
     now.backup = {"<qor>", "/ba"};
     now.workingCopy = FilePair();
@@ -566,7 +566,7 @@ TEST_F(RecoveryCommit, AsksWhetherTheListIsInstalledOrStagedAnew)
     expectAssumed(Assumption::NOTHING, Found::NOTHING, now);
 }
 
-TEST_F(RecoveryCommit, KnowsASessionThatStagesMoreThanTheLastCommitDid)
+TEST_F(RecoveryCommit, KeepsASessionThatExtendsTheLastCommit)
 {
     const FilePair longer = {old.configuration, "/base\n/pump\n/valve\n"};
     facts.results[{*old.configuration, *old.list}] = {{old.configuration, committed.list}, longer};
@@ -588,7 +588,7 @@ TEST_F(RecoveryCommit, AsksWhetherTheListIsCutOrEdited)
     expectAssumed(Assumption::NOTHING, Found::NOTHING, now);
 }
 
-TEST_F(RecoveryCommit, LeavesAShortenedListWithoutATraceOfACommit)
+TEST_F(RecoveryCommit, KeepsAShortenedListWithoutATraceOfACommit)
 {
     now = withSession(committed, older);
     now.live.list = "/base\n";
@@ -598,7 +598,7 @@ TEST_F(RecoveryCommit, LeavesAShortenedListWithoutATraceOfACommit)
     expectNothing();
 }
 
-TEST_F(RecoveryCommit, AsksWhetherTheDocumentIsInstalledBesideAnEditedList)
+TEST_F(RecoveryCommit, AsksAboutADocumentBesideAnEditedList)
 {
     now = withSession({committed.configuration, "/edited\n"}, old);
     now.workingCopy = FilePair();
@@ -608,7 +608,7 @@ TEST_F(RecoveryCommit, AsksWhetherTheDocumentIsInstalledBesideAnEditedList)
     expectAssumed(Assumption::NOTHING, Found::STAGING_INTERRUPTED, withSession(now.live, old));
 }
 
-TEST_F(RecoveryCommit, AsksWhetherTheListIsInstalledOrEditedInTheSameWay)
+TEST_F(RecoveryCommit, AsksWhetherTheListIsInstalledOrEditedAlike)
 {
     now = withSession(old, old);
     now.live.list = committed.list;
@@ -628,7 +628,7 @@ TEST_F(RecoveryCommit, AsksWhetherAnEmptyListIsCutOrWasEmptied)
     expectAssumed(Assumption::NOTHING, Found::NOTHING, now);
 }
 
-TEST_F(RecoveryCommit, AsksWhetherAListIsCutLikeItsCopyOrWasShortened)
+TEST_F(RecoveryCommit, AsksWhetherAListIsCutLikeItsCopyOrShortened)
 {
     now = withSession({old.configuration, "/base\n"}, {old.configuration, "/base\n/aux\n"});
     FrameworkContents withoutBackups = now;
@@ -672,13 +672,13 @@ protected:
     const FrameworkContents back = withoutSession(old, old);
 };
 
-TEST_F(RecoveryLoneLock, IsRemovedWhenTheValidatorAccepts)
+TEST_F(RecoveryLoneLock, RemovesTheLockWhenTheValidatorAccepts)
 {
     expectClear(Found::COMMIT_INTERRUPTED, unlocked);
     EXPECT_EQ(facts.judged, 4);
 }
 
-TEST_F(RecoveryLoneLock, IsRemovedWithoutALineMoreThanTheBackup)
+TEST_F(RecoveryLoneLock, RemovesTheLockOfAListWithoutNewLines)
 {
     facts.isRejected = true;
     now.live.list = "/base\n";
@@ -690,7 +690,7 @@ TEST_F(RecoveryLoneLock, IsRemovedWithoutALineMoreThanTheBackup)
     EXPECT_EQ(facts.judged, 0);
 }
 
-TEST_F(RecoveryLoneLock, IsRemovedWithoutBackups)
+TEST_F(RecoveryLoneLock, RemovesTheLockWithoutBackups)
 {
     facts.isRejected = true;
     now.backup = FilePair();
@@ -699,7 +699,7 @@ TEST_F(RecoveryLoneLock, IsRemovedWithoutBackups)
     EXPECT_EQ(facts.judged, 0);
 }
 
-TEST_F(RecoveryLoneLock, IsRemovedWithBackupsEqualToTheLiveFiles)
+TEST_F(RecoveryLoneLock, RemovesTheLockWithEqualBackups)
 {
     facts.isRejected = true;
     now.backup = committed;
@@ -707,7 +707,7 @@ TEST_F(RecoveryLoneLock, IsRemovedWithBackupsEqualToTheLiveFiles)
     expectClear(Found::STAGING_INTERRUPTED, withoutSession(committed, committed));
 }
 
-TEST_F(RecoveryLoneLock, IsAskedForWhenTheValidatorRejects)
+TEST_F(RecoveryLoneLock, AsksWhenTheValidatorRejects)
 {
     facts.isRejected = true;
 
@@ -717,7 +717,7 @@ TEST_F(RecoveryLoneLock, IsAskedForWhenTheValidatorRejects)
     expectAssumed(Assumption::NOTHING, Found::STAGING_INTERRUPTED, unlocked);
 }
 
-TEST_F(RecoveryLoneLock, IsRemovedWithBackupsThatWereNeverLive)
+TEST_F(RecoveryLoneLock, RemovesTheLockAndBackupsThatWereNeverLive)
 {
     facts.isRejected = true;
     now.backup.list = "/ba";
@@ -737,7 +737,7 @@ protected:
     }
 };
 
-TEST_F(RecoveryApply, IsOverBeforeItHasDoneAnything)
+TEST_F(RecoveryApply, EndsAnApplyThatHasDoneNothing)
 {
     expectClear(Found::COMMIT_INTERRUPTED, withoutSession(old, older));
 
@@ -746,7 +746,7 @@ TEST_F(RecoveryApply, IsOverBeforeItHasDoneAnything)
     expectClear(Found::COMMIT_INTERRUPTED, withoutSession(old, older));
 }
 
-TEST_F(RecoveryApply, IsOverWithItsLockFileCutShort)
+TEST_F(RecoveryApply, EndsAnApplyWithATruncatedLockFile)
 {
     now = withoutSession(old, old);
     for (const std::string cut : {"qor_mim", "qor_mim_ctl@", "qor_mim_ctl@alp"})
@@ -757,7 +757,7 @@ TEST_F(RecoveryApply, IsOverWithItsLockFileCutShort)
     }
 }
 
-TEST_F(RecoveryApply, IsUndone)
+TEST_F(RecoveryApply, UndoesAnInterruptedApply)
 {
     now.backup = old;
     now.workingCopy = committed;
@@ -771,7 +771,7 @@ TEST_F(RecoveryApply, IsUndone)
     expectClear(Found::COMMIT_INTERRUPTED, withoutSession(old, old));
 }
 
-TEST_F(RecoveryApply, IsKeptWhenTheValidatorAccepts)
+TEST_F(RecoveryApply, KeepsTheResultWhenTheValidatorAccepts)
 {
     now = withoutSession(committed, old);
     now.lock = "qor_mim_ctl@alpha";
@@ -780,7 +780,7 @@ TEST_F(RecoveryApply, IsKeptWhenTheValidatorAccepts)
     EXPECT_EQ(facts.judged, 4);
 }
 
-TEST_F(RecoveryApply, IsPutBackWhenTheValidatorRejects)
+TEST_F(RecoveryApply, UndoesWhenTheValidatorRejects)
 {
     facts.isRejected = true;
     now = withoutSession(committed, old);
@@ -789,7 +789,7 @@ TEST_F(RecoveryApply, IsPutBackWhenTheValidatorRejects)
     expectClear(Found::COMMIT_INTERRUPTED, withoutSession(old, old));
 }
 
-TEST_F(RecoveryApply, IsPutBackWithoutALineMoreThanTheBackupToo)
+TEST_F(RecoveryApply, UndoesARejectedListWithoutNewLines)
 {
     facts.isRejected = true;
     now = withoutSession(old, older);
@@ -798,7 +798,7 @@ TEST_F(RecoveryApply, IsPutBackWithoutALineMoreThanTheBackupToo)
     expectClear(Found::COMMIT_INTERRUPTED, withoutSession(older, older));
 }
 
-TEST_F(RecoveryApply, IsOverWithNothingToJudge)
+TEST_F(RecoveryApply, EndsAnUnchangedApplyWithoutTheValidator)
 {
     facts.isRejected = true;
     for (const FilePair& backup : {old, FilePair()})

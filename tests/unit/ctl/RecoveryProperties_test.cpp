@@ -117,7 +117,7 @@ protected:
     std::minstd_rand chance{1};
 };
 
-TEST_F(RecoveryProperties, AnEditIsReplacedOnlyWhereSomebodyHasSaidSo)
+TEST_F(RecoveryProperties, KeepsAnEditWithoutAnAssumption)
 {
     for (int state = 0; state < STATES; ++state)
     {
@@ -131,7 +131,7 @@ TEST_F(RecoveryProperties, AnEditIsReplacedOnlyWhereSomebodyHasSaidSo)
     }
 }
 
-TEST_F(RecoveryProperties, NothingIsDoneWhereNothingIsFound)
+TEST_F(RecoveryProperties, ChangesFilesExactlyWhenSomethingIsFound)
 {
     for (int state = 0; state < STATES; ++state)
     {

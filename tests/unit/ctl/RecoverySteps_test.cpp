@@ -49,14 +49,14 @@ protected:
     TemporaryFramework framework;
 };
 
-TEST_F(RecoverySteps, AreNoneWithoutAChange)
+TEST_F(RecoverySteps, ReturnsNothingWithoutAChange)
 {
     const FrameworkContents now = {{"a", "b"}, {"c", "d"}, {"e", "f"}, "g", "h"};
 
     EXPECT_EQ(texts(now, now), Lines());
 }
 
-TEST_F(RecoverySteps, PutBackAndKeepASession)
+TEST_F(RecoverySteps, PutsFilesBackAndKeepsASession)
 {
     const FrameworkContents now = {{"new", std::nullopt}, {std::nullopt, "new"}, {"old", "old"}, "1\n2", ""};
     const FrameworkContents after = {{"old", "old"}, {"old", "old"}, FilePair(), "1\n", "host"};
@@ -68,7 +68,7 @@ TEST_F(RecoverySteps, PutBackAndKeepASession)
                      "kept the complete lines of " + session, "wrote the name of this host to " + lock}));
 }
 
-TEST_F(RecoverySteps, EndASession)
+TEST_F(RecoverySteps, EndsASession)
 {
     const FrameworkContents now = {{"a", "b"}, {"c", "d"}, FilePair(), "1\n", "host"};
     const FrameworkContents after = {{"a", "b"}, FilePair(), FilePair(), std::nullopt, std::nullopt};
@@ -77,7 +77,7 @@ TEST_F(RecoverySteps, EndASession)
                                         "removed " + configuration + ".tmp", "removed " + lock}));
 }
 
-TEST_F(RecoverySteps, TakeAttributesOfTheFileReplacedOrElseOfItsSource)
+TEST_F(RecoverySteps, TakesAttributesOfTheOldFileOrTheSource)
 {
     const FrameworkContents now = {{"new", std::nullopt}, {"x", "copy"}, {"old", std::nullopt}, "1\n", "host"};
     const FrameworkContents after = {{"old", "copy"}, {"old", "copy"}, {"old", std::nullopt}, "1\n", "host"};
@@ -93,7 +93,7 @@ TEST_F(RecoverySteps, TakeAttributesOfTheFileReplacedOrElseOfItsSource)
     EXPECT_EQ(steps[2].like, configuration + ".tmp");
 }
 
-TEST_F(RecoverySteps, AreExecuted)
+TEST_F(RecoverySteps, ExecuteWritesAndRemovesFiles)
 {
     ::chmod(framework.list().c_str(), 0640);
     writeFile(framework.lock(), "");
@@ -106,7 +106,7 @@ TEST_F(RecoverySteps, AreExecuted)
     EXPECT_FALSE(exists(framework.lock()));
 }
 
-TEST_F(RecoverySteps, TellWhatCouldNotBeKept)
+TEST_F(RecoverySteps, ExecuteReturnsAModeThatCannotBeSet)
 {
     const FailingCall failing("fchmod", framework.list() + ".replacement", EPERM);
 
@@ -133,7 +133,7 @@ protected:
     std::vector<RecoveryStep> steps;
 };
 
-TEST_F(CopyAside, HoldsWhatTheStepsReplaceOrRemove)
+TEST_F(CopyAside, CopiesWhatTheStepsReplaceOrRemove)
 {
     EXPECT_EQ(copyAside(framework.path(), "STAMP", steps), wanted);
 
@@ -145,7 +145,7 @@ TEST_F(CopyAside, HoldsWhatTheStepsReplaceOrRemove)
     EXPECT_EQ(readFile(framework.list()), "list");
 }
 
-TEST_F(CopyAside, TakesTheNextNumberWhereThereIsOne)
+TEST_F(CopyAside, NumbersTheDirectoryWhenItsNameIsTaken)
 {
     std::filesystem::create_directory(wanted);
     writeFile(wanted + "-2", "");
@@ -153,7 +153,7 @@ TEST_F(CopyAside, TakesTheNextNumberWhereThereIsOne)
     EXPECT_EQ(copyAside(framework.path(), "STAMP", steps), wanted + "-3");
 }
 
-TEST_F(CopyAside, LeavesNothingAndTellsHowMuchRoomItTakes)
+TEST_F(CopyAside, FailsOnAFullDiskWithTheSizeItNeeds)
 {
     try
     {
@@ -170,7 +170,7 @@ TEST_F(CopyAside, LeavesNothingAndTellsHowMuchRoomItTakes)
     EXPECT_EQ(readFile(framework.list()), "list");
 }
 
-TEST_F(CopyAside, LeavesNothingWhereTheDiskDoesNotTakeIt)
+TEST_F(CopyAside, LeavesNothingWhenFsyncFails)
 {
     for (const std::string name : {"/model_file_list.cfg", ""})
     {
@@ -183,7 +183,7 @@ TEST_F(CopyAside, LeavesNothingWhereTheDiskDoesNotTakeIt)
     }
 }
 
-TEST_F(CopyAside, LeavesNothingWhereItsNameIsNotOnTheDisk)
+TEST_F(CopyAside, LeavesNothingWhenTheParentsFsyncFails)
 {
     const FailingCall failing("fsync", framework.path() + "/etc", EIO);
 
@@ -192,12 +192,12 @@ TEST_F(CopyAside, LeavesNothingWhereItsNameIsNotOnTheDisk)
     EXPECT_FALSE(exists(wanted));
 }
 
-TEST_F(CopyAside, ThrowsWithoutAPlace)
+TEST_F(CopyAside, ThrowsWithoutAParentDirectory)
 {
     EXPECT_THROW(copyAside(framework.path() + "/missing", "STAMP", steps), Poco::FileException);
 }
 
-TEST_F(CopyAside, ThrowsForAFileThatCannotBeRead)
+TEST_F(CopyAside, ThrowsForAnUnreadableFile)
 {
     putDirectoryAt(framework.lock());
 

@@ -25,33 +25,33 @@ protected:
 
 // ---- Nothing has happened ----
 
-TEST_F(RecoveryUnlocked, IsNothingAfterACommit)
+TEST_F(RecoveryUnlocked, FindsNothingAfterACommit)
 {
     expectNothing();
 }
 
-TEST_F(RecoveryUnlocked, IsNothingInANewFramework)
+TEST_F(RecoveryUnlocked, FindsNothingInANewFramework)
 {
     now.backup = FilePair();
 
     expectNothing();
 }
 
-TEST_F(RecoveryUnlocked, IsNothingWithBackupsEqualToTheLiveFiles)
+TEST_F(RecoveryUnlocked, FindsNothingWithEqualBackups)
 {
     now.backup = old;
 
     expectNothing();
 }
 
-TEST_F(RecoveryUnlocked, IsNothingAfterEditsOfBothFiles)
+TEST_F(RecoveryUnlocked, FindsNothingAfterEditsOfBothFiles)
 {
     now.live = {documentServing({"Base"}, "9"), "/base\n/edited"};
 
     expectNothing();
 }
 
-TEST_F(RecoveryUnlocked, IsNothingWithAListCutAtALinesEnd)
+TEST_F(RecoveryUnlocked, FindsNothingWithAListCutAtALineEnd)
 {
     now.live.list = "/base\n";
     now.backup.list = "/base\n/gone\n";
@@ -59,21 +59,21 @@ TEST_F(RecoveryUnlocked, IsNothingWithAListCutAtALinesEnd)
     expectNothing();
 }
 
-TEST_F(RecoveryUnlocked, IsNothingWithADocumentThatNobodyCanParse)
+TEST_F(RecoveryUnlocked, FindsNothingWithAMalformedDocument)
 {
     now = withoutSession({"<qor>", "/base\n"}, FilePair());
 
     expectNothing();
 }
 
-TEST_F(RecoveryUnlocked, IsNothingWithABackupOfADocumentThatNobodyCanParse)
+TEST_F(RecoveryUnlocked, FindsNothingWithAMalformedDocumentAndBackup)
 {
     now = withoutSession({"<qor>", "/base\n"}, {"<qor>", "/base\n"});
 
     expectNothing();
 }
 
-TEST_F(RecoveryUnlocked, IsNothingWithAnEmptyListThatWasEmpty)
+TEST_F(RecoveryUnlocked, FindsNothingWithAListThatWasEmptyBefore)
 {
     now.live.list = now.backup.list = "";
     now.backup.configuration = now.live.configuration;
@@ -166,14 +166,14 @@ TEST_F(RecoveryUnlocked, FinishesARollbackWhoseDocumentIsDone)
     expectClear(Found::ROLLBACK_INTERRUPTED, rolledBack);
 }
 
-TEST_F(RecoveryUnlocked, FinishesARollbackWithoutABackupOfTheDocument)
+TEST_F(RecoveryUnlocked, FinishesARollbackWithoutADocumentBackup)
 {
     now = withoutSession({old.configuration, "/base\n/go"}, {std::nullopt, older.list});
 
     expectClear(Found::ROLLBACK_INTERRUPTED, withoutSession({old.configuration, older.list}, FilePair()));
 }
 
-TEST_F(RecoveryUnlocked, FinishesARollbackBesideWhatIsLeftOfASession)
+TEST_F(RecoveryUnlocked, FinishesARollbackBesideSessionLeftovers)
 {
     now.live.list.reset();
     now.workingCopy = older;
@@ -184,7 +184,7 @@ TEST_F(RecoveryUnlocked, FinishesARollbackBesideWhatIsLeftOfASession)
 
 // ---- What can be read in two ways ----
 
-TEST_F(RecoveryUnlocked, AsksForARollbackOrACommitThatLeftTheListAlone)
+TEST_F(RecoveryUnlocked, AsksForARollbackOrACommitOfTheSameList)
 {
     now.backup.list = now.live.list;
     const FrameworkContents back = withoutSession({older.configuration, old.list}, FilePair());
@@ -258,7 +258,7 @@ TEST_F(RecoveryUnlocked, AsksWhatBrokeADocumentBesideAnEqualList)
 
 // ---- What is whole nowhere ----
 
-TEST_F(RecoveryUnlocked, CannotReplaceAListThatIsWholeNowhere)
+TEST_F(RecoveryUnlocked, AsksWhenNoCompleteListExists)
 {
     now.live.list.reset();
     for (const auto& torn : {std::optional<std::string>(), std::optional<std::string>("/base\n/go")})
@@ -271,7 +271,7 @@ TEST_F(RecoveryUnlocked, CannotReplaceAListThatIsWholeNowhere)
     }
 }
 
-TEST_F(RecoveryUnlocked, CannotReplaceADocumentThatIsWholeNowhere)
+TEST_F(RecoveryUnlocked, AsksWhenNoCompleteDocumentExists)
 {
     now = withoutSession({std::nullopt, old.list}, FilePair());
     expectUnclear();
@@ -288,7 +288,7 @@ TEST_F(RecoveryUnlocked, CannotReplaceADocumentThatIsWholeNowhere)
     expectUnclear();
 }
 
-TEST_F(RecoveryUnlocked, CannotFinishARollbackToABrokenDocument)
+TEST_F(RecoveryUnlocked, AsksInsteadOfRollingBackToABrokenDocument)
 {
     now.live.list.reset();
     now.backup.configuration = "<qor>";
@@ -296,7 +296,7 @@ TEST_F(RecoveryUnlocked, CannotFinishARollbackToABrokenDocument)
     expectUnclear();
 }
 
-TEST_F(RecoveryUnlocked, CannotFinishARollbackWithoutADocument)
+TEST_F(RecoveryUnlocked, AsksInsteadOfRollingBackWithoutADocument)
 {
     now.live = FilePair();
     now.backup.configuration.reset();

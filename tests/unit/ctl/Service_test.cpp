@@ -25,7 +25,7 @@ Service found(const std::string& participants, const std::string& handler, const
     return serviceOf(*document, handler, rootClass);
 }
 
-TEST(Service, IsByTheHandler)
+TEST(Service, FindsTheHandlerItself)
 {
     const Service service = found(participant("a", "X") + participant("b", "Y"), "b", "Y");
 
@@ -35,7 +35,7 @@ TEST(Service, IsByTheHandler)
     EXPECT_FALSE(service.isPlaceholderFirst);
 }
 
-TEST(Service, IsByAnother)
+TEST(Service, FindsAnotherHandler)
 {
     const Service service = found(participant("a", "X") + participant("b", "Y"), "b", "X");
 
@@ -44,7 +44,7 @@ TEST(Service, IsByAnother)
     EXPECT_EQ(service.other, "a");
 }
 
-TEST(Service, IsByBoth)
+TEST(Service, FindsBothHandlers)
 {
     const Service service = found(participant("a", "X") + participant("b", "X"), "a", "X");
 
@@ -52,12 +52,12 @@ TEST(Service, IsByBoth)
     EXPECT_EQ(service.other, "b");
 }
 
-TEST(Service, IsByOneWithoutAName)
+TEST(Service, FindsAHandlerWithoutAName)
 {
     EXPECT_EQ(found("<participant><roots><root name='X'/></roots></participant>", "a", "X").other, "");
 }
 
-TEST(Service, IsByNobody)
+TEST(Service, FindsNobodyForAnUnservedRootClass)
 {
     const Service service = found(participant("a", "X") + "<root name='Z'/>", "c", "Z");
 
@@ -66,7 +66,7 @@ TEST(Service, IsByNobody)
     EXPECT_EQ(service.other, std::nullopt);
 }
 
-TEST(Service, IsOfNoRootClassWithoutAName)
+TEST(Service, FindsNobodyForAnEmptyRootClass)
 {
     const Service service = found(participant("a", "") + participant("b", ""), "a", "");
 
@@ -75,7 +75,7 @@ TEST(Service, IsOfNoRootClassWithoutAName)
     EXPECT_EQ(service.other, std::nullopt);
 }
 
-TEST(Service, KnowsThePlaceholderInTheFirstPlaceAlone)
+TEST(Service, RecognisesThePlaceholderInTheFirstPlaceOnly)
 {
     const std::string placeholder = participant("VELDA_OAM_COMPONENT", "P");
 
@@ -83,7 +83,7 @@ TEST(Service, KnowsThePlaceholderInTheFirstPlaceAlone)
     EXPECT_FALSE(found(participant("a", "X") + placeholder, "a", "X").isPlaceholderFirst);
 }
 
-TEST(Service, LooksThroughAllContainersOfRoots)
+TEST(Service, SearchesAllContainersOfRoots)
 {
     const std::string two = "<participant><roots/><roots><root name='V'/><root name='X'/></roots>"
                             "<managedObject compName='a'/><managedObject compName='b'/></participant>";

@@ -55,7 +55,7 @@ TEST(SessionOwner, IsAnApply)
     EXPECT_EQ(other.host, "beta");
 }
 
-TEST(SessionOwner, IsCutShortWhereTheNameIsAProperPrefix)
+TEST(SessionOwner, IsCutShortForAPrefixOfTheHostName)
 {
     for (const std::string lock : {"", " \n", "alph", "a"})
     {
@@ -67,7 +67,7 @@ TEST(SessionOwner, IsCutShortWhereTheNameIsAProperPrefix)
     }
 }
 
-TEST(SessionOwner, IsCutShortWhereAnApplysWordIsAProperPrefix)
+TEST(SessionOwner, IsCutShortForAPrefixOfAnApplysContent)
 {
     for (const std::string lock : {"q", "qor_mim_ctl", "qor_mim_ctl@", "qor_mim_ctl@alph"})
     {
@@ -78,13 +78,13 @@ TEST(SessionOwner, IsCutShortWhereAnApplysWordIsAProperPrefix)
     }
 }
 
-TEST(SessionOwner, IsCutShortWhereTheFileHoldsNul)
+TEST(SessionOwner, IsCutShortForContentWithNul)
 {
     EXPECT_TRUE(ownerOf(std::string(5, '\0')).isCutShort);
     EXPECT_TRUE(ownerOf(std::string("be\0a", 4)).isCutShort);
 }
 
-TEST(SessionOwner, IsAStagingCallWhereAPrefixMayBeEither)
+TEST(SessionOwner, IsAStagingCallForAnAmbiguousPrefix)
 {
     EXPECT_FALSE(sessionOwner("q", "qor1").isApply);
     EXPECT_FALSE(sessionOwner("q", "q").isApply);
@@ -92,7 +92,7 @@ TEST(SessionOwner, IsAStagingCallWhereAPrefixMayBeEither)
     EXPECT_TRUE(sessionOwner("qor_mim_ctl@qo", "qor1").isApply);
 }
 
-TEST(ApplyLockContent, IsReadAsTheApplyOfThatHost)
+TEST(ApplyLockContent, IsParsedAsTheApplyOfThatHost)
 {
     const SessionOwner owner = ownerOf(applyLockContent("alpha"));
 

@@ -13,7 +13,7 @@ std::string nul(std::size_t count)
     return std::string(count, '\0');
 }
 
-TEST(PrefixOf, IsProper)
+TEST(IsPrefixOf, IsTrueForProperPrefixesOnly)
 {
     EXPECT_TRUE(isPrefixOf("", "abc"));
     EXPECT_TRUE(isPrefixOf("ab", "abc"));
@@ -23,7 +23,7 @@ TEST(PrefixOf, IsProper)
     EXPECT_FALSE(isPrefixOf("", ""));
 }
 
-TEST(NulFilledFrom, IsAPrefixFilledUp)
+TEST(IsNulFilledFrom, IsTrueForAPaddedPrefix)
 {
     EXPECT_TRUE(isNulFilledFrom("ab" + nul(1), "abc"));
     EXPECT_TRUE(isNulFilledFrom(nul(3), "abc"));
@@ -31,13 +31,13 @@ TEST(NulFilledFrom, IsAPrefixFilledUp)
     EXPECT_TRUE(isNulFilledFrom("abc" + nul(5), "abc"));
 }
 
-TEST(NulFilledFrom, MayHaveGaps)
+TEST(IsNulFilledFrom, IsTrueForGaps)
 {
     EXPECT_TRUE(isNulFilledFrom(nul(1) + "bc", "abc"));
     EXPECT_TRUE(isNulFilledFrom("a" + nul(1) + "c", "abc"));
 }
 
-TEST(NulFilledFrom, HasNothingElse)
+TEST(IsNulFilledFrom, IsFalseForOtherBytesOrWithoutNul)
 {
     EXPECT_FALSE(isNulFilledFrom("x" + nul(2), "abc"));
     EXPECT_FALSE(isNulFilledFrom(nul(3) + "d", "abc"));
@@ -45,19 +45,19 @@ TEST(NulFilledFrom, HasNothingElse)
     EXPECT_FALSE(isNulFilledFrom("abc", "abc"));
 }
 
-TEST(NulFilledFrom, SaysNothingOfATextWithNul)
+TEST(IsNulFilledFrom, IsFalseForAnOriginalWithNul)
 {
     EXPECT_FALSE(isNulFilledFrom("a" + nul(1), "a" + nul(1) + "b"));
 }
 
-TEST(CutFrom, IsEither)
+TEST(IsCutFrom, IsTrueForAPrefixOrPadding)
 {
     EXPECT_TRUE(isCutFrom("a", "abc"));
     EXPECT_TRUE(isCutFrom("a" + nul(1), "abc"));
     EXPECT_FALSE(isCutFrom("abc", "abc"));
 }
 
-TEST(EndsInsideLine, NeedsALine)
+TEST(EndsInsideLine, IsTrueWithoutALastLineFeed)
 {
     EXPECT_TRUE(endsInsideLine("a"));
     EXPECT_TRUE(endsInsideLine("a\nb"));
@@ -65,13 +65,13 @@ TEST(EndsInsideLine, NeedsALine)
     EXPECT_FALSE(endsInsideLine(""));
 }
 
-TEST(LinesOf, LeavesOutEmptyOnes)
+TEST(LinesOf, SkipsEmptyLines)
 {
     EXPECT_EQ(linesOf("a\n\n b \nc"), std::vector<std::string>({"a", " b ", "c"}));
     EXPECT_EQ(linesOf(""), std::vector<std::string>());
 }
 
-TEST(CompleteLines, EndWithALineFeed)
+TEST(CompleteLines, DropsALastLineWithoutALineFeed)
 {
     EXPECT_EQ(completeLines("0:/a\n2:/b\n"), "0:/a\n2:/b\n");
     EXPECT_EQ(completeLines("0:/a\n2:/"), "0:/a\n");
@@ -79,14 +79,14 @@ TEST(CompleteLines, EndWithALineFeed)
     EXPECT_EQ(completeLines(""), "");
 }
 
-TEST(CompleteLines, HoldNoNul)
+TEST(CompleteLines, StopsBeforeTheLineOfTheFirstNul)
 {
     EXPECT_EQ(completeLines("0:/a\n2:/" + nul(3)), "0:/a\n");
     EXPECT_EQ(completeLines("0:/a\n2:" + nul(1) + "\n0:/c\n"), "0:/a\n");
     EXPECT_EQ(completeLines(nul(4)), "");
 }
 
-TEST(CompleteLines, AreNoneWithoutAnAction)
+TEST(CompleteLines, ReturnsNothingWithoutAnAction)
 {
     EXPECT_EQ(completeLines("\n \t\r\n"), "");
 }

@@ -111,7 +111,7 @@ TEST(UnifiedDiff, ShowsAnAddedLineAtTheEnd)
     EXPECT_EQ(unifiedDiff("f", lines(1, 5), lines(1, 6)), "--- f\n+++ f\n@@ -3,3 +3,4 @@\n 3\n 4\n 5\n+6\n");
 }
 
-TEST(UnifiedDiff, CountsFromTheLineBeforeWhereATextIsEmpty)
+TEST(UnifiedDiff, StartsAtLineZeroForAnEmptyText)
 {
     EXPECT_EQ(unifiedDiff("f", "", "a\n"), "--- f\n+++ f\n@@ -0,0 +1 @@\n+a\n");
     EXPECT_EQ(unifiedDiff("f", "a\nb\n", ""), "--- f\n+++ f\n@@ -1,2 +0,0 @@\n-a\n-b\n");
@@ -134,7 +134,7 @@ TEST(UnifiedDiff, MarksALastLineWithoutLineFeed)
     EXPECT_EQ(unifiedDiff("f", "x\na", "a"), "--- f\n+++ f\n@@ -1,2 +1 @@\n-x\n a\n" + NO_END);
 }
 
-TEST(UnifiedDiff, FindsTheShortestForSmallTexts)
+TEST(UnifiedDiff, FindsTheShortestDiffOfSmallTexts)
 {
     int changes = 0;
     const std::string before = "a\nb\nc\na\nb\nb\na\n";
@@ -145,7 +145,7 @@ TEST(UnifiedDiff, FindsTheShortestForSmallTexts)
     EXPECT_EQ(changes, 5);
 }
 
-TEST(UnifiedDiff, LeadsFromOneRandomTextToTheOther)
+TEST(UnifiedDiff, PatchesOneRandomTextIntoTheOther)
 {
     std::mt19937 random(7); // NOLINT(cert-msc32-c,cert-msc51-cpp): the same texts in every run
     for (int round = 0; round < 300; ++round)
@@ -165,7 +165,7 @@ TEST(UnifiedDiff, LeadsFromOneRandomTextToTheOther)
     }
 }
 
-TEST(UnifiedDiff, FindsMovedAndKeptLinesInLargeTextsThatDifferMuch)
+TEST(UnifiedDiff, KeepsCommonLinesOfLargeDifferentTexts)
 {
     // Every other line is another one, so the shortest way is too long to be searched for.
     std::string before;
@@ -182,7 +182,7 @@ TEST(UnifiedDiff, FindsMovedAndKeptLinesInLargeTextsThatDifferMuch)
     EXPECT_EQ(changes, 6000);
 }
 
-TEST(UnifiedDiff, KeepsOneOfTwoLargePartsThatChangePlaces)
+TEST(UnifiedDiff, KeepsOneOfTwoLargeSwappedParts)
 {
     int changes = 0;
     const std::string before = lines(1, 900);
@@ -193,7 +193,7 @@ TEST(UnifiedDiff, KeepsOneOfTwoLargePartsThatChangePlaces)
     EXPECT_EQ(changes, 800);
 }
 
-TEST(UnifiedDiff, LeadsFromOneLargeRandomTextToTheOther)
+TEST(UnifiedDiff, PatchesOneLargeRandomTextIntoTheOther)
 {
     std::mt19937 random(7); // NOLINT(cert-msc32-c,cert-msc51-cpp): the same texts in every run
     for (int round = 0; round < 20; ++round)

@@ -8,7 +8,7 @@ namespace QMT::Test
 namespace
 {
 
-TEST(Waiting, AsksOnceWithoutTime)
+TEST(WaitFor, AsksOnceWithZeroSeconds)
 {
     int asked = 0;
 
@@ -17,7 +17,7 @@ TEST(Waiting, AsksOnceWithoutTime)
     EXPECT_EQ(asked, 1);
 }
 
-TEST(Waiting, EndsWithTheFirstYes)
+TEST(WaitFor, ReturnsAtTheFirstYes)
 {
     int asked = 0;
 
@@ -26,7 +26,7 @@ TEST(Waiting, EndsWithTheFirstYes)
     EXPECT_EQ(asked, 3);
 }
 
-TEST(Waiting, EndsWhenTheTimeIsOver)
+TEST(WaitFor, ReturnsFalseAfterTheTimeout)
 {
     int asked = 0;
 

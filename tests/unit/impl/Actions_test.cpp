@@ -55,7 +55,7 @@ protected:
 
 // ---- An addition ----
 
-TEST_F(Actions, AddsAModelFileToTheListAlone)
+TEST_F(Actions, AddChangesTheListAlone)
 {
     const ToolRun run = commit("0:" + model);
 
@@ -64,7 +64,7 @@ TEST_F(Actions, AddsAModelFileToTheListAlone)
     expectLive({{"a", {"A"}}}, model + "\n");
 }
 
-TEST_F(Actions, AcceptsAModelFileThatIsListedAlready)
+TEST_F(Actions, AddAcceptsAListedModelFile)
 {
     given({{"a", {"A"}}}, model + "\n");
 
@@ -76,7 +76,7 @@ TEST_F(Actions, AcceptsAModelFileThatIsListedAlready)
     expectLive({{"a", {"A"}}}, model + "\n");
 }
 
-TEST_F(Actions, FailsToAddAModelFileThatDoesNotExist)
+TEST_F(Actions, AddFailsForAMissingModelFile)
 {
     const ToolRun run = commit("0:/nonexistent/m.xml");
 
@@ -87,7 +87,7 @@ TEST_F(Actions, FailsToAddAModelFileThatDoesNotExist)
 
 // ---- A handler ----
 
-TEST_F(Actions, LetsAHandlerTakeOverThePlaceholder)
+TEST_F(Actions, HandlerTakesOverThePlaceholder)
 {
     given({{"VELDA_OAM_COMPONENT", {}}});
 
@@ -98,7 +98,7 @@ TEST_F(Actions, LetsAHandlerTakeOverThePlaceholder)
     expectLive({{"h", {}, "2", "3"}}, "");
 }
 
-TEST_F(Actions, FailsForAHandlerWithoutAPlaceholder)
+TEST_F(Actions, HandlerFailsWithoutAPlaceholder)
 {
     const ToolRun run = commit("1:h|2|3");
 
@@ -107,7 +107,7 @@ TEST_F(Actions, FailsForAHandlerWithoutAPlaceholder)
     expectLive({{"a", {"A"}}}, "");
 }
 
-TEST_F(Actions, FailsForAHandlerTextThatDoesNotSplit)
+TEST_F(Actions, HandlerFailsWithoutASeparator)
 {
     given({{"VELDA_OAM_COMPONENT", {}}});
 
@@ -121,7 +121,7 @@ TEST_F(Actions, FailsForAHandlerTextThatDoesNotSplit)
 
 // ---- A removal ----
 
-TEST_F(Actions, RemovesAModelFileFromTheListAlone)
+TEST_F(Actions, RemoveChangesTheListAlone)
 {
     given({{"a", {"M"}}}, model + "\n/m/other.xml\n");
 
@@ -133,7 +133,7 @@ TEST_F(Actions, RemovesAModelFileFromTheListAlone)
     expectLive({{"a", {"M"}}}, "/m/other.xml\n");
 }
 
-TEST_F(Actions, SkipsTheRemovalOfAModelFileThatDoesNotExist)
+TEST_F(Actions, RemoveSkipsAMissingModelFile)
 {
     given({{"a", {"A"}}}, "/nonexistent/m.xml\n");
 
@@ -144,7 +144,7 @@ TEST_F(Actions, SkipsTheRemovalOfAModelFileThatDoesNotExist)
     expectLive({{"a", {"A"}}}, "/nonexistent/m.xml\n");
 }
 
-TEST_F(Actions, SkipsTheRemovalOfAModelFileThatIsNotListed)
+TEST_F(Actions, RemoveSkipsAnUnlistedModelFile)
 {
     given({{"a", {"A"}}}, " /m/other.xml\n");
 
@@ -157,7 +157,7 @@ TEST_F(Actions, SkipsTheRemovalOfAModelFileThatIsNotListed)
 
 // ---- An addition with a handler ----
 
-TEST_F(Actions, AddsAModelFileWithANewHandler)
+TEST_F(Actions, AddWithHandlerRegistersTheHandler)
 {
     const ToolRun run = commit("3:" + model + "|h|2|3");
 
@@ -166,7 +166,7 @@ TEST_F(Actions, AddsAModelFileWithANewHandler)
     expectLive({{"a", {"A"}}, {"h", {"M"}, "2", "3"}}, model + "\n");
 }
 
-TEST_F(Actions, LetsAnAdditionsHandlerTakeOverThePlaceholder)
+TEST_F(Actions, AddWithHandlerTakesOverThePlaceholder)
 {
     given({{"VELDA_OAM_COMPONENT", {}}});
 
@@ -178,7 +178,7 @@ TEST_F(Actions, LetsAnAdditionsHandlerTakeOverThePlaceholder)
     expectLive({{"h", {"M"}, "2", "3"}}, model + "\n");
 }
 
-TEST_F(Actions, FailsToAddAModelThatAnotherHandlerServes)
+TEST_F(Actions, AddWithHandlerFailsForAModelServedByAnother)
 {
     given({{"a", {"M"}}});
 
@@ -189,7 +189,7 @@ TEST_F(Actions, FailsToAddAModelThatAnotherHandlerServes)
     expectLive({{"a", {"M"}}}, "");
 }
 
-TEST_F(Actions, FailsForAnAdditionsTextThatDoesNotSplit)
+TEST_F(Actions, AddWithHandlerFailsWithoutASeparator)
 {
     const ToolRun run = commit("3:" + model);
 
@@ -200,7 +200,7 @@ TEST_F(Actions, FailsForAnAdditionsTextThatDoesNotSplit)
 
 // ---- A removal with a handler ----
 
-TEST_F(Actions, RemovesAModelFileAndItsRootClass)
+TEST_F(Actions, RemoveWithHandlerRemovesTheRootClassToo)
 {
     given({{"a", {"A", "M"}}, {"b", {"M"}}}, model + "\n");
 
@@ -213,7 +213,7 @@ TEST_F(Actions, RemovesAModelFileAndItsRootClass)
     expectLive({{"a", {"A"}}, {"b", {"M"}}}, "");
 }
 
-TEST_F(Actions, FailsToRemoveTheLastRootClassAndKeepsTheListThen)
+TEST_F(Actions, RemoveWithHandlerFailsForTheLastRootClass)
 {
     given({{"a", {"M"}}}, model + "\n");
 
@@ -224,7 +224,7 @@ TEST_F(Actions, FailsToRemoveTheLastRootClassAndKeepsTheListThen)
     expectLive({{"a", {"M"}}}, model + "\n");
 }
 
-TEST_F(Actions, SkipsTheRemovalFromTheListOfAModelFileThatDoesNotExist)
+TEST_F(Actions, RemoveWithHandlerSkipsAMissingModelFile)
 {
     given({{"b", {"M"}}}, "/nonexistent/m.xml\n");
 
@@ -235,7 +235,7 @@ TEST_F(Actions, SkipsTheRemovalFromTheListOfAModelFileThatDoesNotExist)
     expectLive({{"b", {"M"}}}, "/nonexistent/m.xml\n");
 }
 
-TEST_F(Actions, SkipsTheRemovalFromTheListOfAModelFileThatIsNotListed)
+TEST_F(Actions, RemoveWithHandlerSkipsAnUnlistedModelFile)
 {
     given({{"a", {"A", "M"}}});
 
@@ -247,7 +247,7 @@ TEST_F(Actions, SkipsTheRemovalFromTheListOfAModelFileThatIsNotListed)
     expectLive({{"a", {"A"}}}, "");
 }
 
-TEST_F(Actions, FailsForARemovalsTextThatDoesNotSplit)
+TEST_F(Actions, RemoveWithHandlerFailsWithoutASeparator)
 {
     given({{"a", {"A", "M"}}}, model + "\n");
 
@@ -260,7 +260,7 @@ TEST_F(Actions, FailsForARemovalsTextThatDoesNotSplit)
 
 // ---- What is none of these ----
 
-TEST_F(Actions, SkipsAKindItDoesNotKnow)
+TEST_F(Actions, UnknownKindIsSkipped)
 {
     const ToolRun run = commit("7:" + model);
 
@@ -269,7 +269,7 @@ TEST_F(Actions, SkipsAKindItDoesNotKnow)
     expectLive({{"a", {"A"}}}, "");
 }
 
-TEST_F(Actions, FailsWhenItsPathIsEmptyAndItsHandlerKnown)
+TEST_F(Actions, RemoveWithHandlerFailsForAnEmptyPath)
 {
     const ToolRun run = commit("4:|a|1|1");
 
@@ -278,7 +278,7 @@ TEST_F(Actions, FailsWhenItsPathIsEmptyAndItsHandlerKnown)
                                  told("Unable to parse and get the root class name from the model file."), FAILED}));
 }
 
-TEST_F(Actions, EndsTheRunWithStatus70WhenItsPathIsEmptyAndItsHandlerUnknown)
+TEST_F(Actions, RemoveWithUnknownHandlerEndsWith70ForAnEmptyPath)
 {
     const ToolRun run = commit("4:|h|1|1");
 
@@ -288,10 +288,10 @@ TEST_F(Actions, EndsTheRunWithStatus70WhenItsPathIsEmptyAndItsHandlerUnknown)
 }
 
 /// Actions applied to a document, without a session.
-class AppliedAction : public XmlTest
+class Apply : public XmlTest
 {
 protected:
-    AppliedAction()
+    Apply()
     {
         impl.setParser(std::make_unique<CXMLParser>(tool, log.logger()));
         document = parse(configurationOf({{"a", {"A"}}}));
@@ -300,7 +300,7 @@ protected:
     CXMLParser::DocumentPtr document;
 };
 
-TEST_F(AppliedAction, FailsWhenTheListCannotBeWritten)
+TEST_F(Apply, FailsWhenTheListCannotBeWritten)
 {
     putDirectoryAt(framework.list(".tmp"));
 
@@ -310,7 +310,7 @@ TEST_F(AppliedAction, FailsWhenTheListCannotBeWritten)
     EXPECT_EQ(written(), configurationOf({{"a", {"A", "M"}}}));
 }
 
-TEST_F(AppliedAction, SetsComponentNameAndVersionsWhenItHasAHandler)
+TEST_F(Apply, SetsComponentNameAndVersionsWithAHandler)
 {
     for (const CommandQueueEntry& entry :
          std::vector<CommandQueueEntry>{{CmdID::ModelHandler, "h|2|3"},
@@ -326,7 +326,7 @@ TEST_F(AppliedAction, SetsComponentNameAndVersionsWhenItHasAHandler)
     }
 }
 
-TEST_F(AppliedAction, KeepsComponentNameAndVersionsWithoutAHandler)
+TEST_F(Apply, KeepsComponentNameAndVersionsWithoutAHandler)
 {
     for (const CommandQueueEntry& entry : std::vector<CommandQueueEntry>{{CmdID::AddModelFile, "/m|h|2|3"},
                                                                          {CmdID::RemoveModelFile, "/m|h|2|3"},

@@ -29,7 +29,7 @@ protected:
 
 // ---- backupFiles ----
 
-TEST_F(Backups, MakeBothWorkingCopies)
+TEST_F(Backups, BackupFilesMakesBothWorkingCopies)
 {
     EXPECT_TRUE(impl.backupFiles());
 
@@ -43,7 +43,7 @@ TEST_F(Backups, MakeBothWorkingCopies)
     EXPECT_EQ(systemLog.messages(), SILENCE);
 }
 
-TEST_F(Backups, OverwriteEarlierWorkingCopies)
+TEST_F(Backups, BackupFilesOverwritesEarlierWorkingCopies)
 {
     writeFile(framework.configuration(".tmp"), "an earlier and longer one");
     writeFile(framework.list(".tmp"), "an earlier and longer one");
@@ -54,7 +54,7 @@ TEST_F(Backups, OverwriteEarlierWorkingCopies)
     EXPECT_EQ(readFile(framework.list(".tmp")), "list");
 }
 
-TEST_F(Backups, LetTheMissingConfigurationThrowBeforeTheListIsCopied)
+TEST_F(Backups, BackupFilesThrowsWithoutAConfiguration)
 {
     std::filesystem::remove(framework.configuration());
 
@@ -63,7 +63,7 @@ TEST_F(Backups, LetTheMissingConfigurationThrowBeforeTheListIsCopied)
     EXPECT_FALSE(exists(framework.list(".tmp")));
 }
 
-TEST_F(Backups, LetTheMissingListThrowAfterTheConfigurationIsCopied)
+TEST_F(Backups, BackupFilesThrowsWithoutAList)
 {
     std::filesystem::remove(framework.list());
 
@@ -72,14 +72,14 @@ TEST_F(Backups, LetTheMissingListThrowAfterTheConfigurationIsCopied)
     EXPECT_EQ(readFile(framework.configuration(".tmp")), "configuration");
 }
 
-TEST_F(Backups, WorkingCopiesThrowWhenTheDiskDoesNotTakeTheirNames)
+TEST_F(Backups, BackupFilesThrowsWhenTheDirectoryFsyncFails)
 {
     const FailingCall failing("fsync", directoryOf(framework.configuration()), EIO);
 
     EXPECT_THROW(impl.backupFiles(), Poco::WriteFileException);
 }
 
-TEST_F(Backups, WorkingCopyRefusesALinkOfAnotherUser)
+TEST_F(Backups, BackupFilesRefusesALinkOfAnotherUser)
 {
     const std::string target = framework.file("target", "untouched");
     std::filesystem::create_symlink(target, framework.list(".tmp"));
@@ -90,7 +90,7 @@ TEST_F(Backups, WorkingCopyRefusesALinkOfAnotherUser)
     EXPECT_EQ(readFile(target), "untouched");
 }
 
-TEST_F(Backups, WorkingCopyFollowsALinkOfOnesOwn)
+TEST_F(Backups, BackupFilesFollowsALinkOfTheCaller)
 {
     const std::string target = framework.file("target", "untouched");
     std::filesystem::create_symlink(target, framework.list(".tmp"));
@@ -102,7 +102,7 @@ TEST_F(Backups, WorkingCopyFollowsALinkOfOnesOwn)
 
 // ---- cfgBackup ----
 
-TEST_F(Backups, KeepBothFilesForARollback)
+TEST_F(Backups, CfgBackupCopiesBothFiles)
 {
     writeFile(framework.configuration(".bak"), "an earlier and longer one");
 
@@ -115,7 +115,7 @@ TEST_F(Backups, KeepBothFilesForARollback)
     EXPECT_EQ(log.messages(), SILENCE);
 }
 
-TEST_F(Backups, LetATargetThatCannotBeWrittenThrow)
+TEST_F(Backups, CfgBackupThrowsWhenABackupCannotBeWritten)
 {
     putLoopAt(framework.configuration(".bak"));
 
@@ -124,7 +124,7 @@ TEST_F(Backups, LetATargetThatCannotBeWrittenThrow)
     EXPECT_FALSE(exists(framework.list(".bak")));
 }
 
-TEST_F(Backups, BackupThrowsWhenTheDiskDoesNotTakeTheNames)
+TEST_F(Backups, CfgBackupThrowsWhenADirectoryFsyncFails)
 {
     for (const std::string& path : {framework.configuration(), framework.list()})
     {
@@ -134,7 +134,7 @@ TEST_F(Backups, BackupThrowsWhenTheDiskDoesNotTakeTheNames)
     }
 }
 
-TEST_F(Backups, BackupRefusesALinkOfAnotherUser)
+TEST_F(Backups, CfgBackupRefusesALinkOfAnotherUser)
 {
     const std::string target = framework.file("target", "untouched");
     std::filesystem::create_symlink(target, framework.configuration(".bak"));
@@ -147,7 +147,7 @@ TEST_F(Backups, BackupRefusesALinkOfAnotherUser)
 
 // ---- cleanupTmp ----
 
-TEST_F(Backups, CleanUpEverythingOfTheSessionAndKeepTheRest)
+TEST_F(Backups, CleanupTmpRemovesTheSessionsFilesAlone)
 {
     for (const std::string& path : {framework.configuration(".tmp"), framework.list(".tmp"), framework.session(),
                                     framework.lock(), framework.configuration(".bak"), framework.list(".bak")})
@@ -168,7 +168,7 @@ TEST_F(Backups, CleanUpEverythingOfTheSessionAndKeepTheRest)
     EXPECT_EQ(log.messages(), SILENCE);
 }
 
-TEST_F(Backups, CleanUpWhereThereIsNothing)
+TEST_F(Backups, CleanupTmpSucceedsWithoutASession)
 {
     EXPECT_TRUE(impl.cleanupTmp());
 
@@ -176,7 +176,7 @@ TEST_F(Backups, CleanUpWhereThereIsNothing)
     EXPECT_EQ(systemLog.messages(), SILENCE);
 }
 
-TEST_F(Backups, CleanUpWithoutAWordWhenTheDiskDoesNotTakeIt)
+TEST_F(Backups, CleanupTmpIsSilentWhenADirectoryFsyncFails)
 {
     for (const std::string& path : {framework.configuration(), framework.list()})
     {
@@ -190,7 +190,7 @@ TEST_F(Backups, CleanUpWithoutAWordWhenTheDiskDoesNotTakeIt)
     EXPECT_EQ(systemLog.messages(), SILENCE);
 }
 
-TEST_F(Backups, CleanUpTheOthersWhenOneCannotBeRemoved)
+TEST_F(Backups, CleanupTmpRemovesTheOthersWhenOneFails)
 {
     putDirectoryAt(framework.list(".tmp"));
     writeFile(framework.list(".tmp") + "/file", "");
@@ -207,7 +207,7 @@ TEST_F(Backups, CleanUpTheOthersWhenOneCannotBeRemoved)
     EXPECT_EQ(log.messages(), SILENCE);
 }
 
-TEST_F(Backups, CleanUpInTheirOrderUntilSomethingElseThanALibrarysExceptionStopsThem)
+TEST_F(Backups, CleanupTmpStopsAtAnExceptionOfAnotherKind)
 {
     for (const std::string& path :
          {framework.list(".tmp"), framework.session(), framework.lock(), framework.configuration(".tmp")})
@@ -226,30 +226,30 @@ TEST_F(Backups, CleanUpInTheirOrderUntilSomethingElseThanALibrarysExceptionStops
 
 // ---- Checksums ----
 
-TEST_F(Backups, SumAFileByTheStandardCrc32)
+TEST_F(Backups, ChecksumFileComputesTheStandardCrc32)
 {
     EXPECT_EQ(CQorModelToolImpl::checksumFile(framework.file("digits", "123456789")), 0xCBF43926U);
 }
 
-TEST_F(Backups, SumAMissingFileLikeAnEmptyOne)
+TEST_F(Backups, ChecksumFileReturnsZeroForAMissingOrEmptyFile)
 {
     EXPECT_EQ(CQorModelToolImpl::checksumFile(framework.path() + "/missing"), 0U);
     EXPECT_EQ(CQorModelToolImpl::checksumFile(framework.file("empty", "")), 0U);
 }
 
-TEST_F(Backups, SumWhatCannotBeReadLikeAnEmptyFile)
+TEST_F(Backups, ChecksumFileReturnsZeroForADirectory)
 {
     EXPECT_EQ(CQorModelToolImpl::checksumFile(framework.path()), 0U);
 }
 
-TEST_F(Backups, FindTheListEqualToItsWorkingCopy)
+TEST_F(Backups, CrcCheckModelFilesIsTrueForEqualFiles)
 {
     writeFile(framework.list(".tmp"), "list");
 
     EXPECT_TRUE(impl.crcCheckModelFiles());
 }
 
-TEST_F(Backups, FindEmptyListsEqual)
+TEST_F(Backups, CrcCheckModelFilesIsTrueForEmptyFiles)
 {
     writeFile(framework.list(), "");
     writeFile(framework.list(".tmp"), "");
@@ -257,14 +257,14 @@ TEST_F(Backups, FindEmptyListsEqual)
     EXPECT_TRUE(impl.crcCheckModelFiles());
 }
 
-TEST_F(Backups, FindAListThatDiffersInOneByte)
+TEST_F(Backups, CrcCheckModelFilesIsFalseForOneChangedByte)
 {
     writeFile(framework.list(".tmp"), "lisT");
 
     EXPECT_FALSE(impl.crcCheckModelFiles());
 }
 
-TEST_F(Backups, CompareFindsAWorkingCopyThatIsALinkOfAnotherUserDifferent)
+TEST_F(Backups, CrcCheckModelFilesIsFalseForALinkOfAnotherUser)
 {
     std::filesystem::create_symlink(framework.list(), framework.list(".tmp"));
     EXPECT_TRUE(impl.crcCheckModelFiles());
@@ -273,21 +273,21 @@ TEST_F(Backups, CompareFindsAWorkingCopyThatIsALinkOfAnotherUserDifferent)
     EXPECT_FALSE(impl.crcCheckModelFiles());
 }
 
-TEST_F(Backups, FindTheConfigurationEqualToItsWorkingCopy)
+TEST_F(Backups, CrcCheckQORFilesIsTrueForEqualFiles)
 {
     writeFile(framework.configuration(".tmp"), "configuration");
 
     EXPECT_TRUE(impl.crcCheckQORFiles());
 }
 
-TEST_F(Backups, FindAConfigurationThatDiffersInOneByte)
+TEST_F(Backups, CrcCheckQORFilesIsFalseForOneChangedByte)
 {
     writeFile(framework.configuration(".tmp"), "configuratioN");
 
     EXPECT_FALSE(impl.crcCheckQORFiles());
 }
 
-TEST_F(Backups, FindEmptyConfigurationsEqual)
+TEST_F(Backups, CrcCheckQORFilesIsTrueForEmptyFiles)
 {
     writeFile(framework.configuration(), "");
     writeFile(framework.configuration(".tmp"), "");
@@ -295,7 +295,7 @@ TEST_F(Backups, FindEmptyConfigurationsEqual)
     EXPECT_TRUE(impl.crcCheckQORFiles());
 }
 
-TEST_F(Backups, CompareFindsAFileThatCannotBeReadToItsEndDifferent)
+TEST_F(Backups, CrcCheckQORFilesIsFalseWhenAReadFails)
 {
     writeFile(framework.configuration(), std::string(300000, 'x'));
     writeFile(framework.configuration(".tmp"), "");
@@ -304,7 +304,7 @@ TEST_F(Backups, CompareFindsAFileThatCannotBeReadToItsEndDifferent)
     EXPECT_FALSE(impl.crcCheckQORFiles());
 }
 
-TEST_F(Backups, CompareFindsAFileThatCannotBeOpenedDifferent)
+TEST_F(Backups, CrcCheckModelFilesIsFalseWhenAnOpenFails)
 {
     writeFile(framework.list(), "");
     writeFile(framework.list(".tmp"), "");
@@ -313,7 +313,7 @@ TEST_F(Backups, CompareFindsAFileThatCannotBeOpenedDifferent)
     EXPECT_FALSE(impl.crcCheckModelFiles());
 }
 
-TEST_F(Backups, CompareReadsTheLiveFileBeforeItsWorkingCopy)
+TEST_F(Backups, CrcChecksReadTheLiveFileFirst)
 {
     for (const std::string& path :
          {framework.list(), framework.list(".tmp"), framework.configuration(), framework.configuration(".tmp")})
@@ -330,7 +330,7 @@ TEST_F(Backups, CompareReadsTheLiveFileBeforeItsWorkingCopy)
                                               {LOG_INFO, "Unable to load file " + framework.configuration(".tmp")}}));
 }
 
-TEST_F(Backups, FindAMissingWorkingCopyDifferentUnlessTheLiveFileIsEmpty)
+TEST_F(Backups, CrcChecksTreatAMissingWorkingCopyAsEmpty)
 {
     EXPECT_FALSE(impl.crcCheckModelFiles());
     EXPECT_FALSE(impl.crcCheckQORFiles());

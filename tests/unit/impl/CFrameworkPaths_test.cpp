@@ -8,12 +8,12 @@ namespace QMT::Test
 namespace
 {
 
-TEST(FrameworkPaths, NameTheModelDirectoryWithASlashAtItsEnd)
+TEST(FrameworkPaths, ModelDirectoryEndsWithASlash)
 {
     EXPECT_EQ(CFrameworkPaths("/qor").modelDirectory(), "/qor/etc/model/");
 }
 
-TEST(FrameworkPaths, NameTheConfiguration)
+TEST(FrameworkPaths, ConfigurationNamesItsThreeFiles)
 {
     const CFrameworkPaths paths("/qor");
 
@@ -22,7 +22,7 @@ TEST(FrameworkPaths, NameTheConfiguration)
     EXPECT_EQ(paths.configuration().backup, "/qor/etc/qor.cfg.bak");
 }
 
-TEST(FrameworkPaths, NameTheModelFileList)
+TEST(FrameworkPaths, ModelFileListNamesItsThreeFiles)
 {
     const CFrameworkPaths paths("/qor");
 
@@ -31,7 +31,7 @@ TEST(FrameworkPaths, NameTheModelFileList)
     EXPECT_EQ(paths.modelFileList().backup, "/qor/etc/model/model_file_list.cfg.bak");
 }
 
-TEST(FrameworkPaths, NameTheFilesOfTheSession)
+TEST(FrameworkPaths, SessionFileAndLockFileAreInTheModelDirectory)
 {
     const CFrameworkPaths paths("/qor");
 
@@ -39,7 +39,7 @@ TEST(FrameworkPaths, NameTheFilesOfTheSession)
     EXPECT_EQ(paths.lockFile(), "/qor/etc/model/qor_mim_tool.lock");
 }
 
-TEST(FrameworkPaths, AreTheSameWithATrailingSlash)
+TEST(FrameworkPaths, PathsIgnoreATrailingSlash)
 {
     const CFrameworkPaths paths("/qor/");
 
@@ -48,18 +48,18 @@ TEST(FrameworkPaths, AreTheSameWithATrailingSlash)
     EXPECT_EQ(paths.lockFile(), "/qor/etc/model/qor_mim_tool.lock");
 }
 
-TEST(FrameworkPaths, AreRelativeToAnEmptyFrameworkDirectory)
+TEST(FrameworkPaths, ConfigurationIsRelativeToAnEmptyDirectory)
 {
     EXPECT_EQ(CFrameworkPaths("").configuration().live, "etc/qor.cfg");
 }
 
-TEST(FrameworkPaths, TellTheValidatorTheListWithASlashOfTheirOwn)
+TEST(FrameworkPaths, ModelFileListArgumentAddsItsOwnSlash)
 {
     EXPECT_EQ(CFrameworkPaths("/qor").modelFileListArgument(), "/qor/etc/model/model_file_list.cfg");
     EXPECT_EQ(CFrameworkPaths("/qor/").modelFileListArgument(), "/qor//etc/model/model_file_list.cfg");
 }
 
-TEST(FrameworkPaths, KnowTheFixedPlaces)
+TEST(FrameworkPaths, FixedPathsAreThoseOfTheInstallation)
 {
     EXPECT_EQ(CFrameworkPaths::DEFAULT_QOR_PATH, "/opt/qor/");
     EXPECT_EQ(CFrameworkPaths::AGENT, "/opt/qor/qorea/bin/qorea");

@@ -13,7 +13,7 @@ class Implementation : public ImplTest
 {
 };
 
-TEST_F(Implementation, BeginsWithNothingAskedFor)
+TEST_F(Implementation, ConstructorLeavesTheRequestEmpty)
 {
     const CQorModelToolImpl fresh(log.logger());
 
@@ -32,7 +32,7 @@ TEST_F(Implementation, BeginsWithNothingAskedFor)
     EXPECT_EQ(request.modelHandler, "");
 }
 
-TEST_F(Implementation, BeginsWithBothVersionsAtOneAndEverythingElseEmpty)
+TEST_F(Implementation, ConstructorSetsBothVersionsToOne)
 {
     CQorModelToolImpl fresh(log.logger());
 
@@ -44,7 +44,7 @@ TEST_F(Implementation, BeginsWithBothVersionsAtOneAndEverythingElseEmpty)
     EXPECT_EQ(fresh.parser(), nullptr);
 }
 
-TEST_F(Implementation, KeepsTheNumbersOfTheKindsAndTheirWidth)
+TEST_F(Implementation, KindNumbersAndWidthStayFixed)
 {
     static_assert(std::is_same_v<std::underlying_type_t<CmdID>, std::int32_t>);
     EXPECT_EQ(static_cast<int>(CmdID::AddModelFile), 0);
@@ -54,14 +54,14 @@ TEST_F(Implementation, KeepsTheNumbersOfTheKindsAndTheirWidth)
     EXPECT_EQ(static_cast<int>(CmdID::RemoveModelFileWithHandler), 4);
 }
 
-TEST_F(Implementation, SharesOneRequestWithReadersAndWriters)
+TEST_F(Implementation, RequestIsTheSameForReadersAndWriters)
 {
     impl.request().modelFile = "/m/a.xml";
 
     EXPECT_EQ(static_cast<const CQorModelToolImpl&>(impl).request().modelFile, "/m/a.xml");
 }
 
-TEST_F(Implementation, TakesOverADocumentEditorAndLetsTheOneBeforeGo)
+TEST_F(Implementation, SetParserReplacesTheEditor)
 {
     CQorModelTool tool(&impl, log.logger());
     auto first = std::make_unique<CXMLParser>(tool, log.logger());

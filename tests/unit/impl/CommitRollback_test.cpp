@@ -53,7 +53,7 @@ protected:
 
 // ---- commitCompleted ----
 
-TEST_F(CommitRollback, MakesTheWorkingCopiesLiveAndEndsTheSession)
+TEST_F(CommitRollback, CommitCompletedInstallsAndEndsTheSession)
 {
     makeSession();
     makeBackups();
@@ -70,7 +70,7 @@ TEST_F(CommitRollback, MakesTheWorkingCopiesLiveAndEndsTheSession)
     EXPECT_EQ(systemLog.messages(), SILENCE);
 }
 
-TEST_F(CommitRollback, HoldsSignalsBackWhileItMakesTheWorkingCopiesLive)
+TEST_F(CommitRollback, CommitCompletedBlocksSignals)
 {
     makeSession();
     const OpenedFiles files;
@@ -82,7 +82,7 @@ TEST_F(CommitRollback, HoldsSignalsBackWhileItMakesTheWorkingCopiesLive)
     EXPECT_FALSE(OpenedFiles::areSignalsHeld());
 }
 
-TEST_F(CommitRollback, LeavesOwnersAndModesToTheMoves)
+TEST_F(CommitRollback, CommitCompletedSetsNoOwnersOrModes)
 {
     makeSession();
     const FakeOwnership ownership;
@@ -92,7 +92,7 @@ TEST_F(CommitRollback, LeavesOwnersAndModesToTheMoves)
     EXPECT_EQ(ownership.calls(), Calls());
 }
 
-TEST_F(CommitRollback, GivesInstalledFilesTheirGroupAndModeWhenToldTo)
+TEST_F(CommitRollback, AdjustOwnershipSetsGroupAndModeOnCommit)
 {
     makeSession();
     const FakeOwnership ownership;
@@ -106,7 +106,7 @@ TEST_F(CommitRollback, GivesInstalledFilesTheirGroupAndModeWhenToldTo)
                      "chmod " + framework.configuration() + " 0660"}));
 }
 
-TEST_F(CommitRollback, GoesOnWhenGroupsAndModesCannotBeSet)
+TEST_F(CommitRollback, AdjustOwnershipFailuresDoNotStopACommit)
 {
     makeSession();
     const FakeOwnership refusing(-1);
@@ -125,7 +125,7 @@ TEST_F(CommitRollback, GoesOnWhenGroupsAndModesCannotBeSet)
     EXPECT_EQ(log.messages(), SILENCE);
 }
 
-TEST_F(CommitRollback, StopsWithNoLiveListWhenTheWorkingCopyOfTheListIsMissing)
+TEST_F(CommitRollback, CommitCompletedStopsWithoutAWorkingList)
 {
     makeSession();
     std::filesystem::remove(framework.list(".tmp"));
@@ -141,7 +141,7 @@ TEST_F(CommitRollback, StopsWithNoLiveListWhenTheWorkingCopyOfTheListIsMissing)
     EXPECT_FALSE(impl.rollBack());
 }
 
-TEST_F(CommitRollback, StopsWithTheListInstalledWhenTheWorkingCopyOfTheConfigurationIsMissing)
+TEST_F(CommitRollback, CommitCompletedStopsWithoutAWorkingConfig)
 {
     makeSession();
     std::filesystem::remove(framework.configuration(".tmp"));
@@ -155,7 +155,7 @@ TEST_F(CommitRollback, StopsWithTheListInstalledWhenTheWorkingCopyOfTheConfigura
     EXPECT_TRUE(exists(framework.lock()));
 }
 
-TEST_F(CommitRollback, CommitStopsWhenTheDiskDoesNotTakeTheInstalledList)
+TEST_F(CommitRollback, CommitCompletedStopsWhenTheListSyncFails)
 {
     makeSession();
     const FailingCall failing("fsync", directoryOf(framework.list()), EIO);
@@ -167,7 +167,7 @@ TEST_F(CommitRollback, CommitStopsWhenTheDiskDoesNotTakeTheInstalledList)
     EXPECT_TRUE(exists(framework.lock()));
 }
 
-TEST_F(CommitRollback, CommitKeepsTheSessionWhenTheDiskDoesNotTakeTheConfiguration)
+TEST_F(CommitRollback, CommitCompletedStopsWhenTheConfigSyncFails)
 {
     makeSession();
     const FailingCall failing("fsync", directoryOf(framework.configuration()), EIO);
@@ -179,7 +179,7 @@ TEST_F(CommitRollback, CommitKeepsTheSessionWhenTheDiskDoesNotTakeTheConfigurati
     EXPECT_TRUE(exists(framework.lock()));
 }
 
-TEST_F(CommitRollback, CommitThrowsWhenTheDiskDoesNotTakeTheEndOfTheSession)
+TEST_F(CommitRollback, CommitCompletedThrowsWhenTheLastSyncFails)
 {
     makeSession();
     const FailingCall failing("fsync", directoryOf(framework.lock()), EIO, 1);
@@ -190,7 +190,7 @@ TEST_F(CommitRollback, CommitThrowsWhenTheDiskDoesNotTakeTheEndOfTheSession)
     EXPECT_FALSE(exists(framework.lock()));
 }
 
-TEST_F(CommitRollback, CommitInstallsWhereDirectoriesCannotBeSynced)
+TEST_F(CommitRollback, CommitCompletedSucceedsWhereSyncIsUnsupported)
 {
     makeSession();
     const FailingCall failing("fsync", directoryOf(framework.list()), EINVAL);
@@ -201,7 +201,7 @@ TEST_F(CommitRollback, CommitInstallsWhereDirectoriesCannotBeSynced)
     framework.expectLive("new configuration", "new list");
 }
 
-TEST_F(CommitRollback, CommitRefusesLinksOfAnotherUserBeforeItReplacesAnything)
+TEST_F(CommitRollback, CommitCompletedRefusesLinksOfAnotherUser)
 {
     for (const std::string& path : {framework.list(".bak"), framework.list(".tmp"), framework.configuration(".bak"),
                                     framework.configuration(".tmp")})
@@ -220,7 +220,7 @@ TEST_F(CommitRollback, CommitRefusesLinksOfAnotherUserBeforeItReplacesAnything)
     }
 }
 
-TEST_F(CommitRollback, KeepsTheLockWhenThereIsNoSessionFileToRemove)
+TEST_F(CommitRollback, CommitCompletedThrowsWithoutASessionFile)
 {
     makeSession();
     std::filesystem::remove(framework.session());
@@ -233,7 +233,7 @@ TEST_F(CommitRollback, KeepsTheLockWhenThereIsNoSessionFileToRemove)
 
 // ---- rollBack ----
 
-TEST_F(CommitRollback, PutsTheBackupsBack)
+TEST_F(CommitRollback, RollBackRestoresTheBackups)
 {
     makeBackups();
 
@@ -246,7 +246,7 @@ TEST_F(CommitRollback, PutsTheBackupsBack)
     EXPECT_EQ(systemLog.messages(), SILENCE);
 }
 
-TEST_F(CommitRollback, HoldsSignalsBackWhileItPutsTheBackupsBack)
+TEST_F(CommitRollback, RollBackBlocksSignals)
 {
     makeBackups();
     const OpenedFiles files;
@@ -258,7 +258,7 @@ TEST_F(CommitRollback, HoldsSignalsBackWhileItPutsTheBackupsBack)
     EXPECT_FALSE(OpenedFiles::areSignalsHeld());
 }
 
-TEST_F(CommitRollback, ChangesNothingWhileASessionIsOpen)
+TEST_F(CommitRollback, RollBackChangesNothingInAnOpenSession)
 {
     makeBackups();
     writeFile(framework.lock(), "other-host");
@@ -269,7 +269,7 @@ TEST_F(CommitRollback, ChangesNothingWhileASessionIsOpen)
     framework.expectBackups("old configuration", "old list");
 }
 
-TEST_F(CommitRollback, ChangesNothingWithoutABackupOfTheList)
+TEST_F(CommitRollback, RollBackChangesNothingWithoutAListBackup)
 {
     writeFile(framework.configuration(".bak"), "old configuration");
 
@@ -279,7 +279,7 @@ TEST_F(CommitRollback, ChangesNothingWithoutABackupOfTheList)
     EXPECT_EQ(readFile(framework.configuration(".bak")), "old configuration");
 }
 
-TEST_F(CommitRollback, PutsTheListAloneBackWhenItsBackupIsTheOnlyOne)
+TEST_F(CommitRollback, RollBackRestoresTheListAlone)
 {
     writeFile(framework.list(".bak"), "old list");
 
@@ -289,7 +289,7 @@ TEST_F(CommitRollback, PutsTheListAloneBackWhenItsBackupIsTheOnlyOne)
     EXPECT_FALSE(exists(framework.list(".bak")));
 }
 
-TEST_F(CommitRollback, FailsAndChangesNothingWithoutALiveList)
+TEST_F(CommitRollback, RollBackFailsWithoutALiveList)
 {
     makeBackups();
     std::filesystem::remove(framework.list());
@@ -300,7 +300,7 @@ TEST_F(CommitRollback, FailsAndChangesNothingWithoutALiveList)
     framework.expectBackups("old configuration", "old list");
 }
 
-TEST_F(CommitRollback, RollBackStopsWhenTheDiskDoesNotTakeTheList)
+TEST_F(CommitRollback, RollBackStopsWhenTheListSyncFails)
 {
     makeBackups();
     const FailingCall failing("fsync", directoryOf(framework.list()), EIO);
@@ -311,7 +311,7 @@ TEST_F(CommitRollback, RollBackStopsWhenTheDiskDoesNotTakeTheList)
     EXPECT_EQ(readFile(framework.configuration(".bak")), "old configuration");
 }
 
-TEST_F(CommitRollback, RollBackThrowsWhenTheDiskDoesNotTakeTheConfiguration)
+TEST_F(CommitRollback, RollBackThrowsWhenTheConfigSyncFails)
 {
     makeBackups();
     const FailingCall failing("fsync", directoryOf(framework.configuration()), EIO);
@@ -321,7 +321,7 @@ TEST_F(CommitRollback, RollBackThrowsWhenTheDiskDoesNotTakeTheConfiguration)
     framework.expectLive("old configuration", "old list");
 }
 
-TEST_F(CommitRollback, RollBackRefusesBackupsThatAreLinksOfAnotherUser)
+TEST_F(CommitRollback, RollBackRefusesLinksOfAnotherUser)
 {
     for (const std::string& path : {framework.list(".bak"), framework.configuration(".bak")})
     {
@@ -337,7 +337,7 @@ TEST_F(CommitRollback, RollBackRefusesBackupsThatAreLinksOfAnotherUser)
     }
 }
 
-TEST_F(CommitRollback, AdjustsTheBackupsPathInsteadOfTheConfigurationPutBack)
+TEST_F(CommitRollback, AdjustOwnershipUsesTheBackupsPathOnRollBack)
 {
     makeBackups();
     const FakeOwnership ownership;
@@ -351,7 +351,7 @@ TEST_F(CommitRollback, AdjustsTheBackupsPathInsteadOfTheConfigurationPutBack)
                      "chmod " + framework.configuration(".bak") + " 0660"}));
 }
 
-TEST_F(CommitRollback, ReportsThatTheBackupIsGoneWhenItAdjustsIt)
+TEST_F(CommitRollback, AdjustOwnershipReportsTheMissingBackup)
 {
     makeBackups();
     impl.adjustOwnership(::getegid());
@@ -365,7 +365,7 @@ TEST_F(CommitRollback, ReportsThatTheBackupIsGoneWhenItAdjustsIt)
     EXPECT_EQ(log.messages(), SILENCE);
 }
 
-TEST_F(CommitRollback, RollBackThrowsWhenTheLockCannotBeLookedAt)
+TEST_F(CommitRollback, RollBackThrowsWhenTheLockStatFails)
 {
     makeBackups();
     const FailingCall failing("stat", framework.lock(), EIO);
@@ -382,7 +382,7 @@ TEST_F(CommitRollback, RollBackThrowsWhenTheLockCannotBeLookedAt)
     framework.expectBackups("old configuration", "old list");
 }
 
-TEST_F(CommitRollback, RollBackTakesAListThatCannotBeLookedAtForMissing)
+TEST_F(CommitRollback, RollBackFailsWhenTheListStatFails)
 {
     makeBackups();
     const FailingCall failing("stat", framework.list(), EIO);
@@ -390,7 +390,7 @@ TEST_F(CommitRollback, RollBackTakesAListThatCannotBeLookedAtForMissing)
     EXPECT_FALSE(impl.rollBack());
 }
 
-TEST_F(CommitRollback, RollBackTakesAListBackupThatCannotBeLookedAtForMissing)
+TEST_F(CommitRollback, RollBackChangesNothingWhenTheBackupStatFails)
 {
     makeBackups();
     const FailingCall failing("stat", framework.list(".bak"), EIO);
@@ -400,7 +400,7 @@ TEST_F(CommitRollback, RollBackTakesAListBackupThatCannotBeLookedAtForMissing)
     framework.expectLive("live configuration", "live list");
 }
 
-TEST_F(CommitRollback, StopsWhenItCannotTellWhetherThereIsABackupOfTheConfiguration)
+TEST_F(CommitRollback, RollBackThrowsWhenTheConfigBackupStatFails)
 {
     makeBackups();
     const FailingCall failing("stat", framework.configuration(".bak"), EACCES);
@@ -408,7 +408,7 @@ TEST_F(CommitRollback, StopsWhenItCannotTellWhetherThereIsABackupOfTheConfigurat
     EXPECT_THROW(impl.rollBack(), Poco::FileException);
 }
 
-TEST_F(CommitRollback, RollBackKeepsTheBackupOfAFileThatMayBeLost)
+TEST_F(CommitRollback, RollBackKeepsTheBackupsWhenTheSyncFails)
 {
     makeBackups();
     const FailingCall failing("fsync", directoryOf(framework.list()), EIO);
@@ -420,7 +420,7 @@ TEST_F(CommitRollback, RollBackKeepsTheBackupOfAFileThatMayBeLost)
 
 // ---- modifyFilePermissions, modifyFileOwnerAndGroup ----
 
-TEST_F(CommitRollback, SetsTheModeOfAFile)
+TEST_F(CommitRollback, ModifyFilePermissionsSetsTheMode)
 {
     CQorModelToolImpl::modifyFilePermissions(Poco::Path(framework.list()), 0640);
 
@@ -430,7 +430,7 @@ TEST_F(CommitRollback, SetsTheModeOfAFile)
     EXPECT_EQ(systemLog.messages(), SILENCE);
 }
 
-TEST_F(CommitRollback, ReportsAModeThatCannotBeSetToTheSystemLogAlone)
+TEST_F(CommitRollback, ModifyFilePermissionsReportsToTheSystemLog)
 {
     CQorModelToolImpl::modifyFilePermissions(Poco::Path("/nonexistent/%s"), 0640);
 
@@ -439,7 +439,7 @@ TEST_F(CommitRollback, ReportsAModeThatCannotBeSetToTheSystemLogAlone)
     EXPECT_EQ(log.messages(), SILENCE);
 }
 
-TEST_F(CommitRollback, SetsOwnerAndGroupOfAFile)
+TEST_F(CommitRollback, ModifyFileOwnerAndGroupSetsBoth)
 {
     const FakeOwnership ownership;
 
@@ -449,7 +449,7 @@ TEST_F(CommitRollback, SetsOwnerAndGroupOfAFile)
     EXPECT_EQ(systemLog.messages(), SILENCE);
 }
 
-TEST_F(CommitRollback, ReportsAGroupThatCannotBeSetToTheSystemLogAlone)
+TEST_F(CommitRollback, ModifyFileOwnerAndGroupReportsToTheSystemLog)
 {
     CQorModelToolImpl::modifyFileOwnerAndGroup(Poco::Path("/nonexistent/%s"), UNCHANGED, ::getegid());
 

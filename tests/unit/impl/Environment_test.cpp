@@ -51,14 +51,14 @@ protected:
 
 // ---- QorEa ----
 
-TEST_F(Environment, SerializesArgumentsWithSingleBlanks)
+TEST_F(Environment, SerializeJoinsWithSingleBlanks)
 {
     EXPECT_EQ(QorEa().serialize({"pso", "config", ""}), "pso config ");
     EXPECT_EQ(QorEa().serialize({"pso"}), "pso");
     EXPECT_EQ(QorEa().serialize({}), "");
 }
 
-TEST_F(Environment, AsksTheAgentForThePsoConfiguration)
+TEST_F(Environment, AgentRunsWithPsoConfig)
 {
     installation->setAgent("echo \"$0 $# $*\"");
     std::string answer;
@@ -68,7 +68,7 @@ TEST_F(Environment, AsksTheAgentForThePsoConfiguration)
     EXPECT_EQ(answer, installation->path("qorea/bin/qorea") + " 2 pso config");
 }
 
-TEST_F(Environment, StripsBlanksTabsAndLineFeedsFromTheEndOfTheAnswer)
+TEST_F(Environment, AgentAnswerLosesTrailingBlanksTabsAndNewlines)
 {
     installation->setAgent("printf ' /a b\\n\\t \\n'");
     std::string answer;
@@ -78,7 +78,7 @@ TEST_F(Environment, StripsBlanksTabsAndLineFeedsFromTheEndOfTheAnswer)
     EXPECT_EQ(answer, " /a b");
 }
 
-TEST_F(Environment, KeepsACarriageReturnAtTheEndOfTheAnswer)
+TEST_F(Environment, AgentAnswerKeepsATrailingCarriageReturn)
 {
     installation->setAgent("printf '/a\\r\\n'");
     std::string answer;
@@ -88,7 +88,7 @@ TEST_F(Environment, KeepsACarriageReturnAtTheEndOfTheAnswer)
     EXPECT_EQ(answer, "/a\r");
 }
 
-TEST_F(Environment, KeepsEveryOtherSignAtTheEndOfTheAnswer)
+TEST_F(Environment, AgentAnswerKeepsOtherTrailingCharacters)
 {
     installation->setAgent("printf '/a~\\n'");
     std::string answer;
@@ -98,7 +98,7 @@ TEST_F(Environment, KeepsEveryOtherSignAtTheEndOfTheAnswer)
     EXPECT_EQ(answer, "/a~");
 }
 
-TEST_F(Environment, KeepsAnAnswerOfNothingButBlanks)
+TEST_F(Environment, AgentAnswerOfBlanksStaysWhole)
 {
     installation->setAgent("printf ' \\t\\n'");
     std::string answer;
@@ -108,7 +108,7 @@ TEST_F(Environment, KeepsAnAnswerOfNothingButBlanks)
     EXPECT_EQ(answer, " \t\n");
 }
 
-TEST_F(Environment, TakesWhatTheAgentWritesToStandardErrorForAnAnswerToo)
+TEST_F(Environment, AgentAnswerIncludesStandardError)
 {
     installation->setAgent("printf /a; printf b >&2");
     std::string answer;
@@ -118,7 +118,7 @@ TEST_F(Environment, TakesWhatTheAgentWritesToStandardErrorForAnAnswerToo)
     EXPECT_EQ(answer, "/ab");
 }
 
-TEST_F(Environment, ThrowsWhenTheAgentFailsAndKeepsWhatItSaid)
+TEST_F(Environment, AgentFailureThrowsAndKeepsTheOutput)
 {
     installation->setAgent("echo sorry; exit 9");
     std::string answer;
@@ -135,7 +135,7 @@ TEST_F(Environment, ThrowsWhenTheAgentFailsAndKeepsWhatItSaid)
     EXPECT_EQ(answer, "sorry\n");
 }
 
-TEST_F(Environment, ThrowsWhenThereIsNoAgent)
+TEST_F(Environment, AgentThatIsMissingThrows)
 {
     std::string answer;
 
@@ -144,7 +144,7 @@ TEST_F(Environment, ThrowsWhenThereIsNoAgent)
 
 // ---- getEnvDir ----
 
-TEST_F(Environment, UsesTheAgentsDirectoryBeforeAllOthers)
+TEST_F(Environment, GetEnvDirPrefersTheAgent)
 {
     installation->setAgent("echo " + framework.path());
     installation->setEnvironmentFile("/\n");
@@ -157,7 +157,7 @@ TEST_F(Environment, UsesTheAgentsDirectoryBeforeAllOthers)
     EXPECT_EQ(log.messages(), usingPath(framework.path()));
 }
 
-TEST_F(Environment, AsksNobodyElseWhenTheAgentNamesAMissingDirectory)
+TEST_F(Environment, GetEnvDirFailsForAMissingDirectoryOfTheAgent)
 {
     installation->setAgent("echo /nonexistent");
     installation->setEnvironmentFile(framework.path() + "\n");
@@ -169,7 +169,7 @@ TEST_F(Environment, AsksNobodyElseWhenTheAgentNamesAMissingDirectory)
     EXPECT_EQ(log.messages(), SILENCE);
 }
 
-TEST_F(Environment, GoesOnWhenTheAgentSaysNothing)
+TEST_F(Environment, GetEnvDirSkipsASilentAgent)
 {
     installation->setAgent("true");
     ::setenv("QORPATH", "/elsewhere", 1);
@@ -181,7 +181,7 @@ TEST_F(Environment, GoesOnWhenTheAgentSaysNothing)
     EXPECT_EQ(log.messages(), (Messages{{Message::PRIO_INFORMATION, "Assertion violation"}}));
 }
 
-TEST_F(Environment, FailsWhenTheAgentSaysNothingButBlanks)
+TEST_F(Environment, GetEnvDirFailsForAnAgentAnswerOfBlanks)
 {
     installation->setAgent("echo; echo ' '");
     ::setenv("QORPATH", "/elsewhere", 1);
@@ -190,7 +190,7 @@ TEST_F(Environment, FailsWhenTheAgentSaysNothingButBlanks)
     EXPECT_FALSE(impl.getEnvDir(dir));
 }
 
-TEST_F(Environment, TakesQorpathUncheckedWhenTheAgentFails)
+TEST_F(Environment, GetEnvDirUsesQorpathUnchecked)
 {
     installation->setAgent("echo /; exit 1");
     ::setenv("QORPATH", "/nonexistent/framework", 1);
@@ -201,7 +201,7 @@ TEST_F(Environment, TakesQorpathUncheckedWhenTheAgentFails)
     EXPECT_EQ(log.messages(), AGENT_FAILED);
 }
 
-TEST_F(Environment, TakesAnEmptyQorpath)
+TEST_F(Environment, GetEnvDirAcceptsAnEmptyQorpath)
 {
     ::setenv("QORPATH", "", 1);
 
@@ -211,7 +211,7 @@ TEST_F(Environment, TakesAnEmptyQorpath)
     EXPECT_EQ(log.messages(), AGENT_FAILED);
 }
 
-TEST_F(Environment, PrefersQorpathToTheEnvironmentFile)
+TEST_F(Environment, GetEnvDirPrefersQorpathToTheFile)
 {
     installation->setEnvironmentFile("/\n");
     ::setenv("QORPATH", "/elsewhere", 1);
@@ -221,7 +221,7 @@ TEST_F(Environment, PrefersQorpathToTheEnvironmentFile)
     EXPECT_EQ(dir, "/elsewhere");
 }
 
-TEST_F(Environment, UsesTheFirstLineOfTheEnvironmentFile)
+TEST_F(Environment, GetEnvDirUsesTheFirstLineOfTheFile)
 {
     installation->setEnvironmentFile(framework.path() + "\n/second\n");
 
@@ -231,7 +231,7 @@ TEST_F(Environment, UsesTheFirstLineOfTheEnvironmentFile)
     EXPECT_EQ(log.messages(), AGENT_FAILED + usingPath(framework.path()));
 }
 
-TEST_F(Environment, UsesAnEnvironmentFileWithoutALineEnd)
+TEST_F(Environment, GetEnvDirReadsAFileWithoutANewline)
 {
     installation->setEnvironmentFile(framework.path());
 
@@ -240,7 +240,7 @@ TEST_F(Environment, UsesAnEnvironmentFileWithoutALineEnd)
     EXPECT_EQ(dir, framework.path());
 }
 
-TEST_F(Environment, FailsWhenTheEnvironmentFileNamesAMissingDirectory)
+TEST_F(Environment, GetEnvDirFailsForAMissingDirectoryInTheFile)
 {
     installation->setEnvironmentFile("/nonexistent\n");
 
@@ -249,7 +249,7 @@ TEST_F(Environment, FailsWhenTheEnvironmentFileNamesAMissingDirectory)
     EXPECT_EQ(log.messages(), AGENT_FAILED);
 }
 
-TEST_F(Environment, KeepsTheDirectoryWhenTheEnvironmentFileIsEmpty)
+TEST_F(Environment, GetEnvDirKeepsTheDirectoryForAnEmptyFile)
 {
     installation->setEnvironmentFile("");
     dir.clear();
@@ -260,7 +260,7 @@ TEST_F(Environment, KeepsTheDirectoryWhenTheEnvironmentFileIsEmpty)
     EXPECT_EQ(log.messages(), AGENT_FAILED);
 }
 
-TEST_F(Environment, KeepsWhatTheFailedAgentSaidWhenTheEnvironmentFileBeginsWithAnEmptyLine)
+TEST_F(Environment, GetEnvDirKeepsAgentOutputForAnEmptyFirstLine)
 {
     installation->setAgent("echo /said; exit 1");
     installation->setEnvironmentFile("\n/second\n");
@@ -272,7 +272,7 @@ TEST_F(Environment, KeepsWhatTheFailedAgentSaidWhenTheEnvironmentFileBeginsWithA
     EXPECT_EQ(log.messages(), AGENT_FAILED);
 }
 
-TEST_F(Environment, ReadsALineOf255Characters)
+TEST_F(Environment, GetEnvDirReadsALineOf255Characters)
 {
     const std::string name = framework.path() + std::string(255 - framework.path().size(), '/');
     installation->setEnvironmentFile(name + "\n");
@@ -282,7 +282,7 @@ TEST_F(Environment, ReadsALineOf255Characters)
     EXPECT_EQ(dir, name);
 }
 
-TEST_F(Environment, CutsALongerLineOff)
+TEST_F(Environment, GetEnvDirTruncatesALongerLine)
 {
     const std::string name = framework.path() + std::string(255 - framework.path().size(), '/');
     installation->setEnvironmentFile(name + "nonexistent\n");
@@ -292,7 +292,7 @@ TEST_F(Environment, CutsALongerLineOff)
     EXPECT_EQ(dir, name);
 }
 
-TEST_F(Environment, FailsSilentlyWhenTheEnvironmentFileCannotBeOpened)
+TEST_F(Environment, GetEnvDirFailsWhenTheFileCannotBeOpened)
 {
     putSocketAt(installation->path("qor.env"));
 
@@ -301,7 +301,7 @@ TEST_F(Environment, FailsSilentlyWhenTheEnvironmentFileCannotBeOpened)
     EXPECT_EQ(log.messages(), AGENT_FAILED);
 }
 
-TEST_F(Environment, TakesAnEnvironmentFileThatCannotBeExaminedForMissing)
+TEST_F(Environment, GetEnvDirTreatsALinkLoopAsNoFile)
 {
     putLoopAt(installation->path("qor.env"));
 
@@ -310,7 +310,7 @@ TEST_F(Environment, TakesAnEnvironmentFileThatCannotBeExaminedForMissing)
     EXPECT_EQ(dir, "/opt/qor/");
 }
 
-TEST_F(Environment, FailsSilentlyWhenTheEnvironmentFileIsADirectory)
+TEST_F(Environment, GetEnvDirFailsWhenTheFileIsADirectory)
 {
     putDirectoryAt(installation->path("qor.env"));
 
@@ -319,7 +319,7 @@ TEST_F(Environment, FailsSilentlyWhenTheEnvironmentFileIsADirectory)
     EXPECT_EQ(log.messages(), AGENT_FAILED);
 }
 
-TEST_F(Environment, FailsSilentlyWhenTheEnvironmentFileIsAPipe)
+TEST_F(Environment, GetEnvDirFailsWhenTheFileIsAPipe)
 {
     putPipeAt(installation->path("qor.env"));
 
@@ -328,7 +328,7 @@ TEST_F(Environment, FailsSilentlyWhenTheEnvironmentFileIsAPipe)
     EXPECT_EQ(log.messages(), AGENT_FAILED);
 }
 
-TEST_F(Environment, FailsSilentlyWhenTheEnvironmentFileCannotBeRead)
+TEST_F(Environment, GetEnvDirFailsWhenTheFileCannotBeRead)
 {
     writeFile(installation->path("qor.env"), framework.path());
     const FailingCall unreadable("read", installation->path("qor.env"), EIO);
@@ -338,7 +338,7 @@ TEST_F(Environment, FailsSilentlyWhenTheEnvironmentFileCannotBeRead)
     EXPECT_EQ(log.messages(), AGENT_FAILED);
 }
 
-TEST_F(Environment, LetsAnythingElseThanALibrarysExceptionThrough)
+TEST_F(Environment, GetEnvDirPassesOnExceptionsOfOtherKinds)
 {
     installation->setAgent("echo " + framework.path());
     dir.clear();
@@ -349,7 +349,7 @@ TEST_F(Environment, LetsAnythingElseThanALibrarysExceptionThrough)
     EXPECT_EQ(log.messages(), SILENCE);
 }
 
-TEST_F(Environment, UsesTheDefaultDirectoryWhenNothingElseAnswers)
+TEST_F(Environment, GetEnvDirFallsBackToTheDefault)
 {
     EXPECT_TRUE(impl.getEnvDir(dir));
 
@@ -357,7 +357,7 @@ TEST_F(Environment, UsesTheDefaultDirectoryWhenNothingElseAnswers)
     EXPECT_EQ(log.messages(), AGENT_FAILED + usingPath("/opt/qor/"));
 }
 
-TEST_F(Environment, FailsWithoutTheDefaultDirectory)
+TEST_F(Environment, GetEnvDirFailsWithoutTheDefaultDirectory)
 {
     installation.reset();
 
@@ -369,7 +369,7 @@ TEST_F(Environment, FailsWithoutTheDefaultDirectory)
 
 // ---- validateEnvironment ----
 
-TEST_F(Environment, IsValidWithAModelDirectoryWhichStaysAsItIs)
+TEST_F(Environment, ValidateKeepsAnExistingModelDirectory)
 {
     EXPECT_TRUE(impl.validateEnvironment());
 
@@ -377,7 +377,7 @@ TEST_F(Environment, IsValidWithAModelDirectoryWhichStaysAsItIs)
     EXPECT_EQ(log.messages(), SILENCE);
 }
 
-TEST_F(Environment, BecomesValidByMakingTheModelDirectoryWithItsParents)
+TEST_F(Environment, ValidateCreatesTheModelDirectoryWithParents)
 {
     impl.qorPath() = framework.path() + "/new/framework";
 
@@ -388,7 +388,7 @@ TEST_F(Environment, BecomesValidByMakingTheModelDirectoryWithItsParents)
     EXPECT_EQ(systemLog.messages(), SILENCE);
 }
 
-TEST_F(Environment, IsInvalidWhenAFileStandsInTheWayOfAParent)
+TEST_F(Environment, ValidateFailsForAFileInPlaceOfAParent)
 {
     impl.qorPath() = framework.file("file", "");
 
@@ -403,7 +403,7 @@ TEST_F(Environment, IsInvalidWhenAFileStandsInTheWayOfAParent)
     EXPECT_EQ(systemLog.messages(), (Messages{{LOG_WARNING, "unable to create directory structure " + reason}}));
 }
 
-TEST_F(Environment, IsInvalidWhenAFileStandsInThePlaceOfTheModelDirectory)
+TEST_F(Environment, ValidateFailsForAFileInPlaceOfTheDirectory)
 {
     impl.qorPath() = framework.path() + "/other";
     std::filesystem::create_directories(impl.qorPath() + "/etc");
@@ -416,7 +416,7 @@ TEST_F(Environment, IsInvalidWhenAFileStandsInThePlaceOfTheModelDirectory)
     EXPECT_EQ(systemLog.messages(), (Messages{{LOG_WARNING, "unable to create directory structure " + path}}));
 }
 
-TEST_F(Environment, GetEnvDirTakesAFileWithASlashForADirectory)
+TEST_F(Environment, GetEnvDirAcceptsAFileWithATrailingSlash)
 {
     installation->setAgent("printf " + framework.file("file", "") + "/");
     dir.clear();
@@ -426,7 +426,7 @@ TEST_F(Environment, GetEnvDirTakesAFileWithASlashForADirectory)
     EXPECT_EQ(dir, framework.path() + "/models/file/");
 }
 
-TEST_F(Environment, ValidateTellsTheFirstDirectoryWhosePathIsTooLong)
+TEST_F(Environment, ValidateReportsTheFirstPathThatIsTooLong)
 {
     std::string longest = framework.path();
     while (longest.size() + 201 < PATH_MAX)
@@ -441,7 +441,7 @@ TEST_F(Environment, ValidateTellsTheFirstDirectoryWhosePathIsTooLong)
     EXPECT_EQ(log.messages(), (Messages{{Message::PRIO_WARNING, "Unable to create directory structure: " + path}}));
 }
 
-TEST_F(Environment, ValidateMakesADirectoryWithTheLongestPath)
+TEST_F(Environment, ValidateCreatesADirectoryOfTheLongestPath)
 {
     const std::string tail = "/etc/model";
     impl.qorPath() = framework.path();

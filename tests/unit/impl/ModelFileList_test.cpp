@@ -30,32 +30,32 @@ protected:
 
 // ---- verifyFileExist ----
 
-TEST_F(ModelFileList, KnowsWhetherAFileExists)
+TEST_F(ModelFileList, VerifyFileExistFindsAFile)
 {
     EXPECT_TRUE(CQorModelToolImpl::verifyFileExist(framework.file("a.xml", "")));
     EXPECT_FALSE(CQorModelToolImpl::verifyFileExist(framework.path() + "/missing"));
 }
 
-TEST_F(ModelFileList, VerifyFileExistTakesADanglingLinkForMissing)
+TEST_F(ModelFileList, VerifyFileExistIsFalseForADanglingLink)
 {
     std::filesystem::create_symlink(framework.path() + "/missing", framework.path() + "/link");
 
     EXPECT_FALSE(CQorModelToolImpl::verifyFileExist(framework.path() + "/link"));
 }
 
-TEST_F(ModelFileList, TakesADirectoryForAFile)
+TEST_F(ModelFileList, VerifyFileExistIsTrueForADirectory)
 {
     EXPECT_TRUE(CQorModelToolImpl::verifyFileExist(framework.path()));
 }
 
-TEST_F(ModelFileList, LetsTheExistenceTestOfNoPathThrow)
+TEST_F(ModelFileList, VerifyFileExistThrowsForAnEmptyPath)
 {
     EXPECT_THROW(static_cast<void>(CQorModelToolImpl::verifyFileExist("")), Poco::Exception);
 }
 
 // ---- verifyModelFileEntry: true when the entry is absent ----
 
-TEST_F(ModelFileList, IsSearchedInItsWorkingCopyAlone)
+TEST_F(ModelFileList, VerifyEntryReadsTheWorkingCopyAlone)
 {
     writeFile(framework.list(), "/m/live.xml\n");
     writeFile(workingCopy, "/m/copy.xml\n");
@@ -64,7 +64,7 @@ TEST_F(ModelFileList, IsSearchedInItsWorkingCopyAlone)
     EXPECT_FALSE(impl.verifyModelFileEntry("/m/copy.xml"));
 }
 
-TEST_F(ModelFileList, TakesPartOfALongerPathForListed)
+TEST_F(ModelFileList, VerifyEntryFindsAPartOfALine)
 {
     writeFile(workingCopy, "/m/ab.xml\n");
 
@@ -75,18 +75,18 @@ TEST_F(ModelFileList, TakesPartOfALongerPathForListed)
     EXPECT_TRUE(impl.verifyModelFileEntry("/m/ab.xml.new"));
 }
 
-TEST_F(ModelFileList, ListsTheEmptyEntryAlways)
+TEST_F(ModelFileList, VerifyEntryAlwaysFindsAnEmptyEntry)
 {
     EXPECT_FALSE(impl.verifyModelFileEntry(""));
 }
 
-TEST_F(ModelFileList, ListsNothingWithoutAWorkingCopy)
+TEST_F(ModelFileList, VerifyEntryFindsNothingWithoutAWorkingCopy)
 {
     EXPECT_TRUE(impl.verifyModelFileEntry("/m/a.xml"));
     EXPECT_EQ(systemLog.messages(), SILENCE);
 }
 
-TEST_F(ModelFileList, ListsNothingWhenTheWorkingCopyCannotBeRead)
+TEST_F(ModelFileList, VerifyEntryFindsNothingInADirectory)
 {
     putDirectoryAt(workingCopy);
 
@@ -94,7 +94,7 @@ TEST_F(ModelFileList, ListsNothingWhenTheWorkingCopyCannotBeRead)
     EXPECT_EQ(systemLog.messages(), (Messages{{LOG_INFO, "Unable to load file " + workingCopy}}));
 }
 
-TEST_F(ModelFileList, ListsNothingWhenTheWorkingCopyCannotBeReadToItsEnd)
+TEST_F(ModelFileList, VerifyEntryFindsNothingWhenAReadFails)
 {
     writeFile(workingCopy, "/m/a.xml\n" + std::string(300000, 'x'));
     const FailingCall unreadable("read", workingCopy, EIO, 1);
@@ -104,7 +104,7 @@ TEST_F(ModelFileList, ListsNothingWhenTheWorkingCopyCannotBeReadToItsEnd)
 
 // ---- updateModelFile ----
 
-TEST_F(ModelFileList, GainsAnEntryAtItsEnd)
+TEST_F(ModelFileList, UpdateAppendsTheEntry)
 {
     writeFile(workingCopy, "\n  /m/a.xml \n\n");
 
@@ -115,7 +115,7 @@ TEST_F(ModelFileList, GainsAnEntryAtItsEnd)
     EXPECT_EQ(systemLog.messages(), SILENCE);
 }
 
-TEST_F(ModelFileList, BeginsWithTheEntryWhenTheWorkingCopyIsMissing)
+TEST_F(ModelFileList, UpdateCreatesAMissingWorkingCopy)
 {
     EXPECT_TRUE(impl.updateModelFile("/m/a.xml"));
 
@@ -123,7 +123,7 @@ TEST_F(ModelFileList, BeginsWithTheEntryWhenTheWorkingCopyIsMissing)
     EXPECT_EQ(readFile(framework.list()), "");
 }
 
-TEST_F(ModelFileList, JoinsAnEntryToALastLineWithoutAnEnd)
+TEST_F(ModelFileList, UpdateJoinsALastLineWithoutANewline)
 {
     writeFile(workingCopy, "/m/a.xml");
 
@@ -132,7 +132,7 @@ TEST_F(ModelFileList, JoinsAnEntryToALastLineWithoutAnEnd)
     EXPECT_EQ(readFile(workingCopy), "/m/a.xml/m/b.xml\n");
 }
 
-TEST_F(ModelFileList, ReportsAnEntryThatCannotBeAddedOnAFullDisk)
+TEST_F(ModelFileList, UpdateReportsAFullDisk)
 {
     putFullDeviceAt(workingCopy);
 
@@ -142,7 +142,7 @@ TEST_F(ModelFileList, ReportsAnEntryThatCannotBeAddedOnAFullDisk)
     EXPECT_EQ(systemLog.messages(), SILENCE);
 }
 
-TEST_F(ModelFileList, ReportsAnEntryThatCannotBeAddedToADirectory)
+TEST_F(ModelFileList, UpdateReportsADirectory)
 {
     putDirectoryAt(workingCopy);
 
@@ -151,7 +151,7 @@ TEST_F(ModelFileList, ReportsAnEntryThatCannotBeAddedToADirectory)
     EXPECT_EQ(log.messages(), (Messages{{Message::PRIO_CRITICAL, "Unable to write the new model!"}}));
 }
 
-TEST_F(ModelFileList, IsNotReplacedByAnAdditionWhenItCannotBeOpened)
+TEST_F(ModelFileList, UpdateKeepsAFileThatCannotBeOpened)
 {
     writeFile(workingCopy, "/m/a.xml\n");
     const FailingCall failing("fopen", workingCopy, EACCES);
@@ -163,7 +163,7 @@ TEST_F(ModelFileList, IsNotReplacedByAnAdditionWhenItCannotBeOpened)
     EXPECT_EQ(std::filesystem::file_size(workingCopy), 9U);
 }
 
-TEST_F(ModelFileList, CountsAsEmptyForAnAdditionWhenItCannotBeOpenedAndHasNoSize)
+TEST_F(ModelFileList, UpdateTreatsAnUnreadableEmptyFileAsEmpty)
 {
     writeFile(workingCopy, "");
     {
@@ -175,7 +175,7 @@ TEST_F(ModelFileList, CountsAsEmptyForAnAdditionWhenItCannotBeOpenedAndHasNoSize
 
 // ---- removeModelFileEntry ----
 
-TEST_F(ModelFileList, IsNotReplacedByARemovalWhenItCannotBeOpened)
+TEST_F(ModelFileList, RemoveEntryKeepsAFileThatCannotBeOpened)
 {
     writeFile(workingCopy, "/m/a.xml\n");
     const FailingCall failing("fopen", workingCopy, EACCES);
@@ -187,7 +187,7 @@ TEST_F(ModelFileList, IsNotReplacedByARemovalWhenItCannotBeOpened)
     EXPECT_EQ(std::filesystem::file_size(workingCopy), 9U);
 }
 
-TEST_F(ModelFileList, LosesEveryLineThatContainsTheEntry)
+TEST_F(ModelFileList, RemoveEntryRemovesEveryLineWithTheEntry)
 {
     writeFile(workingCopy, "/m/a.xml\n/m/b.xml\n/other/m/a.xml.old\n/m/c.xml\n");
 
@@ -200,7 +200,7 @@ TEST_F(ModelFileList, LosesEveryLineThatContainsTheEntry)
     EXPECT_EQ(systemLog.messages(), SILENCE);
 }
 
-TEST_F(ModelFileList, KeepsEverySignOfTheOtherLines)
+TEST_F(ModelFileList, RemoveEntryKeepsSpecialCharacters)
 {
     writeFile(workingCopy, "/m/a.xml\n/m/~b;c,d|e:f.xml\n");
 
@@ -209,7 +209,7 @@ TEST_F(ModelFileList, KeepsEverySignOfTheOtherLines)
     EXPECT_EQ(readFile(workingCopy), "/m/~b;c,d|e:f.xml\n");
 }
 
-TEST_F(ModelFileList, IsTidiedByARemovalThatFindsNothing)
+TEST_F(ModelFileList, RemoveEntryTidiesTheListWithoutAMatch)
 {
     writeFile(workingCopy, "\n  /m/b c.xml\t\r\n\n \n/m/d.xml");
 
@@ -219,14 +219,14 @@ TEST_F(ModelFileList, IsTidiedByARemovalThatFindsNothing)
     EXPECT_EQ(log.messages(), SILENCE);
 }
 
-TEST_F(ModelFileList, IsCreatedByARemovalFromAMissingWorkingCopy)
+TEST_F(ModelFileList, RemoveEntryCreatesAMissingWorkingCopy)
 {
     EXPECT_TRUE(impl.removeModelFileEntry("/m/a.xml"));
 
     EXPECT_EQ(readFile(workingCopy), "");
 }
 
-TEST_F(ModelFileList, ReportsARemovalThatCannotBeWritten)
+TEST_F(ModelFileList, RemoveEntryReportsADirectory)
 {
     putDirectoryAt(workingCopy);
 
@@ -237,7 +237,7 @@ TEST_F(ModelFileList, ReportsARemovalThatCannotBeWritten)
                                               {LOG_WARNING, "Unable to open: " + workingCopy}}));
 }
 
-TEST_F(ModelFileList, ReportsThePathOfAWorkingCopyThatLooksLikeAFormat)
+TEST_F(ModelFileList, RemoveEntryReportsAPathWithFormatCharacters)
 {
     impl.qorPath() = framework.path() + "/%s%n";
 
@@ -250,7 +250,7 @@ TEST_F(ModelFileList, ReportsThePathOfAWorkingCopyThatLooksLikeAFormat)
 
 // ---- addModelFileEntry ----
 
-TEST_F(ModelFileList, RefusesAModelFileThatDoesNotExist)
+TEST_F(ModelFileList, AddEntryFailsForAMissingModelFile)
 {
     bool alreadyListed = true;
 
@@ -263,7 +263,7 @@ TEST_F(ModelFileList, RefusesAModelFileThatDoesNotExist)
     EXPECT_EQ(systemLog.messages(), SILENCE);
 }
 
-TEST_F(ModelFileList, TakesAListedModelFileAsAddedAndStaysAsItIs)
+TEST_F(ModelFileList, AddEntryAcceptsAListedModelFile)
 {
     const std::string path = framework.file("a.xml", "");
     writeFile(workingCopy, "\n" + path);
@@ -277,7 +277,7 @@ TEST_F(ModelFileList, TakesAListedModelFileAsAddedAndStaysAsItIs)
                                                                         "\nSkipping adding of modelfile."}}));
 }
 
-TEST_F(ModelFileList, GainsAModelFileThatIsNew)
+TEST_F(ModelFileList, AddEntryAppendsANewModelFile)
 {
     const std::string path = framework.file("a.xml", "");
     bool alreadyListed = true;
@@ -289,7 +289,7 @@ TEST_F(ModelFileList, GainsAModelFileThatIsNew)
     EXPECT_EQ(log.messages(), SILENCE);
 }
 
-TEST_F(ModelFileList, RefusesAModelFileThatCannotBeWrittenToIt)
+TEST_F(ModelFileList, AddEntryFailsOnAFullDevice)
 {
     const std::string path = framework.file("a.xml", "");
     putFullDeviceAt(workingCopy);

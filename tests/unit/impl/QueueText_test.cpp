@@ -11,7 +11,7 @@ namespace
 using Fault = QueueText::Fault;
 using Entries = std::vector<CommandQueueEntry>;
 
-TEST(QueueText, HasTheActionsOldestFirst)
+TEST(QueueText, ReadReturnsTheActionsOldestFirst)
 {
     const QueueText queue = readQueueText("2:/m/a.xml\n\n 7 : b \n");
 
@@ -19,7 +19,7 @@ TEST(QueueText, HasTheActionsOldestFirst)
     EXPECT_EQ(queue.fault, Fault::NONE);
 }
 
-TEST(QueueText, IsIncompleteWithoutAnAction)
+TEST(QueueText, ReadIsIncompleteWithoutAnAction)
 {
     const QueueText queue = readQueueText(" \n");
 
@@ -27,7 +27,7 @@ TEST(QueueText, IsIncompleteWithoutAnAction)
     EXPECT_EQ(queue.fault, Fault::INCOMPLETE);
 }
 
-TEST(QueueText, KeepsTheActionsBeforeAKindWithoutText)
+TEST(QueueText, ReadKeepsTheActionsBeforeAMissingText)
 {
     const QueueText queue = readQueueText("0:/m/a.xml\n3");
 
@@ -35,7 +35,7 @@ TEST(QueueText, KeepsTheActionsBeforeAKindWithoutText)
     EXPECT_EQ(queue.fault, Fault::INCOMPLETE);
 }
 
-TEST(QueueText, KeepsTheActionsBeforeAKindThatIsNoNumber)
+TEST(QueueText, ReadKeepsTheActionsBeforeAnInvalidKind)
 {
     const QueueText queue = readQueueText("0:/m/a.xml\nx:/m/b.xml\n0:/m/c.xml\n");
 
@@ -43,7 +43,7 @@ TEST(QueueText, KeepsTheActionsBeforeAKindThatIsNoNumber)
     EXPECT_EQ(queue.fault, Fault::NO_KIND);
 }
 
-TEST(QueueText, IsIncompleteBeforeAnythingElse)
+TEST(QueueText, ReadReportsIncompleteBeforeAnInvalidKind)
 {
     const QueueText queue = readQueueText("0:/m/a:b.xml\n0:/m/c.xml\n");
 

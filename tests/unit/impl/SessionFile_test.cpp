@@ -44,7 +44,7 @@ protected:
 
 // ---- The queue's numbers ----
 
-TEST_F(SessionFile, KeepsTheNumbersOfTheKinds)
+TEST_F(SessionFile, SaveFIFOWritesTheFixedKindNumbers)
 {
     stage(CmdID::AddModelFile, "a");
     stage(CmdID::ModelHandler, "b");
@@ -59,7 +59,7 @@ TEST_F(SessionFile, KeepsTheNumbersOfTheKinds)
 
 // ---- loadFile ----
 
-TEST_F(SessionFile, LoadsAWholeFileWithAllItsBytes)
+TEST_F(SessionFile, LoadFileReadsEveryByte)
 {
     const std::string bytes("line\n\0\xff\r\n no end", 16);
     const std::string path = framework.file("bytes", bytes);
@@ -71,7 +71,7 @@ TEST_F(SessionFile, LoadsAWholeFileWithAllItsBytes)
     EXPECT_EQ(systemLog.messages(), SILENCE);
 }
 
-TEST_F(SessionFile, LoadingReplacesLongerContent)
+TEST_F(SessionFile, LoadFileReplacesLongerContent)
 {
     const std::string path = framework.file("short", "ab");
     std::string content = "something longer";
@@ -81,7 +81,7 @@ TEST_F(SessionFile, LoadingReplacesLongerContent)
     EXPECT_EQ(content, "ab");
 }
 
-TEST_F(SessionFile, LoadingAMissingFileSucceedsAndLeavesTheContent)
+TEST_F(SessionFile, LoadFileKeepsTheContentForAMissingFile)
 {
     std::string content = "as it was";
 
@@ -91,7 +91,7 @@ TEST_F(SessionFile, LoadingAMissingFileSucceedsAndLeavesTheContent)
     EXPECT_EQ(systemLog.messages(), SILENCE);
 }
 
-TEST_F(SessionFile, LoadingADirectoryFailsWithALineInTheSystemLog)
+TEST_F(SessionFile, LoadFileFailsForADirectory)
 {
     std::string content;
 
@@ -103,14 +103,14 @@ TEST_F(SessionFile, LoadingADirectoryFailsWithALineInTheSystemLog)
 
 // ---- isFIFOFile, loadFIFO ----
 
-TEST_F(SessionFile, ExistsOnceItIsThere)
+TEST_F(SessionFile, IsFIFOFileIsTrueForAnExistingFile)
 {
     EXPECT_FALSE(impl.isFIFOFile());
     writeFile(framework.session(), "");
     EXPECT_TRUE(impl.isFIFOFile());
 }
 
-TEST_F(SessionFile, LoadingWithoutASessionFileFailsSilently)
+TEST_F(SessionFile, LoadFIFOFailsSilentlyWithoutAFile)
 {
     EXPECT_FALSE(impl.loadFIFO());
 
@@ -119,7 +119,7 @@ TEST_F(SessionFile, LoadingWithoutASessionFileFailsSilently)
     EXPECT_EQ(systemLog.messages(), SILENCE);
 }
 
-TEST_F(SessionFile, LoadsTheQueueThatWasSaved)
+TEST_F(SessionFile, LoadFIFORestoresASavedQueue)
 {
     stage(CmdID::RemoveModelFile, "/m/a.xml");
     stage(CmdID::AddModelFileWithHandler, "/m/b.xml|h|1|1");
@@ -134,7 +134,7 @@ TEST_F(SessionFile, LoadsTheQueueThatWasSaved)
     EXPECT_EQ(log.messages(), SILENCE);
 }
 
-TEST_F(SessionFile, LoadingAnInvalidQueueIsReportedAndStillSucceeds)
+TEST_F(SessionFile, LoadFIFOReportsAnInvalidQueueAndSucceeds)
 {
     writeFile(framework.session(), "");
 
@@ -145,7 +145,7 @@ TEST_F(SessionFile, LoadingAnInvalidQueueIsReportedAndStillSucceeds)
     EXPECT_EQ(systemLog.messages(), SILENCE);
 }
 
-TEST_F(SessionFile, LoadingAnUnreadableSessionFileIsReported)
+TEST_F(SessionFile, LoadFIFOReportsAnUnreadableFile)
 {
     putDirectoryAt(framework.session());
 
@@ -159,7 +159,7 @@ TEST_F(SessionFile, LoadingAnUnreadableSessionFileIsReported)
 
 // ---- tokenizeFIFO ----
 
-TEST_F(SessionFile, LoadingALinkOfAnotherUserIsReported)
+TEST_F(SessionFile, LoadFIFOReportsALinkOfAnotherUser)
 {
     std::filesystem::create_symlink(framework.file("target", "0:a\n"), framework.session());
     const FakeUser another;
@@ -170,7 +170,7 @@ TEST_F(SessionFile, LoadingALinkOfAnotherUserIsReported)
     EXPECT_EQ(log.messages(), (Messages{{Message::PRIO_CRITICAL, "Unable to open existing FIFO file!"}}));
 }
 
-TEST_F(SessionFile, TokenizingPushesTheNewestActionToTheFront)
+TEST_F(SessionFile, TokenizeFIFOPushesTheNewestToTheFront)
 {
     tokenize("2:a\n3:b|h|1|1\n", 1);
 
@@ -178,7 +178,7 @@ TEST_F(SessionFile, TokenizingPushesTheNewestActionToTheFront)
     EXPECT_EQ(log.messages(), SILENCE);
 }
 
-TEST_F(SessionFile, TokenizingAddsToWhatTheQueueHolds)
+TEST_F(SessionFile, TokenizeFIFOAddsToTheQueue)
 {
     stage(CmdID::AddModelFile, "earlier");
 
@@ -187,28 +187,28 @@ TEST_F(SessionFile, TokenizingAddsToWhatTheQueueHolds)
     EXPECT_EQ(impl.queue(), (CommandQueue{{CmdID::AddModelFile, "later"}, {CmdID::AddModelFile, "earlier"}}));
 }
 
-TEST_F(SessionFile, TokenizingIgnoresBlankLinesAndSurroundingSpace)
+TEST_F(SessionFile, TokenizeFIFOIgnoresBlankLinesAndSpace)
 {
     tokenize("\n  2 :  a b \t\r\n\n\n:0:c", 1);
 
     EXPECT_EQ(impl.queue(), (CommandQueue{{CmdID::AddModelFile, "c"}, {CmdID::RemoveModelFile, "a b"}}));
 }
 
-TEST_F(SessionFile, TokenizingKeepsAKindItDoesNotKnow)
+TEST_F(SessionFile, TokenizeFIFOKeepsAnUnknownKind)
 {
     tokenize("7:abc\n-2:def\n", 1);
 
     EXPECT_EQ(impl.queue(), (CommandQueue{{static_cast<CmdID>(-2), "def"}, {static_cast<CmdID>(7), "abc"}}));
 }
 
-TEST_F(SessionFile, TokenizeTakesTheNumbersThatTheLibraryTakes)
+TEST_F(SessionFile, TokenizeFIFOParsesNumbersLikeTheLibrary)
 {
     tokenize("1,0:ten\n+:none\n-:none\n", 1);
 
     EXPECT_EQ(impl.queue(), (CommandQueue{{CmdID(0), "none"}, {CmdID(0), "none"}, {CmdID(10), "ten"}}));
 }
 
-TEST_F(SessionFile, TokenizingAnEmptyFileIsInvalid)
+TEST_F(SessionFile, TokenizeFIFOFailsForAnEmptyFile)
 {
     tokenize("", 3);
 
@@ -217,7 +217,7 @@ TEST_F(SessionFile, TokenizingAnEmptyFileIsInvalid)
     EXPECT_EQ(systemLog.messages(), SILENCE);
 }
 
-TEST_F(SessionFile, TokenizingTextWithoutWholePairsIsInvalid)
+TEST_F(SessionFile, TokenizeFIFOFailsWithoutCompletePairs)
 {
     for (const std::string text : {"\n", " \n\t\n", ":::\n", "0\n", "0:\n", "0:a:b\n", "0:a\n1\n"})
     {
@@ -228,14 +228,14 @@ TEST_F(SessionFile, TokenizingTextWithoutWholePairsIsInvalid)
     EXPECT_TRUE(impl.queue().empty());
 }
 
-TEST_F(SessionFile, TokenizingAMissingFileIsInvalid)
+TEST_F(SessionFile, TokenizeFIFOFailsForAMissingFile)
 {
     EXPECT_EQ(impl.tokenizeFIFO(), 3);
 
     EXPECT_EQ(log.messages(), INVALID_QUEUE);
 }
 
-TEST_F(SessionFile, TokenizingADirectoryIsInvalid)
+TEST_F(SessionFile, TokenizeFIFOFailsForADirectory)
 {
     putDirectoryAt(framework.session());
 
@@ -244,7 +244,7 @@ TEST_F(SessionFile, TokenizingADirectoryIsInvalid)
     EXPECT_EQ(log.messages(), INVALID_QUEUE);
 }
 
-TEST_F(SessionFile, TokenizingAFileThatCannotBeReadToItsEndTakesNothingFromIt)
+TEST_F(SessionFile, TokenizeFIFOQueuesNothingWhenAReadFails)
 {
     std::string content;
     // Long paths: the read breaks off within one, so that kinds and texts still pair.
@@ -261,14 +261,14 @@ TEST_F(SessionFile, TokenizingAFileThatCannotBeReadToItsEndTakesNothingFromIt)
     EXPECT_EQ(log.messages(), INVALID_QUEUE);
 }
 
-TEST_F(SessionFile, EveryOtherSignBelongsToAPath)
+TEST_F(SessionFile, TokenizeFIFOKeepsSpecialCharactersInAPath)
 {
     tokenize("0:/m/~a;b,c d|e.xml\n", 1);
 
     EXPECT_EQ(impl.queue(), (CommandQueue{{CmdID::AddModelFile, "/m/~a;b,c d|e.xml"}}));
 }
 
-TEST_F(SessionFile, APathWithAColonMakesTheQueueInvalid)
+TEST_F(SessionFile, TokenizeFIFOFailsForAPathWithAColon)
 {
     tokenize("0:/m/a\n0:/m/b:c\n", 3);
 
@@ -276,7 +276,7 @@ TEST_F(SessionFile, APathWithAColonMakesTheQueueInvalid)
     EXPECT_EQ(log.messages(), INVALID_QUEUE);
 }
 
-TEST_F(SessionFile, TwoColonsInAPathMisalignKindsAndTexts)
+TEST_F(SessionFile, TokenizeFIFOMisreadsAPathWithTwoColons)
 {
     tokenize("0:/m/a:b:c\n", 3);
 
@@ -284,7 +284,7 @@ TEST_F(SessionFile, TwoColonsInAPathMisalignKindsAndTexts)
     EXPECT_EQ(log.messages(), INVALID_KIND);
 }
 
-TEST_F(SessionFile, AKindThatIsNoNumberStopsAndKeepsTheActionsBeforeIt)
+TEST_F(SessionFile, TokenizeFIFOKeepsActionsBeforeAnInvalidKind)
 {
     tokenize("0:first\nx:abc\n0:last\n", 3);
 
@@ -293,7 +293,7 @@ TEST_F(SessionFile, AKindThatIsNoNumberStopsAndKeepsTheActionsBeforeIt)
     EXPECT_EQ(systemLog.messages(), SILENCE);
 }
 
-TEST_F(SessionFile, TokenizingAKindThatIsNoIntegerIsInvalid)
+TEST_F(SessionFile, TokenizeFIFOFailsForAKindThatIsNoInteger)
 {
     for (const std::string kind : {"99999999999", "1.5", "0x1", "--1", "1 2"})
     {
@@ -306,7 +306,7 @@ TEST_F(SessionFile, TokenizingAKindThatIsNoIntegerIsInvalid)
 
 // ---- saveFIFO ----
 
-TEST_F(SessionFile, WritesTheOldestActionFirst)
+TEST_F(SessionFile, SaveFIFOWritesTheOldestActionFirst)
 {
     stage(CmdID::RemoveModelFile, "a");
     stage(CmdID::AddModelFileWithHandler, "b|h|1|1");
@@ -318,7 +318,7 @@ TEST_F(SessionFile, WritesTheOldestActionFirst)
     EXPECT_EQ(systemLog.messages(), SILENCE);
 }
 
-TEST_F(SessionFile, WritesAKindItDoesNotKnow)
+TEST_F(SessionFile, SaveFIFOWritesAnUnknownKind)
 {
     stage(static_cast<CmdID>(-17), "abc");
 
@@ -327,14 +327,14 @@ TEST_F(SessionFile, WritesAKindItDoesNotKnow)
     EXPECT_EQ(readFile(framework.session()), "-17:abc\n");
 }
 
-TEST_F(SessionFile, AnEmptyQueueWritesAnEmptyFile)
+TEST_F(SessionFile, SaveFIFOWritesAnEmptyFileForAnEmptyQueue)
 {
     EXPECT_TRUE(impl.saveFIFO());
 
     EXPECT_EQ(readFile(framework.session()), "");
 }
 
-TEST_F(SessionFile, WritingReplacesTheOldContent)
+TEST_F(SessionFile, SaveFIFOReplacesLongerContent)
 {
     writeFile(framework.session(), "0:much longer than what comes now\n");
     stage(CmdID::AddModelFile, "a");
@@ -344,7 +344,7 @@ TEST_F(SessionFile, WritingReplacesTheOldContent)
     EXPECT_EQ(readFile(framework.session()), "0:a\n");
 }
 
-TEST_F(SessionFile, WritingHoldsSignalsBack)
+TEST_F(SessionFile, SaveFIFOBlocksSignals)
 {
     const OpenedFiles files;
 
@@ -354,7 +354,7 @@ TEST_F(SessionFile, WritingHoldsSignalsBack)
     EXPECT_FALSE(OpenedFiles::areSignalsHeld());
 }
 
-TEST_F(SessionFile, WritingOnAFullDiskIsReported)
+TEST_F(SessionFile, SaveFIFOReportsAFullDisk)
 {
     putFullDeviceAt(framework.session());
     stage(CmdID::AddModelFile, "a");
@@ -386,7 +386,7 @@ protected:
     }
 };
 
-TEST_F(EarlierSession, IsNotOverwrittenWhenItsQueueCouldNotBeLookedAt)
+TEST_F(EarlierSession, SaveFIFOFailsAfterAStatErrorOfTheQueue)
 {
     {
         const FailingCall failing("stat", framework.session(), EIO);
@@ -396,7 +396,7 @@ TEST_F(EarlierSession, IsNotOverwrittenWhenItsQueueCouldNotBeLookedAt)
     expectWritingRefused();
 }
 
-TEST_F(EarlierSession, IsNotOverwrittenWhenItsLockCouldNotBeLookedAt)
+TEST_F(EarlierSession, SaveFIFOFailsAfterAStatErrorOfTheLock)
 {
     {
         const FailingCall failing("stat", framework.lock(), EACCES);
@@ -406,7 +406,7 @@ TEST_F(EarlierSession, IsNotOverwrittenWhenItsLockCouldNotBeLookedAt)
     expectWritingRefused();
 }
 
-TEST_F(EarlierSession, IsNotOverwrittenWhenItsHostCouldNotBeRead)
+TEST_F(EarlierSession, SaveFIFOFailsAfterAnOpenErrorOfTheLock)
 {
     {
         std::string host;
@@ -419,7 +419,7 @@ TEST_F(EarlierSession, IsNotOverwrittenWhenItsHostCouldNotBeRead)
     expectWritingRefused();
 }
 
-TEST_F(EarlierSession, IsNotOverwrittenWhenTheFrameworkCouldNotBeLookedAt)
+TEST_F(EarlierSession, SaveFIFOFailsAfterAStatErrorOfTheFramework)
 {
     {
         std::string directory;
@@ -432,7 +432,7 @@ TEST_F(EarlierSession, IsNotOverwrittenWhenTheFrameworkCouldNotBeLookedAt)
     expectWritingRefused();
 }
 
-TEST_F(EarlierSession, IsWrittenOnceItsQueueHasBeenLoaded)
+TEST_F(EarlierSession, SaveFIFOSucceedsOnceTheQueueIsLoaded)
 {
     EXPECT_TRUE(impl.loadFIFO());
     {
@@ -445,7 +445,7 @@ TEST_F(EarlierSession, IsWrittenOnceItsQueueHasBeenLoaded)
     EXPECT_EQ(readFile(framework.session()), "0:a\n0:earlier\n");
 }
 
-TEST_F(EarlierSession, IsOverwrittenBySessionThatThisRunHasOpened)
+TEST_F(EarlierSession, SaveFIFOSucceedsInASessionOfThisRun)
 {
     std::string host;
     std::filesystem::remove(framework.lock());
@@ -461,7 +461,7 @@ TEST_F(EarlierSession, IsOverwrittenBySessionThatThisRunHasOpened)
     EXPECT_EQ(readFile(framework.session()), "0:a\n");
 }
 
-TEST_F(SessionFile, WritingThatTheDiskDoesNotTakeIsReported)
+TEST_F(SessionFile, SaveFIFOReportsAnFsyncFailure)
 {
     for (const std::string& path : {framework.session(), directoryOf(framework.session())})
     {
@@ -476,7 +476,7 @@ TEST_F(SessionFile, WritingThatTheDiskDoesNotTakeIsReported)
     }
 }
 
-TEST_F(SessionFile, WritingOverADirectoryIsReported)
+TEST_F(SessionFile, SaveFIFOReportsADirectory)
 {
     putDirectoryAt(framework.session());
 
@@ -486,7 +486,7 @@ TEST_F(SessionFile, WritingOverADirectoryIsReported)
     EXPECT_EQ(systemLog.messages(), UNWRITABLE_SYSTEM_LOG);
 }
 
-TEST_F(SessionFile, WritingOverALinkOfAnotherUserIsReported)
+TEST_F(SessionFile, SaveFIFOReportsALinkOfAnotherUser)
 {
     const std::string target = framework.file("target", "untouched");
     std::filesystem::create_symlink(target, framework.session());
@@ -499,7 +499,7 @@ TEST_F(SessionFile, WritingOverALinkOfAnotherUserIsReported)
     EXPECT_EQ(systemLog.messages(), UNWRITABLE_SYSTEM_LOG);
 }
 
-TEST_F(SessionFile, WritingOverAPipeIsReported)
+TEST_F(SessionFile, SaveFIFOReportsAPipe)
 {
     putPipeAt(framework.session());
 
@@ -509,7 +509,7 @@ TEST_F(SessionFile, WritingOverAPipeIsReported)
     EXPECT_EQ(systemLog.messages(), UNWRITABLE_SYSTEM_LOG);
 }
 
-TEST_F(SessionFile, WritingWithoutAModelDirectoryIsReported)
+TEST_F(SessionFile, SaveFIFOReportsAMissingModelDirectory)
 {
     impl.qorPath() = framework.path() + "/missing";
 
@@ -528,7 +528,7 @@ struct ThreeFields
     std::string trVersion = "t0";
 };
 
-class HandlerText : public ImplTest
+class ExtractHandler : public ImplTest
 {
 protected:
     bool extract(const std::string& entry)
@@ -546,38 +546,38 @@ protected:
     ThreeFields fields;
 };
 
-TEST_F(HandlerText, SplitsIntoHandlerAndVersions)
+TEST_F(ExtractHandler, SplitsIntoHandlerAndVersions)
 {
     EXPECT_TRUE(extract("handler|2|3"));
     expect("handler", "2", "3");
     EXPECT_EQ(log.messages(), SILENCE);
 }
 
-TEST_F(HandlerText, KeepsEmptyFields)
+TEST_F(ExtractHandler, KeepsEmptyFields)
 {
     EXPECT_TRUE(extract("h||"));
     expect("h", "", "");
 }
 
-TEST_F(HandlerText, KeepsBlanks)
+TEST_F(ExtractHandler, KeepsBlanks)
 {
     EXPECT_TRUE(extract(" h | 1 | 2 "));
     expect(" h ", " 1 ", " 2 ");
 }
 
-TEST_F(HandlerText, KeepsFurtherSeparatorsInTheLastField)
+TEST_F(ExtractHandler, KeepsFurtherSeparatorsInTheLastField)
 {
     EXPECT_TRUE(extract("h|1|2|3"));
     expect("h", "1", "2|3");
 }
 
-TEST_F(HandlerText, AMissingSecondSeparatorGivesBothVersionsTheRest)
+TEST_F(ExtractHandler, RepeatsTheVersionWithoutASecondSeparator)
 {
     EXPECT_TRUE(extract("h|2"));
     expect("h", "2", "2");
 }
 
-TEST_F(HandlerText, WithoutASeparatorFailsAndLeavesTheOutputs)
+TEST_F(ExtractHandler, FailsWithoutASeparator)
 {
     EXPECT_FALSE(extract("h"));
     expect("h0", "m0", "t0");
@@ -587,7 +587,7 @@ TEST_F(HandlerText, WithoutASeparatorFailsAndLeavesTheOutputs)
 
 // ---- extractCommandHandlerMoVerTrVer ----
 
-class ModelFileText : public ImplTest
+class ExtractModelFile : public ImplTest
 {
 protected:
     bool extract(const std::string& entry)
@@ -608,38 +608,38 @@ protected:
     ThreeFields fields;
 };
 
-TEST_F(ModelFileText, SplitsIntoPathHandlerAndVersions)
+TEST_F(ExtractModelFile, SplitsIntoPathHandlerAndVersions)
 {
     EXPECT_TRUE(extract("/m/a.xml|handler|2|3"));
     expect("/m/a.xml", "handler", "2", "3");
     EXPECT_EQ(log.messages(), SILENCE);
 }
 
-TEST_F(ModelFileText, KeepsEmptyFields)
+TEST_F(ExtractModelFile, KeepsEmptyFields)
 {
     EXPECT_TRUE(extract("|||"));
     expect("", "", "", "");
 }
 
-TEST_F(ModelFileText, KeepsFurtherSeparatorsInTheLastField)
+TEST_F(ExtractModelFile, KeepsFurtherSeparatorsInTheLastField)
 {
     EXPECT_TRUE(extract("p|h|1|2|3"));
     expect("p", "h", "1", "2|3");
 }
 
-TEST_F(ModelFileText, AMissingThirdSeparatorGivesBothVersionsTheRest)
+TEST_F(ExtractModelFile, RepeatsTheVersionWithoutAThirdSeparator)
 {
     EXPECT_TRUE(extract("p|h|1"));
     expect("p", "h", "1", "1");
 }
 
-TEST_F(ModelFileText, AMissingSecondSeparatorGivesAllTheRest)
+TEST_F(ExtractModelFile, RepeatsTheHandlerWithoutASecondSeparator)
 {
     EXPECT_TRUE(extract("p|h"));
     expect("p", "h", "h", "h");
 }
 
-TEST_F(ModelFileText, WithoutASeparatorFailsAndLeavesTheOutputs)
+TEST_F(ExtractModelFile, FailsWithoutASeparator)
 {
     EXPECT_FALSE(extract("p"));
     expect("p0", "h0", "m0", "t0");

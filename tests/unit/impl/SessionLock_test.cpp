@@ -28,19 +28,19 @@ protected:
 
 // ---- getHostName ----
 
-TEST_F(SessionLock, TakesTheHostNameOfTheMachine)
+TEST_F(SessionLock, GetHostNameReturnsTheMachinesName)
 {
     EXPECT_EQ(CQorModelToolImpl::getHostName(), "this-host");
 }
 
-TEST_F(SessionLock, TakesALongHostNameWhole)
+TEST_F(SessionLock, GetHostNameReturnsALongName)
 {
     const FakeHostName longName(std::string(255, 'h'));
 
     EXPECT_EQ(CQorModelToolImpl::getHostName(), std::string(255, 'h'));
 }
 
-TEST_F(SessionLock, TakesAHostNameThatNothingEndsUpToTheBuffersSize)
+TEST_F(SessionLock, GetHostNameStopsAtTheEndOfTheBuffer)
 {
     const FakeHostName endless(std::string(1000, 'h'));
 
@@ -49,14 +49,14 @@ TEST_F(SessionLock, TakesAHostNameThatNothingEndsUpToTheBuffersSize)
 
 // ---- isLockFile, createLockFile ----
 
-TEST_F(SessionLock, IsThereOnceItIsCreated)
+TEST_F(SessionLock, IsLockFileIsTrueOnceCreated)
 {
     EXPECT_FALSE(impl.isLockFile());
     impl.createLockFile();
     EXPECT_TRUE(impl.isLockFile());
 }
 
-TEST_F(SessionLock, HoldsExactlyTheHostName)
+TEST_F(SessionLock, CreateLockFileWritesTheHostName)
 {
     EXPECT_EQ(impl.createLockFile(), 1);
 
@@ -65,7 +65,7 @@ TEST_F(SessionLock, HoldsExactlyTheHostName)
     EXPECT_EQ(systemLog.messages(), SILENCE);
 }
 
-TEST_F(SessionLock, LeavesAnExistingLockAlone)
+TEST_F(SessionLock, CreateLockFileKeepsAnExistingLock)
 {
     writeFile(framework.lock(), "other-host\n");
 
@@ -75,7 +75,7 @@ TEST_F(SessionLock, LeavesAnExistingLockAlone)
     EXPECT_EQ(log.messages(), SILENCE);
 }
 
-TEST_F(SessionLock, CannotBeCreatedWithoutAModelDirectory)
+TEST_F(SessionLock, CreateLockFileFailsWithoutAModelDirectory)
 {
     impl.qorPath() = framework.path() + "/missing";
 
@@ -85,7 +85,7 @@ TEST_F(SessionLock, CannotBeCreatedWithoutAModelDirectory)
     EXPECT_EQ(systemLog.messages(), NOT_CREATED_SYSTEM_LOG);
 }
 
-TEST_F(SessionLock, StaysEmptyWhenTheHostNameCannotBeWritten)
+TEST_F(SessionLock, CreateLockFileFailsOnAFullDisk)
 {
     int result = 0;
     {
@@ -99,7 +99,7 @@ TEST_F(SessionLock, StaysEmptyWhenTheHostNameCannotBeWritten)
     EXPECT_EQ(systemLog.messages(), NOT_CREATED_SYSTEM_LOG);
 }
 
-TEST_F(SessionLock, CannotBeCreatedWhenTheDiskDoesNotTakeTheHostName)
+TEST_F(SessionLock, CreateLockFileFailsWhenFsyncFails)
 {
     const FailingCall failing("fsync", framework.lock(), EIO);
 
@@ -111,7 +111,7 @@ TEST_F(SessionLock, CannotBeCreatedWhenTheDiskDoesNotTakeTheHostName)
 
 // ---- getSessionHost ----
 
-TEST_F(SessionLock, NamesTheHostThatOwnsTheSession)
+TEST_F(SessionLock, GetSessionHostReturnsTheOwner)
 {
     writeFile(framework.lock(), "other-host");
 
@@ -121,7 +121,7 @@ TEST_F(SessionLock, NamesTheHostThatOwnsTheSession)
     EXPECT_EQ(log.messages(), SILENCE);
 }
 
-TEST_F(SessionLock, NamesTheFirstWordOfTheFile)
+TEST_F(SessionLock, GetSessionHostReturnsTheFirstWord)
 {
     writeFile(framework.lock(), " \n\tother-host \nsecond");
 
@@ -130,7 +130,7 @@ TEST_F(SessionLock, NamesTheFirstWordOfTheFile)
     EXPECT_EQ(host, "other-host");
 }
 
-TEST_F(SessionLock, NamesNobodyWhenTheFileIsEmpty)
+TEST_F(SessionLock, GetSessionHostKeepsTheHostForAnEmptyFile)
 {
     writeFile(framework.lock(), "");
 
@@ -140,7 +140,7 @@ TEST_F(SessionLock, NamesNobodyWhenTheFileIsEmpty)
     EXPECT_EQ(log.messages(), SILENCE);
 }
 
-TEST_F(SessionLock, CannotNameTheHostWithoutALockFile)
+TEST_F(SessionLock, GetSessionHostFailsWithoutALockFile)
 {
     EXPECT_FALSE(impl.getSessionHost(host));
 
@@ -149,7 +149,7 @@ TEST_F(SessionLock, CannotNameTheHostWithoutALockFile)
     EXPECT_EQ(systemLog.messages(), NO_HOST_SYSTEM_LOG);
 }
 
-TEST_F(SessionLock, CannotNameTheHostWhenTheLockFileIsADirectory)
+TEST_F(SessionLock, GetSessionHostFailsForADirectory)
 {
     putDirectoryAt(framework.lock());
 
@@ -159,7 +159,7 @@ TEST_F(SessionLock, CannotNameTheHostWhenTheLockFileIsADirectory)
     EXPECT_EQ(systemLog.messages(), NO_HOST_SYSTEM_LOG);
 }
 
-TEST_F(SessionLock, CannotNameTheHostWhenTheLockFileIsAPipe)
+TEST_F(SessionLock, GetSessionHostFailsForAPipe)
 {
     putPipeAt(framework.lock());
 
@@ -169,7 +169,7 @@ TEST_F(SessionLock, CannotNameTheHostWhenTheLockFileIsAPipe)
     EXPECT_EQ(systemLog.messages(), NO_HOST_SYSTEM_LOG);
 }
 
-TEST_F(SessionLock, NamesAHostWithoutEndByItsBeginning)
+TEST_F(SessionLock, GetSessionHostTruncatesAVeryLongName)
 {
     writeFile(framework.lock(), std::string(300000, 'h'));
 
@@ -178,7 +178,7 @@ TEST_F(SessionLock, NamesAHostWithoutEndByItsBeginning)
     EXPECT_EQ(host, std::string(257, 'h'));
 }
 
-TEST_F(SessionLock, GetSessionHostLeavesTheHostWhenTheFileCannotBeReadToItsEnd)
+TEST_F(SessionLock, GetSessionHostKeepsTheHostWhenAReadFails)
 {
     writeFile(framework.lock(), "other-host");
     const FailingCall unreadable("read", framework.lock(), EIO, 1);

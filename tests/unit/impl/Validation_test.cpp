@@ -42,7 +42,7 @@ protected:
 
 // ---- verifyModelTool ----
 
-TEST_F(Validation, FindsTheValidator)
+TEST_F(Validation, VerifyModelToolFindsTheValidator)
 {
     setValidator("exit 0");
 
@@ -52,7 +52,7 @@ TEST_F(Validation, FindsTheValidator)
     EXPECT_EQ(systemLog.messages(), SILENCE);
 }
 
-TEST_F(Validation, ReportsAMissingValidator)
+TEST_F(Validation, VerifyModelToolReportsAMissingValidator)
 {
     impl.setValidatorPath("/nonexistent/validator");
 
@@ -62,7 +62,7 @@ TEST_F(Validation, ReportsAMissingValidator)
     EXPECT_EQ(systemLog.messages(), NO_TOOL_SYSTEM_LOG);
 }
 
-TEST_F(Validation, TakesAnEmptyPathForAMissingValidator)
+TEST_F(Validation, VerifyModelToolReportsAnEmptyPath)
 {
     EXPECT_FALSE(impl.verifyModelTool());
 
@@ -72,7 +72,7 @@ TEST_F(Validation, TakesAnEmptyPathForAMissingValidator)
 
 // ---- checkModelCfgValidity: true when validation failed ----
 
-TEST_F(Validation, PassesWithoutAValidator)
+TEST_F(Validation, CheckPassesWithoutAValidator)
 {
     impl.setValidatorPath("/nonexistent/validator");
 
@@ -84,7 +84,7 @@ TEST_F(Validation, PassesWithoutAValidator)
               (Messages{{LOG_WARNING, "Unable to locate Model tool"}, {LOG_INFO, "model tool does not exist"}}));
 }
 
-TEST_F(Validation, PassesSilentlyWhenTheValidatorAccepts)
+TEST_F(Validation, CheckPassesSilentlyWhenAccepted)
 {
     setValidator("echo all is well; echo really >&2; exit 0");
 
@@ -95,7 +95,7 @@ TEST_F(Validation, PassesSilentlyWhenTheValidatorAccepts)
     EXPECT_EQ(systemLog.messages(), SILENCE);
 }
 
-TEST_F(Validation, FailsWithTheValidatorsReport)
+TEST_F(Validation, CheckFailsAndPrintsTheReport)
 {
     setValidator("echo bad model; echo very bad >&2; exit 1");
 
@@ -106,7 +106,7 @@ TEST_F(Validation, FailsWithTheValidatorsReport)
     EXPECT_EQ(systemLog.messages(), SILENCE);
 }
 
-TEST_F(Validation, FailsOnTheHighestExitStatusToo)
+TEST_F(Validation, CheckFailsForExitStatus255)
 {
     setValidator("exit 255");
 
@@ -115,7 +115,7 @@ TEST_F(Validation, FailsOnTheHighestExitStatusToo)
     EXPECT_EQ(output.text(), "\n\n");
 }
 
-TEST_F(Validation, ThrowsWhenTheMachineHasNoProcessForTheValidator)
+TEST_F(Validation, CheckThrowsWhenForkFails)
 {
     setValidator("exit 0");
     const FailingCall fork("fork", "", EAGAIN);
@@ -127,7 +127,7 @@ TEST_F(Validation, ThrowsWhenTheMachineHasNoProcessForTheValidator)
     EXPECT_EQ(log.messages(), SILENCE);
 }
 
-TEST_F(Validation, HandsTheLiveListToTheValidator)
+TEST_F(Validation, CheckRunsTheValidatorOnTheLiveList)
 {
     setValidator("echo $# $*; exit 1");
 
@@ -136,7 +136,7 @@ TEST_F(Validation, HandsTheLiveListToTheValidator)
     EXPECT_EQ(output.text(), "3 -q -c " + framework.list() + "\n\n\n");
 }
 
-TEST_F(Validation, HandsADoubledSlashToTheValidatorWhenTheFrameworkDirectoryEndsWithOne)
+TEST_F(Validation, CheckKeepsADoubledSlashInTheListsPath)
 {
     setValidator("echo $3; exit 1");
     impl.qorPath() = framework.path() + "/";
@@ -146,7 +146,7 @@ TEST_F(Validation, HandsADoubledSlashToTheValidatorWhenTheFrameworkDirectoryEnds
     EXPECT_EQ(output.text(), framework.path() + "//etc/model/model_file_list.cfg\n\n\n");
 }
 
-TEST_F(Validation, FailsWhenASignalEndsTheValidator)
+TEST_F(Validation, CheckFailsWhenASignalEndsTheValidator)
 {
     setValidator("echo dying; kill -KILL $$");
 
@@ -165,7 +165,7 @@ int start(const std::string& script)
     return Poco::Process::launch("/bin/sh", {"-c", script}).id();
 }
 
-TEST_F(Validation, WaitsForTheExitStatusOfAChild)
+TEST_F(Validation, WaitReturnsTheExitStatus)
 {
     EXPECT_EQ(impl.wait(start("exit 0"), message), 0);
     EXPECT_EQ(impl.wait(start("exit 7"), message), 7);
@@ -176,7 +176,7 @@ TEST_F(Validation, WaitsForTheExitStatusOfAChild)
     EXPECT_EQ(systemLog.messages(), SILENCE);
 }
 
-TEST_F(Validation, ReportsAChildThatASignalEnded)
+TEST_F(Validation, WaitReportsAChildEndedByASignal)
 {
     const int pid = start("kill -KILL $$");
     message = "before, ";
@@ -189,7 +189,7 @@ TEST_F(Validation, ReportsAChildThatASignalEnded)
     EXPECT_EQ(systemLog.messages(), (Messages{{LOG_ERR, "ERROR:" + text}}));
 }
 
-TEST_F(Validation, WaitsOnWhenASignalInterrupts)
+TEST_F(Validation, WaitResumesAfterAnInterruption)
 {
     const int pid = start("exit 3");
     const FakeWaitpid interrupted({{-1, EINTR, 0}, {-1, EINTR, 0}});
@@ -200,7 +200,7 @@ TEST_F(Validation, WaitsOnWhenASignalInterrupts)
     EXPECT_EQ(log.messages(), SILENCE);
 }
 
-TEST_F(Validation, DoesNotWaitOnWhenTheChildEndedWhateverTheErrorNumberSays)
+TEST_F(Validation, WaitIgnoresErrnoWhenTheChildHasEnded)
 {
     const FakeWaitpid answers({{42, EINTR, 5 << 8}, {42, 0, 6 << 8}});
 
@@ -209,7 +209,7 @@ TEST_F(Validation, DoesNotWaitOnWhenTheChildEndedWhateverTheErrorNumberSays)
     EXPECT_EQ(FakeWaitpid::left(), 1U);
 }
 
-TEST_F(Validation, ReportsAChildThatCannotBeWaitedFor)
+TEST_F(Validation, WaitReportsAWaitpidFailure)
 {
     const FakeWaitpid failing({{-1, EINVAL, 0}});
     message = "before, ";
@@ -221,7 +221,7 @@ TEST_F(Validation, ReportsAChildThatCannotBeWaitedFor)
     EXPECT_EQ(systemLog.messages(), (Messages{{LOG_ERR, "ERROR:before, Cannot wait for child process: 42"}}));
 }
 
-TEST_F(Validation, ReportsAnAnswerAboutAnotherChild)
+TEST_F(Validation, WaitReportsAnAnswerAboutAnotherChild)
 {
     const FakeWaitpid other({{43, 0, 0}});
 
@@ -230,7 +230,7 @@ TEST_F(Validation, ReportsAnAnswerAboutAnotherChild)
     EXPECT_EQ(message, "Cannot wait for child process: 42");
 }
 
-TEST_F(Validation, TakesAChildThatIsGoneForOneThatEndedWell)
+TEST_F(Validation, WaitTreatsAMissingChildAsSuccess)
 {
     const FakeWaitpid gone({{-1, ECHILD, 0}});
 
@@ -240,7 +240,7 @@ TEST_F(Validation, TakesAChildThatIsGoneForOneThatEndedWell)
     EXPECT_EQ(log.messages(), SILENCE);
 }
 
-TEST_F(Validation, WaitReadsAnErrorNumberThatTheCallLeftAlone)
+TEST_F(Validation, WaitReadsAStaleErrno)
 {
     const FakeWaitpid other({{43, 0, 0}});
     errno = ECHILD;

@@ -48,7 +48,7 @@ std::string repeat(const std::string& text, std::size_t times)
     return all;
 }
 
-TEST(ElementReader, TellsElementsAsTheyBeginAndEnd)
+TEST(ElementReader, ReadReportsBeginAndEndOfElements)
 {
     Listener listener;
 
@@ -58,7 +58,7 @@ TEST(ElementReader, TellsElementsAsTheyBeginAndEnd)
     EXPECT_EQ(listener.told, "<a x=1 p:y=<><b></><p:c></></>");
 }
 
-TEST(ElementReader, TellsWhatEntitiesStandFor)
+TEST(ElementReader, ReadExpandsEntitiesAndDefaultAttributes)
 {
     Listener listener;
 
@@ -68,7 +68,7 @@ TEST(ElementReader, TellsWhatEntitiesStandFor)
     EXPECT_EQ(listener.told, "<a c=x d=y><b></></>");
 }
 
-TEST(ElementReader, RefusesWhatBuildsNoDocument)
+TEST(ElementReader, ReadFailsWhereParseFileFails)
 {
     const std::string chain = repeat("<!ENTITY e ''>", MAX_ENTITIES);
     const std::vector<std::string> texts = {
@@ -94,7 +94,7 @@ TEST(ElementReader, RefusesWhatBuildsNoDocument)
     }
 }
 
-TEST(ElementReader, TakesWhatBuildsADocument)
+TEST(ElementReader, ReadSucceedsWhereParseFileSucceeds)
 {
     const std::string chain = repeat("<!ENTITY e ''>", MAX_ENTITIES);
     const std::vector<std::string> texts = {
@@ -112,7 +112,7 @@ TEST(ElementReader, TakesWhatBuildsADocument)
     }
 }
 
-TEST(ElementReader, TellsWhatComesBeforeAFault)
+TEST(ElementReader, ReadReportsElementsBeforeAnError)
 {
     Listener listener;
 

@@ -60,7 +60,7 @@ TEST_F(ElementWalk, MatchesNamesWithTheirPrefixes)
     EXPECT_EQ(names(*document, "p:a"), (Names{"5"}));
 }
 
-TEST_F(ElementWalk, StaysAtItsEnd)
+TEST_F(ElementWalk, NextStaysAtTheEnd)
 {
     CElementWalk walk(*document, "c");
 
@@ -69,13 +69,13 @@ TEST_F(ElementWalk, StaysAtItsEnd)
     EXPECT_EQ(walk.next(), nullptr);
 }
 
-TEST_F(ElementWalk, FindsTheFirstElement)
+TEST_F(ElementWalk, FirstReturnsTheFirstElement)
 {
     EXPECT_EQ(CElementWalk::first(*document->documentElement(), "a")->getAttribute("n"), "1");
     EXPECT_EQ(CElementWalk::first(*document, "missing"), nullptr);
 }
 
-TEST_F(ElementWalk, FindsTheOnlyElement)
+TEST_F(ElementWalk, OnlyReturnsASingleElement)
 {
     EXPECT_EQ(CElementWalk::only(*document, "b")->getAttribute("n"), "2");
     EXPECT_EQ(CElementWalk::only(*document, "a"), nullptr);

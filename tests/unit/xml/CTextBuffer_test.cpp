@@ -44,7 +44,7 @@ TEST_F(TextBuffer, OutgrowsTheExpectedSize)
     EXPECT_EQ(buffer.text(), text + text);
 }
 
-TEST_F(TextBuffer, GoesOnWhereTheTextWasTaken)
+TEST_F(TextBuffer, AppendsAfterTheTextWasTaken)
 {
     stream.write("a", 1);
     buffer.text();
@@ -63,7 +63,7 @@ TEST_F(TextBuffer, KeepsBytesOfAnyValue)
     EXPECT_EQ(buffer.text(), std::string("\xff\0\xff", 3));
 }
 
-TEST_F(TextBuffer, TurnsTheStreamBadWhenATextCannotBeHeld)
+TEST_F(TextBuffer, TurnsTheStreamBadForAnOversizedText)
 {
     // The length is refused before a byte is read.
     stream.write("x", std::numeric_limits<std::streamsize>::max());

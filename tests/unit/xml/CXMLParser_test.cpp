@@ -25,7 +25,7 @@ class DocumentAccess : public XmlTest
 
 // ---- loadXMLDocument ----
 
-TEST_F(DocumentAccess, LoadsAFile)
+TEST_F(DocumentAccess, LoadParsesAFile)
 {
     const std::string path = framework.file("a.xml", "<?xml version='1.0'?>\n<a>\n  <b/>\n</a>\n");
 
@@ -34,28 +34,28 @@ TEST_F(DocumentAccess, LoadsAFile)
     EXPECT_EQ(log.messages(), SILENCE);
 }
 
-TEST_F(DocumentAccess, LoadsNothingFromAMissingFile)
+TEST_F(DocumentAccess, LoadReturnsNullForAMissingFile)
 {
     EXPECT_TRUE(parser.loadXMLDocument(framework.path() + "/missing").isNull());
 
     EXPECT_EQ(log.messages(), SILENCE);
 }
 
-TEST_F(DocumentAccess, LoadsNothingFromAnEmptyFile)
+TEST_F(DocumentAccess, LoadReturnsNullForAnEmptyFile)
 {
     EXPECT_TRUE(parser.loadXMLDocument(framework.file("a.xml", "")).isNull());
 
     EXPECT_EQ(log.messages(), SILENCE);
 }
 
-TEST_F(DocumentAccess, LoadsNothingFromAFileThatIsNotWellFormed)
+TEST_F(DocumentAccess, LoadReturnsNullForMalformedXml)
 {
     EXPECT_TRUE(parser.loadXMLDocument(framework.file("a.xml", "<a><b></a>")).isNull());
 
     EXPECT_EQ(log.messages(), SILENCE);
 }
 
-TEST_F(DocumentAccess, ReportsAFileThatCannotBeRead)
+TEST_F(DocumentAccess, LoadReportsAnUnreadableFile)
 {
     EXPECT_TRUE(parser.loadXMLDocument(framework.path()).isNull());
 
@@ -65,7 +65,7 @@ TEST_F(DocumentAccess, ReportsAFileThatCannotBeRead)
 
 // ---- parseFile ----
 
-TEST_F(DocumentAccess, LeavesOutTextThatIsOnlyWhiteSpace)
+TEST_F(DocumentAccess, ParseDropsWhiteSpaceText)
 {
     CXMLParser::DocumentPtr document = CXMLParser::parseFile("<a> \n\t<b/> </a>");
 
@@ -74,19 +74,19 @@ TEST_F(DocumentAccess, LeavesOutTextThatIsOnlyWhiteSpace)
     EXPECT_EQ(inner->nextSibling(), nullptr);
 }
 
-TEST_F(DocumentAccess, TakesPrefixesForPartsOfNames)
+TEST_F(DocumentAccess, ParseTreatsPrefixesAsPartsOfNames)
 {
     EXPECT_FALSE(CXMLParser::parseFile("<p:a><p:b/></p:a>").isNull());
 }
 
-TEST_F(DocumentAccess, ParsesNothingThatIsNotWellFormed)
+TEST_F(DocumentAccess, ParseReturnsNullForMalformedXml)
 {
     EXPECT_TRUE(CXMLParser::parseFile("").isNull());
     EXPECT_TRUE(CXMLParser::parseFile("text").isNull());
     EXPECT_TRUE(CXMLParser::parseFile("<a").isNull());
 }
 
-TEST_F(DocumentAccess, ParsesNothingThatIsNestedTooDeeply)
+TEST_F(DocumentAccess, ParseReturnsNullBeyondTheMaximumDepth)
 {
     std::string open;
     std::string close;
@@ -102,7 +102,7 @@ TEST_F(DocumentAccess, ParsesNothingThatIsNestedTooDeeply)
 
 // ---- writeXMLFile ----
 
-TEST_F(DocumentAccess, WritesIndentedTextWithoutADeclaration)
+TEST_F(DocumentAccess, WriteIndentsAndOmitsTheDeclaration)
 {
     const std::string path = framework.path() + "/out.xml";
 
@@ -113,7 +113,7 @@ TEST_F(DocumentAccess, WritesIndentedTextWithoutADeclaration)
     EXPECT_EQ(systemLog.messages(), SILENCE);
 }
 
-TEST_F(DocumentAccess, ReplacesAWholeFile)
+TEST_F(DocumentAccess, WriteReplacesLongerContent)
 {
     const std::string path = framework.file("out.xml", "something much longer than the document that comes");
 
@@ -122,7 +122,7 @@ TEST_F(DocumentAccess, ReplacesAWholeFile)
     EXPECT_EQ(readFile(path), "<a/>\n");
 }
 
-TEST_F(DocumentAccess, PassesEverythingElseThrough)
+TEST_F(DocumentAccess, WriteKeepsUnknownContent)
 {
     const std::string text =
         "<other>\n\t<?do this?>\n\t<participants x=\"1\">words &amp; signs</participants>\n</other>\n";
@@ -133,7 +133,7 @@ TEST_F(DocumentAccess, PassesEverythingElseThrough)
     EXPECT_EQ(readFile(path), text);
 }
 
-TEST_F(DocumentAccess, ReportsATargetThatCannotBeOpened)
+TEST_F(DocumentAccess, WriteReportsATargetThatCannotBeOpened)
 {
     parser.writeXMLFile(framework.path() + "/missing/out.xml", parse("<a/>"));
 
@@ -141,7 +141,7 @@ TEST_F(DocumentAccess, ReportsATargetThatCannotBeOpened)
     EXPECT_EQ(systemLog.messages(), SILENCE);
 }
 
-TEST_F(DocumentAccess, ReportsAWriteThatFails)
+TEST_F(DocumentAccess, WriteReportsAFullDevice)
 {
     const std::string path = framework.path() + "/full";
     putFullDeviceAt(path);
@@ -151,7 +151,7 @@ TEST_F(DocumentAccess, ReportsAWriteThatFails)
     EXPECT_EQ(log.messages(), UNWRITABLE);
 }
 
-TEST_F(DocumentAccess, KeepsTheFileWhenThereIsNoMemoryForItsText)
+TEST_F(DocumentAccess, WriteKeepsTheFileWhenMemoryRunsOut)
 {
     const std::string path = framework.file("out.xml", "complete");
     const CXMLParser::DocumentPtr document = parse("<a>" + std::string(200000, 'x') + "</a>");
@@ -163,7 +163,7 @@ TEST_F(DocumentAccess, KeepsTheFileWhenThereIsNoMemoryForItsText)
     EXPECT_EQ(log.messages(), UNWRITABLE);
 }
 
-TEST_F(DocumentAccess, KeepsTheFileWhenTheDocumentCannotBeWrittenDown)
+TEST_F(DocumentAccess, WriteKeepsTheFileForAControlCharacter)
 {
     const std::string path = framework.file("out.xml", "complete");
     CXMLParser::DocumentPtr document = parse("<a/>");
@@ -175,7 +175,7 @@ TEST_F(DocumentAccess, KeepsTheFileWhenTheDocumentCannotBeWrittenDown)
     EXPECT_EQ(log.messages(), UNWRITABLE);
 }
 
-TEST_F(DocumentAccess, WritesWordsOfAllLanguages)
+TEST_F(DocumentAccess, WriteKeepsNonAsciiText)
 {
     const std::string path = framework.path() + "/out.xml";
 
@@ -185,7 +185,7 @@ TEST_F(DocumentAccess, WritesWordsOfAllLanguages)
     EXPECT_EQ(log.messages(), SILENCE);
 }
 
-TEST_F(DocumentAccess, KeepsTheFileWhenTheWriterGivesUpOnANameThatIsNoUtf8)
+TEST_F(DocumentAccess, WriteKeepsTheFileForInvalidUtf8)
 {
     const std::string path = framework.file("out.xml", "complete");
     CXMLParser::DocumentPtr document = parse("<a><b/><c/></a>");
@@ -197,7 +197,7 @@ TEST_F(DocumentAccess, KeepsTheFileWhenTheWriterGivesUpOnANameThatIsNoUtf8)
     EXPECT_EQ(log.messages(), UNWRITABLE);
 }
 
-TEST_F(DocumentAccess, KeepsTheFileWhenTheWriterGivesUpBehindWordsOfAnotherLanguage)
+TEST_F(DocumentAccess, WriteKeepsTheFileForInvalidUtf8AfterNonAscii)
 {
     const std::string path = framework.file("out.xml", "complete");
     CXMLParser::DocumentPtr document = parse("<a><b>\u00fc</b><c/></a>");
@@ -211,7 +211,7 @@ TEST_F(DocumentAccess, KeepsTheFileWhenTheWriterGivesUpBehindWordsOfAnotherLangu
 
 // ---- getAttributeValueList, countRootEntries, only_component ----
 
-TEST_F(DocumentAccess, ListsAttributesInDocumentOrderWithEmptyOnesForMissing)
+TEST_F(DocumentAccess, GetAttributeValueListKeepsOrderAndGaps)
 {
     CXMLParser::DocumentPtr document = parse(
         "<roots name='not this'><root name='A'/><x><root/></x><other name='O'/><root name='B' other='C'/></roots>");
@@ -222,7 +222,7 @@ TEST_F(DocumentAccess, ListsAttributesInDocumentOrderWithEmptyOnesForMissing)
               std::vector<std::string>());
 }
 
-TEST_F(DocumentAccess, CountsTheRootsAmongNodes)
+TEST_F(DocumentAccess, CountRootEntriesCountsRootsOnly)
 {
     CXMLParser::DocumentPtr document =
         parse("<roots><root/>text<Root/><root><root/></root><roots/><!-- root --></roots>");
@@ -231,7 +231,7 @@ TEST_F(DocumentAccess, CountsTheRootsAmongNodes)
     EXPECT_EQ(CXMLParser::countRootEntries(children), 2);
 }
 
-TEST_F(DocumentAccess, CountsNoRootsAmongNoNodes)
+TEST_F(DocumentAccess, CountRootEntriesReturnsZeroForNoNodes)
 {
     CXMLParser::DocumentPtr document = parse("<roots/>");
     Poco::AutoPtr<NodeList> children = document->documentElement()->childNodes();
@@ -239,7 +239,7 @@ TEST_F(DocumentAccess, CountsNoRootsAmongNoNodes)
     EXPECT_EQ(CXMLParser::countRootEntries(children), 0);
 }
 
-TEST_F(DocumentAccess, KnowsWhetherOnlyOneComponentIsLeft)
+TEST_F(DocumentAccess, OnlyComponentIsTrueForExactlyOne)
 {
     EXPECT_FALSE(CXMLParser::only_component(parse("<qor/>")));
     EXPECT_TRUE(CXMLParser::only_component(parse("<qor><participant/></qor>")));
@@ -250,7 +250,7 @@ TEST_F(DocumentAccess, KnowsWhetherOnlyOneComponentIsLeft)
 
 // ---- The path of the working copy ----
 
-TEST_F(DocumentAccess, FixesTheWorkingCopyAtConstruction)
+TEST_F(DocumentAccess, ConstructorFixesTheWorkingCopy)
 {
     workOn("b");
     CXMLParser::DocumentPtr document = parse(configurationOf({{"a", {"A"}}, {"b", {"B"}}}));
@@ -261,7 +261,7 @@ TEST_F(DocumentAccess, FixesTheWorkingCopyAtConstruction)
     EXPECT_EQ(written(), configurationOf({{"a", {"A"}}}));
 }
 
-TEST_F(DocumentAccess, TouchesNoFileAtConstruction)
+TEST_F(DocumentAccess, ConstructorTouchesNoFile)
 {
     EXPECT_FALSE(isWritten());
     EXPECT_EQ(log.messages(), SILENCE);

@@ -43,7 +43,7 @@ protected:
 
 // ---- The placeholder ----
 
-TEST_F(DefaultComponent, IsTakenOverWithTheRootClassOfTheModel)
+TEST_F(DefaultComponent, TakesOverThePlaceholderAndAddsTheRootClass)
 {
     given(configurationOf({{PLACEHOLDER, {}}, {"a", {"A"}}}));
 
@@ -54,7 +54,7 @@ TEST_F(DefaultComponent, IsTakenOverWithTheRootClassOfTheModel)
     EXPECT_EQ(systemLog.messages(), SILENCE);
 }
 
-TEST_F(DefaultComponent, IsWrittenWithItsNewNameBeforeTheRootClassJoins)
+TEST_F(DefaultComponent, WritesTheNewNameBeforeAddingTheRootClass)
 {
     putFullDeviceAt(framework.configuration(".tmp"));
     given(configurationOf({{PLACEHOLDER, {}}}));
@@ -65,7 +65,7 @@ TEST_F(DefaultComponent, IsWrittenWithItsNewNameBeforeTheRootClassJoins)
                                     "Found handler: h", "Unable to wite updated XML file!"}));
 }
 
-TEST_F(DefaultComponent, IsTakenOverByAHandlerAlone)
+TEST_F(DefaultComponent, TakesOverThePlaceholderWithoutAModel)
 {
     given(configurationOf({{PLACEHOLDER, {"D"}}}));
 
@@ -75,7 +75,7 @@ TEST_F(DefaultComponent, IsTakenOverByAHandlerAlone)
     EXPECT_EQ(log.messages(), told({"Replaced default QOR component tag with: h"}));
 }
 
-TEST_F(DefaultComponent, IsTakenOverInItsFirstInterfaceAloneWhenTheSecondHasAnotherName)
+TEST_F(DefaultComponent, KeepsASecondInterfaceOfAnotherName)
 {
     given("<participants><participant><managedObject compName='VELDA_OAM_COMPONENT' version='1'/>"
           "<txResource compName='other' version='2'/></participant></participants>");
@@ -89,7 +89,7 @@ TEST_F(DefaultComponent, IsTakenOverInItsFirstInterfaceAloneWhenTheSecondHasAnot
     EXPECT_EQ(log.messages(), told({"Replaced default QOR component tag with: h"}));
 }
 
-TEST_F(DefaultComponent, IsTakenOverWithoutASecondInterface)
+TEST_F(DefaultComponent, TakesOverAPlaceholderWithOneInterface)
 {
     given("<participants><participant><managedObject compName='VELDA_OAM_COMPONENT'/></participant></participants>");
 
@@ -98,7 +98,7 @@ TEST_F(DefaultComponent, IsTakenOverWithoutASecondInterface)
     EXPECT_FALSE(isWritten());
 }
 
-TEST_F(DefaultComponent, IsTakenOverInTheFirstInterfaceOfEachKindOnly)
+TEST_F(DefaultComponent, TakesOverTheFirstOfTwoPlaceholders)
 {
     given(configurationOf({{PLACEHOLDER, {"A"}}, {PLACEHOLDER, {"B"}}}));
 
@@ -107,7 +107,7 @@ TEST_F(DefaultComponent, IsTakenOverInTheFirstInterfaceOfEachKindOnly)
     EXPECT_EQ(written(), configurationOf({{"h", {"A"}, "5", "6"}, {PLACEHOLDER, {"B"}}}));
 }
 
-TEST_F(DefaultComponent, TakesOverTheFirstResourceOfAnotherParticipant)
+TEST_F(DefaultComponent, TakesOverTheResourceOfAnotherParticipant)
 {
     given("<participants><participant><managedObject compName='VELDA_OAM_COMPONENT'/></participant>"
           "<participant><txResource compName='VELDA_OAM_COMPONENT'/></participant></participants>");
@@ -119,7 +119,7 @@ TEST_F(DefaultComponent, TakesOverTheFirstResourceOfAnotherParticipant)
                          "\t</participant>\n</participants>\n");
 }
 
-TEST_F(DefaultComponent, IsTakenOverEvenWhenTheModelCannotBeRead)
+TEST_F(DefaultComponent, TakesOverThePlaceholderForAnUnreadableModel)
 {
     given(configurationOf({{PLACEHOLDER, {}}}));
 
@@ -130,7 +130,7 @@ TEST_F(DefaultComponent, IsTakenOverEvenWhenTheModelCannotBeRead)
                                     "Unable to parse and get the root class name from the model file."}));
 }
 
-TEST_F(DefaultComponent, IsNotRecognisedInALaterPlace)
+TEST_F(DefaultComponent, IgnoresAPlaceholderInALaterPlace)
 {
     const std::string before = configurationOf({{"a", {"A"}}, {PLACEHOLDER, {}}});
     given(before);
@@ -140,7 +140,7 @@ TEST_F(DefaultComponent, IsNotRecognisedInALaterPlace)
     expectUnchanged(before);
 }
 
-TEST_F(DefaultComponent, IsNeededForAHandlerWithoutAModel)
+TEST_F(DefaultComponent, FailsWithoutPlaceholderAndModel)
 {
     const std::string before = configurationOf({{"h", {"A"}}});
     given(before);
@@ -151,7 +151,7 @@ TEST_F(DefaultComponent, IsNeededForAHandlerWithoutAModel)
     EXPECT_EQ(log.messages(), told({"Default model handler not found, ignoring modelHandler update!"}));
 }
 
-TEST_F(DefaultComponent, CannotBeLookedForInADocumentWithoutHandlers)
+TEST_F(DefaultComponent, FailsInADocumentWithoutHandlers)
 {
     const std::string before = configurationOf({});
     given(before);
@@ -164,7 +164,7 @@ TEST_F(DefaultComponent, CannotBeLookedForInADocumentWithoutHandlers)
 
 // ---- Another first handler ----
 
-TEST_F(DefaultComponent, LetsANewRootClassJoinItsHandler)
+TEST_F(DefaultComponent, AddsARootClassToItsHandler)
 {
     given(configurationOf({{"a", {"A"}}, {"h", {"H"}}}));
 
@@ -174,7 +174,7 @@ TEST_F(DefaultComponent, LetsANewRootClassJoinItsHandler)
     EXPECT_EQ(log.messages(), told({"Found handler: h"}));
 }
 
-TEST_F(DefaultComponent, LetsANewRootClassBringItsHandler)
+TEST_F(DefaultComponent, AddsAHandlerForANewRootClass)
 {
     given(configurationOf({{"a", {"A"}}}));
 
@@ -184,7 +184,7 @@ TEST_F(DefaultComponent, LetsANewRootClassBringItsHandler)
     EXPECT_EQ(log.messages(), told({"Adding new handler: h with root class: R"}));
 }
 
-TEST_F(DefaultComponent, AcceptsARootClassThatItsHandlerServesAlready)
+TEST_F(DefaultComponent, AcceptsARootClassItsHandlerServes)
 {
     const std::string before = configurationOf({{"a", {"A"}}, {"h", {"R"}}});
     given(before);
@@ -195,7 +195,7 @@ TEST_F(DefaultComponent, AcceptsARootClassThatItsHandlerServesAlready)
     EXPECT_EQ(log.messages(), told({"Model handler : h for Root element: R already exists"}));
 }
 
-TEST_F(DefaultComponent, RefusesARootClassThatAnotherHandlerServes)
+TEST_F(DefaultComponent, RefusesARootClassAnotherHandlerServes)
 {
     const std::string before = configurationOf({{"H", {"R"}}, {"h", {"A"}}});
     given(before);
@@ -218,7 +218,7 @@ TEST_F(DefaultComponent, RefusesARootClassServedWithoutAHandlerName)
     EXPECT_EQ(log.messages(), SILENCE);
 }
 
-TEST_F(DefaultComponent, AcceptsAModelWithoutARootElementAndChangesNothing)
+TEST_F(DefaultComponent, AcceptsAModelWithoutARootElement)
 {
     const std::string before = configurationOf({{"a", {"A"}}});
     given(before);
@@ -229,7 +229,7 @@ TEST_F(DefaultComponent, AcceptsAModelWithoutARootElementAndChangesNothing)
     EXPECT_EQ(log.messages(), told({"Unable to locate root class in model file."}));
 }
 
-TEST_F(DefaultComponent, RefusesAModelThatCannotBeRead)
+TEST_F(DefaultComponent, RefusesAnUnreadableModel)
 {
     const std::string before = configurationOf({{"a", {"A"}}});
     given(before);
@@ -240,7 +240,7 @@ TEST_F(DefaultComponent, RefusesAModelThatCannotBeRead)
     EXPECT_EQ(log.messages(), told({"Unable to parse and get the root class name from the model file.", "Aborting"}));
 }
 
-TEST_F(DefaultComponent, RefusesAModelWhoseHandlerStandsOutsideAParticipant)
+TEST_F(DefaultComponent, RefusesAHandlerOutsideAParticipant)
 {
     given("<qor><managedObject compName='h'/></qor>");
     const std::string before = textOf(document);

@@ -53,31 +53,31 @@ std::string tooManyStartTags()
 
 // ---- Without a document type declaration ----
 
-TEST(DocumentDemand, AllowsTheGreatestDepthAndNoMore)
+TEST(DocumentDemand, AllowsTheMaximumDepthAndNoMore)
 {
     EXPECT_FALSE(isTooDeep(nest(MAX_NESTING_DEPTH)));
     EXPECT_TRUE(isTooDeep(nest(MAX_NESTING_DEPTH + 1)));
 }
 
-TEST(DocumentDemand, CountsWhatIsNotClosed)
+TEST(DocumentDemand, CountsUnclosedElements)
 {
     EXPECT_FALSE(isTooDeep(repeat("<a>", MAX_NESTING_DEPTH)));
     EXPECT_TRUE(isTooDeep(repeat("<a>", MAX_NESTING_DEPTH + 1)));
 }
 
-TEST(DocumentDemand, GoesOnBehindAnElementThatIsClosed)
+TEST(DocumentDemand, ContinuesAfterAClosedElement)
 {
     EXPECT_FALSE(isTooDeep(repeat("<a><b></b>", MAX_NESTING_DEPTH - 1)));
     EXPECT_TRUE(isTooDeep(repeat("<a><b></b>", MAX_NESTING_DEPTH)));
 }
 
-TEST(DocumentDemand, AllowsAnyNumberOfElementsSideBySide)
+TEST(DocumentDemand, AllowsAnyNumberOfSiblings)
 {
     EXPECT_FALSE(isTooDeep("<a>" + repeat("<b></b>", 3 * MAX_NESTING_DEPTH) + "</a>"));
     EXPECT_FALSE(isTooDeep("<a>" + repeat("<b c='/'/>", 3 * MAX_NESTING_DEPTH) + "</a>"));
 }
 
-TEST(DocumentDemand, CountsAnElementWithoutContentWhereItStands)
+TEST(DocumentDemand, CountsAnEmptyElementAtItsDepth)
 {
     EXPECT_FALSE(isTooDeep(nest(MAX_NESTING_DEPTH - 1, "<b/>")));
     EXPECT_TRUE(isTooDeep(nest(MAX_NESTING_DEPTH, "<b/>")));
@@ -125,7 +125,7 @@ TEST(DocumentDemand, SkipsAnXmlDeclaration)
     EXPECT_TRUE(isTooDeep("<?xml version='1.0'?>" + nest(MAX_NESTING_DEPTH + 1)));
 }
 
-TEST(DocumentDemand, EndsWithATextThatBreaksOff)
+TEST(DocumentDemand, MeasuresUpToTruncatedMarkup)
 {
     for (const std::string end : {"<", "<a", "<a b='", "<a b='>", "</", "</a", "<!--", "<!-- --", "<![CDATA[", "<?a"})
     {
@@ -134,7 +134,7 @@ TEST(DocumentDemand, EndsWithATextThatBreaksOff)
     }
 }
 
-TEST(DocumentDemand, IsNoneInAnEmptyText)
+TEST(DocumentDemand, AllowsATextWithoutElements)
 {
     EXPECT_FALSE(isTooDeep(""));
     EXPECT_FALSE(isTooDeep("no markup"));
@@ -142,7 +142,7 @@ TEST(DocumentDemand, IsNoneInAnEmptyText)
 
 // ---- With a document type declaration, or in an encoding of two bytes ----
 
-TEST(DocumentDemand, HasTheSameLimitBehindADocumentTypeDeclaration)
+TEST(DocumentDemand, AllowsTheSameDepthAfterADoctype)
 {
     EXPECT_FALSE(isTooDeep(DOCUMENT_TYPE + nest(MAX_NESTING_DEPTH)));
     EXPECT_TRUE(isTooDeep(DOCUMENT_TYPE + nest(MAX_NESTING_DEPTH + 1)));
@@ -154,23 +154,23 @@ TEST(DocumentDemand, CountsTheElementsOfAnEntityWhereItIsUsed)
     EXPECT_TRUE(isTooDeep(DOCUMENT_TYPE + nest(MAX_NESTING_DEPTH, "&e;")));
 }
 
-TEST(DocumentDemand, AllowsAnyNumberOfElementsSideBySideBehindADocumentTypeDeclaration)
+TEST(DocumentDemand, AllowsAnyNumberOfSiblingsAfterADoctype)
 {
     EXPECT_FALSE(isTooDeep(DOCUMENT_TYPE + "<a>" + repeat("<b></b>", 3 * MAX_NESTING_DEPTH) + "</a>"));
 }
 
-TEST(DocumentDemand, CountsAsFarAsADocumentIsWellFormed)
+TEST(DocumentDemand, MeasuresUpToTheFirstErrorAfterADoctype)
 {
     EXPECT_TRUE(isTooDeep(DOCUMENT_TYPE + tooManyStartTags()));
     EXPECT_FALSE(isTooDeep(DOCUMENT_TYPE + "<a></b>" + tooManyStartTags()));
 }
 
-TEST(DocumentDemand, IsCountedWithoutNamespaces)
+TEST(DocumentDemand, IgnoresNamespacesAfterADoctype)
 {
     EXPECT_TRUE(isTooDeep(DOCUMENT_TYPE + repeat("<p:a>", MAX_NESTING_DEPTH + 1)));
 }
 
-TEST(DocumentDemand, IsCountedInATextOfTwoBytesACharacter)
+TEST(DocumentDemand, LimitsTheDepthInUtf16)
 {
     EXPECT_FALSE(isTooDeep(wide(nest(MAX_NESTING_DEPTH))));
     EXPECT_TRUE(isTooDeep(wide(nest(MAX_NESTING_DEPTH + 1))));
@@ -189,22 +189,22 @@ std::string withChain(std::size_t count)
     return "<!DOCTYPE a [" + declarations + "]><a>&e" + std::to_string(count - 1) + ";</a>";
 }
 
-TEST(DocumentDemand, AllowsAChainOfTheGreatestNumberOfEntities)
+TEST(DocumentDemand, AllowsAChainOfTheMaximumLength)
 {
     EXPECT_FALSE(isTooDeep(withChain(MAX_ENTITIES)));
 }
 
-TEST(DocumentDemand, RefusesOneEntityMore)
+TEST(DocumentDemand, RefusesAChainOfOneEntityMore)
 {
     EXPECT_TRUE(isTooDeep(withChain(MAX_ENTITIES + 1)));
 }
 
-TEST(DocumentDemand, RefusesOneEntityMoreInATextOfTwoBytesACharacter)
+TEST(DocumentDemand, RefusesAChainOfOneEntityMoreInUtf16)
 {
     EXPECT_TRUE(isTooDeep(wide(withChain(MAX_ENTITIES + 1))));
 }
 
-TEST(DocumentDemand, AllowsAnyNumberOfReferencesBesideAnEntity)
+TEST(DocumentDemand, AllowsAnyNumberOfPredefinedReferences)
 {
     EXPECT_FALSE(isTooDeep("<!DOCTYPE a [<!ENTITY e ''>]><a>" + repeat("&amp;", 20000) + "</a>"));
 }
@@ -214,7 +214,7 @@ TEST(DocumentDemand, AllowsAnyNumberOfDeclarationsInAComment)
     EXPECT_FALSE(isTooDeep("<!DOCTYPE a [<!ENTITY e ''>]><a><!--" + repeat("<!ENTITY", MAX_ENTITIES) + "--></a>"));
 }
 
-TEST(DocumentDemand, CountsWhatAParameterEntityMayDeclare)
+TEST(DocumentDemand, CountsDeclarationsInAParameterEntity)
 {
     const std::string hidden =
         "<!DOCTYPE a [<!ENTITY % p \"" + repeat("&#60;!ENTITY e ''>", MAX_ENTITIES) + "\">%p;]><a/>";
@@ -240,7 +240,7 @@ TEST(DocumentDemand, CountsANameForEachTagAndAttribute)
     EXPECT_EQ(measureNames("<a b='' c=''><d/></a>"), 4U);
 }
 
-TEST(DocumentDemand, CountsNothingWithoutMarkup)
+TEST(DocumentDemand, CountsNoNamesInAnEmptyText)
 {
     EXPECT_EQ(measureNames(""), 0U);
 }
@@ -256,7 +256,7 @@ TEST(DocumentDemand, CountsDifferentNamesOnceInALargeDocument)
     EXPECT_EQ(measureNames("<a>" + repeat("<b c='='/>", 3 * MAX_NESTING_DEPTH) + "</a>"), 2U * 3U);
 }
 
-TEST(DocumentDemand, CountsAttributesThatTheDocumentTypeAdds)
+TEST(DocumentDemand, CountsAttributesThatADoctypeAdds)
 {
     EXPECT_GE(measureNames("<!DOCTYPE a [<!ATTLIST a b CDATA 'x' c CDATA 'y' d CDATA 'z'>]><a/>"), 4U);
 }

@@ -19,7 +19,7 @@ class Handlers : public XmlTest
 
 // ---- addHandler ----
 
-TEST_F(Handlers, AreAddedAsTheLastParticipant)
+TEST_F(Handlers, AddAppendsAParticipant)
 {
     CXMLParser::DocumentPtr document = parse(configurationOf({{"a", {"A"}}}));
 
@@ -33,7 +33,7 @@ TEST_F(Handlers, AreAddedAsTheLastParticipant)
     EXPECT_EQ(systemLog.messages(), SILENCE);
 }
 
-TEST_F(Handlers, AreAddedWithEmptyVersionsAsTheyCome)
+TEST_F(Handlers, AddKeepsEmptyVersions)
 {
     CXMLParser::DocumentPtr document = parse(configurationOf({}));
 
@@ -42,7 +42,7 @@ TEST_F(Handlers, AreAddedWithEmptyVersionsAsTheyCome)
     EXPECT_EQ(textOf(document), configurationOf({{"h", {"R"}, "", ""}}));
 }
 
-TEST_F(Handlers, AreAddedToTheFirstOfTwoContainers)
+TEST_F(Handlers, AddUsesTheFirstOfTwoContainers)
 {
     CXMLParser::DocumentPtr document = parse("<qor><participants/><x><participants n='2'/></x></qor>");
 
@@ -65,7 +65,7 @@ TEST_F(Handlers, AreAddedToTheFirstOfTwoContainers)
               "</qor>\n");
 }
 
-TEST_F(Handlers, AreRefusedWithoutARootClass)
+TEST_F(Handlers, AddFailsWithoutARootClass)
 {
     const std::string before = configurationOf({{"a", {"A"}}});
     CXMLParser::DocumentPtr document = parse(before);
@@ -77,7 +77,7 @@ TEST_F(Handlers, AreRefusedWithoutARootClass)
               (Messages{{Message::PRIO_INFORMATION, "cannot add model file without root class to qor.cfg"}}));
 }
 
-TEST_F(Handlers, AreRefusedWithoutAContainer)
+TEST_F(Handlers, AddFailsWithoutAContainer)
 {
     CXMLParser::DocumentPtr document = parse("<qor/>");
 
@@ -89,7 +89,7 @@ TEST_F(Handlers, AreRefusedWithoutAContainer)
 
 // ---- removeModelHandler, by node ----
 
-TEST_F(Handlers, AreRemovedByTheirNode)
+TEST_F(Handlers, RemoveByNodeRemovesTheHandler)
 {
     CXMLParser::DocumentPtr document = parse(configurationOf({{"a", {"A"}}, {"b", {"B"}}}));
 
@@ -100,7 +100,7 @@ TEST_F(Handlers, AreRemovedByTheirNode)
     EXPECT_EQ(log.messages(), (Messages{{Message::PRIO_INFORMATION, "Removed handler: a"}}));
 }
 
-TEST_F(Handlers, AreWrittenOnceWhenOneIsRemovedAndSaidToBeRemovedEvenIfThatFails)
+TEST_F(Handlers, RemoveByNodeReportsSuccessWhenTheWriteFails)
 {
     putFullDeviceAt(framework.configuration(".tmp"));
     CXMLParser::DocumentPtr document = parse(configurationOf({{"a", {"A"}}, {"b", {"B"}}}));
@@ -110,7 +110,7 @@ TEST_F(Handlers, AreWrittenOnceWhenOneIsRemovedAndSaidToBeRemovedEvenIfThatFails
     EXPECT_EQ(log.messages(), told({"Unable to wite updated XML file!", "Removed handler: a"}));
 }
 
-TEST_F(Handlers, AreNotRemovedByTheirNodeWhenOnlyOneIsLeft)
+TEST_F(Handlers, RemoveByNodeFailsForTheLastOne)
 {
     const std::string before = configurationOf({{"a", {"A"}}});
     CXMLParser::DocumentPtr document = parse(before);
@@ -125,7 +125,7 @@ TEST_F(Handlers, AreNotRemovedByTheirNodeWhenOnlyOneIsLeft)
 
 // ---- removeModelHandler, by name ----
 
-TEST_F(Handlers, AreRemovedByTheComponentNameWhateverTheNameGiven)
+TEST_F(Handlers, RemoveByNameUsesTheComponentName)
 {
     CXMLParser::DocumentPtr document = parse(configurationOf({{"a", {"A"}}, {"b", {"B"}}}));
     workOn("b");
@@ -137,7 +137,7 @@ TEST_F(Handlers, AreRemovedByTheComponentNameWhateverTheNameGiven)
                                         {Message::PRIO_INFORMATION, "Removed handler: b"}}));
 }
 
-TEST_F(Handlers, AreNotRemovedByNameWhenOnlyOneIsLeft)
+TEST_F(Handlers, RemoveByNameFailsForTheLastOne)
 {
     const std::string before = configurationOf({{"a", {"A"}}});
     CXMLParser::DocumentPtr document = parse(before);
@@ -151,7 +151,7 @@ TEST_F(Handlers, AreNotRemovedByNameWhenOnlyOneIsLeft)
               (Messages{{Message::PRIO_INFORMATION, "given is the only handler left. Unable to remove."}}));
 }
 
-TEST_F(Handlers, AreReportedWhenTheNameIsNotFound)
+TEST_F(Handlers, RemoveByNameReportsAnUnknownName)
 {
     const std::string before = configurationOf({{"a", {"A"}}, {"b", {"B"}}});
     CXMLParser::DocumentPtr document = parse(before);

@@ -24,7 +24,7 @@ protected:
     std::string rootClass = "as it was";
 };
 
-TEST_F(RootClass, IsTheNameOfTheElementAroundTheRootMarker)
+TEST_F(RootClass, GetReturnsTheNameOfTheMarkersParent)
 {
     EXPECT_EQ(read("<models name='M'><class name='C'><x/><root name='no'/></class></models>"), 1);
 
@@ -33,21 +33,21 @@ TEST_F(RootClass, IsTheNameOfTheElementAroundTheRootMarker)
     EXPECT_EQ(systemLog.messages(), SILENCE);
 }
 
-TEST_F(RootClass, IsThatOfTheFirstMarker)
+TEST_F(RootClass, GetUsesTheFirstMarker)
 {
     EXPECT_EQ(read("<m><class name='A'/><class name='B'><root/></class><class name='C'><root/></class></m>"), 1);
 
     EXPECT_EQ(rootClass, "B");
 }
 
-TEST_F(RootClass, MayBeHeldByTheDocumentElement)
+TEST_F(RootClass, GetAcceptsTheDocumentElementAsParent)
 {
     EXPECT_EQ(read("<class name='C'><root/></class>"), 1);
 
     EXPECT_EQ(rootClass, "C");
 }
 
-TEST_F(RootClass, IsMissingWithoutAMarker)
+TEST_F(RootClass, GetReturnsNoRootClassWithoutAMarker)
 {
     EXPECT_EQ(read("<m><class name='C'/><Root/></m>"), 2);
 
@@ -55,14 +55,14 @@ TEST_F(RootClass, IsMissingWithoutAMarker)
     EXPECT_EQ(log.messages(), NO_ROOT);
 }
 
-TEST_F(RootClass, IsInvalidWithoutAName)
+TEST_F(RootClass, GetFailsWithoutAName)
 {
     EXPECT_EQ(read("<m><class><root name='R'/></class><class name='C'><root/></class></m>"), 0);
 
     EXPECT_EQ(log.messages(), NO_NAME);
 }
 
-TEST_F(RootClass, IsInvalidWithAnEmptyName)
+TEST_F(RootClass, GetFailsForAnEmptyName)
 {
     EXPECT_EQ(read("<class name=''><root/></class>"), 0);
 
@@ -70,7 +70,7 @@ TEST_F(RootClass, IsInvalidWithAnEmptyName)
     EXPECT_EQ(log.messages(), NO_NAME);
 }
 
-TEST_F(RootClass, IsInvalidWhenTheMarkerIsTheDocumentElement)
+TEST_F(RootClass, GetFailsWhenTheMarkerIsTheDocumentElement)
 {
     EXPECT_EQ(read("<root name='R'/>"), 0);
 
@@ -78,7 +78,7 @@ TEST_F(RootClass, IsInvalidWhenTheMarkerIsTheDocumentElement)
     EXPECT_EQ(log.messages(), NO_NAME);
 }
 
-TEST_F(RootClass, CannotBeReadFromATextThatIsNotWellFormed)
+TEST_F(RootClass, GetFailsForMalformedXml)
 {
     EXPECT_EQ(read("<class name='C'><root></class>"), 0);
 
@@ -86,14 +86,14 @@ TEST_F(RootClass, CannotBeReadFromATextThatIsNotWellFormed)
     EXPECT_EQ(log.messages(), SILENCE);
 }
 
-TEST_F(RootClass, CannotBeReadFromAMissingFile)
+TEST_F(RootClass, GetFailsForAMissingFile)
 {
     EXPECT_EQ(parser.getRootClassName("/nonexistent/model.xml", rootClass), 0);
 
     EXPECT_EQ(log.messages(), SILENCE);
 }
 
-TEST_F(RootClass, CannotBeReadFromADirectory)
+TEST_F(RootClass, GetFailsForADirectory)
 {
     EXPECT_EQ(parser.getRootClassName(framework.path(), rootClass), 0);
 

@@ -51,7 +51,7 @@ protected:
     CXMLParser::DocumentPtr document;
 };
 
-TEST_F(RootEntries, KeepTheNumbersOfTheEdits)
+TEST_F(RootEntries, EditNumbersStayFixed)
 {
     EXPECT_EQ(static_cast<int>(CmdEntryAction::ENTRY_ADD), 0);
     EXPECT_EQ(static_cast<int>(CmdEntryAction::ENTRY_REMOVE_HANDLER), 2);
@@ -60,7 +60,7 @@ TEST_F(RootEntries, KeepTheNumbersOfTheEdits)
 
 // ---- modifyRoot, ENTRY_ADD ----
 
-TEST_F(RootEntries, AreAddedAtTheEndOfTheHandlersRootsWithItsVersionsKept)
+TEST_F(RootEntries, AddAppendsTheRootAndKeepsTheVersions)
 {
     given(configurationOf({{"a", {"A"}}, {"h", {"H"}, "8", "9"}}));
 
@@ -71,7 +71,7 @@ TEST_F(RootEntries, AreAddedAtTheEndOfTheHandlersRootsWithItsVersionsKept)
     EXPECT_EQ(systemLog.messages(), SILENCE);
 }
 
-TEST_F(RootEntries, AreNotAddedTwice)
+TEST_F(RootEntries, AddSkipsARootThatIsThere)
 {
     const std::string before = configurationOf({{"h", {"R", "H"}}});
     given(before);
@@ -82,7 +82,7 @@ TEST_F(RootEntries, AreNotAddedTwice)
     EXPECT_EQ(log.messages(), told({"Found handler: h", "Root element R already exist in h\nSkipping add."}));
 }
 
-TEST_F(RootEntries, OfOtherElementNamesCountAsAdded)
+TEST_F(RootEntries, AddSkipsARootOfAnotherElementName)
 {
     given("<qor><participants><participant><roots><other name='R'/></roots><managedObject compName='h'/></participant>"
           "</participants></qor>");
@@ -93,7 +93,7 @@ TEST_F(RootEntries, OfOtherElementNamesCountAsAdded)
     EXPECT_FALSE(isWritten());
 }
 
-TEST_F(RootEntries, AreComparedWithCase)
+TEST_F(RootEntries, AddComparesNamesCaseSensitively)
 {
     given(configurationOf({{"h", {"r"}}}));
 
@@ -102,7 +102,7 @@ TEST_F(RootEntries, AreComparedWithCase)
     EXPECT_EQ(written(), configurationOf({{"h", {"r", "R"}}}));
 }
 
-TEST_F(RootEntries, RegisterAHandlerThatIsNew)
+TEST_F(RootEntries, AddRegistersANewHandler)
 {
     given(configurationOf({{"a", {"R"}}, {"H", {}}}));
 
@@ -112,7 +112,7 @@ TEST_F(RootEntries, RegisterAHandlerThatIsNew)
     EXPECT_EQ(log.messages(), told({"Adding new handler: h with root class: R"}));
 }
 
-TEST_F(RootEntries, AreAddedToTheFirstOfTwoParticipantsOfTheHandler)
+TEST_F(RootEntries, AddUsesTheFirstOfTwoParticipants)
 {
     given(configurationOf({{"h", {"A"}}, {"h", {"B"}}}));
 
@@ -122,7 +122,7 @@ TEST_F(RootEntries, AreAddedToTheFirstOfTwoParticipantsOfTheHandler)
     EXPECT_EQ(log.messages(), told({"Found handler: h"}));
 }
 
-TEST_F(RootEntries, AreAddedToALaterParticipantWhenTheFirstHasNoRoots)
+TEST_F(RootEntries, AddSkipsAParticipantWithoutRoots)
 {
     given("<qor><participants><participant><managedObject compName='h'/></participant>"
           "<participant><roots/><managedObject compName='h'/></participant></participants></qor>");
@@ -136,7 +136,7 @@ TEST_F(RootEntries, AreAddedToALaterParticipantWhenTheFirstHasNoRoots)
     EXPECT_EQ(log.messages(), told({"Found handler: h", "Found handler: h"}));
 }
 
-TEST_F(RootEntries, AreNotAddedToAHandlerWithoutRootsWhichIsWrittenAsItIs)
+TEST_F(RootEntries, AddWritesAHandlerWithoutRootsUnchanged)
 {
     given("<qor><participants><participant><managedObject compName='h'/></participant></participants></qor>");
     const std::string before = textOf(document);
@@ -148,7 +148,7 @@ TEST_F(RootEntries, AreNotAddedToAHandlerWithoutRootsWhichIsWrittenAsItIs)
     EXPECT_EQ(log.messages(), told({"Found handler: h"}));
 }
 
-TEST_F(RootEntries, GoToTheFirstRootsAmongTheParticipantsChildren)
+TEST_F(RootEntries, AddUsesTheFirstRootsChildOfTheParticipant)
 {
     given("<participants><participant><x><roots n='0'/></x><roots n='1'/><roots n='2'/><managedObject compName='h'/>"
           "</participant></participants>");
@@ -169,7 +169,7 @@ TEST_F(RootEntries, GoToTheFirstRootsAmongTheParticipantsChildren)
                          "</participants>\n");
 }
 
-TEST_F(RootEntries, HaveAnEmptyNameWhenTheModelHasNoRootElement)
+TEST_F(RootEntries, AddWritesAnEmptyNameWithoutARootElement)
 {
     model = framework.file("model.xml", "<m/>");
     given(configurationOf({{"h", {"H"}}}));
@@ -180,7 +180,7 @@ TEST_F(RootEntries, HaveAnEmptyNameWhenTheModelHasNoRootElement)
     EXPECT_EQ(log.messages(), told({"Found handler: h", "Unable to locate root class in model file."}));
 }
 
-TEST_F(RootEntries, AreSkippedUnseenWhenTheModelHasNoRootElement)
+TEST_F(RootEntries, AddRepeatsAnEmptyNameWithoutARootElement)
 {
     model = framework.file("model.xml", "<m/>");
     given(configurationOf({{"h", {""}}}));
@@ -190,7 +190,7 @@ TEST_F(RootEntries, AreSkippedUnseenWhenTheModelHasNoRootElement)
     EXPECT_EQ(written(), configurationOf({{"h", {"", ""}}}));
 }
 
-TEST_F(RootEntries, OfAModelWithoutARootElementRegisterNoHandler)
+TEST_F(RootEntries, AddRegistersNoHandlerWithoutARootElement)
 {
     model = framework.file("model.xml", "<m/>");
     const std::string before = configurationOf({{"a", {"A"}}});
@@ -203,7 +203,7 @@ TEST_F(RootEntries, OfAModelWithoutARootElementRegisterNoHandler)
                                     "cannot add model file without root class to qor.cfg"}));
 }
 
-TEST_F(RootEntries, AreRefusedToAHandlerWhenTheModelCannotBeRead)
+TEST_F(RootEntries, AddFailsForAnUnreadableModel)
 {
     model = "/nonexistent/model.xml";
     const std::string before = configurationOf({{"h", {"H"}}});
@@ -215,7 +215,7 @@ TEST_F(RootEntries, AreRefusedToAHandlerWhenTheModelCannotBeRead)
     EXPECT_EQ(log.messages(), told({"Found handler: h", UNREADABLE}));
 }
 
-TEST_F(RootEntries, AreRefusedToANewHandlerWhenTheModelCannotBeRead)
+TEST_F(RootEntries, AddOfANewHandlerFailsForAnUnreadableModel)
 {
     model = "/nonexistent/model.xml";
     const std::string before = configurationOf({{"a", {"A"}}});
@@ -227,7 +227,7 @@ TEST_F(RootEntries, AreRefusedToANewHandlerWhenTheModelCannotBeRead)
     EXPECT_EQ(log.messages(), SILENCE);
 }
 
-TEST_F(RootEntries, AreRefusedWhenThereIsNoPlaceForANewHandler)
+TEST_F(RootEntries, AddFailsWithoutAContainer)
 {
     given("<qor/>");
 
@@ -237,7 +237,7 @@ TEST_F(RootEntries, AreRefusedWhenThereIsNoPlaceForANewHandler)
     EXPECT_EQ(log.messages(), (Messages{{Message::PRIO_ERROR, "Unable to find the participants entry!"}}));
 }
 
-TEST_F(RootEntries, AreRefusedWhenTheHandlerStandsOutsideAParticipant)
+TEST_F(RootEntries, AddFailsForAHandlerOutsideAParticipant)
 {
     given("<participants><other><roots/><managedObject compName='h'/></other></participants>");
     const std::string before = textOf(document);
@@ -249,7 +249,7 @@ TEST_F(RootEntries, AreRefusedWhenTheHandlerStandsOutsideAParticipant)
                                         {Message::PRIO_WARNING, "Unable to find the participant entry!"}}));
 }
 
-TEST_F(RootEntries, AreRefusedWhenTheHandlerIsTheDocumentElement)
+TEST_F(RootEntries, AddFailsForAHandlerAsDocumentElement)
 {
     given("<managedObject compName='h'/>");
 
@@ -259,7 +259,7 @@ TEST_F(RootEntries, AreRefusedWhenTheHandlerIsTheDocumentElement)
                                         {Message::PRIO_WARNING, "Unable to find the participant entry!"}}));
 }
 
-TEST_F(RootEntries, AreNotLookedForInHandlersWithoutAttributes)
+TEST_F(RootEntries, AddIgnoresAHandlerWithoutAttributes)
 {
     given("<participants><participant><roots/><managedObject/></participant></participants>");
     workOn("");
@@ -269,7 +269,7 @@ TEST_F(RootEntries, AreNotLookedForInHandlersWithoutAttributes)
     EXPECT_EQ(log.messages(), told({"Adding new handler:  with root class: R"}));
 }
 
-TEST_F(RootEntries, AreAddedToAHandlerWithoutANameWhenItHasOtherAttributes)
+TEST_F(RootEntries, AddFindsANamelessHandlerWithAttributes)
 {
     given("<participants><participant><roots/><managedObject version='1'/></participant></participants>");
     workOn("");
@@ -287,7 +287,7 @@ TEST_F(RootEntries, AreAddedToAHandlerWithoutANameWhenItHasOtherAttributes)
                          "</participants>\n");
 }
 
-TEST_F(RootEntries, ReportAWorkingCopyThatCannotBeWrittenAndStayAdded)
+TEST_F(RootEntries, AddReportsAFailedWriteAndKeepsTheRoot)
 {
     putDirectoryAt(framework.configuration(".tmp"));
     given(configurationOf({{"h", {}}}));
@@ -298,7 +298,7 @@ TEST_F(RootEntries, ReportAWorkingCopyThatCannotBeWrittenAndStayAdded)
     EXPECT_EQ(log.messages(), told({"Found handler: h", "Unable to wite updated XML file!"}));
 }
 
-TEST_F(RootEntries, AreWrittenOnceWhenTheyRegisterAHandler)
+TEST_F(RootEntries, AddWritesOnceForANewHandler)
 {
     putFullDeviceAt(framework.configuration(".tmp"));
     given(configurationOf({{"a", {"A"}}}));
@@ -310,7 +310,7 @@ TEST_F(RootEntries, AreWrittenOnceWhenTheyRegisterAHandler)
 
 // ---- modifyRoot, ENTRY_REMOVE_ROOT ----
 
-TEST_F(RootEntries, AreRemovedFromTheirHandlerAlone)
+TEST_F(RootEntries, RemoveRootLeavesOtherHandlersAlone)
 {
     given(configurationOf({{"a", {"R"}}, {"h", {"H", "R", "I"}}}));
 
@@ -321,7 +321,7 @@ TEST_F(RootEntries, AreRemovedFromTheirHandlerAlone)
     EXPECT_EQ(systemLog.messages(), SILENCE);
 }
 
-TEST_F(RootEntries, AreRemovedOneAtATime)
+TEST_F(RootEntries, RemoveRootRemovesOneOfTwoEqualRoots)
 {
     given(configurationOf({{"h", {"R", "R"}}}));
 
@@ -330,7 +330,7 @@ TEST_F(RootEntries, AreRemovedOneAtATime)
     EXPECT_EQ(written(), configurationOf({{"h", {"R"}}}));
 }
 
-TEST_F(RootEntries, TakeTheirHandlerWithThemWhenTheyAreTheLast)
+TEST_F(RootEntries, RemoveRootRemovesTheHandlerWithItsLastRoot)
 {
     given(configurationOf({{"a", {"A"}}, {"h", {"R"}}}));
 
@@ -340,7 +340,7 @@ TEST_F(RootEntries, TakeTheirHandlerWithThemWhenTheyAreTheLast)
     EXPECT_EQ(log.messages(), told({"Found handler: h", "Removed root entry R from h", "Removed handler: h"}));
 }
 
-TEST_F(RootEntries, AreWrittenBeforeTheirHandlerGoesToo)
+TEST_F(RootEntries, RemoveRootWritesBeforeRemovingTheHandler)
 {
     putFullDeviceAt(framework.configuration(".tmp"));
     given(configurationOf({{"a", {"A"}}, {"h", {"R"}}}));
@@ -352,7 +352,7 @@ TEST_F(RootEntries, AreWrittenBeforeTheirHandlerGoesToo)
                     "Unable to wite updated XML file!", "Removed handler: h"}));
 }
 
-TEST_F(RootEntries, AreNotRemovedWhenTheyAreTheLastOfTheOnlyHandler)
+TEST_F(RootEntries, RemoveRootFailsForTheLastRootOfAll)
 {
     const std::string before = configurationOf({{"h", {"R"}}});
     given(before);
@@ -363,7 +363,7 @@ TEST_F(RootEntries, AreNotRemovedWhenTheyAreTheLastOfTheOnlyHandler)
     EXPECT_EQ(log.messages(), told({"Found handler: h", "Unable to remove root entry"}));
 }
 
-TEST_F(RootEntries, AreRemovedFromTheOnlyHandlerWhenItHasMore)
+TEST_F(RootEntries, RemoveRootLeavesTheOnlyHandlerItsOtherRoots)
 {
     given(configurationOf({{"h", {"R", "H"}}}));
 
@@ -372,7 +372,7 @@ TEST_F(RootEntries, AreRemovedFromTheOnlyHandlerWhenItHasMore)
     EXPECT_EQ(written(), configurationOf({{"h", {"H"}}}));
 }
 
-TEST_F(RootEntries, AreWrittenUnchangedWhenTheOneToRemoveIsMissing)
+TEST_F(RootEntries, RemoveRootWritesUnchangedForAMissingRoot)
 {
     const std::string before = configurationOf({{"h", {"H"}}});
     given(before);
@@ -384,7 +384,7 @@ TEST_F(RootEntries, AreWrittenUnchangedWhenTheOneToRemoveIsMissing)
     EXPECT_EQ(log.messages(), told({"Found handler: h", "Unable to find root entry R in h"}));
 }
 
-TEST_F(RootEntries, AreRemovedFromALaterParticipantOfTheHandler)
+TEST_F(RootEntries, RemoveRootSearchesLaterParticipants)
 {
     given(configurationOf({{"h", {"A"}}, {"h", {"B", "R"}}, {"h", {"R"}}}));
 
@@ -395,7 +395,7 @@ TEST_F(RootEntries, AreRemovedFromALaterParticipantOfTheHandler)
                                     "Removed root entry R from h"}));
 }
 
-TEST_F(RootEntries, AreLeftAloneWithoutAMessageWhenTheHandlerIsMissing)
+TEST_F(RootEntries, RemoveRootIsSilentForAMissingHandler)
 {
     const std::string before = configurationOf({{"a", {"R"}}});
     given(before);
@@ -407,7 +407,7 @@ TEST_F(RootEntries, AreLeftAloneWithoutAMessageWhenTheHandlerIsMissing)
     EXPECT_EQ(log.messages(), SILENCE);
 }
 
-TEST_F(RootEntries, AreNotLookedForInAHandlerWithoutRoots)
+TEST_F(RootEntries, RemoveRootSkipsAHandlerWithoutRoots)
 {
     given("<qor><participants><participant><managedObject compName='h'/></participant></participants></qor>");
     const std::string before = textOf(document);
@@ -418,7 +418,7 @@ TEST_F(RootEntries, AreNotLookedForInAHandlerWithoutRoots)
     EXPECT_EQ(log.messages(), told({"Found handler: h"}));
 }
 
-TEST_F(RootEntries, AreNotRemovedWhenTheModelHasNoRootElement)
+TEST_F(RootEntries, RemoveRootRemovesNothingWithoutARootElement)
 {
     model = framework.file("model.xml", "<m/>");
     const std::string before = configurationOf({{"h", {"", "H"}}});
@@ -431,7 +431,7 @@ TEST_F(RootEntries, AreNotRemovedWhenTheModelHasNoRootElement)
                                     "Unable to find root entry  in h"}));
 }
 
-TEST_F(RootEntries, AreNotRemovedWhenTheModelCannotBeRead)
+TEST_F(RootEntries, RemoveRootFailsForAnUnreadableModel)
 {
     model = framework.file("model.xml", "<m>");
     const std::string before = configurationOf({{"h", {"R", "H"}}});
@@ -443,7 +443,7 @@ TEST_F(RootEntries, AreNotRemovedWhenTheModelCannotBeRead)
     EXPECT_EQ(log.messages(), told({"Found handler: h", UNREADABLE}));
 }
 
-TEST_F(RootEntries, OfOtherElementNamesAreRemovedWithoutCountingAsRoots)
+TEST_F(RootEntries, RemoveRootDoesNotCountOtherElementNames)
 {
     given("<participants><participant><roots><other name='R'/><root name='H'/></roots><managedObject compName='h'/>"
           "</participant><participant/></participants>");
@@ -457,7 +457,7 @@ TEST_F(RootEntries, OfOtherElementNamesAreRemovedWithoutCountingAsRoots)
 
 // ---- modifyRoot, ENTRY_REMOVE_HANDLER ----
 
-TEST_F(RootEntries, GoWithTheFirstParticipantOfTheHandlerThatIsRemoved)
+TEST_F(RootEntries, RemoveHandlerRemovesItsFirstParticipant)
 {
     model = "";
     given(configurationOf({{"a", {"A"}}, {"h", {"R"}}, {"h", {"S"}}}));
@@ -468,7 +468,7 @@ TEST_F(RootEntries, GoWithTheFirstParticipantOfTheHandlerThatIsRemoved)
     EXPECT_EQ(log.messages(), told({"Found handler: h", "Removed handler: h"}));
 }
 
-TEST_F(RootEntries, StayWithTheOnlyHandlerWhichIsNotRemoved)
+TEST_F(RootEntries, RemoveHandlerFailsForTheOnlyHandler)
 {
     const std::string before = configurationOf({{"h", {"R"}}});
     given(before);
@@ -479,7 +479,7 @@ TEST_F(RootEntries, StayWithTheOnlyHandlerWhichIsNotRemoved)
     EXPECT_EQ(log.messages(), told({"Found handler: h", "Unable to remove handle as this is the last entry"}));
 }
 
-TEST_F(RootEntries, StayWhenTheHandlerToRemoveIsMissing)
+TEST_F(RootEntries, RemoveHandlerReportsAMissingHandler)
 {
     const std::string before = configurationOf({{"a", {"R"}}});
     given(before);
@@ -492,7 +492,7 @@ TEST_F(RootEntries, StayWhenTheHandlerToRemoveIsMissing)
 
 // ---- existsRoot ----
 
-class ServedRoot : public RootEntries
+class ExistsRoot : public RootEntries
 {
 protected:
     int ask()
@@ -504,7 +504,7 @@ protected:
     std::string servedBy = "as it was";
 };
 
-TEST_F(ServedRoot, IsFoundWithItsHandler)
+TEST_F(ExistsRoot, FindsTheServingHandler)
 {
     given(configurationOf({{"a", {"A"}}, {"b", {"B", "R"}}, {"c", {"R"}}}));
     found = false;
@@ -517,7 +517,7 @@ TEST_F(ServedRoot, IsFoundWithItsHandler)
     EXPECT_FALSE(isWritten());
 }
 
-TEST_F(ServedRoot, IsNotFoundWhenNobodyServesIt)
+TEST_F(ExistsRoot, FindsNothingForAnUnservedRoot)
 {
     given(configurationOf({{"a", {"A"}}, {"b", {"r"}}}));
 
@@ -528,7 +528,7 @@ TEST_F(ServedRoot, IsNotFoundWhenNobodyServesIt)
     EXPECT_EQ(log.messages(), SILENCE);
 }
 
-TEST_F(ServedRoot, IsFoundBelowTheRootsAtAnyDepth)
+TEST_F(ExistsRoot, FindsARootAtAnyDepthBelowTheRoots)
 {
     given("<participants><participant><x><roots><y><root name='R'/></y></roots></x><z><managedObject compName='a'/></z>"
           "<managedObject compName='b'/></participant></participants>");
@@ -539,7 +539,7 @@ TEST_F(ServedRoot, IsFoundBelowTheRootsAtAnyDepth)
     EXPECT_EQ(servedBy, "a");
 }
 
-TEST_F(ServedRoot, IsFoundWithoutANameWhenTheParticipantHasNoInterface)
+TEST_F(ExistsRoot, FindsNoNameWithoutAnInterface)
 {
     given("<participants><participant><roots><root name='R'/></roots></participant></participants>");
 
@@ -550,7 +550,7 @@ TEST_F(ServedRoot, IsFoundWithoutANameWhenTheParticipantHasNoInterface)
     EXPECT_EQ(log.messages(), SILENCE);
 }
 
-TEST_F(ServedRoot, IsNotFoundWithTwoContainers)
+TEST_F(ExistsRoot, FindsNothingWithTwoContainers)
 {
     given("<qor><participants><participant><roots><root name='R'/></roots></participant></participants>"
           "<participants/></qor>");
@@ -560,7 +560,7 @@ TEST_F(ServedRoot, IsNotFoundWithTwoContainers)
     EXPECT_FALSE(found);
 }
 
-TEST_F(ServedRoot, IsNotFoundWithoutAContainer)
+TEST_F(ExistsRoot, FindsNothingWithoutAContainer)
 {
     given("<qor><participant><roots><root name='R'/></roots></participant></qor>");
 
@@ -569,7 +569,7 @@ TEST_F(ServedRoot, IsNotFoundWithoutAContainer)
     EXPECT_FALSE(found);
 }
 
-TEST_F(ServedRoot, IsNotFoundInAParticipantWithTwoRoots)
+TEST_F(ExistsRoot, FindsNothingInAParticipantWithTwoRoots)
 {
     given("<participants><participant><roots><root name='R'/></roots><roots/></participant></participants>");
 
@@ -578,7 +578,7 @@ TEST_F(ServedRoot, IsNotFoundInAParticipantWithTwoRoots)
     EXPECT_FALSE(found);
 }
 
-TEST_F(ServedRoot, IsNotFoundInAParticipantWithoutRoots)
+TEST_F(ExistsRoot, FindsNothingInAParticipantWithoutRoots)
 {
     given("<participants><participant><root name='R'/></participant></participants>");
 
@@ -587,7 +587,7 @@ TEST_F(ServedRoot, IsNotFoundInAParticipantWithoutRoots)
     EXPECT_FALSE(found);
 }
 
-TEST_F(ServedRoot, IsUnknownWhenTheModelHasNoRootElement)
+TEST_F(ExistsRoot, ReturnsNoRootClassWithoutARootElement)
 {
     model = framework.file("model.xml", "<m/>");
     given(configurationOf({{"a", {""}}}));
@@ -599,7 +599,7 @@ TEST_F(ServedRoot, IsUnknownWhenTheModelHasNoRootElement)
     EXPECT_EQ(log.messages(), told({"Unable to locate root class in model file."}));
 }
 
-TEST_F(ServedRoot, IsUnknownWhenTheModelCannotBeRead)
+TEST_F(ExistsRoot, FailsForAnUnreadableModel)
 {
     model = "/nonexistent/model.xml";
     given(configurationOf({{"a", {"R"}}}));
