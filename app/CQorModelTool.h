@@ -27,7 +27,7 @@ class CQorModelTool
 {
 public:
     /// Finds the framework directory and, when this host has an open session, loads its queue. A directory that cannot
-    /// be found is reported, and the construction goes on.
+    /// be found is reported, and the constructor continues.
     ///
     /// Neither `impl` nor `logger` is owned. `impl` outlives the object; the logger, named "ConsoleLogger", is
     /// destroyed by the destructor unless it is null.
@@ -97,11 +97,11 @@ public:
     /// Runs what was asked for: rejects contradictions, stages, rolls back, commits. `args` is not used.
     ///
     /// Returns the exit status: 0, or -1 when a commit failed. A Poco::Exception leaves the operation when a file
-    /// cannot be looked at, copied, moved, brought to the disk or removed, when there is no process for the validator,
+    /// cannot be examined, copied, moved, synced or removed, when the validator cannot be started,
     /// and when an action's model file has no name.
     int main(const std::vector<std::string>& args);
 
-    /// Whether the open session belongs to this host. False, after messages, when there is no lock file to be read.
+    /// Whether the open session belongs to this host. False, after messages, when there is no readable lock file.
     bool isLockWithCurrentHost();
 
     // ---- For the document editor, which asks for nothing else ----

@@ -11,7 +11,7 @@ namespace QMT
 
 class CQorModelTool;
 
-/// The application object: gives the application framework's calls to the tool object and has no logic of its own.
+/// The application object: forwards the application framework's calls to the tool object and has no logic of its own.
 class CQorModelToolWrapper : public Poco::Util::Application
 {
 public:

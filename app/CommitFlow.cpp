@@ -18,8 +18,8 @@ int CQorModelTool::rollBackOnRequest(bool lockExisted)
     _logger->information("Rolling back.");
     if (lockExisted)
     {
-        // Nothing is put back while a session is open, and rollBack is not even asked: should another host end the
-        // session in this moment, its commit would be undone.
+        // Nothing is restored while a session is open, and rollBack is not even called: if another host ended the
+        // session at this moment, its commit would be undone.
         _impl->cleanupTmp();
         return Poco::Util::Application::EXIT_OK;
     }
@@ -49,7 +49,7 @@ int CQorModelTool::commit(bool lockExisted)
     {
         _logger->information("Unable to commit!\nRolling back...");
         ::syslog(LOG_INFO, "check of qor.cfg or Model files failed, Unable to commit rolling back");
-        // As in a rollback of an open session, nothing is put back.
+        // As in a rollback of an open session, nothing is restored.
         _impl->cleanupTmp();
         return Poco::Util::Application::EXIT_OK;
     }
@@ -81,7 +81,7 @@ int CQorModelTool::commitSession()
 
 void CQorModelTool::undoRejected()
 {
-    // Whoever stages meanwhile opens a session, perhaps twice in one call, and rollBack changes nothing under a
+    // A concurrent staging call opens a session, perhaps twice, and rollBack changes nothing during a
     // session.
     const int MAX_ATTEMPTS = 10;
 

@@ -80,7 +80,7 @@ void CQorModelTool::displayHelp(const OptionSet& options, std::string& command)
     formatter.setAutoIndent();
     formatter.setWidth(WIDTH);
     formatter.setUsage("[-] [--] OPTIONS");
-    // The interface's version, whatever that of the package.
+    // The interface's version, independent of the package's.
     formatter.setHeader("qor_mim_tool v1.0");
     formatter.format(std::cout);
 }

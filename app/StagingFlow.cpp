@@ -20,7 +20,7 @@ bool CQorModelTool::stage(bool lockExisted)
         _impl->createLockFile();
     }
     Action newest;
-    // A text that does not split has been reported; its line shows the fields as empty.
+    // A text without separators has been reported; its line shows the fields as empty.
     static_cast<void>(_impl->takeApart(_impl->queue().front(), newest));
     const std::string line = newest.stagingLine();
     ::syslog(LOG_DEBUG, "%s", line.c_str());
@@ -76,7 +76,7 @@ bool CQorModelTool::waitForLock()
         }
         ::sleep(1);
     }
-    // A lock that only the last attempt gets counts as not got, and stays.
+    // A lock taken by the last attempt counts as refused, and stays.
     _impl->createLockFile();
     return false;
 }

@@ -15,7 +15,7 @@ void CQorModelTool::handleAddModelFile(const std::string&, const std::string& va
     request.modelFile = value;
     if (request.handlerStaged)
     {
-        // The driver rewrites the text of the handler's entry, which this one now is.
+        // The driver rewrites the text of this entry, which was the handler's.
         _impl->queue().front().first = CmdID::AddModelFileWithHandler;
     }
     else

@@ -26,7 +26,7 @@ void CQorModelTool::handleStatus(const std::string&, const std::string&)
     for (auto entry = queue.crbegin(); entry != queue.crend(); ++entry)
     {
         Action action;
-        // A text that does not split has been reported; its line shows the fields as empty.
+        // A text without separators has been reported; its line shows the fields as empty.
         static_cast<void>(_impl->takeApart(*entry, action));
         _logger->information(action.statusLine());
     }

@@ -16,7 +16,7 @@ namespace QMT
 namespace
 {
 
-/// By this name the open file is found when its own has gone.
+/// Names the open file even after its directory entry is gone.
 std::string nameOf(int file)
 {
     return "/proc/self/fd/" + std::to_string(file);

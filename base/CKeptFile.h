@@ -10,12 +10,12 @@
 namespace QMT
 {
 
-/// A file as it was at one moment, though it be replaced or removed: its content, its attributes, or that it was
+/// A snapshot of a file that outlives its replacement or removal: its content and attributes, or that it was
 /// missing.
 class CKeptFile
 {
 public:
-    /// Keeps the file at `path`; a link is followed. Throws a Poco::FileException when it is there and cannot be read.
+    /// Keeps the file at `path`; a link is followed. Throws a Poco::FileException when it exists but cannot be read.
     explicit CKeptFile(const std::string& path);
     ~CKeptFile();
     CKeptFile(const CKeptFile&) = delete;
@@ -23,11 +23,11 @@ public:
     CKeptFile(CKeptFile&&) = delete;
     CKeptFile& operator=(CKeptFile&&) = delete;
 
-    /// What it held; none when it was missing.
+    /// The content; none when the file was missing.
     const std::optional<std::string>& content() const;
 
-    /// Makes the file at the path what it was, times of access and modification included; removes it when it was
-    /// missing. On the disk on return. Returns what could not be kept, a line each. Throws like replaceFile.
+    /// Restores the file at the path, access and modification times included; removes it when it was
+    /// missing. The result is synced on return. Returns what could not be kept, one line each. Throws like replaceFile.
     std::vector<std::string> putBack() const;
 
 private:

@@ -37,7 +37,7 @@ int openOrMake(const std::string& path, const std::string& like)
         }
         else if (errno == EEXIST)
         {
-            // Another caller made it meanwhile.
+            // Another caller has just created it.
             file = ::open(path.c_str(), FLAGS);
         }
     }

@@ -14,8 +14,8 @@ namespace QMT
 class CRecordLock
 {
 public:
-    /// Opens the file at `path`. A missing file is made, with owner, group, mode and attributes of the file at `like`
-    /// as far as the caller may set them. Throws a Poco::FileException (or a relative) when the file cannot be opened.
+    /// Opens the file at `path`. A missing file is created with owner, group, mode and attributes of the file at `like`
+    /// as far as the caller may set them. Throws a Poco::FileException (or a subclass) when the file cannot be opened.
     CRecordLock(const std::string& path, const std::string& like);
     ~CRecordLock();
     CRecordLock(const CRecordLock&) = delete;
@@ -23,15 +23,15 @@ public:
     CRecordLock(CRecordLock&&) = delete;
     CRecordLock& operator=(CRecordLock&&) = delete;
 
-    /// Takes the lock if nobody has it; whether it has been taken. Throws a Poco::FileException when the file system
+    /// Takes the lock if it is free; returns whether it was taken. Throws a Poco::FileException when the file system
     /// has no such locks.
     [[nodiscard]] bool tryToTake();
 
-    /// The process that has the lock, 0 when none has. A process of another host may have any number. Throws like
+    /// The process that holds the lock, 0 when none does. A process of another host may have any number. Throws like
     /// tryToTake.
     [[nodiscard]] int holder() const;
 
-    /// The same for the file at `path`, which is neither locked nor made; 0 when it is missing. Throws a
+    /// The same for the file at `path`, which is neither locked nor created; 0 when it is missing. Throws a
     /// Poco::FileException when it cannot be opened, and like tryToTake. A process that holds the lock itself must not
     /// call it.
     [[nodiscard]] static int holderOf(const std::string& path);

@@ -6,8 +6,8 @@
 namespace QMT
 {
 
-/// Blocks all signals but those for the program's own faults (SIGSEGV and the like), as long as the object lives. One
-/// that arrives meanwhile is delivered when the object is gone.
+/// Blocks all signals but those for the program's own faults (SIGSEGV and the like), while the object lives. One
+/// that arrives meanwhile is delivered when the object is destroyed.
 ///
 /// For steps that must not be left half-done. Do not start a process meanwhile: it would inherit the block.
 class CSignalBlock

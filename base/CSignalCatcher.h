@@ -9,7 +9,7 @@
 namespace QMT
 {
 
-/// Records the signals that would end the program, as long as the object lives, so that work can be finished or undone
+/// Records the signals that would end the program while the object lives, so that work can be finished or undone
 /// first. A signal that is ignored stays so. Child programs get the signals' defaults back. One object at a time.
 class CSignalCatcher
 {

@@ -6,8 +6,8 @@
 namespace QMT
 {
 
-/// How the files of a transaction get from one place to another. This class does it as the tool does: see copyFile and
-/// moveFile. Others may keep more of a file, or look before they change one.
+/// How the files of a transaction are copied and moved. This class does it like the tool: see copyFile and
+/// moveFile. Derived classes may keep more attributes, or check before a change.
 class CTransfer
 {
 public:

@@ -15,8 +15,8 @@ namespace QMT
 
 /// Starts `command` with `args`; its standard output and standard error both go into `pipe`.
 ///
-/// What a child said may be read after the child has ended, so the pipe first gets all the room that the system allows.
-/// Throws a Poco::Exception when no process can be made. A command that cannot be executed does not throw: the child
+/// The output may be read only after the child has ended, so the pipe is first grown to the system's limit.
+/// Throws a Poco::Exception when no process can be created. A command that cannot be executed does not throw: the child
 /// then ends with status 72.
 Poco::ProcessHandle launchIntoPipe(const std::string& command, const std::vector<std::string>& args, Poco::Pipe& pipe);
 

@@ -7,15 +7,15 @@ namespace QMT
 {
 
 /// Waits until the content of the file at `path` is on the disk. Its name is on the disk only after syncDirectoryOf.
-/// What is missing or must not be read, and a file system that cannot sync, count as done.
+/// A missing or unreadable file, and a file system without sync, count as done.
 ///
-/// Throws a Poco::WriteFileException when the disk did not take it.
+/// Throws a Poco::WriteFileException when the sync fails.
 void syncFile(const std::string& path);
 
 /// Waits until the names in the directory that holds `path` are on the disk: those that were added, replaced or
-/// removed. The same exceptions count as done.
+/// removed. The same cases count as done.
 ///
-/// Throws a Poco::WriteFileException when the disk did not take them.
+/// Throws a Poco::WriteFileException when the sync fails.
 void syncDirectoryOf(const std::string& path);
 
 } // namespace QMT

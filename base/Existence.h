@@ -6,17 +6,17 @@
 namespace QMT
 {
 
-/// What can be told about the existence of a file.
+/// What is known about the existence of a file.
 enum class Existence
 {
     PRESENT,
     ABSENT,
-    UNKNOWN ///< the file system does not tell, for instance for want of permission or after a read error
+    UNKNOWN ///< stat failed for another reason, for instance a missing permission or a read error
 };
 
-/// Whether a file, of whatever kind, exists at `path`. A link that leads nowhere is absent.
+/// Whether a file of any kind exists at `path`. A dangling link is absent.
 ///
-/// For decisions that a wrong "no" would spoil. Poco::File::exists, which answers "no" in place of UNKNOWN, serves
+/// For decisions for which a wrong "no" is harmful. Poco::File::exists, which answers "no" in place of UNKNOWN, serves
 /// where a wrong "no" only skips a step.
 [[nodiscard]] Existence existenceOf(const std::string& path);
 

@@ -17,8 +17,8 @@ namespace
 
 using Attributes = std::map<std::string, std::string>;
 
-/// What `call` fills in, a system call that is given room and says how much it has used. There is no more than that of
-/// names or of a value.
+/// The result of `call`, a system call that fills a buffer and returns the size used. The buffer holds any list of
+/// names and any value.
 template<typename Call>
 std::string filled(Call call)
 {
@@ -56,7 +56,7 @@ Attributes attributesOf(int file)
                       { return ::fgetxattr(file, name, value, size); });
 }
 
-/// Owner and group, each as far as it may be set.
+/// Sets owner and group, each if the caller may.
 void copyOwnership(const struct stat& wanted, int to, std::vector<std::string>& lost, const std::string& name)
 {
     const auto UNCHANGED_OWNER = static_cast<uid_t>(-1);

@@ -8,9 +8,9 @@ namespace QMT
 {
 
 /// Gives the open file `to` owner, group, mode and extended attributes, access control lists among them, of the file at
-/// `from`, as far as the caller may set them. `name` is what people know the open file by.
+/// `from`, as far as the caller may set them. `name` is the open file's name in messages.
 ///
-/// Returns what could not be kept, a line each. A missing `from` changes nothing.
+/// Returns what could not be kept, one line each. A missing `from` changes nothing.
 std::vector<std::string> copyAttributes(const std::string& from, int to, const std::string& name);
 
 } // namespace QMT

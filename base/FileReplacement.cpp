@@ -19,11 +19,11 @@ namespace QMT
 namespace
 {
 
-/// A file being written; what is not kept is removed again.
+/// A file being written; it is removed again unless it is kept.
 class CNewFile
 {
 public:
-    /// `name` is what people know the file at `path` by.
+    /// `name` is the name of the file at `path` in messages.
     CNewFile(const std::string& path, const std::string& name)
         : _path(path), _name(name),
           _file(::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600))
@@ -96,7 +96,7 @@ private:
     bool _isKept = false;
 };
 
-/// Where the file behind `path` stands. A link that leads nowhere is taken for the file itself.
+/// The path of the file that `path` leads to. A dangling link counts as the file itself.
 std::string target(const std::string& path)
 {
     std::array<char, PATH_MAX> resolved = {};

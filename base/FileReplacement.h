@@ -7,26 +7,26 @@
 namespace QMT
 {
 
-/// Replaces or creates the file at `path`, so that it holds at every moment its old content or `content`, whole. On
-/// return the file and its name are on the disk.
+/// Replaces or creates the file at `path` atomically: at every moment it holds its old content or `content`. On
+/// return the file and its name are synced.
 ///
 /// The file gets owner, group, mode and extended attributes, access control lists among them, of the file at `like`,
-/// as far as the caller may set them. Returns what could not be kept, a line each. A missing `like` leaves the file to
-/// its owner alone. A link at `path` is followed, so that it stays a link.
+/// as far as the caller may set them. Returns what was not kept, one line each. Without a file at `like` the mode is
+/// 0600. A link at `path` is followed, so that it stays a link.
 ///
-/// While the call runs, the new content stands beside the file under a name that ends in ".replacement"; what an
-/// interrupted call left there is replaced.
+/// During the call the new content is in a file beside it whose name ends in ".replacement"; what an
+/// interrupted call left there is overwritten.
 ///
-/// Throws a Poco::FileException (or a relative) that names the file and, as its code, has the number of the system's
-/// error; the file is as it was then.
+/// Throws a Poco::FileException (or a subclass) that names the file and has errno as its code; the file is then
+/// unchanged.
 std::vector<std::string> replaceFile(const std::string& path, const std::string& content, const std::string& like);
 
-/// Creates the file at `path`, which must not exist, with `content`, on the disk on return but for its name. The rules
-/// of replaceFile hold; a file that could not be written whole is removed again.
+/// Creates the file at `path`, which must not exist, with `content`, which is synced on return; its name is not.
+/// Otherwise like replaceFile; a file that could not be written completely is removed again.
 std::vector<std::string> createFile(const std::string& path, const std::string& content, const std::string& like);
 
-/// Removes the file at `path`, or the link that stands there; its name is gone from the disk on return. A missing file
-/// is no failure. Throws like replaceFile.
+/// Removes the file at `path`, or the link that stands there; the removal is synced on return. A missing file
+/// is not an error. Throws like replaceFile.
 void removeFile(const std::string& path);
 
 } // namespace QMT

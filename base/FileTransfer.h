@@ -8,8 +8,8 @@ namespace QMT
 
 /// Copies the file at `from` to `to`, replacing the content of an existing file there.
 ///
-/// Throws a Poco::FileException (or a relative) when that cannot be done, also when one name leads to a pipe, or both
-/// to the same file, which the copy would empty. The file at `to` may be incomplete when that failed midway.
+/// Throws a Poco::FileException (or a subclass) when that fails, also when one name leads to a pipe, or both
+/// to the same file, which the copy would truncate. The file at `to` may be incomplete after a failure.
 void copyFile(const std::string& from, const std::string& to);
 
 /// Moves the file at `from` to `to` by copying and removing it, with the same rules. The file at `from` stays until the

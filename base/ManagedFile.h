@@ -6,7 +6,7 @@
 namespace QMT
 {
 
-/// The paths of one file that is changed by transactions: edited as a copy, installed whole, put back when need be.
+/// The paths of one file that is changed by transactions: edited as a copy, installed as a whole, restored if needed.
 struct ManagedFile
 {
     std::string live;        ///< what others read

@@ -4,9 +4,9 @@
 namespace QMT
 {
 
-/// Makes the process independent of what its caller left behind; to be called first.
+/// Resets what the process may have inherited from its caller; to be called first.
 ///
-/// SIGPIPE is caught, so that a reader who went away does not end a write half-way; child programs get its default
+/// SIGPIPE is caught, so that a closed pipe does not end the process during a write; child programs get its default
 /// back. SIGCHLD gets its default: a caller that left it ignored would hide how a child ended, and its failure would
 /// count as success. Closed standard streams are opened on /dev/null, so that no file gets their number and receives
 /// the console's lines.

@@ -18,10 +18,10 @@ namespace QMT
 namespace
 {
 
-/// Far above any file that is read here. It keeps a sparse file without end out of memory.
+/// Far above any file that is read here. It keeps a huge sparse file out of memory.
 const std::streamoff MAX_SIZE = 1 << 30;
 
-/// Whether `file` gives bytes at all. A directory opens like a file and may claim any size, so the size alone must not
+/// Whether `file` can be read at all. A directory opens like a file and may claim any size, so the size alone must not
 /// decide how much memory is asked for.
 bool isReadable(std::ifstream& file)
 {
@@ -85,7 +85,7 @@ bool writeWholeFile(const std::string& path, const std::string& content)
     {
         Poco::FileOutputStream file(path, std::ios::out | std::ios::trunc);
         file.write(content.data(), static_cast<std::streamsize>(content.size()));
-        // The stream's close forgets a write that came up short; only the flush before it tells.
+        // The stream's close does not report a short write; only the flush before it does.
         file.flush();
         const bool flushed = file.good();
         file.close();

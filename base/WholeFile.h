@@ -12,12 +12,12 @@ enum class ReadResult
 {
     READ,       ///< the content is complete
     MISSING,    ///< there is no such file
-    NOT_OPENED, ///< it is there, or may be, and cannot be opened
-    FAILED      ///< it is no file with a size (a directory, a pipe), too large, or cannot be read to its end
+    NOT_OPENED, ///< it exists, or may exist, but cannot be opened
+    FAILED      ///< it has no size (a directory, a pipe), is too large, or a read failed
 };
 
 /// Reads the file at `path` into `content`, replacing what `content` held. MISSING and NOT_OPENED do not touch
-/// `content`; after FAILED its value is not to be used.
+/// `content`; after FAILED its value is unspecified.
 [[nodiscard]] ReadResult readWholeFile(const std::string& path, std::string& content);
 
 /// Opens the file at `path` on `file`, for callers that read only its beginning. False when it cannot be opened, or
@@ -30,11 +30,11 @@ enum class ReadResult
 /// content, and when the write, the flush or the close fails, in which case it may be incomplete.
 [[nodiscard]] bool writeWholeFile(const std::string& path, const std::string& content);
 
-/// Whether `path` is a symbolic link that another user owns, who could have put it there so that another file is read
+/// Whether `path` is a symbolic link owned by another user, who could have put it there so that another file is read
 /// or overwritten in place of the one meant.
 [[nodiscard]] bool isLinkOfAnother(const std::string& path);
 
-/// Whether `path` leads to something that must not be opened as a file: a pipe, whose opening may wait for ever.
+/// Whether `path` leads to something that must not be opened as a file: a pipe, where open may block forever.
 [[nodiscard]] bool isUnfit(const std::string& path);
 
 } // namespace QMT

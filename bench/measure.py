@@ -60,7 +60,7 @@ class Bench:
         return done
 
     def wall_time(self, framework: Framework, command: Sequence[str], runs: int) -> float:
-        """The shortest of the runs in seconds, each from the start: the others tell of the machine's other work."""
+        """The shortest of the runs in seconds, each from the start: the others include the machine's other work."""
         export = framework.directory.parent / "wall.json"
         self._run(framework, ["hyperfine", "--shell=none", "--warmup", "1", "--runs", str(runs),
                               "--prepare", str(framework.resetter), "--export-json", str(export),

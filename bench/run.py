@@ -101,7 +101,7 @@ class Runner:
             if case.edits_document and name != "empty" and framework.result() != framework.expected():
                 raise SystemExit(f"{case.title}: the result of {name} is wrong")
             table[case.name, name] = Figures(math.inf, memory)
-        # In rounds, so that a busy minute of the machine meets all of them.
+        # In rounds, so that a busy minute of the machine affects all of them.
         for name in [*contenders] * ROUNDS:
             progress(f"{case.title}: time of {name}")
             figures = table[case.name, name]
@@ -165,14 +165,14 @@ class Runner:
 
 
 def progress(text: str) -> None:
-    """Tell a person who waits."""
+    """Show the progress."""
     if sys.stderr.isatty():
         sys.stderr.write(f"\r\033[K{text}")
         sys.stderr.flush()
 
 
 def measure_all(runner: Runner, cases: Sequence[Case]) -> Table:
-    """Wall times one after the other, then the instruction counts, which do not mind company."""
+    """Wall times one after the other, then the instruction counts, which other load does not change."""
     table: Table = {}
     for case in cases:
         table.update(runner.measure(case, progress))
@@ -228,7 +228,7 @@ def print_table(lines: Sequence[Sequence[str]]) -> None:
 
 
 def targets(table: Table, cases: Sequence[Case]) -> Iterator[tuple[str, float, float]]:
-    """What is aimed at: a description, the value, and what it may be at most."""
+    """The targets: a description, the value, and its maximum."""
     def instructions(case: Case, name: str) -> int:
         return table[case.name, name].instructions
 
@@ -261,7 +261,7 @@ def targets(table: Table, cases: Sequence[Case]) -> Iterator[tuple[str, float, f
 
 
 def companion_targets(runner: Runner) -> Iterator[tuple[str, float, float]]:
-    """The same of the companion."""
+    """The same for the companion."""
     yield "instructions, show of 1,000 handlers and models / parsing them", runner.show(), 1.5
     for handlers in (10, 1000):
         yield (f"instructions, apply of 1 addition over {handlers:,} handlers / staging and commit of the tool",

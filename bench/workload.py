@@ -44,13 +44,13 @@ class Case:
         return f"3:{self.next_model()}|new{self.actions:04d}|1|1"
 
     def tool_arguments(self) -> list[str]:
-        """How the tool is told to do the case."""
+        """The tool's arguments for the case."""
         if self.command == "stage":
             return [f"--addModelFile={self.next_model()}", f"--modelHandler=new{self.actions:04d}"]
         return [f"--{self.command}"]
 
     def apply_arguments(self) -> list[str]:
-        """How the companion is told to do what a staging case and its commit do."""
+        """The companion's arguments for what a staging case and its commit do."""
         return [f"--add={self.next_model()}", f"--handler=new{self.actions:04d}"]
 
     def next_model(self) -> str:
@@ -58,7 +58,7 @@ class Case:
         return f"{MODELS}/added/{self.actions}.xml"
 
     def floor_arguments(self) -> list[str]:
-        """How the floor program is told to do the case."""
+        """The floor program's arguments for the case."""
         return [self.command] + ([self.staged_line()] if self.command == "stage" else [])
 
     @property

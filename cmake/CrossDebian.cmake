@@ -5,7 +5,7 @@ set(CMAKE_SYSTEM_NAME Linux)
 set(CMAKE_C_COMPILER ${CMAKE_LIBRARY_ARCHITECTURE}-gcc)
 set(CMAKE_CXX_COMPILER ${CMAKE_LIBRARY_ARCHITECTURE}-g++)
 
-# Without a detour in it: a path below the root is taken as it stands only when it begins with the root's own letters.
+# Normalised: a path below the root is used unchanged only when it begins with exactly the root's path.
 get_filename_component(default_sysroot "${CMAKE_CURRENT_LIST_DIR}/../build/sysroot-${QMT_ARCHITECTURE}" ABSOLUTE)
 set(QMT_SYSROOT "${default_sysroot}" CACHE PATH "Debian's ${QMT_ARCHITECTURE} packages, unpacked")
 if(NOT EXISTS "${QMT_SYSROOT}/usr/include/Poco/Poco.h")
@@ -13,14 +13,14 @@ if(NOT EXISTS "${QMT_SYSROOT}/usr/include/Poco/Poco.h")
 endif()
 list(APPEND CMAKE_TRY_COMPILE_PLATFORM_VARIABLES QMT_SYSROOT)
 
-# After what the caller wants to be found first.
+# After the caller's own entries.
 list(APPEND CMAKE_FIND_ROOT_PATH "${QMT_SYSROOT}")
 set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
 set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
 
-# The program finds its libraries where the target keeps them; the build directory's path has no place in it.
+# The program finds its libraries where the target keeps them and needs no path of the build directory.
 set(CMAKE_SKIP_BUILD_RPATH ON)
 
 # Tests that CMake starts run under user-mode emulation.

@@ -1,4 +1,4 @@
-# What the finished program is hardened with. Debug and instrumented builds do without: fortified calls need an optimiser
+# Hardening of the release build. Debug and instrumented builds go without: fortified calls need an optimiser
 # and get in the way of the sanitizers.
 include(CheckCXXCompilerFlag)
 include(CheckCXXSourceCompiles)

@@ -44,7 +44,7 @@ bool hasFile(CmdID kind)
     return kind != CmdID::ModelHandler;
 }
 
-/// The fields of an entry; nothing when its kind is unknown or its text does not split.
+/// The fields of an entry; nothing when its kind is unknown or its text lacks separators.
 std::optional<Action> fieldsOf(const CommandQueueEntry& entry)
 {
     const bool isSingleField = entry.first == CmdID::AddModelFile || entry.first == CmdID::RemoveModelFile;

@@ -15,10 +15,10 @@ namespace QMT
 /// The JSON object of an action: its kind and the fields that the kind has.
 Poco::JSON::Object::Ptr actionKeys(const Action& action);
 
-/// The same for a queue entry. One of an unknown kind, and one whose text does not split, has kind and text only.
+/// The same for a queue entry. An unknown kind, and a text without separators, give kind and text only.
 Poco::JSON::Object::Ptr actionKeys(const CommandQueueEntry& entry);
 
-/// A line for people, ready for a terminal: the options that stage the action, or kind and text where there are none.
+/// A line of text, ready for a terminal: the options that stage the action, or kind and text where there are none.
 std::string actionLine(const CommandQueueEntry& entry);
 
 } // namespace QMT

@@ -16,8 +16,8 @@ struct Answer
 {
     Status status = Status::YES;
 
-    /// The keys of the command's own, in the order in which they are written behind "command", "framework" and
-    /// "status". Strings in it may hold any bytes: what is no UTF-8 is replaced when it is written. A failure mostly
+    /// The command's own keys, in the order in which they are written after "command", "framework" and
+    /// "status". Strings in it may hold any bytes: invalid UTF-8 is replaced when it is written. A failure usually
     /// has none.
     Poco::JSON::Object keys = Poco::JSON::Object(Poco::JSON_PRESERVE_KEY_ORDER);
 
@@ -30,7 +30,7 @@ struct Answer
     /// What went wrong, for standard error and, unless the status is YES or NO, for the key "error"; not escaped.
     std::string error;
 
-    /// An answer that tells of a failure and has no keys.
+    /// An answer for a failure, without keys.
     static Answer failure(Status status, const std::string& error);
 };
 

@@ -79,7 +79,7 @@ bool hasHandler(const Action& action)
     return !action.handler.empty();
 }
 
-/// What the tool makes of the list, when it does the action.
+/// The list after the tool has carried out the action.
 std::string listAfter(const Action& action, const std::string& list)
 {
     const std::vector<std::string> lines = trimmedLines(list);
@@ -102,7 +102,7 @@ std::string listAfter(const Action& action, const std::string& list)
 
 } // namespace
 
-/// How things are for an action when its turn comes.
+/// The state of the files when an action's turn comes.
 struct CActionChecks::Facts
 {
     bool isListed = false;  ///< as a whole line
@@ -222,7 +222,7 @@ void CActionChecks::apply(const Action& action, TriedAction& tried)
     const Facts facts = factsOf(action);
     const bool isHandlerDone = !hasHandler(action) || facts.service.isByHandler != isRemoval(action);
     const bool isListRight = _trial.list() == (isFailed ? listBefore : listAfter(action, listBefore));
-    // The operations of the tool pass over a file that cannot be read or written, or do all but the list's part.
+    // The tool's operations ignore a file that cannot be read or written, or do everything but the list's part.
     if (!isListRight || !_trial.isDocumentWritten() || (isFailed && isHandlerDone))
     {
         throw Poco::FileException("the copies of the files cannot be edited: " +
@@ -260,7 +260,7 @@ std::string absolutePath(const std::string& path)
     }
     const fs::path whole = directory / given;
     const fs::path tidy = whole.lexically_normal();
-    // A ".." behind a link leads elsewhere than the text says.
+    // A ".." after a link leads elsewhere than the text suggests.
     const bool isSame = path.find("..") == std::string::npos || fs::equivalent(whole, tidy, error);
     return (isSame ? tidy : whole).string();
 }

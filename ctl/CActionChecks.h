@@ -12,7 +12,7 @@ namespace QMT
 class CMessageLog;
 class CQueueTrial;
 
-/// Tries the actions of a transaction of the companion one after the other: skips what holds already, refuses what
+/// Tries the actions of a transaction of the companion one after the other: skips what is in effect, refuses what
 /// would do harm, and applies the rest to the trial.
 class CActionChecks
 {

@@ -22,17 +22,17 @@ public:
     static void define(Poco::Util::OptionSet& options);
 
     /// Records one of them, in the order of the command line; false for any other option. Throws a
-    /// Poco::SyntaxException with a text for people where it has no place.
+    /// Poco::SyntaxException with a message when it is misplaced.
     bool take(const std::string& name, const std::string& value);
 
-    /// Judges the last action too. Throws like take.
+    /// Checks the last action too. Throws like take.
     void check() const;
 
     /// The actions, their paths as they were given.
     std::vector<Action> actions() const;
 
 private:
-    /// An action on its way; it has a kind when all of its options are known.
+    /// An action being parsed; its kind is known once all of its options are.
     struct Wanted
     {
         bool isRemoval;

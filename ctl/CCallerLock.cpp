@@ -11,7 +11,7 @@ namespace
 
 std::string told(int process, const std::string& path)
 {
-    // The number of a process of another host is told as a negative one, or not at all.
+    // A process of another host is reported with a negative number, or not at all.
     std::string who = "a process";
     if (process > 0)
     {

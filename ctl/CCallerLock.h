@@ -13,18 +13,18 @@ namespace QMT
 class CCallerLock
 {
 public:
-    /// Opens the lock file of the framework directory `qorPath` without taking the lock; a missing file is made like
+    /// Opens the lock file of the framework directory `qorPath` without taking the lock; a missing file is created like
     /// the model file list. Throws a Poco::FileException that names the file when that cannot be done.
     explicit CCallerLock(const std::string& qorPath);
 
-    /// Takes the lock, and tries again for up to `seconds` while another caller has it. Whether it has been taken.
+    /// Takes the lock, retrying for up to `seconds` while another caller holds it. Returns whether it was taken.
     /// Throws a Poco::FileException when the file system has no such locks.
     [[nodiscard]] bool takeWithin(unsigned int seconds);
 
-    /// Who has the lock, for people: after takeWithin has failed.
+    /// Who holds the lock, as a message: after takeWithin has failed.
     std::string holder() const;
 
-    /// Who else holds the lock of `qorPath`, for people; empty when nobody does. Makes no file and takes no lock.
+    /// Who else holds the lock of `qorPath`, as a message; empty when nobody does. Creates no file and takes no lock.
     static std::string holderOf(const std::string& qorPath);
 
 private:

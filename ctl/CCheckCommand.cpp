@@ -63,7 +63,7 @@ Answer CCheckCommand::run(const std::string& qorPath)
         return Answer::failure(Status::BUSY, holder);
     }
     const std::vector<Finding> findings = CFrameworkCheck(qorPath).findAll();
-    // What another caller changes meanwhile may look like an interruption.
+    // A concurrent change by another caller may look like an interruption.
     holder = CCallerLock::holderOf(qorPath);
     if (!holder.empty())
     {

@@ -6,7 +6,7 @@
 namespace QMT
 {
 
-/// Looks for everything that is wrong with a framework and tells how to mend it. Changes nothing.
+/// Looks for everything that is wrong with a framework and says how to fix it. Changes nothing.
 class CCheckCommand : public CCommand
 {
 public:

@@ -32,17 +32,17 @@ public:
     /// One line for the help.
     virtual std::string summary() const = 0;
 
-    /// Adds the options of its own; those of every command are there already. A command may have none.
+    /// Adds the command's own options; the common ones are there already. A command may have none.
     virtual void defineOptions(Poco::Util::OptionSet& options) const;
 
     /// Records the option `name` of its own, in the order of the command line. `value` is empty for an option without
-    /// one, and only then. Throws a Poco::SyntaxException with a text for people when the value is wrong.
+    /// one, and only then. Throws a Poco::SyntaxException with a message when the value is wrong.
     virtual void takeOption(const std::string& name, const std::string& value);
 
-    /// Judges the options together, when the last one was taken. Throws like takeOption.
+    /// Checks the options together, after the last one was taken. Throws like takeOption.
     virtual void checkOptions() const;
 
-    /// The keys of its own that an answer has even when the work could not be done. Mostly none.
+    /// The keys of its own that an answer has even when the work could not be done. Usually none.
     virtual Poco::JSON::Object keysOfFailure() const;
 
     /// Does the work on the framework directory `qorPath`, which exists. A Poco::Exception that leaves it becomes the

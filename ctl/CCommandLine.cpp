@@ -41,7 +41,7 @@ OptionSet optionsOf(const CCommand* command)
     return options;
 }
 
-/// Whether the words ask for JSON, told without a look at the others, for a command line that is wrong.
+/// Whether the words ask for JSON, found without parsing the others, for a command line that is wrong.
 bool asksForJson(const std::vector<std::string>& words)
 {
     return std::find(words.begin(), words.end(), "--" + JSON) != words.end();
@@ -132,7 +132,7 @@ void CCommandLine::takeOptions(const std::vector<std::string>& words)
     bool isValueDue = false;
     for (auto word = words.begin() + (_command == nullptr ? 0 : 1); word != words.end(); ++word)
     {
-        // The library would take the next option for the value that is missing.
+        // The library would take the next option as the missing value.
         if (isValueDue && isOption(*word))
         {
             break;

@@ -12,15 +12,15 @@
 namespace QMT
 {
 
-/// A command line of the companion, taken apart: the command, and the options that every command has. The command
+/// A command line of the companion, parsed: the command, and the options that every command has. The command
 /// itself takes its own options as they come.
 class CCommandLine
 {
 public:
     /// `words` is the command line without the program's name.
     ///
-    /// What is wrong with it is told by error(); the command, and whether JSON is wanted, are known then as far as they
-    /// could be told.
+    /// error() reports what is wrong with it; the command, and whether JSON is wanted, are then known as far as they
+    /// could be determined.
     explicit CCommandLine(const std::vector<std::string>& words);
     ~CCommandLine();
     CCommandLine(const CCommandLine&) = delete;
@@ -59,7 +59,7 @@ private:
 };
 
 /// The number of seconds that `text`, the value of the option `option`, stands for. Throws a Poco::SyntaxException with
-/// a text for people when it is not a number of at most six digits.
+/// a message when it is not a number of at most six digits.
 unsigned int secondsOf(const std::string& option, const std::string& text);
 
 } // namespace QMT

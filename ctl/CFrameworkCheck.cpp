@@ -156,7 +156,7 @@ void CFrameworkCheck::checkContents()
     }
     for (Finding& finding : found)
     {
-        // An edit of what a cut leaves would make it somebody's work.
+        // Editing what an interruption left would make it look like somebody's work.
         finding.remedy =
             isInterrupted() ? interruptionRemedy() + "; then, if it is still there: " + finding.remedy : finding.remedy;
         _findings.push_back(finding);

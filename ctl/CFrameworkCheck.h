@@ -75,7 +75,7 @@ private:
     FrameworkContents _now; ///< a live file that cannot be read has no content in it
     bool _areLiveFilesRead = true;
     SessionOwner _owner;
-    Recovery _recovery; ///< what would become of the framework; of nothing found unless both live files are read
+    Recovery _recovery; ///< what recover would do; NOTHING found unless both live files are read
     std::vector<Finding> _findings;
 };
 

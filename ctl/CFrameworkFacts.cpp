@@ -32,7 +32,7 @@ std::vector<FilePair> CFrameworkFacts::queueResults(const FilePair& base, const 
             results.push_back(trial.result());
         }
     }
-    catch (const Poco::Exception&) // NOLINT(bugprone-empty-catch): a commit, too, gets as far as this
+    catch (const Poco::Exception&) // NOLINT(bugprone-empty-catch): a commit stops here as well
     {
     }
     return results;

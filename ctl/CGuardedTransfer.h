@@ -14,7 +14,7 @@ namespace QMT
 
 class CKeptFile;
 
-/// Another run has changed the files of a transaction that is under way. Nothing more may be changed then.
+/// Another run has changed the files of a running transaction. Nothing more may be changed then.
 class CInterference : public std::runtime_error
 {
 public:
@@ -22,7 +22,7 @@ public:
 };
 
 /// Installs the files of a transaction so that each holds at every moment its old content or its new one, whole and
-/// with its attributes, and looks before each change of a live file whether all is as the transaction left it.
+/// with its attributes, and checks before each change of a live file that all is as the transaction left it.
 class CGuardedTransfer : public CTransfer
 {
 public:
@@ -48,7 +48,7 @@ public:
     /// Puts a live file back, unless it holds what it held before. Throws like check.
     void putBack(const std::string& path, const CKeptFile& before);
 
-    /// What could not be kept of the attributes of live files and backups, a line each.
+    /// The attributes of live files and backups that could not be kept, one line each.
     const std::vector<std::string>& lost() const;
 
 private:

@@ -7,7 +7,7 @@
 namespace QMT
 {
 
-/// Tells what a commit of the open session, or an apply of the actions given, would do. Changes nothing.
+/// Shows what a commit of the open session, or an apply of the given actions, would do. Changes nothing.
 class CPlanCommand : public CCommand
 {
 public:

@@ -126,7 +126,7 @@ CQueueTrial::CQueueTrial(const FilePair& base, const std::string& session, Poco:
                          const std::vector<std::string>& places)
     : _directory(CScratchDirectory::make(base, session, places)), _impl(&logger)
 {
-    // The tool object answers the editor's questions alone; without a logger it leaves the loggers of others alone.
+    // The tool object only answers the editor's queries; without a logger it leaves other loggers alone.
     _tool = std::make_unique<CQorModelTool>(&_impl, nullptr, _directory->path());
     _impl.setParser(std::make_unique<CXMLParser>(*_tool, &logger));
     _impl.loadFIFO();

@@ -16,7 +16,7 @@ namespace QMT
 class CQorModelTool;
 
 /// Applies a queue of actions to copies of a pair of files, in a scratch directory, by the operations that a commit
-/// uses. The framework is only read: the actions' model files stand where they stand.
+/// uses. The framework is only read: the actions' model files are used in place.
 class CQueueTrial
 {
 public:
@@ -24,11 +24,11 @@ public:
     /// as the working copies and `session` as the content of the session file, whose actions become the queue.
     /// `logger`, not owned, gets the messages of the operations.
     ///
-    /// Throws a Poco::FileException that names the last place or its file when that can be done nowhere.
+    /// Throws a Poco::FileException that names the last place or its file when that fails in all of them.
     CQueueTrial(const FilePair& base, const std::string& session, Poco::Logger& logger,
                 const std::vector<std::string>& places = {usualPlace()});
 
-    /// Where scratch directories are made unless there is a reason for another place: $TMPDIR, or else /tmp.
+    /// The default place of scratch directories: $TMPDIR, or else /tmp.
     static std::string usualPlace();
 
     /// Removes the scratch directory.
@@ -51,19 +51,19 @@ public:
     /// The pair as it is now. Throws a Poco::FileException when it cannot be read.
     FilePair result() const;
 
-    /// What the framework's validator says of the list as it is now.
+    /// The validator's verdict on the list as it is now.
     [[nodiscard]] Judgement judge();
 
-    /// Puts an action behind those that are left.
+    /// Appends an action to those that are left.
     void add(const CommandQueueEntry& entry);
 
-    /// The configuration document as it is now, for questions. It must be loaded.
+    /// The configuration document as it is now, for queries. It must be loaded.
     Poco::XML::Document& document();
 
-    /// Its text as the editor would write it now, be it written already or not. Empty when it cannot be written.
+    /// Its text as the editor would write it now, whether written already or not. Empty when it cannot be written.
     std::string documentText();
 
-    /// Whether the document could be written whenever it was to be.
+    /// Whether every write of the document has succeeded.
     [[nodiscard]] bool isDocumentWritten();
 
     /// The list as it is now. Throws like result.

@@ -37,7 +37,7 @@ private:
     std::map<std::string, std::string> _workingCopies;
 };
 
-/// `word` as the shell takes it for one word.
+/// `word`, quoted for the shell where needed.
 std::string shellWord(const std::string& word);
 
 } // namespace QMT

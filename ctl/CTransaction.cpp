@@ -29,7 +29,7 @@ void requireNoSignal()
     }
 }
 
-/// Undoes what has been done, and tells the reason for it and what became of it.
+/// Undoes what has been done, and reports why and with what result.
 [[noreturn]] void giveUp(const std::string& reason, const std::function<void()>& undo)
 {
     try
@@ -177,7 +177,7 @@ const std::vector<std::string>& CTransaction::lost() const
     return _transfer.lost();
 }
 
-/// May be called again when it has failed: what is done already is not done twice.
+/// May be called again after a failure: what is done already is not repeated.
 void CTransaction::undo()
 {
     if (_isLockRemoved && (_areLiveFilesTouched || _areBackupsTouched))
@@ -245,7 +245,7 @@ void CTransaction::removeLock()
     }
     catch (const Poco::Exception&)
     {
-        // It may be gone, and the disk not know it.
+        // It may be removed without the removal being synced.
         _isLockRemoved = existenceOf(_paths.lockFile()) == Existence::ABSENT;
         throw;
     }

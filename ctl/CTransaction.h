@@ -16,8 +16,8 @@ class CQorModelTool;
 
 /// Installs a pair of files whose content is known, all or nothing, in a session of its own, by the steps of a commit.
 ///
-/// Each step is on the disk before the next one begins, and at each the files are such that a recovery can tell how to
-/// undo it: the lock file holds a word of its own; the queue is there as long as a live file may have been replaced and
+/// Each step is synced before the next one begins, and after each a recovery can tell from the files how to
+/// undo it: the lock file has its own content; the queue exists as long as a live file may have been replaced and
 /// the other one not; the working copies are there while the backups are those of an earlier commit.
 class CTransaction
 {
@@ -36,15 +36,15 @@ public:
     /// of it, and a std::runtime_error like commit().
     [[nodiscard]] bool open();
 
-    /// Installs the files as what `queue` made of them, and lets the validator judge. When it accepts or does not
-    /// exist, the session is over and all is on the disk; when it rejects, everything is as it was before open().
+    /// Installs the files as the result of `queue`, and runs the validator. When it accepts or does not
+    /// exist, the session is over and all is synced; when it rejects, everything is as it was before open().
     ///
     /// Throws a std::runtime_error that tells whether everything is as it was or the session stays, and a CInterference
     /// when another run has interfered. A signal that CSignalCatcher has caught counts as a failure, unless the
     /// validator has accepted.
     Judgement commit(const CommandQueue& queue);
 
-    /// What could not be kept of the attributes of live files and backups, a line each.
+    /// The attributes of live files and backups that could not be kept, one line each.
     const std::vector<std::string>& lost() const;
 
 private:

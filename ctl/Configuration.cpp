@@ -63,7 +63,7 @@ private:
         std::size_t handler = 0;
     };
 
-    /// The interfaces of a handler that have been met: only the first of each kind counts.
+    /// The interfaces of a handler seen so far: only the first of each kind counts.
     struct Interfaces
     {
         bool hasManagedObject = false;

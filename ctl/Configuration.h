@@ -25,7 +25,7 @@ struct Handler
 struct Configuration
 {
     std::vector<Handler> handlers;  ///< in document order
-    std::size_t containerCount = 0; ///< how many containers of handlers there are; one is right
+    std::size_t containerCount = 0; ///< how many containers of handlers there are; one is valid
 };
 
 /// Reads the text of a configuration document; nothing when it cannot be parsed.

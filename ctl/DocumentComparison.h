@@ -6,7 +6,7 @@
 namespace QMT
 {
 
-/// Whether two configuration documents can be parsed and are equal but for what stands inside `participants`, and for
+/// Whether two configuration documents can be parsed and are equal except inside `participants`, and except for
 /// white space between elements and the order of attributes, which an edit does not keep.
 bool differInParticipantsOnly(const std::string& one, const std::string& other);
 

@@ -13,7 +13,7 @@ namespace
 
 using Names = std::vector<std::string>;
 
-/// The handlers that have something, under its name; the names in the order in which they were met.
+/// The handlers that have something, under its name; the names in the order of their first occurrence.
 class Owners
 {
 public:

@@ -13,7 +13,7 @@
 namespace QMT
 {
 
-/// What is wrong with the configuration document at `path`. Whether its root classes are listed is told when `models`,
+/// What is wrong with the configuration document at `path`. Unlisted root classes are reported when `models`,
 /// the model files of the list, are known.
 std::vector<Finding> findInDocument(const std::string& path, const Configuration& configuration,
                                     const std::optional<std::vector<InstalledModel>>& models, CRemedies& remedies);

@@ -6,11 +6,11 @@
 namespace QMT
 {
 
-/// `text`, which tells of an error, as standard output may show it: in colour on a terminal, unless the environment
+/// `text`, an error, as standard output may show it: in colour on a terminal, unless the environment
 /// variable NO_COLOR or a terminal without colours forbids it.
 std::string asError(const std::string& text);
 
-/// The same for a text that tells of a warning.
+/// The same for a warning.
 std::string asWarning(const std::string& text);
 
 } // namespace QMT

@@ -7,7 +7,7 @@
 namespace QMT
 {
 
-/// What may be wrong with a framework, in the order in which it is told.
+/// What may be wrong with a framework, in the order of the report.
 enum class FindingId
 {
     AGENT_MISSING,
@@ -38,17 +38,17 @@ enum class FindingId
     OWNERSHIP
 };
 
-/// The word by which programs know it.
+/// Its identifier in answers.
 std::string nameOf(FindingId id);
 
-/// Whether the framework does not work with it, or will not; others are told as warnings.
+/// Whether the framework does not work with it, or will not; others are warnings.
 bool isError(FindingId id);
 
 /// One thing that is wrong. Its strings may hold any bytes.
 struct Finding
 {
     FindingId id = FindingId::AGENT_MISSING;
-    std::optional<std::string> file; ///< the file that is to be mended, if it is one
+    std::optional<std::string> file; ///< the file to fix, if it is one
     std::string text;                ///< what is wrong, without the file's name
     std::string remedy;              ///< a command or an edit that makes it go away and loses nothing
 };

@@ -35,16 +35,16 @@ struct FrameworkContents
 /// One of these files.
 using ManagedContent = std::optional<std::string>& (*)(FrameworkContents&);
 
-/// The content of the file at `path`; nothing when it is missing. Throws a Poco::FileException that names it when it is
-/// there and cannot be read.
+/// The content of the file at `path`; nothing when it is missing. Throws a Poco::FileException that names it when it
+/// exists but cannot be read.
 std::optional<std::string> readIfThere(const std::string& path);
 
 /// Reads all of them from the framework directory `qorPath`. Changes nothing.
 ///
-/// Throws a Poco::FileException that names the first file that is there and cannot be read.
+/// Throws a Poco::FileException that names the first file that exists but cannot be read.
 FrameworkContents readFramework(const std::string& qorPath);
 
-/// The live files among `contents`. Throws a Poco::FileNotFoundException that names the first one that is missing, by
+/// The live files of `contents`. Throws a Poco::FileNotFoundException that names the first one that is missing, by
 /// `paths`.
 const FilePair& bothLiveFiles(const FrameworkContents& contents, const CFrameworkPaths& paths);
 

@@ -7,10 +7,10 @@
 namespace QMT
 {
 
-/// The framework directory as the tool finds it, but without a word on the console; nothing when it cannot be found.
+/// The framework directory as the tool finds it, but without console messages; nothing when it cannot be found.
 std::optional<std::string> findFramework();
 
-/// `path` without slashes at its end; the root directory keeps its one.
+/// `path` without trailing slashes; the root directory keeps its own.
 std::string withoutTrailingSlashes(const std::string& path);
 
 /// Throws a Poco::FileException that names `path` unless a directory is there.

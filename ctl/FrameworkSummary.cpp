@@ -36,7 +36,7 @@ std::optional<std::string> modifiedAt(const std::string& path)
     }
 }
 
-/// The content of the file at `path`; nothing when it is missing or, as the failures tell then, cannot be read.
+/// The content of the file at `path`; nothing when it is missing or, with an entry in the failures, cannot be read.
 std::optional<std::string> read(const std::string& path, Failures& failures)
 {
     try

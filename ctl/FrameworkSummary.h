@@ -28,14 +28,14 @@ struct SessionSummary
     std::vector<CommandQueueEntry> actions; ///< those of the session file, up to its first fault
 };
 
-/// What is installed in a framework, who serves it, and what is going on there.
+/// What is installed in a framework, who serves it, and whether a session is open.
 struct FrameworkSummary
 {
-    std::optional<std::vector<ServedModel>> models; ///< nothing when there is no list, or none that can be read
-    std::optional<Configuration> configuration;     ///< nothing when there is none, or none that can be parsed
+    std::optional<std::vector<ServedModel>> models; ///< nothing when there is no readable list
+    std::optional<Configuration> configuration;     ///< nothing when there is none that can be parsed
     std::optional<SessionSummary> session;          ///< nothing when no session is open
     std::optional<std::string> backupSince;         ///< the time of the list's backup; nothing when there is none
-    std::vector<std::string> failures;              ///< what could not be told, each with the file's path
+    std::vector<std::string> failures;              ///< what could not be read, each with the file's path
 };
 
 /// Reads the summary of the framework directory `qorPath`; times are those of ISO 8601, in UTC. Changes nothing.

@@ -38,7 +38,7 @@ ModelState readModel(const std::string& file, std::string& rootClass)
     {
         return ModelState::RELATIVE;
     }
-    // The system would take what is before a NUL for the path.
+    // The system would cut the path at a NUL.
     if (file.find('\0') != std::string::npos)
     {
         return ModelState::MISSING;
@@ -65,7 +65,7 @@ std::vector<InstalledModel> readInstalledModels(const std::string& list)
                                       Poco::StringTokenizer::TOK_IGNORE_EMPTY | Poco::StringTokenizer::TOK_TRIM);
     std::vector<InstalledModel> models;
     models.reserve(lines.count());
-    // A list may name one file very often.
+    // A list may name one file many times.
     std::unordered_map<std::string, std::size_t> known;
     for (const std::string& line : lines)
     {

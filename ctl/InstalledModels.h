@@ -7,19 +7,19 @@
 namespace QMT
 {
 
-/// What can be told of a model file.
+/// What is known about a model file.
 enum class ModelState
 {
     READ,       ///< its root class is known
     ROOTLESS,   ///< it has no root class
     NAMELESS,   ///< its root class has no name
     MALFORMED,  ///< it cannot be parsed
-    UNREADABLE, ///< it is there, or may be, and cannot be read
+    UNREADABLE, ///< it exists, or may exist, but cannot be read
     MISSING,
     RELATIVE ///< its path is not absolute, so that it is not looked for
 };
 
-/// One line of the model file list, and what stands in that file.
+/// One line of the model file list, and what that file contains.
 struct InstalledModel
 {
     std::string file; ///< the line, without white space around it
@@ -27,7 +27,7 @@ struct InstalledModel
     std::string rootClass; ///< empty unless the state is READ
 };
 
-/// Reads the model files of `list`, the text of a model file list, in its order. Lines of white space are none.
+/// Reads the model files of `list`, the text of a model file list, in its order. Blank lines are skipped.
 std::vector<InstalledModel> readInstalledModels(const std::string& list);
 
 } // namespace QMT

@@ -39,7 +39,7 @@ public:
         std::unordered_map<std::string, std::size_t> counts;
         for (const InstalledModel& model : _models)
         {
-            // Told at the second of its lines, and so once.
+            // Reported at the second of its lines, and so only once.
             if (++counts[model.file] == 2)
             {
                 add(FindingId::MODEL_TWICE, model.file, "the model file is listed more than once",

@@ -24,7 +24,7 @@ void requireDocument(const CQueueTrial& trial, const std::string& document)
     }
 }
 
-/// What the files say, whatever their layout.
+/// The content of the files, independent of their layout.
 struct Meaning
 {
     explicit Meaning(CQueueTrial& trial) : document(trial.documentText()), lines(linesOf(trial.list()))

@@ -13,7 +13,7 @@
 namespace QMT
 {
 
-/// What becomes of one action.
+/// The outcome of one action.
 enum class Outcome
 {
     DONE,
@@ -25,8 +25,8 @@ enum class Outcome
 struct TriedAction
 {
     CommandQueueEntry entry;
-    Poco::JSON::Object::Ptr keys; ///< what the answer tells of the action itself
-    std::string line;             ///< the same for people, ready for a terminal
+    Poco::JSON::Object::Ptr keys; ///< the action itself, as the answer shows it
+    std::string line;             ///< the same as text, ready for a terminal
     Outcome outcome = Outcome::FAILED;
     std::vector<std::string> messages; ///< of the edit, or why it is refused
 };
@@ -44,14 +44,14 @@ struct Preview
 };
 
 /// Tries what a commit of the session file `session` would do with `base`, both files of which are there. `document` is
-/// what people know the configuration document by.
+/// the configuration document's name in messages.
 ///
 /// Throws a Poco::Exception when there is no room for copies, or the document cannot be parsed, or there is no process
 /// for the validator.
 Preview tryQueue(const FilePair& base, const std::string& session, const std::string& document);
 
-/// Tries `actions` as a transaction of the companion: those that hold already are skipped, those that would do harm are
-/// refused. Each is looked at as things will be when its turn comes; one that is refused changes nothing for the
+/// Tries `actions` as a transaction of the companion: those already in effect are skipped, those that would do harm are
+/// refused. Each sees the files as the earlier ones would leave them; one that is refused changes nothing for the
 /// others. Relative paths are those of the working directory. With `isJudged` the validator judges the list, when
 /// something is done and nothing refused. The copies are made in the first of `places` that has room. Throws like
 /// tryQueue.

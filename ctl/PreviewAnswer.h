@@ -9,7 +9,7 @@
 namespace QMT
 {
 
-/// The answer that tells of `preview` and that it came to `result`: the keys "result", "actions", "validator" and
+/// The answer for `preview` with the result `result`: the keys "result", "actions", "validator" and
 /// "report", the same as text, the messages, and why actions failed.
 Answer answerOf(const Preview& preview, const std::string& result, Status status);
 

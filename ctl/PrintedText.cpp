@@ -30,7 +30,7 @@ int sequenceLength(unsigned char lead)
 /// The length of the UTF-8 character at `position`, or 0 when there is none.
 std::size_t characterLength(const std::string& text, std::size_t position)
 {
-    // The library would take the bytes of a cut character from behind the end of the text.
+    // The library would read a truncated character beyond the end of the text.
     const auto* const bytes = reinterpret_cast<const unsigned char*>(text.data()) + position;
     const int length = sequenceLength(*bytes);
     const bool isWhole = text.size() - position >= static_cast<std::size_t>(length);

@@ -10,7 +10,7 @@ namespace QMT
 std::string validUtf8(const std::string& text);
 
 /// `text` as a terminal may show it: valid UTF-8, with every control character, line feeds included, in the form \n, \t
-/// or \x1b, so that no terminal obeys it.
+/// or \x1b, so that no terminal interprets it.
 std::string printable(const std::string& text);
 
 /// The same for a text of several lines: line feeds and tabs stay.

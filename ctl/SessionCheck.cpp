@@ -55,8 +55,8 @@ void CFrameworkCheck::decideInterruption()
     }
 }
 
-/// The lock file of a staging call that got no further may stand beside the backups of an older commit, as it stands
-/// beside those of a commit that got no further.
+/// The lock file of an interrupted staging call may stand beside the backups of an older commit, like that of an
+/// interrupted commit beside its own.
 bool CFrameworkCheck::isInterrupted() const
 {
     const bool isStale = _now.lock && !_now.session && !_owner.isApply && _recovery.after.live == _now.live;

@@ -15,11 +15,11 @@ struct SessionOwner
     bool isCutShort = false; ///< the file was not written whole: it holds nothing, NUL, or a proper prefix of what
                              ///< this host writes into it
 
-    /// Whether this host may end the session: it is its own, or as much of the name as there is does not say otherwise.
+    /// Whether this host may end the session: it is its own, or the lock file is too incomplete to say otherwise.
     bool mayBeOurs() const;
 };
 
-/// Takes the content of a lock file apart; `thisHost` is the name of this host.
+/// Parses the content of a lock file; `thisHost` is the name of this host.
 SessionOwner sessionOwner(const std::string& lock, const std::string& thisHost);
 
 /// The content of a lock file of an `apply` on the host `host`.

@@ -9,7 +9,7 @@ class Logger;
 namespace QMT
 {
 
-/// A logger for the tool's operations where their messages are not to be heard. It lives until the process ends.
+/// A logger that discards the messages of the tool's operations. It lives until the process ends.
 Poco::Logger& silentLogger();
 
 } // namespace QMT

@@ -7,13 +7,13 @@
 namespace QMT
 {
 
-// What an interrupted write leaves of a text, told from the texts alone.
+// What an interrupted write leaves of a text, judged by the texts alone.
 
-/// Whether `text` is what a write of `whole` leaves that was cut short: a proper prefix, be it empty.
+/// Whether `text` is what an interrupted write of `whole` leaves: a proper prefix, possibly empty.
 bool isPrefixOf(const std::string& text, const std::string& whole);
 
-/// Whether `text` is what a power cut leaves of `whole` where the disk has taken the size and not the content: parts of
-/// it, or what is behind a prefix, are NUL. A `whole` with NUL in it is no such text.
+/// Whether `text` is what a power cut leaves of `whole` when its size was synced but not its content: parts of
+/// it, or all after a prefix, are NUL. False for a `whole` that contains NUL.
 bool isNulFilledFrom(const std::string& text, const std::string& whole);
 
 /// Either of them.

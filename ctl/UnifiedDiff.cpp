@@ -28,7 +28,7 @@ Lines linesOf(std::string_view text)
     return lines;
 }
 
-/// Equal lines, numbered: the comparison of two is that of two numbers then.
+/// Numbers the lines, equal ones alike, so that two lines compare like two numbers.
 std::vector<int> numbersOf(const Lines& lines, std::unordered_map<std::string_view, int>& known)
 {
     std::vector<int> numbers;
@@ -106,7 +106,7 @@ private:
         _partner[static_cast<std::size_t>(before)] = after;
     }
 
-    /// Takes the equal lines at the begin away.
+    /// Trims the equal lines at the beginning.
     void trimFront(Range& range)
     {
         while (range.beginBefore < range.endBefore && range.beginAfter < range.endAfter &&
@@ -116,7 +116,7 @@ private:
         }
     }
 
-    /// Takes the equal lines at the end away.
+    /// Trims the equal lines at the end.
     void trimBack(Range& range)
     {
         while (range.beginBefore < range.endBefore && range.beginAfter < range.endAfter &&
@@ -164,7 +164,7 @@ private:
         return false;
     }
 
-    /// Goes the way back from the end. The trace of `n` changes holds the diagonals from -n to n.
+    /// Walks back from the end. The trace of `n` changes holds the diagonals from -n to n.
     void followBack(const Range& range, const std::vector<std::vector<int>>& trace, int changes)
     {
         int before = range.endBefore - range.beginBefore;

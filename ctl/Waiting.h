@@ -6,8 +6,8 @@
 namespace QMT
 {
 
-/// Asks `isDone` at once, and then several times a second until it answers true or `seconds` have passed. Returns its
-/// last answer.
+/// Calls `isDone` at once, and then several times a second until it returns true or `seconds` have passed. Returns its
+/// last result.
 bool waitFor(unsigned int seconds, const std::function<bool()>& isDone);
 
 } // namespace QMT

@@ -9,7 +9,7 @@
 
 int main(int argc, char** argv)
 {
-    // An answer to a closed standard output is lost, and must not count as given.
+    // An answer to a closed standard output is lost, and must not count as delivered.
     const bool isOutputOpen = ::fcntl(STDOUT_FILENO, F_GETFD) >= 0;
     QMT::setUpProcess();
     // A file that must not grow any more fails like one on a full disk. Unlike an ignored signal, a handler is not

@@ -22,14 +22,14 @@ enum class CmdID : std::int32_t
 /// What separates the fields in the text of a queued action.
 const char FIELD_SEPARATOR = '|';
 
-/// One queued action as the session file has it: its kind and its text, one or more fields. A kind read from the
+/// One queued action as the session file holds it: its kind and its text, one or more fields. A kind read from the
 /// session file may be any number.
 using CommandQueueEntry = std::pair<CmdID, std::string>;
 
 /// The queued actions: pushed to the front as they come, taken from the back as they are applied.
 using CommandQueue = std::deque<CommandQueueEntry>;
 
-/// One queued action with its fields told apart. CQorModelToolImpl::takeApart makes it of a queue entry.
+/// One queued action, split into its fields by CQorModelToolImpl::takeApart.
 struct Action
 {
     CmdID kind = CmdID::AddModelFile;
@@ -44,8 +44,8 @@ struct Action
     /// The line of the status report.
     std::string statusLine() const;
 
-    /// The line of the call that stages the action. Different from the status report, that of a handler alone begins
-    /// with a blank, and that of an unknown kind is empty.
+    /// The line of the call that stages the action. Unlike in the status report, the line of a handler alone begins
+    /// with a space, and that of an unknown kind is empty.
     std::string stagingLine() const;
 };
 

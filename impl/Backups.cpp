@@ -20,7 +20,7 @@ void removeIfPossible(const std::string& path)
     {
         Poco::File(path).remove(false);
     }
-    catch (const Poco::Exception&) // NOLINT(bugprone-empty-catch): what is not there needs no removal
+    catch (const Poco::Exception&) // NOLINT(bugprone-empty-catch): a missing file needs no removal
     {
     }
 }
@@ -31,7 +31,7 @@ void syncDirectoryIfPossible(const std::string& path)
     {
         syncDirectoryOf(path);
     }
-    catch (const Poco::Exception&) // NOLINT(bugprone-empty-catch): a removal that failed is passed over, too
+    catch (const Poco::Exception&) // NOLINT(bugprone-empty-catch): a failed removal is ignored, too
     {
     }
 }

@@ -26,7 +26,7 @@ public:
     /// The list of the installed model files.
     ManagedFile modelFileList() const;
 
-    /// The live model file list as the model validator is told it: joined with a slash of its own, so that a framework
+    /// The live model file list as passed to the model validator: joined with its own slash, so that a framework
     /// directory with a trailing slash gives a doubled one.
     std::string modelFileListArgument() const;
 
@@ -36,10 +36,10 @@ public:
     /// The marker of an open session.
     std::string lockFile() const;
 
-    /// What the companion's callers lock, so that one of them works at a time.
+    /// The file that the companion's callers lock, so that only one works at a time.
     std::string callerLockFile() const;
 
-    /// Where the companion copies files before it mends them at the time `stamp`.
+    /// Where the companion copies files before a recovery at the time `stamp`.
     std::string recoveryDirectory(const std::string& stamp) const;
 
     /// The framework directory when nothing names another one.

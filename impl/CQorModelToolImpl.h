@@ -48,7 +48,7 @@ struct Request
     std::string modelHandler; ///< name given to --modelHandler
 };
 
-/// What became of one queued action.
+/// The outcome of one queued action.
 enum class ActionResult
 {
     ADDED,   ///< a model file is on the list, the validator must judge it
@@ -56,14 +56,14 @@ enum class ActionResult
     FAILED
 };
 
-/// What became of the whole queue.
+/// The outcome of the whole queue.
 struct QueueResult
 {
     bool needsValidation = false; ///< some action ADDED
     bool failed = false;          ///< some action FAILED
 };
 
-/// What the model validator says of a list.
+/// The model validator's verdict on a list.
 struct Judgement
 {
     enum class Verdict
@@ -81,9 +81,9 @@ struct Judgement
 /// Everything the tool does to files and processes: the session file and its queue, the session lock, the model file
 /// list, the framework directory, backups and checksums, installing and rolling back, and the model validator.
 ///
-/// Failures of files are caught inside the operations and come out as a message and a result. backupFiles, cfgBackup,
-/// commitCompleted and rollBack let the Poco::Exception reach the caller, and so do every existence test of an empty
-/// path and a validator for which there is no process.
+/// File errors are caught inside the operations and reported by a message and a result. backupFiles, cfgBackup,
+/// commitCompleted and rollBack let the Poco::Exception reach the caller, and so do an existence test of an empty
+/// path and a validator that cannot be started.
 ///
 /// The object owns the queue and the document editor. The logger is not owned; no destructor uses it, since it may be
 /// gone by then.
@@ -114,7 +114,7 @@ public:
         std::string serialize(const std::vector<std::string>& args) const;
 
         /// Asks the agent for the framework directory and leaves its answer, less the blanks, tabs and line feeds at
-        /// its end, in `dir`. An answer of nothing but such characters stays whole.
+        /// its end, in `dir`. An answer of nothing but such characters is kept.
         ///
         /// Waits for the agent to end before it reads. Throws a Poco::Exception when the agent cannot be run or ends
         /// with a status other than 0; `dir` then holds whatever the agent printed.
@@ -173,7 +173,7 @@ public:
     /// False, with a line in the system log, when readWholeFile fails.
     [[nodiscard]] static bool loadFile(const std::string& path, std::string& content);
 
-    /// Whether the session file exists. When that cannot be told: false, and saveFIFO refuses to write over it until
+    /// Whether the session file exists. When that is unknown: false, and saveFIFO refuses to overwrite it until
     /// the queue has been loaded.
     [[nodiscard]] bool isFIFOFile();
 
@@ -189,9 +189,9 @@ public:
 
     /// Writes the whole queue to the session file, oldest action first, one "kind:text" a line, and waits until it is
     /// on the disk, with the names of the lock file and of the list's working copy. False, after messages, when that
-    /// failed; the file may then be incomplete. Signals wait until it is written.
+    /// failed; the file may then be incomplete. Signals are blocked until it is written.
     ///
-    /// False, too, and the file untouched, when an earlier session may be there that could not be looked at, from the
+    /// Also false, with the file untouched, when an earlier session may exist that could not be examined, from the
     /// framework directory to the session file: its actions would be lost.
     bool saveFIFO();
 
@@ -201,12 +201,12 @@ public:
                                                 std::string& trVersion);
 
     /// Splits the text of an action on a model file with a handler into its four fields, with the same rules: only the
-    /// first separator is asked for.
+    /// first separator is required.
     [[nodiscard]] bool extractCommandHandlerMoVerTrVer(const std::string& entry, std::string& path,
                                                        std::string& handler, std::string& moVersion,
                                                        std::string& trVersion);
 
-    /// Tells the fields of a queue entry apart, by the operation for its kind. False, after messages, when the text has
+    /// Splits a queue entry into its fields, by the operation for its kind. False, after messages, when the text has
     /// no separator where its kind needs one; the fields are empty then.
     [[nodiscard]] bool takeApart(const CommandQueueEntry& entry, Action& action);
 
@@ -215,7 +215,7 @@ public:
     /// This machine's host name.
     static std::string getHostName();
 
-    /// Whether a session is open, on whatever host. When that cannot be told: false, and saveFIFO refuses to write
+    /// Whether a session is open, on any host. When that is unknown: false, and saveFIFO refuses to write
     /// until the queue has been loaded or a lock file of our own is made.
     [[nodiscard]] bool isLockFile();
 
@@ -247,7 +247,7 @@ public:
     /// that cannot be read, and then stays as it was, or cannot be written, and then may be incomplete, is reported.
     bool removeModelFileEntry(const std::string& entry);
 
-    /// Puts the model file `path` on the list unless it is there already, which `alreadyListed` tells. False, after a
+    /// Adds the model file `path` to the list unless it is there already; `alreadyListed` says so. False, after a
     /// message, when the model file does not exist or the list cannot be written.
     [[nodiscard]] bool addModelFileEntry(const std::string& path, bool& alreadyListed);
 
@@ -317,15 +317,15 @@ public:
     /// disk at every moment.
     bool commitCompleted();
 
-    /// The first part of it: makes the working copies live and removes the session file.
+    /// The first half of commitCompleted: makes the working copies live and removes the session file.
     void installWorkingCopies();
 
-    /// The second part: removes the lock file. Returns when the disk has no names of the session's files.
+    /// The second half: removes the lock file. Returns when the removals are synced.
     void endSession();
 
     /// Puts the backups back, unless a session is open or there is no backup of the list. False when there is no live
-    /// list, true otherwise, and then it is on the disk. Throws a Poco::FileException, too, when it cannot be told
-    /// which of the files are there. Signals wait until all is done.
+    /// list, true otherwise, with the result synced. Throws a Poco::FileException, too, when stat does not tell
+    /// which of the files are there. Signals are blocked until all is done.
     bool rollBack();
 
     /// Whether there is a backup of the list, which rollBack would put back.
@@ -385,7 +385,7 @@ private:
     QorEa _agent;
     std::unique_ptr<CXMLParser> _parser;
     CommandQueue _queue;
-    bool _isSessionUnseen = false; ///< there may be one that could not be looked at
+    bool _isSessionUnseen = false; ///< there may be one that could not be examined
     bool _isQueueLoaded = false;
 
     // Determined once, at the start of the run.

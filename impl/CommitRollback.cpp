@@ -21,7 +21,7 @@ namespace QMT
 namespace
 {
 
-/// Whether `path` exists. Throws a Poco::FileException when that cannot be told: a file that is only taken for missing
+/// Whether `path` exists. Throws a Poco::FileException when stat fails for another reason: to treat the file as missing
 /// would leave two files that do not match, or put backups over an open session.
 bool isThere(const std::string& path)
 {
@@ -33,8 +33,8 @@ bool isThere(const std::string& path)
     return existence == Existence::PRESENT;
 }
 
-/// Moves the backup to the live file. The backup goes when the disk has the live file under its name: until then it may
-/// be the only one.
+/// Moves the backup to the live file. The backup is removed once the live file's name is synced: until then it may
+/// be the only copy.
 void putBack(const ManagedFile& file)
 {
     copyFile(file.backup, file.live);
@@ -83,7 +83,7 @@ void CQorModelToolImpl::install(const ManagedFile& file) const
 {
     _transfer->move(file.live, file.backup);
     _transfer->move(file.workingCopy, file.live);
-    // The session may end only when the disk has the installed file under its name.
+    // The session may end only when the installed file's name is synced.
     syncDirectoryOf(file.live);
     adjustOwnershipOf(file.live);
 }

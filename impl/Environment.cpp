@@ -89,7 +89,7 @@ bool CQorModelToolImpl::useExistingDirectory(const std::string& found, std::stri
 {
     if (!Poco::File(found).exists())
     {
-        // Notes whether it may be there all the same.
+        // Records whether it may exist all the same.
         static_cast<void>(isSeen(found));
         return false;
     }
@@ -104,10 +104,10 @@ bool CQorModelToolImpl::validateEnvironment()
     std::string reason = path;
     try
     {
-        // Of a path that is too long, no part behind the first one that is too long itself is ever reached; without
-        // them the library need not go through thousands of parents.
+        // The library tries parent after parent. Those after the first one whose own path is too long are left out:
+        // there may be thousands, and none of them can be created.
         Poco::File(path.substr(0, path.find('/', PATH_MAX))).createDirectories();
-        // The library takes a plain file of that name for success.
+        // The library reports success for a plain file of that name.
         if (Poco::File(path).isDirectory())
         {
             return true;

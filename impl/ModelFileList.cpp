@@ -29,7 +29,7 @@ std::string readList(const std::string& path)
     return content;
 }
 
-/// The lines of the list at `path`, which is about to be written anew: one that is there and cannot be read must not be
+/// The lines of the list at `path`, which is about to be rewritten: an existing one that cannot be read must not be
 /// taken for an empty one, unless it is.
 std::optional<std::string> readListForEdit(const std::string& path)
 {

@@ -15,15 +15,15 @@ struct QueueText
     enum class Fault
     {
         NONE,
-        INCOMPLETE, ///< there is no action at all, or a kind or a text is without its counterpart
-        NO_KIND     ///< a kind is no number
+        INCOMPLETE, ///< there is no action, or a kind or a text has no counterpart
+        NO_KIND     ///< a kind is not a number
     };
 
     std::vector<CommandQueueEntry> entries; ///< the actions up to the fault, oldest first
     Fault fault = Fault::NONE;
 };
 
-/// Reads the text of a session file, "kind:text" a line. Kinds are not checked but for being numbers.
+/// Reads the text of a session file, "kind:text" a line. Kinds are only checked to be numbers.
 QueueText readQueueText(const std::string& text);
 
 } // namespace QMT

@@ -128,7 +128,7 @@ bool CQorModelToolImpl::saveFIFO()
     }
     const std::string path = paths().sessionFile();
     const CSignalBlock block;
-    // The queue of a session that could not be looked at is not in ours.
+    // Our queue lacks the actions of a session that could not be examined.
     if ((_isSessionUnseen && !_isQueueLoaded) || !writeDurably(path, lines))
     {
         _logger->critical("Unable to write to FIFO file!");

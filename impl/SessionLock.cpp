@@ -27,7 +27,7 @@ const int MAX_HOST_NAME = 256;
 
 std::string CQorModelToolImpl::getHostName()
 {
-    // One byte more than the call may fill: it need not end a name that just fits.
+    // One byte more than the call may fill: a name that just fits may lack its NUL.
     std::array<char, MAX_HOST_NAME + 1> name = {};
     static_cast<void>(::gethostname(name.data(), name.size() - 1));
     return std::string(name.data());
@@ -49,13 +49,13 @@ int CQorModelToolImpl::createLockFile()
         }
         if (writeWholeFile(path, getHostName()))
         {
-            // The name reaches the disk with that of the session file.
+            // The name is synced together with that of the session file.
             syncFile(path);
             _isSessionUnseen = false;
             return LOCK_CREATED;
         }
     }
-    catch (const Poco::Exception&) // NOLINT(bugprone-empty-catch): told below, like a failed write
+    catch (const Poco::Exception&) // NOLINT(bugprone-empty-catch): reported below, like a failed write
     {
     }
     _logger->critical("Unable to create lockfile");
@@ -69,8 +69,8 @@ bool CQorModelToolImpl::getSessionHost(std::string& host)
     std::ifstream file;
     if (openForReading(path, file))
     {
-        // One byte more than a host can be named by, so that a longer word is not taken for a name; and no more, since
-        // the file may have no end.
+        // One byte more than the longest host name, so that a longer word is not taken for one; and no more, since
+        // the file may be endless.
         std::string word = host;
         file >> std::setw(MAX_HOST_NAME + 1) >> word;
         if (!file.bad())

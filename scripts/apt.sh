@@ -1,7 +1,7 @@
 # shellcheck shell=bash
-# An apt state of one's own.
+# A private apt state.
 
-# What apt must have of its own to fetch packages for another architecture, or sources: the machine's package lists, its
+# Lets apt fetch packages for another architecture, or sources, with a private state: the machine's package lists, its
 # architectures and its installed packages stay as they are, and no privilege is needed. The packages come from the
 # archive that this machine's own apt sources name, checked as apt always checks them.
 #
@@ -28,8 +28,8 @@ Dir::Etc::sourceparts "$state/sources";
 Dir::Etc::preferences "$state/none";
 Dir::Etc::preferencesparts "$state/none.d";
 EOF
-    # apt leaves out an index that is out of step with its signed release file and says so; the others serve.
-    APT_CONFIG=$state/apt.conf apt-get -qq update || echo "apt: going on with the indices that could be fetched"
+    # apt skips an index that does not match its signed release file and says so; the others suffice.
+    APT_CONFIG=$state/apt.conf apt-get -qq update || echo "apt: continuing with the indices that could be fetched"
 }
 
 # The machine's apt sources, each as TYPE, without their restriction to architectures of this machine.

@@ -1,4 +1,4 @@
-# What every script here begins with: answers --help with the script's head comment, and enters the checkout.
+# Sourced first by every script: answers --help with the script's head comment, and enters the checkout.
 # shellcheck shell=bash
 
 script=$(realpath "$0")
@@ -20,8 +20,8 @@ remove_tree() {
     rm -rf --one-file-system "$1" 2>/dev/null || { chmod -R u+rwX "$1" && rm -rf --one-file-system "$1"; }
 }
 
-# Gives all that is started a temporary directory inside the checkout, so that even a run that is killed leaves nothing
-# elsewhere. It goes at the end, or when the next run finds that its owner is gone.
+# Gives all child processes a temporary directory inside the checkout, so that even a killed run leaves nothing
+# elsewhere. It is removed at the end, or by the next run after its owner has gone.
 use_own_tmp() {
     local stale
     [[ ${TMPDIR-} != "$PWD/build/tmp/"* ]] || return 0

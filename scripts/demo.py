@@ -31,12 +31,12 @@ short."""
 
 
 def colour(code: str, text: str) -> str:
-    """The text, coloured where the terminal and its owner want that."""
+    """The text, coloured if the terminal and the environment allow it."""
     return f"\033[{code}m{text}\033[0m" if COLOURED else text
 
 
 def show(said: bytes) -> None:
-    """Pass on what the program says, as it comes."""
+    """Forward the program's output as it arrives."""
     wrong = r"(?m)^ConsoleLogger: (Error|Critical|Warning): .*|^.* WARNING: .*|^qor_mim_ctl: .*|^\[exit status.*"
     print(re.sub(wrong, lambda line: colour(RED, line[0]), said.decode(errors="replace")), end="", flush=True)
 
@@ -87,7 +87,7 @@ def temporary_files() -> Iterator[None]:
 
 
 def end(number: int, _: object) -> None:
-    """End in order at a signal, without a traceback."""
+    """Exit cleanly on a signal, without a traceback."""
     sys.exit(128 + number)
 
 

@@ -1,4 +1,4 @@
-"""Run the README's two commands in bare roots of Debian releases and see what they leave behind: see fresh-machine."""
+"""Run the README's two commands in bare roots of Debian releases and compare what they leave: see fresh-machine."""
 from __future__ import annotations
 
 import argparse
@@ -24,12 +24,12 @@ KEYRING = "debian-archive"
 # The options of this machine's apt that say how to reach an archive.
 ACCESS = re.compile(r"^Acquire::(?:https?::|Retries |Check-)")
 
-# What packages bring, and what is not on the disk. The rest of the root is compared.
+# What packages install, and what is not on disk. The rest of the root is compared.
 NOT_COMPARED = ("dev/pts", "etc", "lib", "lib32", "lib64", "libx32", "proc", "run/sudo", "sys", "usr", "var/backups",
                 "var/cache", "var/lib", "var/log")
 
-# Where the root directory is not that of the mounts, the kernel refuses user namespaces, and without the capability all
-# others.
+# If the root directory is not the root of the mounts, the kernel refuses user namespaces; without the capability it
+# refuses the others.
 CONFINED = "exec chroot . setpriv --bounding-set=-sys_admin"
 FREE = "mount --move . / && exec chroot ."
 ENTER = """
@@ -41,7 +41,7 @@ hostname fresh
 shift
 {enter} "$@"
 """
-# Killed in the middle of the story, with everything that it started itself.
+# Killed in the middle, with all its child processes.
 KILLED_DEMO = """
 set -m
 PYTHONUNBUFFERED=1 scripts/demo >build/killed-demo.log 2>&1 &
@@ -139,7 +139,7 @@ class Machine:
         return terminal.exitstatus if terminal.exitstatus is not None else -terminal.signalstatus
 
     def listing(self) -> set[str]:
-        """Everything that is compared, with type, mode and owner."""
+        """Everything to compare, with type, mode and owner."""
         found = set()
         for directory, subdirectories, files in os.walk(self.root):
             inside = Path(directory).relative_to(self.root)
@@ -156,7 +156,7 @@ class Machine:
         return "\n".join(self.log.read_text(encoding="utf-8", errors="replace").splitlines()[-60:])
 
     def expect(self, what: str, status: int, wanted: int = 0) -> None:
-        """End the trial unless a command ended as it should and left nothing behind."""
+        """Raise Failure unless a command ended as expected and left nothing behind."""
         if status != wanted:
             raise Failure(f"{what} ended with status {status}\n{self.tail()}")
         difference = sorted(self.listing() ^ self.before)
@@ -164,7 +164,7 @@ class Machine:
             raise Failure(f"{what} left behind, or took away:\n" + "\n".join(difference))
 
     def try_commands(self, quick: bool) -> Iterator[str]:
-        """Run the README's commands; the name of each that has passed."""
+        """Run the README's commands; yield the name of each that passed."""
         run = self.run
         if self.way == "sudo":
             self.expect("scripts/demo without a terminal for the password", self.run("scripts/demo"), 1)
@@ -182,7 +182,7 @@ class Machine:
 
 
 def trial(machine: tuple[str, str], quick: bool, scratch: Path) -> bool:
-    """Try one release in one way; true if all is well."""
+    """Try one release in one way; return whether it passed."""
     started = time.monotonic()
     try:
         here = Machine(*machine, scratch)

@@ -10,7 +10,7 @@ die() {
     exit 1
 }
 
-# Also for somebody who may read the checkout, but does not own it.
+# Works also for a caller who may read the checkout but does not own it.
 git_here() {
     git -c "safe.directory=$here" -C "$here" "$@" 2>/dev/null
 }

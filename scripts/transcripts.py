@@ -4,9 +4,9 @@
 A transcript is a fenced block of the kind ``console``.  Its lines are
 
     $ command            run by a shell; ``beta$ command`` on the host beta, otherwise the host is alpha
-    [...]                in place of all that a command said but the last line
+    [...]                in place of all output but the last line
     [exit status N]      unless it is 0
-    anything else        what the command said, as a terminal shows it, without colours; every time is that of TIMES
+    anything else        the command's output, as a terminal shows it, without colours; every time is that of TIMES
 
 Every section, that is everything up to the next heading, starts with a fresh copy of the sample framework, seen as
 /opt/qor, and an empty working directory.  A fenced block of the kind ``sh NAME`` puts the script NAME there.
@@ -42,7 +42,7 @@ TIMES = ((re.compile(r"\b\d{4}-\d\d-\d\dT\d\d:\d\d:\d\dZ"), "2026-01-31T12:00:00
 
 
 def settled(said: str) -> str:
-    """What was said, without all that differs from run to run or from terminal to terminal."""
+    """The output, without what differs from run to run or between terminals."""
     said = COLOUR.sub("", said)
     for time, shown in TIMES:
         said = time.sub(shown, said)
@@ -90,7 +90,7 @@ class Stage:
         shutil.copytree(PROJECT / "examples" / "framework", self.framework)
         work.mkdir()
         programs.mkdir()
-        # Nobody wants to read, or to wait for, the thirty seconds that a call waits for another host's session.
+        # Skip the thirty seconds that a call waits for another host's session.
         self._sandbox = Sandbox(self.framework, preload=("sleep",), work=work).with_env(
             PATH=f"{programs}:{PATH}", TMPDIR=WORK, NO_COLOR="" if coloured else "1")
         for name, built in (("qor_mim_tool", None), ("qor_mim_ctl", tool_directory() / "qor_mim_ctl")):
@@ -110,7 +110,7 @@ class Stage:
         return said + note
 
     def _run(self, host: str, command: str, show: Callable[[bytes], object]) -> str:
-        """All that a command says to a terminal.  It finds the last command's status in ``$?``."""
+        """The output of a command on a terminal.  It finds the last command's status in ``$?``."""
         master, slave = pty.openpty()
         tty.setraw(slave)
         run = self._sandbox.on(host).launch("/bin/sh", "-c", f"(exit {self._status})\n{command}", stdout=slave,
@@ -129,7 +129,7 @@ class Stage:
 
 
 def _read_terminal(master: int) -> bytes:
-    """What has arrived; nothing after the last writer has closed its end, nor when none writes."""
+    """The bytes that have arrived; nothing after the last writer has closed, or after the timeout."""
     try:
         return os.read(master, 1 << 16) if select.select([master], [], [], DEFAULT_TIMEOUT)[0] else b""
     except OSError:
@@ -137,7 +137,7 @@ def _read_terminal(master: int) -> bytes:
 
 
 def rewrite(document: Path) -> None:
-    """Put into a document what the program says."""
+    """Update the transcripts of a document."""
     text = document.read_text(encoding="utf-8")
     answers = []
     for steps in sections(document).values():

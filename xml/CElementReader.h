@@ -9,7 +9,7 @@
 namespace QMT
 {
 
-/// Reads the elements of an XML text as they come, without building a document: for whoever only looks.
+/// Reads the elements of an XML text as they come, without building a document: for callers that only look.
 class CElementReader : private Poco::XML::DefaultHandler
 {
 public:
@@ -19,8 +19,8 @@ public:
     CElementReader(CElementReader&&) = delete;
     CElementReader& operator=(CElementReader&&) = delete;
 
-    /// Reads the text `xml`. False where CXMLParser::parseFile builds no document of it; what comes before the fault
-    /// may have been told then.
+    /// Reads the text `xml`. False where CXMLParser::parseFile returns null; elements before the error
+    /// may have been reported by then.
     [[nodiscard]] bool read(const std::string& xml);
 
 protected:
@@ -31,7 +31,7 @@ protected:
     /// An element begins; those that begin before it ends are inside it.
     virtual void begin(const std::string& tag, const Attributes& attributes) = 0;
 
-    /// The element that began last, of those that have not ended, ends.
+    /// The innermost open element ends.
     virtual void end() = 0;
 
 private:

@@ -16,7 +16,7 @@ namespace QMT
 /// elements walks the document anew for each index, so that a loop over it is quadratic.
 ///
 /// The node and its document are not owned and outlive the walk. An element just visited must not be removed before the
-/// walk goes on.
+/// next step.
 class CElementWalk
 {
 public:
@@ -38,7 +38,7 @@ private:
 
     Poco::XML::Node* const _root;
     const std::string _tag;
-    Poco::XML::Node* _node; ///< where the walk stands; null behind the last node
+    Poco::XML::Node* _node; ///< the current position; null after the last node
 };
 
 } // namespace QMT

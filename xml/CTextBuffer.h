@@ -9,8 +9,8 @@ namespace QMT
 
 /// Collects in one string what is written to a stream.
 ///
-/// The document writer hands over its text byte by byte, which is what this is made for; nor need the text be copied
-/// out at the end, as from the library's string stream. When memory runs out, the stream goes bad.
+/// The document writer hands over its text byte by byte, which this class is made for. A string stream would need
+/// a copy of the text at the end, too. When memory runs out, the stream goes bad.
 class CTextBuffer : public std::streambuf
 {
 public:
@@ -26,7 +26,7 @@ protected:
     std::streamsize xsputn(const char* characters, std::streamsize count) override;
 
 private:
-    // Makes what lies behind the first `written` bytes the room for the next ones.
+    // Makes the space after the first `written` bytes the put area.
     void offerRoomBehind(std::string::size_type written);
     std::string::size_type size() const;
 

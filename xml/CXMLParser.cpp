@@ -33,7 +33,7 @@ namespace
 {
 
 /// Whether `xml` can be read again. The writer stops silently at a name that is invalid UTF-8, so re-parse unless the
-/// text is plain ASCII up to the line feed behind the document element.
+/// text is plain ASCII up to the line feed after the document element.
 bool isLoadable(const std::string& xml)
 {
     const auto isAscii = [](char byte) { return static_cast<unsigned char>(byte) < 0x80; };
@@ -78,7 +78,7 @@ CXMLParser::DocumentPtr CXMLParser::parseFile(const std::string& content)
     }
     try
     {
-        // Twice as many places as names keep the pool quick.
+        // Twice as many slots as names keep the pool fast.
         auto pool = Poco::makeAuto<Poco::XML::NamePool>(2 * (*names + ADDED_NAMES));
         Poco::XML::DOMParser parser(pool);
         parser.setFeature(Poco::XML::DOMParser::FEATURE_FILTER_WHITESPACE, true);
@@ -101,15 +101,15 @@ void CXMLParser::writeXMLFile(const std::string& path, const Document* doc)
         Poco::XML::DOMWriter writer;
         writer.setNewLine("\n");
         writer.setOptions(Poco::XML::XMLWriter::PRETTY_PRINT);
-        // The writer may give up in the middle of a document, so the file is touched only when all of it is there.
+        // The writer may stop in the middle of a document, so the file is opened only when the text is complete.
         CTextBuffer buffer(_workingTextSize + GROWTH);
         std::ostream stream(&buffer);
         writer.writeNode(stream, doc);
-        // Without memory for all of its text the stream goes bad and the writer goes on.
+        // When memory runs out, the stream goes bad while the writer continues.
         isWritten = stream.good() && isLoadable(buffer.text()) && writeWholeFile(path, buffer.text());
         _workingTextSize = buffer.text().size();
     }
-    catch (const Poco::Exception&) // NOLINT(bugprone-empty-catch): told below, like a failed write
+    catch (const Poco::Exception&) // NOLINT(bugprone-empty-catch): reported below, like a failed write
     {
     }
     if (!isWritten)

@@ -29,7 +29,7 @@ enum class CmdEntryAction
 {
     ENTRY_ADD = 0,            ///< add the model's root class to the handler, which is registered when it is new
     ENTRY_REMOVE_HANDLER = 2, ///< remove the handler
-    ENTRY_REMOVE_ROOT = 4     ///< remove the model's root class from the handler; with the last one goes the handler
+    ENTRY_REMOVE_ROOT = 4     ///< remove the model's root class from the handler, and with the last one the handler
 };
 
 /// The editor of the framework's configuration document.
@@ -37,14 +37,14 @@ enum class CmdEntryAction
 /// It loads, searches and edits documents in memory and writes them to the working copy of the configuration, never to
 /// the live file. Elements are found by name anywhere in the document; everything else in it is passed through.
 ///
-/// Operations tell failures by their results, after a message on the logger. A failed write is told by a message only.
+/// Operations report failures by their results, after a message on the logger; a failed write by a message only.
 /// Unless an operation says otherwise, `doc` is not null.
 class CXMLParser
 {
 public:
     using DocumentPtr = Poco::AutoPtr<Poco::XML::Document>;
 
-    /// The results of operations that return a number. Callers mostly tell zero from the others.
+    /// The results of operations that return a number. Callers mostly test for zero.
     static constexpr int FAILURE = 0;
     static constexpr int SUCCESS = 1;
     static constexpr int NO_ROOT_CLASS = 2; ///< the model file has no root element
@@ -68,11 +68,11 @@ public:
     /// nested deeper than 2,000 elements, or declares too many entities.
     [[nodiscard]] static DocumentPtr parseFile(const std::string& content);
 
-    /// Replaces the file at `path` by the indented text of `doc`. A failure is told by a message; the file is still
+    /// Replaces the file at `path` by the indented text of `doc`. A failure is reported by a message; the file is still
     /// complete unless a write to it failed.
     void writeXMLFile(const std::string& path, const Poco::XML::Document* doc);
 
-    /// Whether every text that was to be written so far has been written.
+    /// Whether every write so far has succeeded.
     bool isAllWritten() const;
 
     /// The values of `attribute` of all elements named `tag` below `element`, in document order; a missing attribute
@@ -91,10 +91,10 @@ public:
     /// Reads the root class name of the model file at `modelFile` into `rootClass`.
     ///
     /// Returns 1 with a name that is not empty; 2, with `rootClass` untouched, when the model file has no root element;
-    /// 0 when it cannot be loaded or its root class has no name. Messages tell of 2 and 0.
+    /// 0 when it cannot be loaded or its root class has no name. 2 and 0 are reported by messages.
     [[nodiscard]] int getRootClassName(const std::string& modelFile, std::string& rootClass);
 
-    /// The same for a model that is loaded, without messages.
+    /// The same for a model that is already loaded, without messages.
     [[nodiscard]] static int findRootClass(Poco::XML::Document& model, std::string& rootClass);
 
     // ---- Handlers (Handlers.cpp) ----
@@ -110,7 +110,7 @@ public:
     int removeModelHandler(Poco::XML::Document* doc, Poco::XML::Node* participant, const std::string& handler);
 
     /// Removes the handler that the tool is working on, unless only one is left, and writes the document. `handler`
-    /// serves the refusal's message alone. Returns 1, also when no such handler was found, or 0 after a message.
+    /// is used only in the message of a refusal. Returns 1, also when no such handler was found, or 0 after a message.
     [[nodiscard]] int removeModelHandler(Poco::XML::Document* doc, const std::string& handler);
 
     // ---- Root entries (RootEntries.cpp) ----
@@ -124,7 +124,7 @@ public:
     [[nodiscard]] int modifyRoot(Poco::XML::Document* doc, const std::string& modelFile, CmdEntryAction action,
                                  const std::string& moVersion, const std::string& trVersion);
 
-    /// Tells whether some handler serves the root class of the model file at `modelFile`, and which.
+    /// Finds out whether a handler serves the root class of the model file at `modelFile`, and which.
     ///
     /// Returns 1 with the answer in `found` and `handlerName`; a document with other than one participants element and
     /// participants with other than one roots element count as not serving. Returns 2 when the model has no root
@@ -138,7 +138,7 @@ public:
     /// the root class of the model file at `modelFile`, if that is not empty, to it. `handler` must be the handler that
     /// the tool is working on (getComponentName), which is the one that gets the root class.
     ///
-    /// Returns 1 when that is done or needs no doing; 0, mostly after a message, when the document has no handler, when
+    /// Returns 1 when that is done or not needed; 0, mostly after a message, when the document has no handler, when
     /// another handler serves the root class, when there is no placeholder for a handler without a model file, or when
     /// the model file cannot be used.
     [[nodiscard]] int verifySetDefaultComponent(Poco::XML::Document* doc, const std::string& modelFile,

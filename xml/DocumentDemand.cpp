@@ -14,12 +14,12 @@ namespace QMT
 namespace
 {
 
-/// Up to here a name for each tag and each "=" is a small pool, and the text need not be parsed to count them.
+/// Up to this number, one name for each tag and each "=" makes a small pool, and the text need not be parsed.
 const std::size_t MAX_UNCOUNTED_NAMES = 20000;
 
 using Poco::XML::XMLString;
 
-/// Measures what the parser reports, entities expanded.
+/// Measures what the parser reports, with entities expanded.
 class Meter : public Poco::XML::DefaultHandler
 {
 public:
@@ -66,7 +66,7 @@ std::optional<std::size_t> measureByParsing(const std::string& xml)
     {
         parser.parseString(xml);
     }
-    catch (const Poco::Exception&) // NOLINT(bugprone-empty-catch): what is wrong with the text, its loading will tell
+    catch (const Poco::Exception&) // NOLINT(bugprone-empty-catch): loading the text will report the error
     {
     }
     if (meter.deepest() > MAX_NESTING_DEPTH)
@@ -87,7 +87,7 @@ std::size_t countOf(const std::string& text, const std::string& wanted)
     return count;
 }
 
-/// At least as many as there are: in an encoding of two bytes, "<" has a zero byte on either side.
+/// At least as many as there are: in UTF-16, "<" has a zero byte on either side.
 std::size_t countStartTags(const std::string& xml)
 {
     return countOf(xml, "<") - countOf(xml, "</") - countOf(xml, "<!") - countOf(xml, "<?");

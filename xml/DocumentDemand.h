@@ -16,12 +16,12 @@ const unsigned int MAX_NESTING_DEPTH = 2000;
 /// longer than their number.
 const std::size_t MAX_ENTITIES = 9999;
 
-/// Tells, before a document is built of the XML text `xml`, how many different names of elements and attributes it may
+/// Estimates, before a document is built from the XML text `xml`, how many different element and attribute names it may
 /// have. The library keeps the names of a document in a pool of fixed size, and an overflow of the pool would throw
 /// through the C code of the parser beneath.
 ///
 /// Returns a number of names that is large enough; nothing when loading could overflow the stack, because the elements
-/// are nested deeper than MAX_NESTING_DEPTH or more than MAX_ENTITIES entities may be declared. What is not well-formed
+/// are nested deeper than MAX_NESTING_DEPTH or more than MAX_ENTITIES entities may be declared. Malformed text
 /// is measured up to the error.
 [[nodiscard]] std::optional<std::size_t> measureNames(const std::string& xml);
 

@@ -36,7 +36,7 @@ enum class CXMLParser::EditProgress
 {
     REFUSED,
     HANDLER_REMOVED,
-    SEARCH_ON, ///< a later participant of the same handler gets its chance
+    SEARCH_ON, ///< try the next participant of the same handler
     EDITED
 };
 

@@ -119,7 +119,7 @@ def test_commit_with_a_failed_action_can_be_undone(tool: Sandbox, framework: Fra
     assert framework.changes(before) == {}
 
 
-def test_commit_goes_on_when_a_removal_cannot_be_written(tool: Sandbox, framework: Framework) -> None:
+def test_commit_continues_when_a_removal_cannot_be_written(tool: Sandbox, framework: Framework) -> None:
     framework.session(f"2:{BASE}\n")
     framework.path(LIST_TMP).chmod(0o444)
     text = f"Unable to open: {installed(LIST_TMP)}"

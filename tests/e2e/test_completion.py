@@ -1,4 +1,4 @@
-"""Completion in real shells: Tab is pressed, and the line is looked at."""
+"""Completion in real shells: Tab is pressed, and the resulting line is checked."""
 from __future__ import annotations
 
 import json
@@ -25,7 +25,7 @@ OF_COMMAND = {"show": GENERAL, "check": GENERAL, "plan": GENERAL | ACTIONS, "app
 
 
 class Shell:
-    """A kind of shell, at work in a sandbox."""
+    """A shell in a sandbox."""
 
     def __init__(self, name: str, sandbox: Sandbox, program: str = TOOL):
         self.name = name
@@ -36,7 +36,7 @@ class Shell:
         return Shell(self.name, self.sandbox.with_env(**variables), self.program)
 
     def press_tab(self, *lines: str) -> list[dict[str, str]]:
-        """What became of each line."""
+        """Each line after completion."""
         answer = self.sandbox.execute("/usr/bin/python3", completing_shell.__file__, self.name, str(COMPLETIONS),
                                       *(self.program + line for line in lines))
         assert (answer.status, answer.console) == (0, "")
@@ -67,7 +67,7 @@ def companion(shell: Shell) -> Shell:
 
 
 def names(candidates: set[str]) -> set[str]:
-    """Options without the sign that a value follows."""
+    """Options without the mark that a value follows."""
     return {candidate.rstrip("=") for candidate in candidates}
 
 
@@ -145,7 +145,7 @@ def test_handlers_are_found_however_the_configuration_is_written(shell: Shell, f
     assert shell.candidates("-m ") == {"first", 'a & b "c"'}
 
 
-def test_a_large_configuration_is_no_burden(shell: Shell, framework: Framework) -> None:
+def test_handlers_of_a_large_configuration_are_completed(shell: Shell, framework: Framework) -> None:
     handlers = [f"handler{number}" for number in range(3000)]
     framework.write(CONFIG, config(*(participant(handler, "Root") for handler in handlers)))
     assert shell.line("-m handler299") == "-m handler299"
@@ -196,12 +196,12 @@ def test_a_machine_without_framework_gets_no_candidates_and_no_messages(shell: S
 
 
 @pytest.mark.parametrize("content", ["", "\n", "/does/not/exist\n", "\0\xff\n"])
-def test_a_bad_environment_file_is_passed_over_in_silence(shell: Shell, framework: Framework, content: str) -> None:
+def test_a_bad_environment_file_is_ignored_silently(shell: Shell, framework: Framework, content: str) -> None:
     framework.write("qor.env", content)
     assert_silent(shell)
 
 
-def test_bad_files_are_passed_over_in_silence(shell: Shell, framework: Framework) -> None:
+def test_bad_files_are_ignored_silently(shell: Shell, framework: Framework) -> None:
     framework.write(CONFIG, b"\xff\xfe<managedObject compName=")
     framework.remove(LIST)
     framework.path(LIST).mkdir()
@@ -234,13 +234,13 @@ def test_companion_makes_paths_absolute(companion: Shell, work: Path, option: st
     assert shlex.split(completed) == shlex.split(f"apply {option}'/opt/scratch/own model.xml'")
 
 
-def test_companion_looks_in_the_framework_that_is_named(companion: Shell, framework: Framework, work: Path) -> None:
+def test_companion_reads_the_given_framework(companion: Shell, framework: Framework, work: Path) -> None:
     elsewhere = Framework.create(work / "elsewhere")
     elsewhere.write(CONFIG, config(participant("elseHandler")))
     assert companion.line("apply --qor-path=/opt/scratch/elsewhere --remove=/x --handler ").endswith(" elseHandler ")
 
 
-def test_companion_takes_what_was_interrupted(companion: Shell) -> None:
+def test_companion_completes_the_values_of_assume(companion: Shell) -> None:
     assert companion.candidates("recover --assume=") == {"commit", "rollback", "nothing"}
 
 

@@ -1,4 +1,4 @@
-"""The companion's transaction: all or nothing, and told truthfully."""
+"""The companion's transaction: all or nothing, and reported correctly."""
 from __future__ import annotations
 
 import fcntl
@@ -89,7 +89,7 @@ def test_apply_can_be_rolled_back(framework: Framework, tool: Sandbox) -> None:
 
 
 def test_apply_changes_nothing_twice(framework: Framework, tool: Sandbox) -> None:
-    """A call again finds nothing to do, and touches no file."""
+    """A repeated call finds nothing to do, and touches no file."""
     framework.script(VALIDATOR, "exit 0")
     companion.answer(tool, "apply", *ADD_PUMP)
     framework.script(VALIDATOR, "exit 1")
@@ -104,7 +104,7 @@ def test_apply_changes_nothing_twice(framework: Framework, tool: Sandbox) -> Non
 
 
 def test_apply_refuses_as_a_whole(backups: Framework, tool: Sandbox) -> None:
-    """One action that would do harm keeps all others from being done."""
+    """One harmful action prevents all others."""
     before = state(backups), attributes(backups, *BOTH, *BACKUPS)
 
     refused = companion.answer(tool, "apply", *ADD_PUMP, f"--add={MISSING}", f"--add={BASE}")
@@ -117,7 +117,7 @@ def test_apply_refuses_as_a_whole(backups: Framework, tool: Sandbox) -> None:
 
 
 def test_apply_names_the_refused_action(tool: Sandbox) -> None:
-    """A person finds it on standard error."""
+    """The message is on standard error."""
     result = companion.run(tool, "apply", f"--add={VALVE}", f"--add={ROOTLESS}", "--handler=h")
 
     assert result.status == 1
@@ -128,7 +128,7 @@ def test_apply_names_the_refused_action(tool: Sandbox) -> None:
 
 @pytest.mark.parametrize("options", [ADD_PUMP, (f"--add={VALVE}",), (f"--add={BASE}", "--handler=h2"),
                                      (f"--remove={BASE}",), (f"--remove={BASE}", "--handler=baseHandler")])
-def test_apply_puts_back_what_is_rejected(backups: Framework, tool: Sandbox, options: tuple[str, ...]) -> None:
+def test_apply_undoes_a_rejected_result(backups: Framework, tool: Sandbox, options: tuple[str, ...]) -> None:
     """After a rejection everything is as it was, the backups of an earlier commit included."""
     if options[-1] == "--handler=h2":
         backups.write(CONFIG, config(participant("auxHandler", "Aux")))
@@ -145,7 +145,7 @@ def test_apply_puts_back_what_is_rejected(backups: Framework, tool: Sandbox, opt
 
 @pytest.mark.unsound("files of no session lie about")
 def test_apply_leaves_no_backups_where_there_were_none(framework: Framework, tool: Sandbox) -> None:
-    """Nor does it remove what lies about of a session that is none."""
+    """Nor does it remove the leftovers of a session without a lock file."""
     framework.script(VALIDATOR, "exit 1")
     framework.write(SESSION, "0:/left/over\n")
     framework.write(LIST_TMP, "left over")
@@ -157,7 +157,7 @@ def test_apply_leaves_no_backups_where_there_were_none(framework: Framework, too
 
 
 def test_apply_asks_the_validator_about_the_live_list(framework: Framework, tool: Sandbox) -> None:
-    """The session is its own then, and shows whose it is."""
+    """The lock file then names the apply."""
     framework.script(VALIDATOR, 'cp "$3" /opt/qor/judged; cp /opt/qor/etc/model/qor_mim_tool.lock /opt/qor/owner')
 
     assert companion.answer(tool, "apply", f"--remove={BASE}")["validator"] == "accepted"
@@ -168,7 +168,7 @@ def test_apply_asks_the_validator_about_the_live_list(framework: Framework, tool
 
 
 def test_apply_without_a_validator(framework: Framework, tool: Sandbox) -> None:
-    """It is told that nobody judged."""
+    """The answer says that there was no validator."""
     framework.remove(VALIDATOR)
 
     done = companion.answer(tool, "apply", *ADD_PUMP)
@@ -177,7 +177,7 @@ def test_apply_without_a_validator(framework: Framework, tool: Sandbox) -> None:
 
 
 def test_apply_needs_no_room_elsewhere(framework: Framework, tool: Sandbox) -> None:
-    """Where copies cannot be made in the usual place, another one serves."""
+    """When copies cannot be made in the usual place, another one is used."""
     done = companion.answer(tool.with_env(TMPDIR="/opt/missing"), "apply", *ADD_PUMP)
 
     assert done["result"] == "applied"
@@ -205,7 +205,7 @@ def test_apply_keeps_attributes(framework: Framework, tool: Sandbox) -> None:
 
 
 def test_apply_makes_the_callers_lock_like_the_list(framework: Framework, tool: Sandbox) -> None:
-    """It stays, for all who may edit the list."""
+    """The file stays, for everyone who may edit the list."""
     framework.path(LIST).chmod(0o660)
 
     companion.answer(tool, "apply", f"--add={BASE}")
@@ -228,8 +228,8 @@ def test_apply_follows_links(framework: Framework, tool: Sandbox) -> None:
 @pytest.mark.parametrize("lock, text", [("alpha", "the host alpha"), ("beta", "the host beta"), ("", "an unknown host"),
                                         (OWN_LOCK, "qor_mim_ctl recover"),
                                         ("qor_mim_ctl@beta", "qor_mim_ctl recover")])
-def test_apply_waits_for_no_session(framework: Framework, tool: Sandbox, lock: str, text: str) -> None:
-    """An open session is told with its owner, and one of an interrupted apply with its remedy."""
+def test_apply_is_refused_during_a_session(framework: Framework, tool: Sandbox, lock: str, text: str) -> None:
+    """An open session is reported with its owner, and an interrupted apply with its remedy."""
     framework.session(f"0:{VALVE}\n", host=lock)
     before = state(framework)
 
@@ -255,7 +255,7 @@ def test_apply_waits_for_a_session_to_end(framework: Framework, tool: Sandbox) -
 
 @pytest.mark.parametrize("command", [("apply", *ADD_PUMP), ("plan",), ("plan", *ADD_PUMP), ("check",)])
 def test_apply_keeps_other_callers_out(framework: Framework, tool: Sandbox, command: tuple[str, ...]) -> None:
-    """While another caller has the lock, nobody else does or tells anything."""
+    """While another caller holds the lock, all commands are refused."""
     framework.write(CALLER_LOCK, "")
     before = state(framework)
     with framework.path(CALLER_LOCK).open("r+b") as lock:
@@ -268,7 +268,7 @@ def test_apply_keeps_other_callers_out(framework: Framework, tool: Sandbox, comm
     assert state(framework) == before
 
 
-def test_twelve_callers_at_once_all_land(framework: Framework, tool: Sandbox) -> None:
+def test_twelve_concurrent_calls_all_succeed(framework: Framework, tool: Sandbox) -> None:
     """In some order, one after the other."""
     names = [f"/opt/qor/models/m{number}.xml" for number in range(12)]
     for number, name in enumerate(names):
@@ -290,7 +290,7 @@ def test_twelve_callers_at_once_all_land(framework: Framework, tool: Sandbox) ->
                                     "rm etc/qor.cfg"])
 @pytest.mark.parametrize("verdict", [0, 1])
 def test_apply_notices_another_run(framework: Framework, tool: Sandbox, action: str, verdict: int) -> None:
-    """What interferes while the validator works is noticed, and nothing more is changed."""
+    """Interference while the validator runs is noticed, and nothing more is changed."""
     framework.script(VALIDATOR, f"cd /opt/qor; {action}; mkdir kept; cp -r etc kept; exit {verdict}")
 
     stopped = companion.answer(tool, "apply", *ADD_PUMP)
@@ -305,7 +305,7 @@ def test_apply_notices_another_run(framework: Framework, tool: Sandbox, action: 
 
 
 @pytest.mark.parametrize("name", ["HUP", "INT", "QUIT", "TERM", "USR1", "ALRM"])
-def test_apply_ends_when_it_is_done(framework: Framework, tool: Sandbox, name: str) -> None:
+def test_apply_installs_an_accepted_list_despite_a_signal(framework: Framework, tool: Sandbox, name: str) -> None:
     """A signal while the validator works does not keep an accepted list from being installed."""
     framework.script(VALIDATOR, f"kill -{name} $PPID")
 
@@ -314,8 +314,8 @@ def test_apply_ends_when_it_is_done(framework: Framework, tool: Sandbox, name: s
     assert PUMP in framework.read(LIST)
 
 
-def test_apply_ends_after_the_old_files_are_back(backups: Framework, tool: Sandbox) -> None:
-    """A signal that ends the validator, too, ends it with everything as it was."""
+def test_apply_restores_the_files_when_a_signal_ends_it(backups: Framework, tool: Sandbox) -> None:
+    """A signal that also ends the validator leaves everything as it was."""
     backups.script(VALIDATOR, "kill -INT $PPID; kill -INT $$")
     before = state(backups), attributes(backups, *BOTH, *BACKUPS)
 
@@ -327,7 +327,7 @@ def test_apply_ends_after_the_old_files_are_back(backups: Framework, tool: Sandb
     assert (state(backups), attributes(backups, *BOTH, *BACKUPS)) == before
 
 
-def test_apply_ends_while_it_waits(framework: Framework, tool: Sandbox) -> None:
+def test_apply_does_nothing_when_a_signal_ends_its_wait(framework: Framework, tool: Sandbox) -> None:
     """Then nothing is done."""
     framework.session(f"0:{VALVE}\n")
     before = state(framework)
@@ -342,7 +342,7 @@ def test_apply_ends_while_it_waits(framework: Framework, tool: Sandbox) -> None:
 
 
 def test_apply_without_a_reader(framework: Framework, tool: Sandbox) -> None:
-    """An answer that cannot be written is status 4; the same call again says what is."""
+    """An answer that cannot be written is status 4; repeating the call reports the state."""
     with Path("/dev/full").open("wb") as full:
         run = tool.with_env(TMPDIR="/opt/scratch").launch(*companion.command(), "apply", *ADD_PUMP, "--json",
                                                           stdout=full)
@@ -359,7 +359,7 @@ def test_apply_without_a_reader(framework: Framework, tool: Sandbox) -> None:
 @pytest.mark.unsound("the backups there were are no document")
 @pytest.mark.skipif("QOR_SANDBOX_WRITABLE" in os.environ, reason="coverage counters are files of limited size, too")
 def test_apply_on_a_full_disk(backups: Framework, tool: Sandbox) -> None:
-    """However little can be written: all of it, or everything is as it was."""
+    """Wherever the disk fills up, everything is installed or everything is as it was."""
     backups.write(LIST, BASE + "\n" + "".join(f"/opt/qor/models/more{number}.xml\n" for number in range(30)))
     before = state(backups), attributes(backups, *BOTH, *BACKUPS)
     seen = set()
@@ -383,7 +383,7 @@ def test_apply_on_a_full_disk(backups: Framework, tool: Sandbox) -> None:
                                      ["--add=/a", "stray"], ["--add=/a", "--handler="], ["--dry-run", "--add=/a"],
                                      ["--add=/a", "--handler=h", "--handler=h"], ["--json", "--add=/a"]])
 def test_apply_rejects_wrong_options(framework: Framework, tool: Sandbox, options: list[str]) -> None:
-    """A wrong command line is told before anything is done."""
+    """A wrong command line is reported before anything is done."""
     before = framework.snapshot()
 
     wrong = companion.answer(tool, "apply", *options)
@@ -396,7 +396,7 @@ def test_apply_rejects_wrong_options(framework: Framework, tool: Sandbox, option
 @pytest.mark.unsound("a live file is missing")
 @pytest.mark.parametrize("name", [CONFIG, LIST, "etc/model"])
 def test_apply_needs_the_framework(framework: Framework, tool: Sandbox, name: str) -> None:
-    """What is missing is named."""
+    """The missing file is named."""
     framework.path(name).rename(framework.path("away"))
 
     cannot = companion.answer(tool, "apply", *ADD_PUMP)
@@ -407,7 +407,7 @@ def test_apply_needs_the_framework(framework: Framework, tool: Sandbox, name: st
 
 @pytest.mark.skipif(os.geteuid() != 0, reason="only root can give files away")
 def test_apply_tells_what_it_could_not_keep(framework: Framework, tool: Sandbox) -> None:
-    """The program has no right to give files away in the sandbox, and says so."""
+    """The program may not change owners in the sandbox, and reports it."""
     os.chown(framework.path(LIST), 1234, 2345)
     framework.path(LIST).chmod(0o666)
 

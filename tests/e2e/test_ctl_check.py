@@ -1,4 +1,4 @@
-"""The companion's search for faults: each finding has a story that produces it and a remedy that ends it."""
+"""The companion's search for faults: each finding has a scenario that produces it and a remedy that ends it."""
 from __future__ import annotations
 
 import shlex
@@ -7,7 +7,7 @@ from collections.abc import Callable
 import companion
 import pytest
 from framework import (AGENT, AUX, BASE, BROKEN, CONFIG, LIST, LIST_BAK, LOCK, MISSING, NAMELESS, PLACEHOLDER,
-                       PUMP, ROOTLESS, SESSION, VALIDATOR, VALVE, Framework, config, installed, model, participant)
+                       PUMP, ROOTLESS, SESSION, VALIDATOR, VALVE, Framework, config, installed, participant)
 from sandbox import Result, Sandbox, tool_path
 
 Step = Callable[[Framework, Sandbox], None]
@@ -32,7 +32,7 @@ def findings(sandbox: Sandbox) -> list[tuple[str, str, str | None]]:
 
 
 def type_in(sandbox: Sandbox, command: str) -> None:
-    """A person types a remedy that is a command, on the host for which it is meant."""
+    """Type a remedy that is a command, on the host that it is meant for."""
     host, _, words = command.rpartition(": ")
     sandbox = sandbox.on(host.removeprefix("on the host ")) if host else sandbox
     names = "".join(f'{path.name}() {{ {shlex.join(sandbox.tool_command(path))} "$@"; }}\n'
@@ -57,7 +57,7 @@ def changes_mode(name: str) -> Step:
 
 
 def commits(framework: Framework, tool: Sandbox) -> None:
-    """There are backups of a commit that is over."""
+    """Backups of a finished commit exist."""
     tool.run("--addModelFile", PUMP, "--modelHandler", "pumpHandler")
     assert tool.run("--commit").status == 0
 
@@ -167,7 +167,7 @@ def test_check_finds_what_its_remedy_ends(sound: Framework, tool: Sandbox, happe
 
 
 @pytest.mark.unsound("the list has no line feed at its end")
-def test_check_for_people(sound: Framework, tool: Sandbox) -> None:
+def test_check_prints_text(sound: Framework, tool: Sandbox) -> None:
     sound.write(LIST, SOUND_LIST.removesuffix("\n"))
 
     assert companion.run(tool, "check") == Result(1, f"""\

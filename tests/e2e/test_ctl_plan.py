@@ -18,13 +18,13 @@ PREFIX = "ConsoleLogger: "
 
 
 def without_actions(result: str, **more: object) -> dict[str, object]:
-    """The answer when there is nothing to tell of."""
+    """The answer without actions."""
     return {"command": "plan", "framework": "/opt/qor", "status": 1, "result": result, "actions": [],
             "validator": "not-asked", "report": "", "diff": NO_DIFF, **more}
 
 
 def added(file: str, handler: str, result: str, *messages: str, mo: str = "1", tr: str = "1") -> dict[str, object]:
-    """An addition with a handler, as the answer tells it."""
+    """An addition with a handler, as the answer shows it."""
     return {"kind": "AddModelFileWithHandler", "file": file, "handler": handler, "managedObjectVersion": mo,
             "transactionalResourceVersion": tr, "result": result, "messages": list(messages)}
 
@@ -35,7 +35,7 @@ def test_plan_of_nothing(tool: Sandbox) -> None:
 
 
 def test_plan_of_a_session(framework: Framework, tool: Sandbox) -> None:
-    """Each action is told with its outcome; nothing changes, and nothing is left behind."""
+    """Each action is shown with its outcome; nothing changes, and nothing is left behind."""
     tool.run("--addModelFile", PUMP, "--modelHandler", "pumpHandler")
     tool.run("--addModelFile", BASE)
     before = framework.snapshot()
@@ -60,8 +60,8 @@ def test_plan_of_a_session(framework: Framework, tool: Sandbox) -> None:
     assert framework.snapshot() == before
 
 
-def test_plan_tells_failures_and_the_verdict(framework: Framework, tool: Sandbox) -> None:
-    """What fails is told, and what the validator says of the rest."""
+def test_plan_reports_failures_and_the_verdict(framework: Framework, tool: Sandbox) -> None:
+    """Failures are reported, and the validator's verdict on the rest."""
     framework.script(VALIDATOR, 'cat "$3"; exit 3')
     framework.session(f"0:{MISSING}\n0:{PUMP}\n9:strange\n4:no-fields\n")
 
@@ -91,7 +91,7 @@ def test_plan_goes_no_further_than_a_commit(framework: Framework, tool: Sandbox)
 
 
 def test_plan_notices_a_change_meanwhile(framework: Framework, tool: Sandbox) -> None:
-    """A live file that was edited comes before one that cannot be parsed."""
+    """An edited live file is reported before a malformed one."""
     framework.session(f"0:{PUMP}\n")
     framework.write(CONFIG, "<qor>")
 
@@ -99,7 +99,7 @@ def test_plan_notices_a_change_meanwhile(framework: Framework, tool: Sandbox) ->
 
 
 def test_plan_needs_a_document(framework: Framework, tool: Sandbox) -> None:
-    """A document that cannot be parsed can be told nothing of."""
+    """A malformed document is an error."""
     framework.write(CONFIG, "<qor>")
     framework.session(f"0:{PUMP}\n")
 
@@ -129,7 +129,7 @@ def test_plan_of_an_empty_session(framework: Framework, tool: Sandbox) -> None:
 
 
 def test_plan_of_actions(framework: Framework, tool: Sandbox, work: Path) -> None:
-    """With the options of apply it answers for those, whatever is staged."""
+    """With the options of apply it previews those, whatever is staged."""
     framework.session(f"0:{VALVE}\n")
     (work / "own.xml").write_text('<m><class name="Own"><root/></class></m>')
     before = framework.snapshot()
@@ -145,7 +145,7 @@ def test_plan_of_actions(framework: Framework, tool: Sandbox, work: Path) -> Non
     assert framework.snapshot() == before
 
 
-def test_plan_of_actions_that_hold_already(tool: Sandbox) -> None:
+def test_plan_of_actions_already_in_effect(tool: Sandbox) -> None:
     """Nothing left to do succeeds, and the validator is not asked."""
     plan = companion.answer(tool, "plan", f"--add={BASE}")
 
@@ -173,7 +173,7 @@ def test_plan_of_actions_that_hold_already(tool: Sandbox) -> None:
     ([f"--remove={BASE}", "--handler=baseHandler", f"--remove={AUX}", "--handler=auxHandler"], "last handler stays"),
 ])
 def test_plan_refuses(framework: Framework, tool: Sandbox, options: list[str], reason: str) -> None:
-    """What an apply would refuse fails, for its reason."""
+    """An action that apply would refuse fails with the reason."""
     framework.write("models/pump", "")
     framework.write(LIST, f"{BASE}\n/gone\n/opt/qor/models/pump\n{PUMP}.old\n")
     before = framework.snapshot()
@@ -187,7 +187,7 @@ def test_plan_refuses(framework: Framework, tool: Sandbox, options: list[str], r
 
 
 def test_plan_expects_a_new_handler_for_the_placeholder(framework: Framework, tool: Sandbox) -> None:
-    """A handler that exists would stand there twice."""
+    """An existing handler would be registered twice."""
     framework.write(CONFIG, config(participant("VELDA_OAM_COMPONENT"), participant("auxHandler", "Aux")))
 
     plan = companion.answer(tool, "plan", f"--add={PUMP}", "--handler=auxHandler", f"--add={PUMP}", "--handler=pumpHandler",
@@ -197,8 +197,8 @@ def test_plan_expects_a_new_handler_for_the_placeholder(framework: Framework, to
     assert "placeholder" in plan["actions"][0]["messages"][0]
 
 
-def test_plan_for_people(tool: Sandbox) -> None:
-    """Outcomes and difference stand on standard output, messages and failures on standard error."""
+def test_plan_prints_text(tool: Sandbox) -> None:
+    """Outcomes and difference go to standard output, messages and failures to standard error."""
     result = companion.run(tool, "plan", f"--add={PUMP}", "--handler=pumpHandler", f"--add={MISSING}")
 
     assert result.status == 1
@@ -213,7 +213,7 @@ def test_plan_for_people(tool: Sandbox) -> None:
                                      ["--remove=/a", "--handler=h", "--tr-version=1"], ["--add=/a", "stray"],
                                      ["--add=/a", "--handler=h", "--handler=h"], ["--unknown"]])
 def test_plan_rejects_wrong_options(framework: Framework, tool: Sandbox, options: list[str]) -> None:
-    """A wrong command line is told before anything is done."""
+    """A wrong command line is reported before anything is done."""
     before = framework.snapshot()
 
     plan = companion.answer(tool, "plan", *options)
@@ -224,7 +224,7 @@ def test_plan_rejects_wrong_options(framework: Framework, tool: Sandbox, options
 
 
 def test_plan_needs_room_for_copies(tool: Sandbox) -> None:
-    """Without a directory for the copies nothing can be told."""
+    """Without a directory for the copies the plan fails."""
     plan = companion.answer(tool.with_env(TMPDIR="/opt/missing"), "plan", f"--add={PUMP}")
 
     assert plan["status"] == 4
@@ -242,7 +242,7 @@ def test_plan_makes_no_directory(framework: Framework, tool: Sandbox) -> None:
 
 
 def random_session(choice: random.Random, tool: Sandbox, framework: Framework) -> None:
-    """Some staging calls; a session may be one that the tool's own options do not give."""
+    """Make some staging calls; the session may hold what the tool's own options cannot stage."""
     models = [BASE, AUX, PUMP, VALVE, ROOTLESS, NAMELESS, BROKEN, MISSING, "/opt/qor/models"]
     handlers = ["baseHandler", "auxHandler", "pumpHandler", "VELDA_OAM_COMPONENT"]
     lines = ""

@@ -15,12 +15,12 @@ NOON, NOON_TEXT = 1769860800, "2026-01-31T12:00:00Z"
 
 
 def listed(file: str, root_class: str | None, *handlers: str, exists: bool = True) -> dict[str, object]:
-    """A model file, as the answer tells it."""
+    """A model file, as the answer shows it."""
     return {"file": file, "exists": exists, "rootClass": root_class, "handlers": list(handlers)}
 
 
 def handler(name: str, *root_classes: str, mo: str = "1", tr: str = "1", placeholder: bool = False) -> dict[str, object]:
-    """A handler, as the answer tells it."""
+    """A handler, as the answer shows it."""
     return {"name": name, "placeholder": placeholder, "managedObjectVersion": mo, "transactionalResourceVersion": tr,
             "rootClasses": list(root_classes)}
 
@@ -31,7 +31,7 @@ OVERVIEW = {"command": "show", "framework": "/opt/qor", "status": 0, "models": [
 
 
 def test_show_a_session_until_it_is_committed(framework: Framework, tool: Sandbox, other: Sandbox) -> None:
-    """The session has its host and its actions; the commit leaves a backup. Nothing is changed by looking."""
+    """The session has its host and its actions; the commit leaves a backup. show changes nothing."""
     assert companion.answer(tool, "show") == OVERVIEW
     tool.run("--addModelFile", PUMP, "--modelHandler", "auxHandler", "--managedObjectVersion", "2")
     os.utime(framework.path(LOCK), (NOON, NOON))
@@ -51,8 +51,8 @@ def test_show_a_session_until_it_is_committed(framework: Framework, tool: Sandbo
         "handlers": [HANDLERS[0], handler("auxHandler", "Aux", "Pump")], "backup": {"since": NOON_TEXT}}
 
 
-def test_show_people_the_same(framework: Framework, tool: Sandbox) -> None:
-    """Aligned, one line a thing."""
+def test_show_prints_text(framework: Framework, tool: Sandbox) -> None:
+    """Aligned, one line per item."""
     framework.session(f"0:{PUMP}\n2:{BASE}\n", host="beta")
     os.utime(framework.path(LOCK), (NOON, NOON))
 
@@ -71,7 +71,7 @@ no backup
 
 
 def test_show_every_model_file_of_the_list(framework: Framework, tool: Sandbox) -> None:
-    """A model file without a root class has a reason, which check tells."""
+    """A model file without a root class has a reason, which check reports."""
     framework.write(LIST, f"{ROOTLESS}\n\n {AUX} \n{NAMELESS}\n{BROKEN}\n{MISSING}\nmodels/base.xml\n{AUX}\n")
 
     assert companion.answer(tool, "show")["models"] == [
@@ -81,7 +81,7 @@ def test_show_every_model_file_of_the_list(framework: Framework, tool: Sandbox) 
 
 
 def test_show_a_new_framework(framework: Framework, tool: Sandbox) -> None:
-    """The placeholder is told apart from a handler."""
+    """The placeholder is distinguished from a handler."""
     framework.write(CONFIG, config(participant("VELDA_OAM_COMPONENT", mo="7")))
     framework.write(LIST, "")
 
@@ -129,7 +129,7 @@ def test_show_what_there_is_of_a_broken_framework(framework: Framework, tool: Sa
 
 
 @pytest.mark.parametrize("name", [CONFIG, LIST, SESSION, LOCK])
-def test_show_names_a_file_that_is_none(framework: Framework, tool: Sandbox, name: str) -> None:
+def test_show_names_a_directory_in_place_of_a_file(framework: Framework, tool: Sandbox, name: str) -> None:
     framework.session(f"0:{PUMP}\n")
     framework.remove(name)
     framework.path(name).mkdir()
@@ -152,7 +152,7 @@ def test_show_without_a_framework(tool: Sandbox, framework: Framework) -> None:
 
 
 def test_show_without_a_model_directory(framework: Framework, tool: Sandbox) -> None:
-    """It is not made on the way."""
+    """show does not create it."""
     framework.remove(LIST)
     framework.path("etc/model").rmdir()
     before = framework.snapshot()
@@ -176,8 +176,8 @@ def test_show_needs_only_read_permission(framework: Framework, tool: Sandbox) ->
     assert framework.snapshot() == before
 
 
-def test_show_escapes_what_a_terminal_would_obey(framework: Framework, tool: Sandbox) -> None:
-    """Names stand in JSON as they are, but for bytes that are no UTF-8."""
+def test_show_escapes_control_characters(framework: Framework, tool: Sandbox) -> None:
+    """JSON holds names unchanged, except for invalid UTF-8."""
     framework.path(LIST).write_bytes(b"/m/\x1b[2J\xff.xml\n")
     framework.write(CONFIG, '<qor><participants><participant><managedObject compName="a&#10;b"/></participant>'
                             "</participants></qor>")
@@ -234,7 +234,7 @@ def test_show_that_cannot_be_written_does_not_count(tool: Sandbox, output: str, 
 
 
 def test_show_while_another_caller_works(framework: Framework, tool: Sandbox) -> None:
-    """It tells what is there, whoever has the lock."""
+    """show works whoever holds the lock."""
     script = ("import fcntl, subprocess, sys\n"
               "with open('/opt/qor/etc/model/qor_mim_ctl.lock', 'w') as file:\n"
               "    fcntl.lockf(file, fcntl.LOCK_EX)\n"

@@ -1,4 +1,4 @@
-"""Hostile files, names and children: the tool exits in order, and the configuration stays whole."""
+"""Hostile files, names and children: the tool exits with a status, and the configuration stays complete."""
 from __future__ import annotations
 
 import os
@@ -322,7 +322,7 @@ def test_misbehaving_validator_rejects(tool: Sandbox, framework: Framework, body
 
 
 @pytest.mark.parametrize("body", CHILDREN.values(), ids=CHILDREN.keys())
-def test_misbehaving_agent_is_passed_over(tool: Sandbox, framework: Framework, body: str | None) -> None:
+def test_misbehaving_agent_is_ignored(tool: Sandbox, framework: Framework, body: str | None) -> None:
     framework.script(AGENT, "" if body is None else body.format(status=3))
     if body is None:
         framework.write(AGENT, b"\x7fELF nothing")

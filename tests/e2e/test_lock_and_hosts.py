@@ -95,7 +95,7 @@ def test_waiting_takes_real_time(tool: Sandbox, framework: Framework) -> None:
     framework.session(f"2:{BASE}\n", host="beta")
     run = tool.start(ADD)
     run.wait_for(lambda: run.syslog)
-    # The line is written before the lock is looked at for the first time.
+    # The line is written before the lock is checked for the first time.
     time.sleep(1.5)
     assert run.running
     framework.remove(LOCK)

@@ -1,4 +1,4 @@
-"""The manual pages, held against the program: its options, its examples, its messages and its exit statuses."""
+"""The manual pages, compared with the program: its options, its examples, its messages and its exit statuses."""
 from __future__ import annotations
 
 import re

@@ -37,14 +37,14 @@ def complete(framework: Framework) -> None:
 
 
 def slow(framework: Framework, name: str, ending: str = "exit 0") -> str:
-    """Make an executable that leaves a sign that it runs, and waits for leave to end."""
+    """Make an executable that creates a file when it runs, and waits for permission to end."""
     wait = f"touch {installed('running')}\nwhile [ ! -e {installed('go')} ]; do sleep 0.01; done"
     framework.script(name, f"{wait}\n{ending}")
     return name
 
 
 def interrupt_during(run: Run, framework: Framework, number: int) -> Result:
-    """Send a signal while the slow child runs; the child goes on to its own end."""
+    """Send a signal while the slow child runs; the child continues to its own end."""
     run.wait_for(framework.path("running").exists)
     run.signal(number)
     time.sleep(0.05)
@@ -106,7 +106,7 @@ def test_signal_at_any_step_of_a_commit_leaves_whole_files(session: Sandbox, fra
             pass
         assert run.wait().status in (0, -number)
         complete(framework)
-        # A live list that is new goes with a configuration that is new.
+        # A new live list comes with a new configuration.
         assert (framework.read(LIST) == COMMITTED) == ("pumpHandler" in framework.read(CONFIG))
         assert session.run("--rollback").status == 0
         for name in (CONFIG, LIST):
@@ -208,7 +208,7 @@ def test_closed_stream_is_opened_on_dev_null(tool: Sandbox, framework: Framework
     assert framework.read("stream") == "/dev/null\n"
 
 
-def test_commit_goes_on_without_a_reader_of_the_console(session: Sandbox, framework: Framework) -> None:
+def test_commit_continues_without_a_reader_of_the_console(session: Sandbox, framework: Framework) -> None:
     with no_reader() as console:
         assert session.start("--commit", console=console).wait().status == 0
     committed(framework)
@@ -230,7 +230,7 @@ def test_child_is_ended_by_sigpipe(session: Sandbox, framework: Framework) -> No
 
 
 @pytest.mark.parametrize("stream", ["stdout", "console"])
-def test_commit_goes_on_with_a_full_device_as_stream(session: Sandbox, framework: Framework, stream: str) -> None:
+def test_commit_continues_with_a_full_device_as_stream(session: Sandbox, framework: Framework, stream: str) -> None:
     with open("/dev/full", "wb") as full:
         assert session.start("--commit", **{stream: full}).wait().status == 0
     committed(framework)
@@ -251,7 +251,7 @@ def test_staging_never_reads_standard_input(tool: Sandbox) -> None:
         os.close(write)
 
 
-def test_staging_goes_on_without_a_system_log(tool: Sandbox, framework: Framework) -> None:
+def test_staging_continues_without_a_system_log(tool: Sandbox, framework: Framework) -> None:
     line = f"--addModelFile={PUMP}"
     assert tool.using(log=False).run(line) == answer(NEW_SESSION, UPDATED, line, COMPLETED)
     assert framework.read(SESSION) == f"0:{PUMP}\n"

@@ -9,7 +9,7 @@ from framework import BASE, CONFIG, CONFIG_TMP, LIST, LIST_TMP, LOCK, PUMP, SESS
 from sandbox import Sandbox
 
 ADD = f"--addModelFile={PUMP}"
-# An unreadable queue: nothing behind the faulty action is read.
+# An unreadable queue: nothing after the faulty action is read.
 DAMAGED = f"0:{PUMP}\nx:lost\n0:{VALVE}\n"
 FAULTY = critical("Invalid command queue, aborting")
 

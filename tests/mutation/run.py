@@ -220,7 +220,7 @@ def test_file_of(suite: str) -> str | None:
 
 @functools.lru_cache(maxsize=None)
 def sandbox() -> tuple[str, ...]:
-    """Where a mutant may do whatever it does: the machine is read-only, /tmp its own."""
+    """A sandbox for mutants: the machine is read-only, /tmp private."""
     if shutil.which("bwrap") is None:
         sys.exit("bubblewrap is missing: a mutant may write anywhere")
     command = ("bwrap", "--die-with-parent", "--ro-bind", "/", "/", "--tmpfs", "/tmp", "--dev", "/dev", "--proc", "/proc")
@@ -335,7 +335,7 @@ class Bench:
 
 @functools.lru_cache(maxsize=None)
 def dependents(header: str) -> list[str]:
-    """The sources that include the header, at whatever remove."""
+    """The sources that include the header, directly or indirectly."""
 
     def includes(file: str) -> set[str]:
         text = (PROJECT / file).read_text(encoding="utf-8")

@@ -16,7 +16,7 @@ BASICS = ("awk", "bash", "cat", "chmod", "comm", "dirname", "env", "grep", "mkdi
 
 
 class Machine:
-    """A machine whose package manager only writes down what it is asked."""
+    """A machine whose package manager only records its calls."""
 
     def __init__(self, directory: Path):
         self.programs = directory / "bin"
@@ -79,7 +79,7 @@ def test_setup_touches_nothing_when_everything_is_there(machine: Machine) -> Non
     assert machine.requests() == []
 
 
-def test_setup_installs_what_is_missing_and_upgrades_what_it_stands_on(machine: Machine) -> None:
+def test_setup_installs_what_is_missing_and_upgrades_its_dependencies(machine: Machine) -> None:
     assert machine.setup("one", "two").returncode == 0
     assert machine.requests() == ["update", "install first second", "install --only-upgrade library",
                                   "apt-mark -qq auto library"]
@@ -90,7 +90,7 @@ def test_setup_takes_the_name_that_the_release_knows(machine: Machine) -> None:
     assert machine.requests()[1] == "install old"
 
 
-def test_setup_is_content_with_either_name(machine: Machine) -> None:
+def test_setup_accepts_either_name(machine: Machine) -> None:
     machine.stub("dpkg-query", 'for last; do :; done; [ "$last" = old ] && printf installed')
     assert machine.setup("three").stdout == "setup: nothing to install\n"
 

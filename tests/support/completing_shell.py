@@ -27,7 +27,7 @@ ALL = "\x18a"
 CLEAR = "\x05\x15"
 # No line of a test is to be wrapped by the shell's line editor.
 SIZE = (50, 2000)
-# Seconds for one answer of the shell, on a machine that does much else.
+# Seconds for one answer of the shell, on a busy machine.
 TIMEOUT = 120
 
 BASH = """
@@ -92,7 +92,7 @@ def complete(shell: pexpect.spawn, line: str) -> dict[str, str]:
 
 
 def start(name: str, completions: Path, scratch: Path) -> pexpect.spawn:
-    """The shell, ready for input: its settings are read, and it has said so."""
+    """The shell, ready for input: it has read its settings and reported so."""
     settings = scratch / "settings"
     settings.write_text({"bash": BASH, "zsh": ZSH}[name].format(completions=completions))
     env = dict(os.environ, TERM="dumb", HOME=str(scratch), LC_ALL="C.UTF-8", INPUTRC="/dev/null")

@@ -1,4 +1,4 @@
-"""What the program says, in the words of a test: ``assert tool.run("--status") == answer(...)``."""
+"""The program's output, as a test expects it: ``assert tool.run("--status") == answer(...)``."""
 from __future__ import annotations
 
 import re
@@ -23,7 +23,7 @@ def version() -> str:
 
 
 class Line(str):
-    """A console line of another priority than information."""
+    """A console line with a priority other than information."""
 
     priority = "Information"
 
@@ -66,7 +66,7 @@ def console(*lines: str, path: str | None = "/opt/qor") -> str:
 
 def answer(*lines: str, path: str | None = "/opt/qor", status: int = 0, stdout: str = "",
            syslog: Iterable[LogLine] = ()) -> Result:
-    """All that a run says."""
+    """The complete output of a run."""
     return Result(status, stdout, console(*lines, path=path), list(syslog))
 
 

@@ -120,7 +120,7 @@ class Framework:
         return found
 
     def changes(self, before: Snapshot) -> dict[str, str | None]:
-        """What is different from ``before``: new contents, None for what is gone, an empty text for a directory."""
+        """The differences from ``before``: new contents, None for what was removed, an empty text for a directory."""
         now = self.snapshot()
         changed: dict[str, str | None] = {name: None for name in before.keys() - now.keys()}
         for name in now:

@@ -1,4 +1,4 @@
-"""A run of the program that is held at a chosen moment, so that a test decides what happens meanwhile."""
+"""A run of the program that is stopped at a chosen moment, so that a test decides what happens meanwhile."""
 from __future__ import annotations
 
 import contextlib

@@ -1,5 +1,5 @@
 /*
- * Starts one program inside the sandbox and tells the launcher outside how it fared.
+ * Starts one program inside the sandbox and reports to the launcher outside how it ended.
  *
  *     runner STATUS_FD PROGRAM [ARGUMENT...]
  *
@@ -29,7 +29,7 @@ enum
     OPEN_FILES = 256
 };
 
-/* Without new privileges an exec by root cannot win back what is dropped here. */
+/* Without new privileges an exec by root cannot regain what is dropped here. */
 static void dropCapabilities(void)
 {
     struct __user_cap_header_struct header = {_LINUX_CAPABILITY_VERSION_3, 0};
@@ -57,7 +57,7 @@ static void limitOpenFiles(void)
 }
 
 /*
- * Make two system calls look as if the kernel did not have them: whoever makes them falls back to their forerunners.
+ * Make two system calls look as if the kernel did not have them: callers fall back to their predecessors.
  * Old versions of proot do not know these two, and a path in one of them is looked up outside the sandbox; emulated
  * programs and many of the machine's own make them. Where even this is refused, the program's own calls still work.
  */

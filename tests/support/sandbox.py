@@ -56,7 +56,7 @@ DEVICES = tuple(f"/dev/{name}" for name in ("full", "null", "ptmx", "pts", "rand
 PROOT_END = signal.SIGQUIT
 PROOT_PATIENCE = 10.0
 
-# Long enough for a machine that does much else.
+# Long enough for a busy machine.
 DEFAULT_TIMEOUT = 300.0
 # What an instrumented program reads; everything else of the caller's environment stays outside.
 INSTRUMENTATION = re.compile(r"^(ASAN|UBSAN|LSAN|TSAN|MSAN)_OPTIONS$|^GCOV_|^LLVM_PROFILE_FILE$")
@@ -192,7 +192,7 @@ NAMES = {"bwrap": "bubblewrap", "proot": "proot"}
 
 
 def _probe(name: str) -> str:
-    """Try a launcher with all that a real run asks of it; the empty text means that it works."""
+    """Try a launcher with all that a real run needs; return why it fails, or an empty text."""
     with tempfile.TemporaryDirectory(prefix="qmt-") as scratch, LogSocket(Path(scratch) / "log") as log:
         work = Path(scratch) / "work"
         work.mkdir()
@@ -223,7 +223,7 @@ def find_launcher(wanted: str = "auto") -> str:
 
 
 def launcher_name(wanted: str = "auto") -> str:
-    """How the sandbox in use is called, for people."""
+    """The name of the sandbox in use, for messages."""
     return NAMES[find_launcher(wanted)]
 
 
@@ -259,7 +259,7 @@ class LogSocket:
         return self
 
     def __exit__(self, *_: object) -> None:
-        """Whatever the program has sent lies in the queue by now: take it, then close."""
+        """Everything that the program has sent is in the queue by now: read it, then close."""
         os.write(self._stop_write, b".")
         self._thread.join()
         self._socket.close()
@@ -293,7 +293,7 @@ class Run:
         self._own_session = sandbox.own_session
         with contextlib.ExitStack() as stack:
             self._launcher = find_launcher(sandbox.launcher)
-            # proot hands on a socket's path as it is outside, and a longer one than this not at all.
+            # proot passes on a socket's path as it is outside, and none longer than this.
             is_far = self._launcher == "proot" and len(tempfile.gettempdir()) > 80
             place = tempfile.TemporaryDirectory(prefix="qmt-", dir="/tmp" if is_far else None)
             scratch = Path(stack.enter_context(place))

@@ -1,8 +1,8 @@
 /*
- * A gate in the program's way: it waits there until somebody has opened and closed the named pipe QOR_SANDBOX_GATE for
+ * A gate that holds the program until somebody has opened and closed the named pipe QOR_SANDBOX_GATE for
  * writing. The gate stands before the first message to the system log; in a staging call the program then knows the
  * queue, but has not saved it. QOR_SANDBOX_GATE_AT ("N:PATH") puts it elsewhere: before the N-th time that the program
- * opens PATH with leave to create it.
+ * opens PATH with O_CREAT.
  */
 #define _GNU_SOURCE
 

@@ -82,7 +82,7 @@ TEST_F(CommitFlow, RollbackUndoesTheLastCommitWithoutASession)
 TEST_F(CommitFlow, RollbackSkipsTheSystemLogWhenItThrows)
 {
     writeFile(framework.list(".bak"), "old list");
-    // The start-up looks at the lock three times before the driver does.
+    // The start-up checks the lock three times before the driver does.
     const FailingCall failing("stat", framework.lock(), EIO, 3);
 
     const ToolRun run = runTool({"--rollback"});

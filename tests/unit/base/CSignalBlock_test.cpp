@@ -18,7 +18,7 @@ void note(int signal)
     arrived.push_back(signal);
 }
 
-/// Signals come in and are noted, instead of ending the test.
+/// Records the signals that arrive, instead of letting them end the test.
 class SignalBlock : public testing::TestWithParam<int>
 {
 protected:

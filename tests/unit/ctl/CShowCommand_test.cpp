@@ -41,7 +41,7 @@ std::string configuration(const std::string& participants)
 class ShowCommand : public testing::Test
 {
 protected:
-    /// Runs it with JSON and expects these keys behind those of every answer.
+    /// Runs it with JSON and expects these keys after those of every answer.
     void expectJson(int status, const std::string& keys, const std::string& error = std::string())
     {
         std::ostringstream out;

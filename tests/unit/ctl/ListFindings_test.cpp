@@ -19,7 +19,7 @@ std::vector<Finding> findIn(const std::vector<InstalledModel>& models, const std
     return findInList("/f/list", list, models, remedies);
 }
 
-/// What is told of one listed model file in the state `state`.
+/// The findings for one listed model file in the state `state`.
 std::vector<Finding> findOf(ModelState state)
 {
     return findIn({{"/m", state, ""}});

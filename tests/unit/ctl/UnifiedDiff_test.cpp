@@ -167,7 +167,7 @@ TEST(UnifiedDiff, PatchesOneRandomTextIntoTheOther)
 
 TEST(UnifiedDiff, KeepsCommonLinesOfLargeDifferentTexts)
 {
-    // Every other line is another one, so the shortest way is too long to be searched for.
+    // Every other line is another one, so the shortest difference is too long to search for.
     std::string before;
     std::string after;
     for (int number = 0; number < 3000; ++number)

@@ -247,7 +247,7 @@ TEST_F(SessionFile, TokenizeFIFOFailsForADirectory)
 TEST_F(SessionFile, TokenizeFIFOQueuesNothingWhenAReadFails)
 {
     std::string content;
-    // Long paths: the read breaks off within one, so that kinds and texts still pair.
+    // Long paths: the failing read ends within one, so that kinds and texts still pair.
     for (int i = 0; i < 100; ++i)
     {
         content += "0:/m/" + std::string(1000, 'a') + "\n";
@@ -365,7 +365,7 @@ TEST_F(SessionFile, SaveFIFOReportsAFullDisk)
     EXPECT_EQ(systemLog.messages(), UNWRITABLE_SYSTEM_LOG);
 }
 
-/// A session of this host that was there before, with one action.
+/// An existing session of this host, with one action.
 class EarlierSession : public SessionFile
 {
 protected:

@@ -43,7 +43,7 @@ public:
     /// Forgets what was logged so far.
     void clear();
 
-    /// Gives the logger its capturing back after an application object has taken it away.
+    /// Captures the logger again after an application object has replaced its channel.
     void reattach();
 
 private:

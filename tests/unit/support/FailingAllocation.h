@@ -6,7 +6,7 @@
 namespace QMT::Test
 {
 
-/// Lets memory run out, as long as the object lives, for whoever asks for much at once. There is one at a time.
+/// Makes large allocations fail while the object lives. There is one at a time.
 class FailingAllocation
 {
 public:

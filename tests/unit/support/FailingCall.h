@@ -6,7 +6,7 @@
 namespace QMT::Test
 {
 
-/// Lets a system call fail for one file as long as the object lives, by means that work for root too. There is one at a
+/// Makes a system call fail for one file while the object lives, in a way that works for root too. There is one at a
 /// time.
 class FailingCall
 {

@@ -7,7 +7,7 @@
 namespace QMT::Test
 {
 
-/// Keeps the calls of chown and chmod as long as the object lives, instead of carrying them out, so that a test needs
+/// Records the calls of chown and chmod while the object lives, instead of executing them, so that a test needs
 /// no privilege. There is one at a time.
 class FakeOwnership
 {

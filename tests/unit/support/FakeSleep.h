@@ -8,7 +8,7 @@
 namespace QMT::Test
 {
 
-/// Lets no time pass: keeps how long each sleep was to be, and lets the test do something in its stead. The test
+/// Replaces sleep: records how long each was to be, and lets the test do something instead. The test
 /// program never really sleeps; without such an object a sleep is a failure.
 class FakeSleep
 {

@@ -4,7 +4,7 @@
 namespace QMT::Test
 {
 
-/// Makes the program believe, as long as the object lives, that another user runs it than the one who owns the files.
+/// Makes the program run, as far as it can tell, as a user who does not own the files, while the object lives.
 /// There is one at a time.
 class FakeUser
 {

@@ -22,7 +22,7 @@ int fakeWaitpid(int pid, int* status, int options)
     }
     const QMT::Test::FakeWaitpid::Answer answer = prepared.front();
     prepared.pop_front();
-    // As the real one: who fails says nothing of the child, and who succeeds nothing of an error.
+    // Like the real one: a failure leaves the status alone, and a success leaves errno alone.
     if (answer.result < 0)
     {
         errno = answer.error;

@@ -9,7 +9,7 @@
 namespace QMT::Test
 {
 
-/// Lets files be made but no more than `size` bytes be written to them, as on a full disk, as long as the object lives.
+/// Limits files to `size` bytes, as on a full disk, while the object lives; empty files can still be created.
 /// Holds for root too. The test itself must not write meanwhile.
 class FileSizeLimit
 {

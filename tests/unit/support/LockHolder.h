@@ -10,7 +10,7 @@ namespace QMT::Test
 class LockHolder
 {
 public:
-    /// Makes the file unless it exists.
+    /// Creates the file unless it exists.
     explicit LockHolder(const std::string& path);
     ~LockHolder();
     LockHolder(const LockHolder&) = delete;
@@ -18,7 +18,7 @@ public:
     LockHolder(LockHolder&&) = delete;
     LockHolder& operator=(LockHolder&&) = delete;
 
-    /// Its number.
+    /// Its process id.
     int process() const;
 
 private:

@@ -7,8 +7,8 @@
 namespace QMT::Test
 {
 
-/// Keeps which files the program opens as long as the object lives, and whether the signals that ask it to end were
-/// held back then. There is one at a time.
+/// Records which files the program opens while the object lives, and whether the signals that ask it to end were
+/// blocked then. There is one at a time.
 class OpenedFiles
 {
 public:
@@ -19,10 +19,10 @@ public:
     OpenedFiles(OpenedFiles&&) = delete;
     OpenedFiles& operator=(OpenedFiles&&) = delete;
 
-    /// Whether the file at `path` was opened, every time with the signals held back.
+    /// Whether the file at `path` was opened, every time with the signals blocked.
     bool wereSignalsHeldFor(const std::string& path) const;
 
-    /// Whether the signals are held back now.
+    /// Whether the signals are blocked now.
     static bool areSignalsHeld();
 
     /// For the stand-in that opens files.

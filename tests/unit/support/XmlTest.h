@@ -26,7 +26,7 @@ struct Handler
 std::string configurationOf(const std::vector<Handler>& handlers);
 
 /// A document editor whose tool works on a temporary framework. The working copy of the configuration does not exist,
-/// so that its presence tells of a write.
+/// so that its presence proves a write.
 class XmlTest : public ImplTest
 {
 protected:

@@ -15,7 +15,7 @@ namespace QMT::Test
 namespace
 {
 
-/// Keeps what it is told.
+/// Records what it reads.
 class Listener : public CElementReader
 {
 public:

@@ -33,7 +33,7 @@ bool isTooDeep(const std::string& xml)
     return !measureNames(xml).has_value();
 }
 
-/// `text` in UTF-16, little end first.
+/// `text` in UTF-16, little-endian.
 std::string wide(const std::string& text)
 {
     std::string result = "\xff\xfe";
@@ -45,7 +45,7 @@ std::string wide(const std::string& text)
     return result;
 }
 
-/// What would begin an element if it were not within something else.
+/// Start tags that would count if they did not stand within something else.
 std::string tooManyStartTags()
 {
     return repeat("<a>", MAX_NESTING_DEPTH + 1);
