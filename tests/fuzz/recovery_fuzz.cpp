@@ -1,0 +1,109 @@
+// The files of a framework with any bytes: a recovery that knows what to do leaves nothing for a second one.
+#include "FuzzedTool.h"
+
+#include "ctl/Recovery.h"
+#include "ctl/TornText.h"
+
+#include <algorithm>
+#include <array>
+
+using QMT::FilePair;
+using QMT::Found;
+using QMT::FrameworkContents;
+using QMT::Fuzz::FuzzedTool;
+using Text = std::optional<std::string>;
+
+namespace
+{
+
+/// A queue adds its lines to the list, and the validator accepts nothing.
+class CFacts : public QMT::CRecoveryFacts
+{
+public:
+    std::string hostName() override
+    {
+        return "alpha";
+    }
+
+    std::vector<FilePair> queueResults(const FilePair& base, const std::string& session) override
+    {
+        std::vector<FilePair> results;
+        FilePair result = base;
+        for (const std::string& line : QMT::linesOf(session))
+        {
+            *result.list += line + "\n";
+            results.push_back(result);
+        }
+        return results;
+    }
+
+    bool isLiveListRejected() override
+    {
+        return true;
+    }
+
+    std::string rootClassOf(const std::string& modelFile) override
+    {
+        return modelFile;
+    }
+};
+
+/// The files stand one after the other, each behind a byte 1, or a byte 2 for one that is missing.
+FrameworkContents contentsOf(const std::string& input)
+{
+    FrameworkContents contents;
+    const std::array<Text*, 8> files = {&contents.live.configuration,
+                                        &contents.live.list,
+                                        &contents.workingCopy.configuration,
+                                        &contents.workingCopy.list,
+                                        &contents.backup.configuration,
+                                        &contents.backup.list,
+                                        &contents.session,
+                                        &contents.lock};
+    std::string::size_type begin = 0;
+    for (Text* file : files)
+    {
+        if (begin >= input.size())
+        {
+            break;
+        }
+        const std::string::size_type end = std::min(input.find_first_of("\1\2", begin + 1), input.size());
+        if (input[begin] != '\2')
+        {
+            *file = input.substr(begin + 1, end - begin - 1);
+        }
+        begin = end;
+    }
+    return contents;
+}
+
+QMT::Recovery read(const FrameworkContents& contents)
+{
+    CFacts facts;
+    const QMT::SessionOwner owner = QMT::sessionOwner(contents.lock.value_or(""), facts.hostName());
+    return QMT::decideRecovery(contents, owner, facts, std::nullopt);
+}
+
+} // namespace
+
+int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+{
+    const FrameworkContents contents = contentsOf(QMT::Fuzz::textOf(data, size));
+    const std::string session = contents.session.value_or("");
+    const std::string kept = QMT::completeLines(session);
+    if (session.compare(0, kept.size(), kept) != 0 || QMT::endsInsideLine(kept))
+    {
+        FuzzedTool::find("what is kept of the queue is not its beginning");
+    }
+    const QMT::Recovery recovery = read(contents);
+    if (recovery.found == Found::UNCLEAR)
+    {
+        return 0;
+    }
+    const Found again = read(recovery.after).found;
+    if (again != Found::NOTHING && again != Found::UNCLEAR)
+    {
+        FuzzedTool::find("a second recovery finds something");
+    }
+    return 0;
+}
