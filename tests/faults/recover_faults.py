@@ -139,6 +139,8 @@ def complaints(state: State, root: Path, call: calls.Call, end: dict[str, bytes]
         yield f"the second recovery ends with {second}"
     if _files(framework) != end:
         yield f"the second recovery ends otherwise: {second}"
+    if left := [path.name for path in framework.path("etc").rglob("*.replacement")]:
+        yield f"left over: {left}"
     third = companion.answer(box, "recover")
     if third.get("found") != "nothing":
         yield f"the third recovery finds something: {third}"

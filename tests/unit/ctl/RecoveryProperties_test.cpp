@@ -66,6 +66,15 @@ protected:
         return read(assumption).found;
     }
 
+    /// Whether there is the file at `path`, which is no file of the session.
+    static bool isThere(const std::string& path, const FrameworkContents& contents)
+    {
+        const bool isCopy = path.find(".tmp") != std::string::npos;
+        const bool isBackup = path.find(".bak") != std::string::npos;
+        const FilePair& pair = isCopy ? contents.workingCopy : isBackup ? contents.backup : contents.live;
+        return (path.find("qor.cfg") != std::string::npos ? pair.configuration : pair.list).has_value();
+    }
+
     /// Interrupts the recovery of the files `before` behind each of its steps: what is left is read to the same end, or
     /// asked about where the end itself is. The validator says the same of the same list, and anything of another one.
     void expectSameEnd(const FrameworkContents& before, const Recovery& recovery)
@@ -79,6 +88,8 @@ protected:
         FrameworkContents left = before;
         for (const RecoveryStep& step : inSafeOrder(steps, before, recovery.after, memory, assumption))
         {
+            ASSERT_TRUE(!step.content || step.like == step.path || isThere(step.like, left))
+                << step.text << shown(before);
             step.file(left) = step.content;
             for (const bool verdict : {false, true})
             {
