@@ -154,7 +154,7 @@ def bad_states(chain: Chain, trace: disk.Trace) -> Iterator[str]:
                 yield f"{model}: {found}"
 
 
-def run(key: str, scenario: Scenario, size: str) -> dict[str, Any]:
+def run(key: str, scenario: Scenario, size: str, limit: int) -> dict[str, Any]:
     """Judge all states of a run, and of the chains that it begins, and bring each back; the record for the journal."""
     outcomes: Counter[str] = Counter()
     violations = []
@@ -164,7 +164,7 @@ def run(key: str, scenario: Scenario, size: str) -> dict[str, Any]:
             continue
         with frameworks.scratch() as directory:
             chain = record(plan, size, directory)
-            bad, cases = _sorted_out(chain, SAMPLE if size == "large" else EVERY)
+            bad, cases = _sorted_out(chain, limit)
             violations += [f"{plan.name}: {wrong}" for wrong in bad]
             outcomes.update(bad)
             new = [left for left in dict.fromkeys(cases) if left not in tried]

@@ -32,6 +32,8 @@ QUICK_STEP = 101
 QUICK_PLAN_STEP = 5
 QUICK_ORDER_STEP = 29
 """The short form takes every so manieth case, pair of commands, and order of two runs."""
+QUICK_STATES = 3
+"""And of each moment of a run so many states after a power cut, when it is asked for these."""
 LARGE_ALLOCATION_STEP = 499
 """A large document makes allocations by the ten thousand, all alike."""
 LARGE = ("stage-new", "commit", "rollback-session", "rollback-commit")
@@ -100,12 +102,12 @@ def _sweep_jobs(prepared: frameworks.Prepared, quick: bool, kills: bool) -> list
     return jobs[::QUICK_STEP] if quick else jobs
 
 
-def _cut_jobs() -> Iterator[Job]:
-    """Not part of the short form: the tests have the single runs."""
-    for size in frameworks.SIZES:
+def _cut_jobs(quick: bool) -> Iterator[Job]:
+    for size in ["small"] if quick else frameworks.SIZES:
+        limit = QUICK_STATES if quick else cuts.SAMPLE if size == "large" else cuts.EVERY
         for scenario in dict.fromkeys(plan.scenario for plan in cuts.plans(size)):
             key = f"{scenario.name}/{size}/cuts"
-            yield key, cuts.run, (key, scenario, size)
+            yield key, cuts.run, (key, scenario, size, limit)
 
 
 def _race_jobs(quick: bool) -> Iterator[Job]:
@@ -192,8 +194,9 @@ def main(argv: Sequence[str]) -> int:
     report = Report(Journal(None if wanted.quick else _journal_path()))
     if wanted.only != CUTS:
         _sweep(report, wanted)
-    if wanted.only != KILLS and not wanted.quick:
-        report.run(_cut_jobs(), wanted.jobs)
+    # Not part of the short form: the tests have the single runs.
+    if wanted.only == CUTS or not (wanted.only or wanted.quick):
+        report.run(_cut_jobs(wanted.quick), wanted.jobs)
         print("power cuts: done", file=sys.stderr, flush=True)
     if not wanted.only:
         report.run(_race_jobs(wanted.quick), wanted.jobs)
