@@ -5,14 +5,16 @@ import fcntl
 import itertools
 import os
 import stat
+from collections.abc import Callable
 
 import companion
 import pytest
-from framework import (BASE, CONFIG, CONFIG_BAK, CONFIG_TMP, LIST, LIST_BAK, LIST_TMP, LOCK, PUMP, SESSION, Framework,
-                       Snapshot, config, installed, participant)
-from sandbox import Result, Sandbox
+from framework import (AUX, BASE, CONFIG, CONFIG_BAK, CONFIG_TMP, LIST, LIST_BAK, LIST_TMP, LOCK, PUMP, SESSION,
+                       VALIDATOR, VALVE, Framework, Snapshot, config, installed, participant)
+from sandbox import Result, Sandbox, emulator
 
 CALLER_LOCK = "etc/model/qor_mim_ctl.lock"
+STAGE = ("--addModelFile", PUMP, "--modelHandler", "pumpHandler")
 STAGED = f"3:{PUMP}|pumpHandler|1|1\n"
 OLD_CONFIG = config(participant("baseHandler", "Base"), participant("auxHandler", "Aux"))
 NEW_CONFIG = config(participant("baseHandler", "Base"), participant("auxHandler", "Aux"),
@@ -145,7 +147,7 @@ def test_recover_keeps_attributes(cut: Framework, tool: Sandbox) -> None:
 
 def test_recover_judges_what_an_apply_had_installed(framework: Framework, tool: Sandbox) -> None:
     """It is put back when the validator rejects it, and the session is over."""
-    framework.script("bin/pel_model_validator", "exit 1")
+    framework.script(VALIDATOR, "exit 1")
     framework.write(CONFIG, NEW_CONFIG)
     framework.write(LIST, NEW_LIST)
     framework.write(CONFIG_BAK, OLD_CONFIG)
@@ -166,3 +168,82 @@ def test_recover_finishes_a_rollback(framework: Framework, tool: Sandbox) -> Non
     assert companion.answer(tool, "recover")["found"] == "rollback-interrupted"
 
     assert (framework.read(CONFIG), framework.path(CONFIG_BAK).exists()) == (OLD_CONFIG, False)
+
+
+# A framework's life, edits by hand included; recover may be called after each step.
+Step = Callable[[Framework, Sandbox], object]
+LIFE: tuple[tuple[str, Step], ...] = (
+    ("new", lambda framework, tool: None),
+    ("staged", lambda framework, tool: tool.run(*STAGE)),
+    ("joined", lambda framework, tool: tool.run("--addModelFile", VALVE)),
+    ("document edited", lambda framework, tool: framework.write(CONFIG, framework.read(CONFIG).replace('"8"', '"9"'))),
+    ("dropped by the commit", lambda framework, tool: tool.run("--commit")),
+    ("staged again", lambda framework, tool: tool.run(*STAGE)),
+    ("committed", lambda framework, tool: tool.run("--commit")),
+    ("staged what is there", lambda framework, tool: tool.run(*STAGE)),
+    ("committed again", lambda framework, tool: tool.run("--commit")),
+    ("list edited", lambda framework, tool: framework.write(LIST, framework.read(LIST) + AUX)),
+    ("staged beside the edit", lambda framework, tool: tool.run("--removeModelFile", BASE)),
+    ("rolled back", lambda framework, tool: tool.run("--rollback")),
+    ("undone", lambda framework, tool: tool.run("--rollback")),
+    ("handler alone", lambda framework, tool: tool.run("--modelHandler", "lonely", "--commit")),
+    ("committed alone", lambda framework, tool: tool.run("--commit")),
+    ("rejecting", lambda framework, tool: framework.script(VALIDATOR, "exit 1")),
+    ("staged to be rejected", lambda framework, tool: tool.run("--addModelFile", VALVE)),
+    ("rejected", lambda framework, tool: tool.run("--commit")),
+    ("document broken", lambda framework, tool: framework.write(CONFIG, "<qor>")),
+)
+
+
+@pytest.mark.unsound("the document is broken at the end")
+def test_recover_changes_nothing_on_a_healthy_framework(framework: Framework, tool: Sandbox) -> None:
+    """Whatever its past: it finds nothing, or it asks."""
+    for name, step in LIFE:
+        step(framework, tool)
+        before = framework.snapshot()
+
+        answer = companion.answer(tool, "recover")
+
+        assert (answer["status"], answer["found"]) in ((0, "nothing"), (1, "unclear")), name
+        before[CALLER_LOCK] = b""
+        assert framework.changes(before) == {}, name
+
+
+def test_recover_judges_what_a_killed_commit_has_installed(framework: Framework, tool: Sandbox) -> None:
+    """Only the lock file is left, as after a cut between the last two removals."""
+    tool.run(*STAGE)
+    tool.run("--commit")
+    framework.write(LOCK, "alpha")
+    framework.script(VALIDATOR, "exit 1")
+    assert companion.answer(tool, "recover")["found"] == "unclear"
+
+    answer = companion.answer(tool, "recover", "--assume=commit")
+
+    assert (answer["status"], answer["found"]) == (0, "commit-interrupted")
+    assert framework.read(LIST) == f"{BASE}\n"
+    assert not framework.path(LOCK).exists()
+
+
+@pytest.mark.unsound("nothing was mended")
+@pytest.mark.parametrize("options", [["--assume=maybe"], ["--assume"], ["--wait=x"], ["--force=1"], ["more"]])
+def test_recover_rejects_wrong_options(framework: Framework, tool: Sandbox, options: list[str]) -> None:
+    """Nothing is done then, not even the callers' lock file."""
+    framework.write(SESSION, "0:/left/behind\n")
+    before = framework.snapshot()
+
+    assert companion.run(tool, "recover", *options).status == 2
+    assert framework.changes(before) == {}
+
+
+def test_recover_that_cannot_answer_has_recovered(framework: Framework, tool: Sandbox) -> None:
+    """The same call again then says what is."""
+    framework.write(CONFIG_BAK, config(participant("older", "Older")))
+    framework.write(LIST_BAK, f"{BASE}\n{AUX}\n")
+    framework.remove(LIST)
+    with open("/dev/full", "wb") as full:
+        run = tool.with_env(TMPDIR="/opt/scratch").launch(
+            *emulator(), str(companion.companion_path()), "recover", stdout=full)
+        assert run.wait().status == 4
+
+    assert framework.read(LIST) == f"{BASE}\n{AUX}\n"
+    assert companion.answer(tool, "recover")["found"] == "nothing"
