@@ -10,6 +10,7 @@ import packages
 from sandbox import PATH
 
 PROGRAM = "usr/sbin/qor_mim_tool"
+COMPANION = "usr/sbin/qor_mim_ctl"
 PACKAGE = "qor-mim-tool"
 # How the program of a foreign architecture is run, and what compiles for it.
 EMULATORS = {"armhf": ("qemu-arm-static", "arm-linux-gnueabihf-gcc"),
@@ -36,7 +37,8 @@ class Machine:
 
     def dpkg(self, *command: str | Path) -> subprocess.CompletedProcess[str]:
         """Run dpkg on this machine."""
-        words = ["fakeroot", "dpkg", f"--root={self.root}", "--force-not-root", *map(str, command)]
+        words = ["fakeroot", "dpkg", f"--root={self.root}", "--force-not-root", "--force-script-chrootless",
+                 *map(str, command)]
         return subprocess.run(words, capture_output=True, text=True, stdin=subprocess.DEVNULL, check=False,
                               env={"PATH": PATH, "LC_ALL": "C", "HOME": "/nonexistent"})
 
