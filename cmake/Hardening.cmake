@@ -23,3 +23,6 @@ target_compile_options(qmt_hardening INTERFACE
     $<$<CONFIG:Release,RelWithDebInfo>:-D_FORTIFY_SOURCE=${fortify}>
     $<$<CONFIG:Release,RelWithDebInfo>:-D_GLIBCXX_ASSERTIONS>)
 target_link_options(qmt_hardening INTERFACE -Wl,-z,relro -Wl,-z,now -Wl,--as-needed)
+# Functions that a program never calls are left out of it.
+target_compile_options(qmt_hardening INTERFACE $<$<CONFIG:Release>:-ffunction-sections>)
+target_link_options(qmt_hardening INTERFACE $<$<CONFIG:Release>:-Wl,--gc-sections>)
