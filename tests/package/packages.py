@@ -9,7 +9,8 @@ from pathlib import Path
 
 from sandbox import PROJECT
 
-ARCHITECTURES = ("amd64", "armhf", "arm64")
+# Those that are built and tested.
+ARCHITECTURES = tuple(os.environ.get("PACKAGE_ARCHITECTURES", "amd64 armhf arm64").split())
 SYSROOTS = PROJECT / "build"
 
 
