@@ -8,6 +8,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <fstream>
 #include <ios>
 #include <new>
@@ -34,7 +35,9 @@ ReadResult readAll(std::ifstream& file, std::string& content)
 {
     file.seekg(0, std::ios::end);
     const std::streamoff size = file.tellg();
-    if (size < 0 || size > MAX_SIZE || !isReadable(file))
+    // A string of 32-bit sizes holds a byte less.
+    const std::streamoff limit = std::min<std::streamoff>(MAX_SIZE, static_cast<std::streamoff>(content.max_size()));
+    if (size < 0 || size > limit || !isReadable(file))
     {
         return ReadResult::FAILED;
     }

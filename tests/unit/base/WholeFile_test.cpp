@@ -8,10 +8,12 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cerrno>
-#include <cstdint>
+#include <cstddef>
 #include <filesystem>
 #include <fstream>
+#include <string>
 
 namespace QMT::Test
 {
@@ -20,7 +22,7 @@ namespace
 {
 
 /// The size of the largest file that is read.
-const std::uintmax_t LIMIT = 1U << 30;
+const std::size_t LIMIT = std::min<std::size_t>(1U << 30U, std::string().max_size());
 
 class WholeFile : public testing::Test
 {
