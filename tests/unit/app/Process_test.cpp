@@ -99,6 +99,9 @@ TEST_F(Process, LeavesNoLoggerBehind)
 
 TEST_F(Process, CleansUpBeforeAnUnexpectedException)
 {
+#ifdef __arm__
+    GTEST_SKIP() << "an exception cannot leave a C function on this architecture";
+#endif
     // The construction asks whether there is a lock file, and then the option handler.
     const FailingCall failing("stat", framework.lock(), FailingCall::THROWS, 1);
 

@@ -209,6 +209,9 @@ TEST_F(Backups, CleanupTmpRemovesTheOthersWhenOneFails)
 
 TEST_F(Backups, CleanupTmpStopsAtAnExceptionOfAnotherKind)
 {
+#ifdef __arm__
+    GTEST_SKIP() << "an exception cannot leave a C function on this architecture";
+#endif
     for (const std::string& path :
          {framework.list(".tmp"), framework.session(), framework.lock(), framework.configuration(".tmp")})
     {

@@ -340,6 +340,9 @@ TEST_F(Environment, GetEnvDirFailsWhenTheFileCannotBeRead)
 
 TEST_F(Environment, GetEnvDirPassesOnExceptionsOfOtherKinds)
 {
+#ifdef __arm__
+    GTEST_SKIP() << "an exception cannot leave a C function on this architecture";
+#endif
     installation->setAgent("echo " + framework.path());
     dir.clear();
     const FailingCall failing("stat", framework.path(), FailingCall::THROWS);
