@@ -68,6 +68,9 @@ void CQorModelToolImpl::installWorkingCopies()
         refuseLinkOfAnother(file->backup);
         refuseLinkOfAnother(file->workingCopy);
     }
+    // Or else a power cut could shorten a live file and its working copy alike, and nothing would show it.
+    syncFile(list.workingCopy);
+    syncFile(configuration.workingCopy);
     install(list);
     install(configuration);
     Poco::File(paths().sessionFile()).remove(false);

@@ -118,9 +118,19 @@ def complaint(chain: Chain, left: disk.Left) -> str:
         return "live files have changed that nobody touched"
     if not judge.is_whole(step.pairs, left.files):
         return "no matching pair"
+    if _hides_a_cut(step, left.files):
+        return "a live file is cut, and its working copy is cut alike"
     if step.commits and not step.keeps_live_files:
         return _lost_session(step, left.files, live)
     return ""
+
+
+def _hides_a_cut(step: Step, files: disk.Files) -> bool:
+    """Whether a live file that is not whole cannot be told from one that the session has found so."""
+    whole = step.pairs | step.whole
+    return any(files.get(name) is not None and files.get(name) == files.get(f"{name}.tmp")
+               and files.get(name) not in {pair[index] for pair in whole}
+               for index, name in enumerate((frameworks.CONFIGURATION, frameworks.LIST)))
 
 
 def _lost_session(step: Step, files: disk.Files, live: frameworks.Pair) -> str:

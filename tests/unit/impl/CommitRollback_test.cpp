@@ -155,6 +155,22 @@ TEST_F(CommitRollback, CommitCompletedStopsWithoutAWorkingConfig)
     EXPECT_TRUE(exists(framework.lock()));
 }
 
+TEST_F(CommitRollback, CommitCompletedInstallsNothingWhenACopySyncFails)
+{
+    makeSession();
+    for (const std::string& path : {framework.list(".tmp"), framework.configuration(".tmp")})
+    {
+        const FailingCall failing("fsync", path, EIO);
+
+        EXPECT_THROW(impl.commitCompleted(), Poco::WriteFileException);
+    }
+    framework.expectLive("live configuration", "live list");
+    EXPECT_EQ(readFile(framework.list(".tmp")), "new list");
+    EXPECT_EQ(readFile(framework.configuration(".tmp")), "new configuration");
+    EXPECT_FALSE(exists(framework.list(".bak")));
+    EXPECT_TRUE(exists(framework.lock()));
+}
+
 TEST_F(CommitRollback, CommitCompletedStopsWhenTheListSyncFails)
 {
     makeSession();
