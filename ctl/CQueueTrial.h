@@ -24,7 +24,7 @@ public:
     /// as the working copies and `session` as the content of the session file, whose actions become the queue.
     /// `logger`, not owned, gets the messages of the operations.
     ///
-    /// Throws a Poco::FileException that names the last place or its file when that fails in all of them.
+    /// Throws a Poco::FileException that names the first place or its file when that fails in all of them.
     CQueueTrial(const FilePair& base, const std::string& session, Poco::Logger& logger,
                 const std::vector<std::string>& places = {usualPlace()});
 

@@ -392,7 +392,7 @@ def test_qorpath_that_is_a_file_is_invalid(tool: Sandbox, framework: Framework) 
 
 def test_qorpath_of_80000_characters_is_invalid(tool: Sandbox, framework: Framework) -> None:
     framework.script(AGENT, "exit 1")
-    # Nobody can make a directory there, so none is left behind by whoever runs the tests.
+    # Below /proc not even root can make a directory, so none is left behind on the machine.
     result = tool.with_env(QORPATH="/proc" + "/x" * 40_000).run("--status")
     assert exited(result)
     assert "Invaild environment, exiting." in result.console
