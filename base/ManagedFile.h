@@ -18,6 +18,9 @@ struct ManagedFile
     static ManagedFile in(const std::string& root, const std::string& directory, const std::string& name);
 };
 
+/// One of the paths of a managed file, whichever file it is.
+using ManagedFilePath = std::string ManagedFile::*;
+
 } // namespace QMT
 
 #endif // QMT_ManagedFile_INCLUDED

@@ -64,7 +64,7 @@ bool CActionOptions::take(const std::string& name, const std::string& value)
     return false;
 }
 
-void CActionOptions::record(const std::string& name, std::string Wanted::*field, const std::string& value)
+void CActionOptions::record(const std::string& name, Field field, const std::string& value)
 {
     if (_wanted.empty())
     {

@@ -42,7 +42,9 @@ private:
         std::string trVersion;
     };
 
-    void record(const std::string& name, std::string Wanted::*field, const std::string& value);
+    using Field = std::string Wanted::*;
+
+    void record(const std::string& name, Field field, const std::string& value);
 
     std::vector<Wanted> _wanted;
 };

@@ -35,7 +35,7 @@ private:
     struct LiveFile
     {
         ManagedFile paths;
-        std::optional<std::string> FilePair::*text = nullptr;
+        FileOfPair text = nullptr;
         FindingId missing = FindingId();
         FindingId unreadable = FindingId();
     };

@@ -29,7 +29,6 @@ public:
 private:
     using Text = std::optional<std::string>;
     using Results = std::vector<FilePair>;
-    using File = Text FilePair::*;
 
     /// An answer that the files may not give.
     enum class Answered
@@ -51,8 +50,8 @@ private:
     bool isDocument(const Text& text) const;
     static bool isWholeList(const Text& text);
     const Results& resultsOver(const FilePair& base);
-    bool isMadeOf(const FilePair& base, File file, const Text& text);
-    bool isCutFromResult(const FilePair& base, File file, const Text& text);
+    bool isMadeOf(const FilePair& base, FileOfPair file, const Text& text);
+    bool isCutFromResult(const FilePair& base, FileOfPair file, const Text& text);
 
     // Without a lock file (RecoveryUnlocked.cpp).
     void readUnlocked(Recovery& recovery);
@@ -81,13 +80,13 @@ private:
     Answered isListInstalled();
     Answered isConfigurationInstalled();
     Answered isListBeingInstalled();
-    bool isEdited(const FilePair& base, File file);
+    bool isEdited(const FilePair& base, FileOfPair file);
     void undo(Recovery& recovery, const FilePair& pair);
     bool isLockAlone() const;
     [[nodiscard]] bool settleLoneLock(Recovery& recovery);
     bool hasMoreLinesThanBackup() const;
     void settleSession(Recovery& recovery);
-    bool isWorkingCopyTorn(File file, const Text& live);
+    bool isWorkingCopyTorn(FileOfPair file, const Text& live);
     static void endSession(Recovery& recovery);
 
     // Backups (RecoveryBackups.cpp).

@@ -11,7 +11,7 @@ namespace QMT
 namespace
 {
 
-FilePair readPair(const CFrameworkPaths& paths, std::string ManagedFile::*state)
+FilePair readPair(const CFrameworkPaths& paths, ManagedFilePath state)
 {
     return {readIfThere(paths.configuration().*state), readIfThere(paths.modelFileList().*state)};
 }

@@ -20,6 +20,9 @@ struct FilePair
     bool operator!=(const FilePair& other) const;
 };
 
+/// One of the two files.
+using FileOfPair = std::optional<std::string> FilePair::*;
+
 /// The contents of all files that the tool keeps in a framework, as they were at one moment. A missing file has none.
 struct FrameworkContents
 {

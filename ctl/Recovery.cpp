@@ -135,7 +135,7 @@ const CRecoveryReading::Results& CRecoveryReading::resultsOver(const FilePair& b
     return _results.back().second;
 }
 
-bool CRecoveryReading::isMadeOf(const FilePair& base, File file, const Text& text)
+bool CRecoveryReading::isMadeOf(const FilePair& base, FileOfPair file, const Text& text)
 {
     if (!isDifferent(text, base.*file))
     {
@@ -146,7 +146,7 @@ bool CRecoveryReading::isMadeOf(const FilePair& base, File file, const Text& tex
                        [&](const FilePair& result) { return isSame(text, result.*file); });
 }
 
-bool CRecoveryReading::isCutFromResult(const FilePair& base, File file, const Text& text)
+bool CRecoveryReading::isCutFromResult(const FilePair& base, FileOfPair file, const Text& text)
 {
     const Results& results = resultsOver(base);
     return std::any_of(results.begin(), results.end(),

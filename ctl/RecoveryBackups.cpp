@@ -80,7 +80,7 @@ bool CRecoveryReading::settleLoneBackup(Recovery& recovery)
 /// What equals the live file, which is to be `live`, or the copy of a session was live, whatever it looks like.
 bool CRecoveryReading::wasNeverLive(const FilePair& live) const
 {
-    const auto isKnown = [&](File file)
+    const auto isKnown = [&](FileOfPair file)
     {
         const Text& backup = _now.backup.*file;
         return !backup || isSame(backup, live.*file) || isSame(backup, _now.live.*file) ||

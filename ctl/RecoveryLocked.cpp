@@ -201,7 +201,7 @@ std::optional<FilePair> CRecoveryReading::pairOfSession(bool isListTorn, bool is
 
 /// Whether the working copy is what the queue makes of `base` after some action, or as much of that as a power cut
 /// left.
-bool CRecoveryReading::isEdited(const FilePair& base, File file)
+bool CRecoveryReading::isEdited(const FilePair& base, FileOfPair file)
 {
     const Text& copy = _now.workingCopy.*file;
     return isDifferent(copy, base.*file) && (isMadeOf(base, file, copy) || isCutFromResult(base, file, copy));
@@ -372,9 +372,9 @@ bool CRecoveryReading::hasMoreLinesThanBackup() const
 {
     const std::vector<std::string> before = linesOf(*_now.backup.list);
     const std::vector<std::string> now = linesOf(*_now.live.list);
-    return std::any_of(now.begin(), now.end(),
-                       [&before](const std::string& line)
-                       { return std::find(before.begin(), before.end(), line) == before.end(); });
+    const auto isNew = [&before](const std::string& line)
+    { return std::find(before.begin(), before.end(), line) == before.end(); };
+    return std::any_of(now.begin(), now.end(), isNew);
 }
 
 void CRecoveryReading::settleSession(Recovery& recovery)
@@ -392,7 +392,7 @@ void CRecoveryReading::settleSession(Recovery& recovery)
     {
         after.lock = _facts.hostName();
     }
-    for (const File file : {&FilePair::configuration, &FilePair::list})
+    for (const FileOfPair file : {&FilePair::configuration, &FilePair::list})
     {
         if (_areWorkingCopiesStale || isWorkingCopyTorn(file, after.live.*file))
         {
@@ -408,7 +408,7 @@ void CRecoveryReading::settleSession(Recovery& recovery)
 }
 
 /// A working copy that differs otherwise is of a live file that somebody has edited meanwhile.
-bool CRecoveryReading::isWorkingCopyTorn(File file, const Text& live)
+bool CRecoveryReading::isWorkingCopyTorn(FileOfPair file, const Text& live)
 {
     const Text& copy = _now.workingCopy.*file;
     if (!copy)

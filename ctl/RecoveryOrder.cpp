@@ -80,9 +80,9 @@ private:
         {
             return true;
         }
-        const auto first =
-            std::find_if(_steps.begin(), _steps.end(),
-                         [&](const RecoveryStep& other) { return changes(other, any.backup.configuration); });
+        const auto changesConfiguration = [&](const RecoveryStep& other)
+        { return changes(other, any.backup.configuration); };
+        const auto first = std::find_if(_steps.begin(), _steps.end(), changesConfiguration);
         return first == _steps.end() || done.count(static_cast<std::size_t>(first - _steps.begin())) != 0;
     }
 

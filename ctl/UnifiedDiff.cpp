@@ -238,11 +238,11 @@ private:
     {
         std::vector<std::size_t> piles; // the pair on the top of each pile
         std::vector<std::size_t> below(pairs.size(), pairs.size());
+        const auto endsBefore = [&pairs](std::size_t one, std::size_t other)
+        { return pairs[one].second < pairs[other].second; };
         for (std::size_t index = 0; index < pairs.size(); ++index)
         {
-            const auto pile = std::lower_bound(piles.begin(), piles.end(), index,
-                                               [&pairs](std::size_t one, std::size_t other)
-                                               { return pairs[one].second < pairs[other].second; });
+            const auto pile = std::lower_bound(piles.begin(), piles.end(), index, endsBefore);
             below[index] = pile == piles.begin() ? pairs.size() : *(pile - 1);
             if (pile == piles.end())
             {

@@ -54,7 +54,7 @@ bool CQorModelToolImpl::cfgBackup()
     return true;
 }
 
-void CQorModelToolImpl::copyLiveFilesTo(std::string ManagedFile::*copy) const
+void CQorModelToolImpl::copyLiveFilesTo(ManagedFilePath copy) const
 {
     const auto copyLive = [&](const ManagedFile& file)
     {

@@ -365,7 +365,7 @@ private:
     std::string removeLines(const std::string& entry, const std::string& list);
     bool findInstalledDirectory(std::string& dir);
     bool useExistingDirectory(const std::string& found, std::string& dir);
-    void copyLiveFilesTo(std::string ManagedFile::*copy) const;
+    void copyLiveFilesTo(ManagedFilePath copy) const;
     static std::optional<std::uint32_t> checksumOf(const std::string& path);
     static bool haveEqualChecksums(const ManagedFile& file);
     ActionResult addToList(const std::string& path);

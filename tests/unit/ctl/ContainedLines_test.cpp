@@ -22,8 +22,8 @@ std::vector<std::string> randomLines(std::mt19937& random, std::size_t count)
     for (std::size_t i = 0; i < count; ++i)
     {
         std::string line(1 + random() % 5, 'a');
-        std::replace_if(
-            line.begin(), line.end(), [&random](char) { return random() % 2 == 0; }, 'b');
+        const auto isChosen = [&random](char) { return random() % 2 == 0; };
+        std::replace_if(line.begin(), line.end(), isChosen, 'b');
         lines.push_back(line);
     }
     return lines;
@@ -69,10 +69,9 @@ TEST(ContainedLines, FindAgreesWithASearchOfEachInEach)
         std::set<std::string> expected;
         for (const std::string& line : lines)
         {
-            const bool isContained = std::any_of(lines.begin(), lines.end(),
-                                                 [&line](const std::string& other)
-                                                 { return other != line && other.find(line) != std::string::npos; });
-            if (isContained)
+            const auto containsIt = [&line](const std::string& other)
+            { return other != line && other.find(line) != std::string::npos; };
+            if (std::any_of(lines.begin(), lines.end(), containsIt))
             {
                 expected.insert(line);
             }
