@@ -17,7 +17,7 @@ TOKEN = re.compile(
       | (?P<char>'(?:[^'\\\n]|\\.)+')
       | (?P<number>\d[\w.']*)
       | (?P<name>[A-Za-z_]\w*)
-      | (?P<sign>->|::|\+\+|--|<<|>>|<=|>=|==|!=|&&|\|\||\+=|-=|\.\.\.|.)""",
+      | (?P<operator>->|::|\+\+|--|<<|>>|<=|>=|==|!=|&&|\|\||\+=|-=|\.\.\.|.)""",
     re.VERBOSE | re.DOTALL | re.MULTILINE,
 )
 
@@ -57,7 +57,7 @@ GROUPS = (
     ("none_of", "any_of", "all_of"),
     ("max", "min"),
 )
-SIGNS = {
+OPERATORS = {
     "==": ("!=",),
     "!=": ("==",),
     "<": ("<=", ">="),
@@ -147,7 +147,7 @@ class Scan:
             elif token.kind == "name":
                 yield from self.names(index, token)
             else:
-                yield from self.signs(index, token)
+                yield from self.operators(index, token)
         yield from self.statements()
 
     def strings(self, token: Token) -> Iterator[Mutant]:
@@ -180,9 +180,9 @@ class Scan:
         if token.text == "bool" and self.text(index + 2) == "=" and self.text(index + 3) not in ("true", "false"):
             yield self.negated(index + 3, self.end_of_statement(index), "negated value")
 
-    def signs(self, index: int, token: Token) -> Iterator[Mutant]:
-        for other in SIGNS.get(token.text, ()):
-            yield self.replaced(token, other, "other sign")
+    def operators(self, index: int, token: Token) -> Iterator[Mutant]:
+        for other in OPERATORS.get(token.text, ()):
+            yield self.replaced(token, other, "other operator")
         if token.text == "!" and self.text(index + 1) != "=":
             yield self.replaced(token, "", "dropped not")
         if token.text == "?":

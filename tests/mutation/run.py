@@ -56,8 +56,8 @@ UNIT_CPU, UNIT_CLOCK = 12, 60
 END_TO_END_CLOCK = 1800
 MEMORY = 1 << 30
 
-# The process entry is built twice: as the program's, and under another name as part of what the unit tests link.
-ENTRY, CALLABLE_ENTRY = "app/main.cpp", "app/main.cpp for the unit tests"
+# The programs, each with the source of its entry. All else is one library.
+ENTRIES = {"qor_mim_tool": "app/main.cpp", "qor_mim_ctl": "ctl/main.cpp"}
 
 KILLED = ("killed by unit tests", "killed by end-to-end tests")
 SURVIVED = "survived"
@@ -93,10 +93,7 @@ class Toolchain:
         preset = PROJECT / "build" / "debug" / "compile_commands.json"
         self.commands = {}
         for entry in json.loads(preset.read_text(encoding="utf-8")):
-            file = str(Path(entry["file"]).relative_to(PROJECT))
-            if file == ENTRY and "-Dmain=" in entry["command"]:
-                file = CALLABLE_ENTRY
-            self.commands[file] = self._plain(shlex.split(entry["command"]))
+            self.commands[str(Path(entry["file"]).relative_to(PROJECT))] = self._plain(shlex.split(entry["command"]))
 
     @staticmethod
     def _plain(command: list[str]) -> list[str]:
@@ -112,8 +109,6 @@ class Toolchain:
 
     def precompile(self, file: str) -> None:
         """What a source includes, compiled once for all its mutants."""
-        if file == CALLABLE_ENTRY:
-            return
         prefix = prefix_of(file)
         prefix.parent.mkdir(parents=True, exist_ok=True)
         lines = re.findall(r"^#include .*$", (PROJECT / file).read_text(encoding="utf-8"), re.MULTILINE)
@@ -125,7 +120,7 @@ class Toolchain:
         command = list(self.commands[file])
         if overlay is not None:
             command.insert(1, f"-I{overlay}")
-        elif text != PROJECT / file and file != CALLABLE_ENTRY:
+        elif text != PROJECT / file:
             command += ["-include", str(prefix_of(file))]
         command += ["-o", str(target), "-c", str(text)]
         return subprocess.run(command, stdin=subprocess.DEVNULL, capture_output=True, check=False).returncode == 0
@@ -138,7 +133,7 @@ class Toolchain:
             command += ["-shared", f"-Wl,-soname,{target.name}", "-Wl,--no-undefined"]
         else:
             command += ["-rdynamic", "-Wl,-rpath,$ORIGIN", "-Wl,--allow-shlib-undefined"]
-        command += ["-lPocoUtil", "-lPocoXML", "-lPocoFoundation", "-ldl"]
+        command += ["-lPocoJSON", "-lPocoUtil", "-lPocoXML", "-lPocoFoundation", "-ldl"]
         return subprocess.run(command, stdin=subprocess.DEVNULL, capture_output=True, check=False).returncode == 0
 
 
@@ -148,7 +143,7 @@ def built(name: str, folder: str) -> Path:
 
 def linked_by_tests() -> list[str]:
     """What the unit tests link, as one library."""
-    return [CALLABLE_ENTRY if file == ENTRY else file for file in sources()]
+    return [file for file in sources() if file not in ENTRIES.values()]
 
 
 def prefix_of(file: str) -> Path:
@@ -160,7 +155,7 @@ def build_original(toolchain: Toolchain, jobs: int) -> None:
     for folder in ("core", "tests"):
         (HOME / folder).mkdir(parents=True, exist_ok=True)
     tests = [str(path.relative_to(PROJECT)) for path in sorted(UNIT.rglob("*.cpp"))]
-    work = [(file, built(file, "core")) for file in [*sources(), CALLABLE_ENTRY]]
+    work = [(file, built(file, "core")) for file in sources()]
     work += [(file, built(file, "tests")) for file in tests]
     everything = digest(*[PROJECT / file for file in headers()], *sorted(UNIT.rglob("*.h")))
     with concurrent.futures.ThreadPoolExecutor(jobs) as pool:
@@ -178,16 +173,23 @@ def check_original(toolchain: Toolchain, end_to_end: bool) -> None:
     """Tests that fail without any fault would kill every mutant."""
     failed = run_unit_tests(HOME / "unit_tests", None)
     if failed is None and end_to_end:
-        program = HOME / "qor_mim_tool"
-        checked(toolchain.link(program, [built(ENTRY, "core"), HOME / "libcore.so"], shared=False), "the program")
-        failed = run_end_to_end_tests(program)
+        checked(link_programs(toolchain, HOME, {}), "the programs")
+        failed = run_end_to_end_tests(HOME)
     if failed is not None:
         sys.exit(f"{failed}: fails on the unchanged program")
 
 
+def link_programs(toolchain: Toolchain, place: Path, objects: dict[str, Path]) -> bool:
+    """Links both programs in a place with a library; the objects of mutants take the place of the others."""
+    return all(
+        toolchain.link(place / name, [objects.get(entry, built(entry, "core")), place / "libcore.so"], shared=False)
+        for name, entry in ENTRIES.items()
+    )
+
+
 def build_object(toolchain: Toolchain, file: str, target: Path, everything: str) -> None:
     stamp = target.with_suffix(".stamp")
-    source = PROJECT / (ENTRY if file == CALLABLE_ENTRY else file)
+    source = PROJECT / file
     state = everything + digest(source)
     if not (target.exists() and stamp.exists() and stamp.read_text(encoding="utf-8") == state):
         checked(toolchain.compile(file, source, target), file)
@@ -257,9 +259,10 @@ def end_to_end_files() -> tuple[str, ...]:
     return tuple(str(path) for path in sorted(END_TO_END.glob("test_*.py")) if path.name not in OTHER_TESTS)
 
 
-def run_end_to_end_tests(program: Path) -> str | None:
+def run_end_to_end_tests(place: Path) -> str | None:
+    """The test of the programs in a place that failed first, or None."""
     command = ["/usr/bin/python3", "-m", "pytest", "-x", "-q", "-p", "no:cacheprovider", *end_to_end_files()]
-    environment = {**os.environ, "QOR_MIM_TOOL": str(program)}
+    environment = {**os.environ, "QOR_MIM_TOOL": str(place / "qor_mim_tool")}
     try:
         run = subprocess.run(
             command, stdin=subprocess.DEVNULL, capture_output=True, env=environment, timeout=END_TO_END_CLOCK, check=False
@@ -297,11 +300,9 @@ class Bench:
             return {"status": KILLED[0], "by": by}
         if not self.end_to_end:
             return {"status": SURVIVED, "by": "unit tests alone"}
-        main = objects.get(ENTRY, built(ENTRY, "core"))
-        program = self.place / "qor_mim_tool"
-        if not self.toolchain.link(program, [main, self.place / "libcore.so"], shared=False):
+        if not link_programs(self.toolchain, self.place, objects):
             return {"status": NOT_COMPILED, "by": ""}
-        by = run_end_to_end_tests(program)
+        by = run_end_to_end_tests(self.place)
         return {"status": KILLED[1] if by else SURVIVED, "by": by or ""}
 
     def compile(self, mutant: Mutant) -> dict[str, Path] | None:
@@ -314,10 +315,9 @@ class Bench:
         changed.write_text(text, encoding="utf-8")
         is_header = mutant.file.endswith(".h")
         objects = {}
-        affected = dependents(mutant.file) if is_header else [mutant.file]
-        for file in affected + ([CALLABLE_ENTRY] if ENTRY in affected else []):
+        for file in dependents(mutant.file) if is_header else [mutant.file]:
             target = self.place / (re.sub("[/ ]", "-", file) + ".o")
-            source = PROJECT / (ENTRY if file == CALLABLE_ENTRY else file) if is_header else changed
+            source = PROJECT / file if is_header else changed
             if not self.toolchain.compile(file, source, target, overlay if is_header else None):
                 return None
             objects[file] = target
