@@ -8,6 +8,7 @@
 #include <Poco/NullChannel.h>
 #include <Poco/TemporaryFile.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <iostream>
 
@@ -71,10 +72,35 @@ std::string FuzzedTool::read(const std::string& path)
     return content;
 }
 
+std::string FuzzedTool::readIfThere(const std::string& path)
+{
+    return Poco::File(path).exists() ? read(path) : std::string();
+}
+
 void FuzzedTool::find(const std::string& broken)
 {
     std::cerr << "FOUND: " << broken << std::endl;
     std::abort();
+}
+
+std::vector<std::optional<std::string>> partsOf(const std::string& input, std::size_t count)
+{
+    std::vector<std::optional<std::string>> parts(count);
+    std::string::size_type begin = 0;
+    for (std::optional<std::string>& part : parts)
+    {
+        if (begin >= input.size())
+        {
+            break;
+        }
+        const std::string::size_type end = std::min(input.find_first_of("\1\2", begin + 1), input.size());
+        if (input[begin] != '\2')
+        {
+            part = input.substr(begin + 1, end - begin - 1);
+        }
+        begin = end;
+    }
+    return parts;
 }
 
 } // namespace QMT::Fuzz

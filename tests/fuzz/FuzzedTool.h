@@ -7,7 +7,9 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string>
+#include <vector>
 
 namespace QMT::Fuzz
 {
@@ -25,6 +27,9 @@ public:
     /// The content of the file at `path`.
     static std::string read(const std::string& path);
 
+    /// The same, or an empty text where there is no such file.
+    static std::string readIfThere(const std::string& path);
+
     /// Ends the process, as a finding, with `broken` as the reason.
     [[noreturn]] static void find(const std::string& broken);
 
@@ -41,6 +46,10 @@ inline std::string textOf(const std::uint8_t* data, std::size_t size)
 {
     return std::string(data, data + size);
 }
+
+/// An input as the contents of `count` files. They stand one after the other, each behind a byte 1, or a byte 2 for one
+/// that is missing; what lacks at the end is missing too.
+std::vector<std::optional<std::string>> partsOf(const std::string& input, std::size_t count);
 
 } // namespace QMT::Fuzz
 

@@ -4,7 +4,6 @@
 #include "ctl/Recovery.h"
 #include "ctl/TornText.h"
 
-#include <algorithm>
 #include <array>
 
 using QMT::FilePair;
@@ -48,7 +47,6 @@ public:
     }
 };
 
-/// The files stand one after the other, each behind a byte 1, or a byte 2 for one that is missing.
 FrameworkContents contentsOf(const std::string& input)
 {
     FrameworkContents contents;
@@ -60,19 +58,10 @@ FrameworkContents contentsOf(const std::string& input)
                                         &contents.backup.list,
                                         &contents.session,
                                         &contents.lock};
-    std::string::size_type begin = 0;
-    for (Text* file : files)
+    const std::vector<Text> parts = QMT::Fuzz::partsOf(input, files.size());
+    for (std::size_t index = 0; index < files.size(); ++index)
     {
-        if (begin >= input.size())
-        {
-            break;
-        }
-        const std::string::size_type end = std::min(input.find_first_of("\1\2", begin + 1), input.size());
-        if (input[begin] != '\2')
-        {
-            *file = input.substr(begin + 1, end - begin - 1);
-        }
-        begin = end;
+        *files[index] = parts[index];
     }
     return contents;
 }
