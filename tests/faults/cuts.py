@@ -168,31 +168,32 @@ def run(key: str, scenario: Scenario, size: str, limit: int) -> dict[str, Any]:
     """Judge all states of a run, and of the chains that it begins, and bring each back; the record for the journal."""
     outcomes: Counter[str] = Counter()
     violations = []
-    tried: set[recovery.Case] = set()
+    tried: set[bytes] = set()
     for plan in plans(size):
         if plan.scenario != scenario:
             continue
         with frameworks.scratch() as directory:
             chain = record(plan, size, directory)
-            bad, cases = _sorted_out(chain, limit)
-            violations += [f"{plan.name}: {wrong}" for wrong in bad]
+            bad: list[str] = []
+            for outcome, wrong in recovery.bring_back(chain.framework, _cases(chain, limit, tried, bad)):
+                if wrong:
+                    bad.append(wrong)
+                else:
+                    outcomes[outcome] += 1
             outcomes.update(bad)
-            new = [left for left in dict.fromkeys(cases) if left not in tried]
-            tried.update(new)
-            for outcome, wrong in recovery.bring_back(chain.framework, new):
-                outcomes[wrong or outcome] += 1
-                violations += [f"{plan.name}: {wrong}"] if wrong else []
+            violations += [f"{plan.name}: {wrong}" for wrong in bad]
     return {"key": key, "fault": FAULT, "outcomes": outcomes, "violations": violations, "said": []}
 
 
-def _sorted_out(chain: Chain, limit: int) -> tuple[list[str], list[recovery.Case]]:
-    """The complaints about the states of a chain, and the states without one."""
-    bad, good = [], []
+def _cases(chain: Chain, limit: int, tried: set[bytes], bad: list[str]) -> Iterator[recovery.Case]:
+    """The states of a chain without a complaint that were not tried; adds them to those, and the complaints to ``bad``."""
     for model in disk.MODELS:
         for left in disk.states(chain.trace, model, limit):
-            wrong = complaint(chain, left)
-            if wrong:
+            if wrong := complaint(chain, left):
                 bad.append(wrong)
-            else:
-                good.append(case(chain, left))
-    return bad, good
+                continue
+            found = case(chain, left)
+            digest = found.digest()
+            if digest not in tried:
+                tried.add(digest)
+                yield found

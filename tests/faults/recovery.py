@@ -2,8 +2,10 @@
 from __future__ import annotations
 
 import dataclasses
+import hashlib
+import itertools
 import json
-from collections.abc import Collection, Iterator, Mapping, Sequence
+from collections.abc import Collection, Iterable, Iterator, Mapping, Sequence
 from pathlib import Path
 
 import companion
@@ -55,13 +57,19 @@ class Case:
     pairs: frozenset[frameworks.Pair]
     backups: frozenset[frameworks.Pair]
 
+    def digest(self) -> bytes:
+        """Tells it from other cases; the files of all would not fit into the memory."""
+        parts = (self.files, self.pairs, self.backups)
+        return hashlib.sha256(repr([self.assume, *(sorted(part, key=repr) for part in parts)]).encode()).digest()
 
-def bring_back(framework: Path, cases: Sequence[Case]) -> Iterator[tuple[str, str]]:
+
+def bring_back(framework: Path, cases: Iterable[Case]) -> Iterator[tuple[str, str]]:
     """Recover all cases by the companion, with models and validator of ``framework``; what each came to, and what is
     wrong with it."""
-    for first in range(0, len(cases), BATCH):
+    remaining = iter(cases)
+    while chosen := list(itertools.islice(remaining, BATCH)):
         with frameworks.scratch() as work:
-            batch = {work / str(number): case for number, case in enumerate(cases[first:first + BATCH])}
+            batch = {work / str(number): case for number, case in enumerate(chosen)}
             for directory, case in batch.items():
                 _write(directory, case)
             box = sandbox.Sandbox(framework, work=work).with_env(TMPDIR="/dev/shm")
@@ -89,7 +97,8 @@ def _judged(directory: Path, case: Case) -> tuple[str, str]:
     if again["status"] not in (0, ASKED) or again["found"] not in ("nothing", "unclear"):
         wrong.append(f"a second recovery finds {again.get('found')}")
     live, backups = frameworks.live(files), frameworks.backups(files)
-    if not wrong and (_is_cut_at_a_line(live, case.pairs) or _is_cut_at_a_line(backups, case.backups)):
+    if not wrong and (_is_cut_at_a_line(live, case.pairs) or _is_cut_at_a_line(backups, case.backups) or
+                      _is_put_back_to_a_line(live, case)):
         return CUT_AT_A_LINE, ""
     if live not in case.pairs:
         wrong.append("the live files are not a complete, matching pair")
@@ -103,6 +112,14 @@ def _is_cut_at_a_line(pair: frameworks.Pair, pairs: Collection[frameworks.Pair])
     configuration, lines = pair
     return pair not in pairs and lines is not None and lines[-1:] in (b"", b"\n") and any(
         configuration == other and (whole or b"").startswith(lines) for other, whole in pairs)
+
+
+def _is_put_back_to_a_line(live: frameworks.Pair, case: Case) -> bool:
+    """Whether a rollback of a rejected commit had put back the list up to the end of a line, and not the document."""
+    files = dict(case.files)
+    (configuration, lines), (_, backup) = live, frameworks.backups(files)
+    return (lines is not None and lines[-1:] == b"\n" and frameworks.LOCK not in files and
+            backup != lines and (backup or b"").startswith(lines) and configuration in {pair[0] for pair in case.pairs})
 
 
 def complaints(prepared: frameworks.Prepared, files: dict[str, bytes]) -> Sequence[str]:
