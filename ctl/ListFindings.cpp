@@ -51,6 +51,7 @@ public:
     void checkContained()
     {
         std::vector<std::string> lines;
+        lines.reserve(_models.size());
         for (const InstalledModel& model : _models)
         {
             lines.push_back(model.file);
