@@ -21,7 +21,7 @@ bool CQorModelTool::stage(bool lockExisted)
     }
     Action newest;
     // A text without separators has been reported; its line shows the fields as empty.
-    static_cast<void>(_impl->takeApart(_impl->queue().front(), newest));
+    static_cast<void>(_impl->splitEntry(_impl->queue().front(), newest));
     const std::string line = newest.stagingLine();
     ::syslog(LOG_DEBUG, "%s", line.c_str());
     if (isLockWithCurrentHost())

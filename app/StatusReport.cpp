@@ -27,7 +27,7 @@ void CQorModelTool::handleStatus(const std::string&, const std::string&)
     {
         Action action;
         // A text without separators has been reported; its line shows the fields as empty.
-        static_cast<void>(_impl->takeApart(*entry, action));
+        static_cast<void>(_impl->splitEntry(*entry, action));
         _logger->information(action.statusLine());
     }
 }

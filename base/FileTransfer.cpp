@@ -24,11 +24,11 @@ bool areSame(const std::string& one, const std::string& other)
 
 /// A link in place of a working copy or backup may lead back to the live file, or to its directory, into which the
 /// library copies under the old name.
-void refuseUnfit(const std::string& from, const std::string& to)
+void rejectUnsafeCopy(const std::string& from, const std::string& to)
 {
-    if (isUnfit(from) || isUnfit(to))
+    if (isPipe(from) || isPipe(to))
     {
-        throw Poco::OpenFileException(isUnfit(from) ? from : to);
+        throw Poco::OpenFileException(isPipe(from) ? from : to);
     }
     const std::string inDirectory = Poco::Path(to, Poco::Path(from).getFileName()).toString();
     if (areSame(from, to) || areSame(from, inDirectory))
@@ -41,13 +41,13 @@ void refuseUnfit(const std::string& from, const std::string& to)
 
 void copyFile(const std::string& from, const std::string& to)
 {
-    refuseUnfit(from, to);
+    rejectUnsafeCopy(from, to);
     Poco::File(from).copyTo(to);
 }
 
 void moveFile(const std::string& from, const std::string& to)
 {
-    refuseUnfit(from, to);
+    rejectUnsafeCopy(from, to);
     Poco::File(from).moveTo(to);
 }
 

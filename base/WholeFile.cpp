@@ -57,7 +57,7 @@ ReadResult readAll(std::ifstream& file, std::string& content)
 
 ReadResult readWholeFile(const std::string& path, std::string& content)
 {
-    if (isUnfit(path))
+    if (isPipe(path))
     {
         return ReadResult::FAILED;
     }
@@ -71,7 +71,7 @@ ReadResult readWholeFile(const std::string& path, std::string& content)
 
 bool openForReading(const std::string& path, std::ifstream& file)
 {
-    if (!isUnfit(path))
+    if (!isPipe(path))
     {
         file.open(path, std::ios::in);
     }
@@ -80,7 +80,7 @@ bool openForReading(const std::string& path, std::ifstream& file)
 
 bool writeWholeFile(const std::string& path, const std::string& content)
 {
-    if (isUnfit(path) || isLinkOfAnother(path))
+    if (isPipe(path) || isLinkOfAnother(path))
     {
         return false;
     }
@@ -106,7 +106,7 @@ bool isLinkOfAnother(const std::string& path)
     return ::lstat(path.c_str(), &status) == 0 && S_ISLNK(status.st_mode) && status.st_uid != ::geteuid();
 }
 
-bool isUnfit(const std::string& path)
+bool isPipe(const std::string& path)
 {
     struct stat status = {};
     return ::stat(path.c_str(), &status) == 0 && S_ISFIFO(status.st_mode);

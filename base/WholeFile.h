@@ -20,22 +20,22 @@ enum class ReadResult
 /// `content`; after FAILED its value is unspecified.
 [[nodiscard]] ReadResult readWholeFile(const std::string& path, std::string& content);
 
-/// Opens the file at `path` on `file`, for callers that read only its beginning. False when it cannot be opened, or
-/// must not be, see isUnfit.
+/// Opens the file at `path` on `file`, for callers that read only its beginning. False for a pipe, and when it cannot
+/// be opened.
 [[nodiscard]] bool openForReading(const std::string& path, std::ifstream& file);
 
 /// Replaces the content of the file at `path` by `content`; a missing file is created.
 ///
-/// False when the file cannot be opened or must not be (see isUnfit and isLinkOfAnother), in which case it keeps its
-/// content, and when the write, the flush or the close fails, in which case it may be incomplete.
+/// False for a pipe, a link of another user (see isLinkOfAnother) and a file that cannot be opened; the content then
+/// stays. Also false when the write, the flush or the close fails; the content may then be incomplete.
 [[nodiscard]] bool writeWholeFile(const std::string& path, const std::string& content);
 
 /// Whether `path` is a symbolic link owned by another user, who could have put it there so that another file is read
 /// or overwritten in place of the one meant.
 [[nodiscard]] bool isLinkOfAnother(const std::string& path);
 
-/// Whether `path` leads to something that must not be opened as a file: a pipe, where open may block forever.
-[[nodiscard]] bool isUnfit(const std::string& path);
+/// Whether `path` leads to a pipe, which must not be opened as a file: open may block forever.
+[[nodiscard]] bool isPipe(const std::string& path);
 
 } // namespace QMT
 

@@ -54,7 +54,7 @@ std::optional<Action> fieldsOf(const CommandQueueEntry& entry)
         return std::nullopt;
     }
     Action action;
-    if (!CQorModelToolImpl(&silentLogger()).takeApart(entry, action))
+    if (!CQorModelToolImpl(&silentLogger()).splitEntry(entry, action))
     {
         return std::nullopt;
     }

@@ -36,7 +36,7 @@ std::optional<SessionOwner> ownerIn(const FrameworkContents& now)
     return sessionOwner(*now.lock, CQorModelToolImpl::getHostName());
 }
 
-std::string told(const SessionOwner& owner)
+std::string describe(const SessionOwner& owner)
 {
     const std::string host = owner.host.empty() ? std::string("an unknown host") : "the host " + owner.host;
     if (owner.isApply)
@@ -161,7 +161,7 @@ Answer CApplyCommand::runAlone(const std::string& qorPath, unsigned int secondsL
                               {
                                   if (const std::optional<SessionOwner> owner = ownerIn(readFramework(qorPath)))
                                   {
-                                      session = told(*owner);
+                                      session = describe(*owner);
                                       return owner->isApply || hasEnded();
                                   }
                                   answer = attempt(qorPath);
@@ -186,7 +186,7 @@ std::optional<Answer> CApplyCommand::attempt(const std::string& qorPath) const
     const FilePair live = bothLiveFiles(readFramework(qorPath), paths);
     // The framework is about to be changed, so there is always a place for copies if there is room at all.
     Preview preview = tryActions(live, _options.actions(), paths.configuration().live, false,
-                                 {CQueueTrial::usualPlace(), "/dev/shm", "/run", "/var/tmp", paths.modelDirectory()});
+                                 {CQueueTrial::defaultPlace(), "/dev/shm", "/run", "/var/tmp", paths.modelDirectory()});
     if (preview.has(Outcome::FAILED))
     {
         return answerOf(preview, "refused", Status::NO, {});

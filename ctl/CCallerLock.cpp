@@ -9,7 +9,7 @@ namespace QMT
 namespace
 {
 
-std::string told(int process, const std::string& path)
+std::string describeHolder(int process, const std::string& path)
 {
     // A process of another host is reported with a negative number, or not at all.
     std::string who = "a process";
@@ -34,14 +34,14 @@ bool CCallerLock::takeWithin(unsigned int seconds)
 
 std::string CCallerLock::holder() const
 {
-    return told(_lock.holder(), _path);
+    return describeHolder(_lock.holder(), _path);
 }
 
 std::string CCallerLock::holderOf(const std::string& qorPath)
 {
     const std::string path = CFrameworkPaths(qorPath).callerLockFile();
     const int process = CRecordLock::holderOf(path);
-    return process == 0 ? std::string() : told(process, path);
+    return process == 0 ? std::string() : describeHolder(process, path);
 }
 
 } // namespace QMT

@@ -56,7 +56,7 @@ private:
     // The session, and what was interrupted (SessionCheck.cpp).
     void decideInterruption();
     bool isInterrupted() const;
-    std::string recovery(const Predicate& isMended);
+    std::string recovery(const Predicate& isRecovered);
     std::string onOwnersHost(const std::string& command) const;
     std::string interruptionRemedy();
     void checkInterruption();

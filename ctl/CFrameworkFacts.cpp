@@ -22,7 +22,7 @@ std::string CFrameworkFacts::hostName()
 std::vector<FilePair> CFrameworkFacts::queueResults(const FilePair& base, const std::string& session)
 {
     // The disk may be full, read-only or not yet mounted.
-    CQueueTrial trial(base, session, silentLogger(), {"/dev/shm", CQueueTrial::usualPlace(), "/run", "/var/tmp"});
+    CQueueTrial trial(base, session, silentLogger(), {"/dev/shm", CQueueTrial::defaultPlace(), "/run", "/var/tmp"});
     std::vector<FilePair> results;
     try
     {

@@ -67,8 +67,8 @@ Answer planActions(const std::string& qorPath, const std::vector<Action>& action
 {
     const CFrameworkPaths paths(qorPath);
     const FrameworkContents now = readFramework(qorPath);
-    return answerOf(
-        tryActions(bothLiveFiles(now, paths), actions, paths.configuration().live, true, {CQueueTrial::usualPlace()}));
+    return answerOf(tryActions(bothLiveFiles(now, paths), actions, paths.configuration().live, true,
+                               {CQueueTrial::defaultPlace()}));
 }
 
 } // namespace

@@ -116,7 +116,7 @@ private:
     Directory _directory;
 };
 
-std::string CQueueTrial::usualPlace()
+std::string CQueueTrial::defaultPlace()
 {
     const char* const wanted = std::getenv("TMPDIR");
     return wanted == nullptr || *wanted == '\0' ? "/tmp" : wanted;

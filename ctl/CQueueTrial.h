@@ -26,10 +26,10 @@ public:
     ///
     /// Throws a Poco::FileException that names the first place or its file when that fails in all of them.
     CQueueTrial(const FilePair& base, const std::string& session, Poco::Logger& logger,
-                const std::vector<std::string>& places = {usualPlace()});
+                const std::vector<std::string>& places = {defaultPlace()});
 
     /// The default place of scratch directories: $TMPDIR, or else /tmp.
-    static std::string usualPlace();
+    static std::string defaultPlace();
 
     /// Removes the scratch directory.
     ~CQueueTrial();

@@ -175,11 +175,12 @@ Answer CRecoverCommand::runAlone(const std::string& qorPath, unsigned int second
                        ". Nothing was changed; say what was interrupted by --assume=commit, rollback or nothing";
         return answer;
     }
-    return _isDryRun || steps.empty() ? answerOf(recovery, steps, std::string()) : carryOut(qorPath, recovery, steps);
+    return _isDryRun || steps.empty() ? answerOf(recovery, steps, std::string())
+                                      : executeSteps(qorPath, recovery, steps);
 }
 
-Answer CRecoverCommand::carryOut(const std::string& qorPath, const Recovery& recovery,
-                                 const std::vector<RecoveryStep>& steps) const
+Answer CRecoverCommand::executeSteps(const std::string& qorPath, const Recovery& recovery,
+                                     const std::vector<RecoveryStep>& steps) const
 {
     const std::string stamp = Poco::DateTimeFormatter::format(Poco::Timestamp(), "%Y%m%dT%H%M%SZ");
     const std::string copy = copyAside(qorPath, stamp, steps);

@@ -24,7 +24,8 @@ public:
 
 private:
     Answer runAlone(const std::string& qorPath, unsigned int secondsLeft) const;
-    Answer carryOut(const std::string& qorPath, const Recovery& recovery, const std::vector<RecoveryStep>& steps) const;
+    Answer executeSteps(const std::string& qorPath, const Recovery& recovery,
+                        const std::vector<RecoveryStep>& steps) const;
 
     bool _isDryRun = false;
     bool _isForced = false;

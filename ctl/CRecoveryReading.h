@@ -46,20 +46,20 @@ private:
     // The state of single files (Recovery.cpp).
     static bool isSame(const Text& one, const Text& other);
     static bool isDifferent(const Text& one, const Text& other);
-    static bool isCut(const Text& text, const Text& whole);
+    static bool isTorn(const Text& text, const Text& whole);
     bool isDocument(const Text& text) const;
     static bool isWholeList(const Text& text);
     const Results& resultsOver(const FilePair& base);
-    bool isMadeOf(const FilePair& base, FileOfPair file, const Text& text);
-    bool isCutFromResult(const FilePair& base, FileOfPair file, const Text& text);
+    bool isResultOf(const FilePair& base, FileOfPair file, const Text& text);
+    bool isTornResult(const FilePair& base, FileOfPair file, const Text& text);
 
     // Without a lock file (RecoveryUnlocked.cpp).
     void readUnlocked(Recovery& recovery);
     void dropLeftovers(Recovery& recovery) const;
     bool isListTornUnlocked() const;
     bool isDocumentTornUnlocked() const;
-    bool canPutPairBack() const;
-    void putPairBack(Recovery& recovery, Found found) const;
+    bool canRestorePair() const;
+    void restorePair(Recovery& recovery, Found found) const;
     [[nodiscard]] bool finishRollback(Recovery& recovery);
     [[nodiscard]] bool askForPair(Recovery& recovery, const std::string& question);
     [[nodiscard]] bool readTornDocument(Recovery& recovery);
@@ -83,17 +83,17 @@ private:
     bool isEdited(const FilePair& base, FileOfPair file);
     void undo(Recovery& recovery, const FilePair& pair);
     bool isLockAlone() const;
-    [[nodiscard]] bool settleLoneLock(Recovery& recovery);
+    [[nodiscard]] bool resolveLoneLock(Recovery& recovery);
     bool hasMoreLinesThanBackup() const;
-    void settleSession(Recovery& recovery);
+    void resolveSession(Recovery& recovery);
     bool isWorkingCopyTorn(FileOfPair file, const Text& live);
     static void endSession(Recovery& recovery);
 
     // Backups (RecoveryBackups.cpp).
-    [[nodiscard]] bool settleBackups(Recovery& recovery);
-    [[nodiscard]] bool settleLoneBackup(Recovery& recovery);
+    [[nodiscard]] bool resolveBackups(Recovery& recovery);
+    [[nodiscard]] bool resolveLoneBackup(Recovery& recovery);
     bool wasNeverLive(const FilePair& live) const;
-    bool areOfTwoAges(const Recovery& recovery);
+    bool areFromDifferentCommits(const Recovery& recovery);
     static void removeBackups(Recovery& recovery);
 
     // The question. The files and the facts are not owned and outlive the object.

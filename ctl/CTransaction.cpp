@@ -79,7 +79,7 @@ bool CTransaction::open()
         {
             return false;
         }
-        putLeftoversBack();
+        restoreLeftovers();
         throw;
     }
     try
@@ -191,16 +191,16 @@ void CTransaction::undo()
     }
     if (_areLiveFilesTouched)
     {
-        putLiveFilesBack();
+        restoreLiveFiles();
     }
     if (_areBackupsTouched)
     {
-        putBackupsBack();
+        restoreBackups();
     }
     close();
 }
 
-void CTransaction::putLiveFilesBack()
+void CTransaction::restoreLiveFiles()
 {
     // It is gone when both files have been installed, and one of them alone must not be taken for both. It must not be
     // met half-written either.
@@ -212,7 +212,7 @@ void CTransaction::putLiveFilesBack()
 
 /// The working copies tell that the session has not come to its end, the session file must not be taken for the one
 /// that led from these backups to the live files.
-void CTransaction::putBackupsBack()
+void CTransaction::restoreBackups()
 {
     static_cast<void>(_impl.backupFiles());
     removeFile(_paths.sessionFile());
@@ -233,7 +233,7 @@ void CTransaction::close()
         removeFile(_paths.modelFileList().workingCopy);
         removeLock();
     }
-    putLeftoversBack();
+    restoreLeftovers();
 }
 
 void CTransaction::removeLock()
@@ -251,7 +251,7 @@ void CTransaction::removeLock()
     }
 }
 
-void CTransaction::putLeftoversBack() const
+void CTransaction::restoreLeftovers() const
 {
     for (const std::unique_ptr<CKeptFile>& file : _leftovers)
     {

@@ -54,11 +54,11 @@ private:
     void makeBackups();
     void removeBackups() const;
     void undo();
-    void putLiveFilesBack();
-    void putBackupsBack();
+    void restoreLiveFiles();
+    void restoreBackups();
     void close();
     void removeLock();
-    void putLeftoversBack() const;
+    void restoreLeftovers() const;
 
     const std::string _qorPath;
     const CFrameworkPaths _paths;

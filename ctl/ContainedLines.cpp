@@ -26,7 +26,7 @@ public:
     {
         std::sort(_lines.begin(), _lines.end());
         _lines.erase(std::unique(_lines.begin(), _lines.end()), _lines.end());
-        linkBeginnings();
+        linkPrefixes();
         _containers.resize(_lines.size(), NONE);
         for (std::size_t line = 0; line < _lines.size(); ++line)
         {
@@ -47,7 +47,7 @@ private:
 
     /// Links each line to the longest other one that it begins with: all of those precede it, and only they remain
     /// when those that it does not begin with are dropped.
-    void linkBeginnings()
+    void linkPrefixes()
     {
         std::vector<std::size_t> open;
         for (std::size_t line = 0; line < _lines.size(); ++line)
@@ -70,12 +70,12 @@ private:
         {
             if (_mayBegin[static_cast<unsigned char>(text[position])])
             {
-                mark(longestBeginningOf(text.substr(position)), container);
+                mark(longestPrefixOf(text.substr(position)), container);
             }
         }
     }
 
-    std::size_t longestBeginningOf(std::string_view rest) const
+    std::size_t longestPrefixOf(std::string_view rest) const
     {
         const auto behind = std::upper_bound(_lines.begin(), _lines.end(), rest);
         std::size_t line = behind == _lines.begin() ? NONE : static_cast<std::size_t>(behind - _lines.begin()) - 1;

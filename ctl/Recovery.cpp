@@ -107,9 +107,9 @@ bool CRecoveryReading::isDifferent(const Text& one, const Text& other)
     return one && other && one != other;
 }
 
-bool CRecoveryReading::isCut(const Text& text, const Text& whole)
+bool CRecoveryReading::isTorn(const Text& text, const Text& whole)
 {
-    return text && whole && isCutFrom(*text, *whole);
+    return text && whole && isTornCopyOf(*text, *whole);
 }
 
 bool CRecoveryReading::isDocument(const Text& text) const
@@ -135,7 +135,7 @@ const CRecoveryReading::Results& CRecoveryReading::resultsOver(const FilePair& b
     return _results.back().second;
 }
 
-bool CRecoveryReading::isMadeOf(const FilePair& base, FileOfPair file, const Text& text)
+bool CRecoveryReading::isResultOf(const FilePair& base, FileOfPair file, const Text& text)
 {
     if (!isDifferent(text, base.*file))
     {
@@ -146,11 +146,11 @@ bool CRecoveryReading::isMadeOf(const FilePair& base, FileOfPair file, const Tex
                        [&](const FilePair& result) { return isSame(text, result.*file); });
 }
 
-bool CRecoveryReading::isCutFromResult(const FilePair& base, FileOfPair file, const Text& text)
+bool CRecoveryReading::isTornResult(const FilePair& base, FileOfPair file, const Text& text)
 {
     const Results& results = resultsOver(base);
     return std::any_of(results.begin(), results.end(),
-                       [&](const FilePair& result) { return isCut(text, result.*file); });
+                       [&](const FilePair& result) { return isTorn(text, result.*file); });
 }
 
 } // namespace QMT

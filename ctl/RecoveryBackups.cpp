@@ -8,7 +8,7 @@ namespace QMT
 {
 
 /// Backups serve a rollback, so they must have been live together.
-bool CRecoveryReading::settleBackups(Recovery& recovery)
+bool CRecoveryReading::resolveBackups(Recovery& recovery)
 {
     const FilePair& backup = recovery.after.backup;
     if (_isGivenUp || backup == FilePair())
@@ -22,14 +22,14 @@ bool CRecoveryReading::settleBackups(Recovery& recovery)
     }
     if (!backup.configuration || !backup.list)
     {
-        return settleLoneBackup(recovery);
+        return resolveLoneBackup(recovery);
     }
     if (wasNeverLive(recovery.after.live))
     {
         removeBackups(recovery);
         return true;
     }
-    if (!areOfTwoAges(recovery))
+    if (!areFromDifferentCommits(recovery))
     {
         return true;
     }
@@ -46,11 +46,11 @@ bool CRecoveryReading::settleBackups(Recovery& recovery)
 }
 
 /// A commit makes the document's backup first; a rollback puts the list's backup back first.
-bool CRecoveryReading::settleLoneBackup(Recovery& recovery)
+bool CRecoveryReading::resolveLoneBackup(Recovery& recovery)
 {
     const Text& backup = recovery.after.backup.configuration;
     const Text& live = _now.live.configuration;
-    if (!backup || isSame(backup, live) || isCut(backup, live) || !isDocument(backup))
+    if (!backup || isSame(backup, live) || isTorn(backup, live) || !isDocument(backup))
     {
         removeBackups(recovery);
         return true;
@@ -93,7 +93,7 @@ bool CRecoveryReading::wasNeverLive(const FilePair& live) const
 /// The document's backup is a copy of the live one and the list's is not: a commit was cut short between its two
 /// copies, or the last commit left the document alone. The root class of a line that one of the lists alone has tells
 /// whether the document would have changed with it.
-bool CRecoveryReading::areOfTwoAges(const Recovery& recovery)
+bool CRecoveryReading::areFromDifferentCommits(const Recovery& recovery)
 {
     const FilePair& live = recovery.after.live;
     const FilePair& backup = recovery.after.backup;
@@ -108,7 +108,7 @@ bool CRecoveryReading::areOfTwoAges(const Recovery& recovery)
     }
     const std::vector<std::string> before = linesOf(*backup.list);
     const std::vector<std::string> now = linesOf(*live.list);
-    const auto tellsOtherwise =
+    const auto contradicts =
         [&](const std::vector<std::string>& some, const std::vector<std::string>& others, bool wouldBeServed)
     {
         return std::any_of(some.begin(), some.end(),
@@ -123,7 +123,7 @@ bool CRecoveryReading::areOfTwoAges(const Recovery& recovery)
                                       servesRootClass(*backup.configuration, rootClass) != wouldBeServed;
                            });
     };
-    return tellsOtherwise(now, before, false) || tellsOtherwise(before, now, true);
+    return contradicts(now, before, false) || contradicts(before, now, true);
 }
 
 void CRecoveryReading::removeBackups(Recovery& recovery)

@@ -23,16 +23,16 @@ void CRecoveryReading::readLocked(Recovery& recovery)
     }
     if (isLockAlone() && recovery.found == Found::NOTHING)
     {
-        if (!settleLoneLock(recovery))
+        if (!resolveLoneLock(recovery))
         {
             return;
         }
     }
     else
     {
-        settleSession(recovery);
+        resolveSession(recovery);
     }
-    static_cast<void>(settleBackups(recovery));
+    static_cast<void>(resolveBackups(recovery));
 }
 
 /// The list that ends with a line feed is left to isListBeingInstalled: it may be whole.
@@ -49,8 +49,8 @@ bool CRecoveryReading::isListTorn()
     }
     // Equal to its copy, it is as the session has found it; but a power cut can hurt both in the same way.
     const bool isAsCopied = isSame(list, _now.workingCopy.list) && list->find('\0') == std::string::npos;
-    return isCutFromResult(_now.backup, &FilePair::list, list) ||
-           (!isAsCopied && (isCut(list, _now.workingCopy.list) || isCut(list, _now.backup.list)));
+    return isTornResult(_now.backup, &FilePair::list, list) ||
+           (!isAsCopied && (isTorn(list, _now.workingCopy.list) || isTorn(list, _now.backup.list)));
 }
 
 bool CRecoveryReading::isDocumentTorn()
@@ -68,9 +68,9 @@ bool CRecoveryReading::isDocumentTorn()
     {
         return false;
     }
-    return isCut(document, copy.configuration) || isCut(document, _now.backup.configuration) ||
+    return isTorn(document, copy.configuration) || isTorn(document, _now.backup.configuration) ||
            (isBroken && (isDocument(copy.configuration) || isDocument(_now.backup.configuration))) ||
-           isCutFromResult(_now.backup, &FilePair::configuration, document);
+           isTornResult(_now.backup, &FilePair::configuration, document);
 }
 
 bool CRecoveryReading::restoreLive(Recovery& recovery)
@@ -173,8 +173,8 @@ std::optional<FilePair> CRecoveryReading::pairBeforeCommit(bool isListTorn, bool
 {
     const FilePair& live = _now.live;
     const FilePair& backup = _now.backup;
-    const bool isListThere = isWholeList(backup.list) || isMadeOf(backup, &FilePair::list, _now.workingCopy.list);
-    if (!isListThere)
+    const bool hasList = isWholeList(backup.list) || isResultOf(backup, &FilePair::list, _now.workingCopy.list);
+    if (!hasList)
     {
         return std::nullopt;
     }
@@ -184,7 +184,7 @@ std::optional<FilePair> CRecoveryReading::pairBeforeCommit(bool isListTorn, bool
         return isSame(live.configuration, backup.configuration) ? std::optional<FilePair>(backup) : std::nullopt;
     }
     const bool isListDone =
-        isListTorn || isSame(live.list, backup.list) || isMadeOf(backup, &FilePair::list, live.list);
+        isListTorn || isSame(live.list, backup.list) || isResultOf(backup, &FilePair::list, live.list);
     return isListDone && isDocument(backup.configuration) ? std::optional<FilePair>(backup) : std::nullopt;
 }
 
@@ -204,7 +204,7 @@ std::optional<FilePair> CRecoveryReading::pairOfSession(bool isListTorn, bool is
 bool CRecoveryReading::isEdited(const FilePair& base, FileOfPair file)
 {
     const Text& copy = _now.workingCopy.*file;
-    return isDifferent(copy, base.*file) && (isMadeOf(base, file, copy) || isCutFromResult(base, file, copy));
+    return isDifferent(copy, base.*file) && (isResultOf(base, file, copy) || isTornResult(base, file, copy));
 }
 
 /// Both backups are made before the first edit, and equal the live files until the first is installed.
@@ -225,8 +225,8 @@ CRecoveryReading::Answered CRecoveryReading::isBackingUpList()
     {
         return Answered::YES;
     }
-    if (backup.configuration && backup.list && !isCut(backup.configuration, live.configuration) &&
-        !isCut(backup.list, live.list))
+    if (backup.configuration && backup.list && !isTorn(backup.configuration, live.configuration) &&
+        !isTorn(backup.list, live.list))
     {
         return Answered::NO;
     }
@@ -234,7 +234,7 @@ CRecoveryReading::Answered CRecoveryReading::isBackingUpList()
     const bool isCopyEdited = isSame(live.configuration, backup.configuration) &&
                               isDifferent(_now.workingCopy.configuration, live.configuration);
     if (isCopyEdited || isEdited(live, &FilePair::configuration) ||
-        isMadeOf(live, &FilePair::list, _now.workingCopy.list))
+        isResultOf(live, &FilePair::list, _now.workingCopy.list))
     {
         return Answered::YES;
     }
@@ -246,12 +246,12 @@ CRecoveryReading::Answered CRecoveryReading::isBackingUpList()
 bool CRecoveryReading::isBackingUpConfiguration()
 {
     const FilePair base = {_now.live.configuration, _now.backup.list};
-    if (!isCut(_now.backup.configuration, _now.live.configuration) || !isWholeList(base.list))
+    if (!isTorn(_now.backup.configuration, _now.live.configuration) || !isWholeList(base.list))
     {
         return false;
     }
-    const bool isListDone = !_now.workingCopy.list && isMadeOf(base, &FilePair::list, _now.live.list);
-    if (!isListDone && !isMadeOf(base, &FilePair::configuration, _now.workingCopy.configuration))
+    const bool isListDone = !_now.workingCopy.list && isResultOf(base, &FilePair::list, _now.live.list);
+    if (!isListDone && !isResultOf(base, &FilePair::configuration, _now.workingCopy.configuration))
     {
         return false;
     }
@@ -265,8 +265,8 @@ CRecoveryReading::Answered CRecoveryReading::isListInstalled()
     const FilePair& live = _now.live;
     const FilePair& copy = _now.workingCopy;
     const FilePair& backup = _now.backup;
-    const bool isDocumentInstalled = isMadeOf(backup, &FilePair::configuration, live.configuration);
-    if (!isMadeOf(backup, &FilePair::list, live.list) ||
+    const bool isDocumentInstalled = isResultOf(backup, &FilePair::configuration, live.configuration);
+    if (!isResultOf(backup, &FilePair::list, live.list) ||
         !(isSame(live.configuration, backup.configuration) || isDocumentInstalled))
     {
         return Answered::NO;
@@ -295,7 +295,7 @@ CRecoveryReading::Answered CRecoveryReading::isListInstalled()
 /// The document is installed, and so is the list, which the queue may have left alone.
 CRecoveryReading::Answered CRecoveryReading::isConfigurationInstalled()
 {
-    if (_now.workingCopy.list || !isMadeOf(_now.backup, &FilePair::configuration, _now.live.configuration))
+    if (_now.workingCopy.list || !isResultOf(_now.backup, &FilePair::configuration, _now.live.configuration))
     {
         return Answered::NO;
     }
@@ -315,13 +315,13 @@ CRecoveryReading::Answered CRecoveryReading::isListBeingInstalled()
     }
     // Where the backup is a beginning of the list, that may be the one being made.
     const bool isBackupShort = isPrefixOf(*backup.list, *list);
-    const bool isBeginning = isPrefixOf(*list, *backup.list) || isCutFromResult(backup, &FilePair::list, list) ||
-                             (!isBackupShort && isCut(list, copy.list));
+    const bool isBeginning = isPrefixOf(*list, *backup.list) || isTornResult(backup, &FilePair::list, list) ||
+                             (!isBackupShort && isTorn(list, copy.list));
     if (!isBeginning)
     {
         return Answered::NO;
     }
-    if (isBackupShort && isMadeOf(_now.live, &FilePair::list, copy.list))
+    if (isBackupShort && isResultOf(_now.live, &FilePair::list, copy.list))
     {
         return Answered::UNKNOWN;
     }
@@ -331,7 +331,7 @@ CRecoveryReading::Answered CRecoveryReading::isListBeingInstalled()
         return Answered::YES;
     }
     // A list that equals its copy is as the session has found it, unless a power cut has hurt both in the same way. One
-    // that is short of its backup is left to settleBackups.
+    // that is short of its backup is left to resolveBackups.
     const bool isAsCopied = isSame(list, copy.list) && !list->empty();
     return isAsCopied && (isBackupShort || isPrefixOf(*list, *backup.list)) ? Answered::NO : Answered::UNKNOWN;
 }
@@ -342,7 +342,7 @@ bool CRecoveryReading::isLockAlone() const
 }
 
 /// Left by a call that waited for the lock and got no further, or by a commit that had installed everything.
-bool CRecoveryReading::settleLoneLock(Recovery& recovery)
+bool CRecoveryReading::resolveLoneLock(Recovery& recovery)
 {
     const bool isInstalled = _now.backup.configuration && _now.backup.list && _now.backup != _now.live;
     recovery.found = isInstalled || _owner.isApply ? Found::COMMIT_INTERRUPTED : Found::STAGING_INTERRUPTED;
@@ -377,7 +377,7 @@ bool CRecoveryReading::hasMoreLinesThanBackup() const
     return std::any_of(now.begin(), now.end(), isNew);
 }
 
-void CRecoveryReading::settleSession(Recovery& recovery)
+void CRecoveryReading::resolveSession(Recovery& recovery)
 {
     if (_owner.isApply || _queue.empty())
     {
@@ -420,7 +420,7 @@ bool CRecoveryReading::isWorkingCopyTorn(FileOfPair file, const Text& live)
     {
         return false;
     }
-    return isCut(copy, live) || isCutFromResult(_now.live, file, copy);
+    return isTorn(copy, live) || isTornResult(_now.live, file, copy);
 }
 
 void CRecoveryReading::endSession(Recovery& recovery)

@@ -35,7 +35,7 @@ void CRecoveryReading::readUnlocked(Recovery& recovery)
     }
     if (isClear)
     {
-        static_cast<void>(settleBackups(recovery));
+        static_cast<void>(resolveBackups(recovery));
     }
 }
 
@@ -54,7 +54,7 @@ void CRecoveryReading::dropLeftovers(Recovery& recovery) const
 bool CRecoveryReading::isListTornUnlocked() const
 {
     const Text& list = _now.live.list;
-    return !list || (!isWholeList(list) && (isCut(list, _now.backup.list) || isCut(list, _now.workingCopy.list)));
+    return !list || (!isWholeList(list) && (isTorn(list, _now.backup.list) || isTorn(list, _now.workingCopy.list)));
 }
 
 bool CRecoveryReading::isDocumentTornUnlocked() const
@@ -70,22 +70,22 @@ bool CRecoveryReading::isDocumentTornUnlocked() const
     {
         return false;
     }
-    return isCut(document, backup) || isCut(document, workingCopy) ||
+    return isTorn(document, backup) || isTorn(document, workingCopy) ||
            (!isDocument(document) && (isDocument(backup) || isDocument(workingCopy)));
 }
 
-bool CRecoveryReading::canPutPairBack() const
+bool CRecoveryReading::canRestorePair() const
 {
     const FilePair& live = _now.live;
     const FilePair& backup = _now.backup;
-    const bool isListThere = isWholeList(backup.list) || (isSame(live.list, backup.list) && !isListTornUnlocked());
-    const bool isConfigurationThere =
+    const bool hasList = isWholeList(backup.list) || (isSame(live.list, backup.list) && !isListTornUnlocked());
+    const bool hasConfiguration =
         backup.configuration ? isDocument(backup.configuration) || isSame(live.configuration, backup.configuration)
                              : !isDocumentTornUnlocked();
-    return isListThere && isConfigurationThere;
+    return hasList && hasConfiguration;
 }
 
-void CRecoveryReading::putPairBack(Recovery& recovery, Found found) const
+void CRecoveryReading::restorePair(Recovery& recovery, Found found) const
 {
     recovery.found = found;
     recovery.after.live.list = _now.backup.list;
@@ -100,22 +100,22 @@ bool CRecoveryReading::finishRollback(Recovery& recovery)
 {
     const Text& document = _now.live.configuration;
     const Text& backup = _now.backup.configuration;
-    if (!canPutPairBack())
+    if (!canRestorePair())
     {
         return giveUp(recovery);
     }
-    if (isDocument(document) && backup && document != backup && !isCut(document, backup) &&
+    if (isDocument(document) && backup && document != backup && !isTorn(document, backup) &&
         !differInParticipantsOnly(*document, *backup))
     {
         return askForPair(recovery, "the list is torn, and the document was edited since the last commit");
     }
-    putPairBack(recovery, Found::ROLLBACK_INTERRUPTED);
+    restorePair(recovery, Found::ROLLBACK_INTERRUPTED);
     return true;
 }
 
 bool CRecoveryReading::askForPair(Recovery& recovery, const std::string& question)
 {
-    if (!canPutPairBack())
+    if (!canRestorePair())
     {
         return giveUp(recovery);
     }
@@ -125,7 +125,7 @@ bool CRecoveryReading::askForPair(Recovery& recovery, const std::string& questio
     }
     if (!isAssumed(Assumption::NOTHING))
     {
-        putPairBack(recovery, isAssumed(Assumption::COMMIT) ? Found::COMMIT_INTERRUPTED : Found::ROLLBACK_INTERRUPTED);
+        restorePair(recovery, isAssumed(Assumption::COMMIT) ? Found::COMMIT_INTERRUPTED : Found::ROLLBACK_INTERRUPTED);
     }
     return true;
 }
@@ -138,7 +138,7 @@ bool CRecoveryReading::readTornDocument(Recovery& recovery)
     {
         return giveUp(recovery);
     }
-    const bool isCutShort = !document || isCut(document, _now.backup.configuration);
+    const bool isCutShort = !document || isTorn(document, _now.backup.configuration);
     if (isCutShort && isSame(_now.live.list, _now.backup.list))
     {
         return finishRollback(recovery);
@@ -168,7 +168,7 @@ bool CRecoveryReading::readLoneConfigurationBackup(Recovery& recovery)
         return true;
     }
     recovery.found = Found::ROLLBACK_INTERRUPTED;
-    if (document && !isCut(document, backup) && !differInParticipantsOnly(*document, *backup))
+    if (document && !isTorn(document, backup) && !differInParticipantsOnly(*document, *backup))
     {
         if (!ask(recovery, "the backup of the document is alone, and differs outside the participants too"))
         {

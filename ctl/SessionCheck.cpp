@@ -64,8 +64,8 @@ bool CFrameworkCheck::isInterrupted() const
     return isCommit || _recovery.found == Found::ROLLBACK_INTERRUPTED;
 }
 
-/// The call that recovers to files of which `isMended` is true; empty when there is none.
-std::string CFrameworkCheck::recovery(const Predicate& isMended)
+/// The call that recovers to files of which `isRecovered` is true; empty when there is none.
+std::string CFrameworkCheck::recovery(const Predicate& isRecovered)
 {
     if (!_areLiveFilesRead)
     {
@@ -73,13 +73,13 @@ std::string CFrameworkCheck::recovery(const Predicate& isMended)
     }
     if (_recovery.found != Found::UNCLEAR)
     {
-        return isMended(_recovery.after) ? onOwnersHost(_remedies.call("recover")) : std::string();
+        return isRecovered(_recovery.after) ? onOwnersHost(_remedies.call("recover")) : std::string();
     }
     const std::vector<std::pair<Assumption, std::string>> assumptions = {
         {Assumption::NOTHING, "nothing"}, {Assumption::ROLLBACK, "rollback"}, {Assumption::COMMIT, "commit"}};
     for (const auto& [assumption, word] : assumptions)
     {
-        if (isMended(decideRecovery(_now, _owner, _facts, assumption).after))
+        if (isRecovered(decideRecovery(_now, _owner, _facts, assumption).after))
         {
             return onOwnersHost(_remedies.call("recover --assume=" + word));
         }

@@ -24,7 +24,7 @@ bool isNulFilledFrom(const std::string& text, const std::string& whole)
     return isSame && text.find_first_not_of('\0', shared) == std::string::npos;
 }
 
-bool isCutFrom(const std::string& text, const std::string& whole)
+bool isTornCopyOf(const std::string& text, const std::string& whole)
 {
     return isPrefixOf(text, whole) || isNulFilledFrom(text, whole);
 }

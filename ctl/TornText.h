@@ -17,7 +17,7 @@ bool isPrefixOf(const std::string& text, const std::string& whole);
 bool isNulFilledFrom(const std::string& text, const std::string& whole);
 
 /// Either of them.
-bool isCutFrom(const std::string& text, const std::string& whole);
+bool isTornCopyOf(const std::string& text, const std::string& whole);
 
 /// Whether the last line of `text` has no line feed. An empty text has no line.
 bool endsInsideLine(const std::string& text);

@@ -154,7 +154,7 @@ private:
                 reached[at(diagonal)] = before;
                 if (diagonal == lengthBefore - lengthAfter && before >= lengthBefore)
                 {
-                    followBack(range, trace, changes);
+                    backtrack(range, trace, changes);
                     return true;
                 }
             }
@@ -165,7 +165,7 @@ private:
     }
 
     /// Walks back from the end. The trace of `n` changes holds the diagonals from -n to n.
-    void followBack(const Range& range, const std::vector<std::vector<int>>& trace, int changes)
+    void backtrack(const Range& range, const std::vector<std::vector<int>>& trace, int changes)
     {
         int before = range.endBefore - range.beginBefore;
         int after = range.endAfter - range.beginAfter;

@@ -29,7 +29,7 @@ using CommandQueueEntry = std::pair<CmdID, std::string>;
 /// The queued actions: pushed to the front as they come, taken from the back as they are applied.
 using CommandQueue = std::deque<CommandQueueEntry>;
 
-/// One queued action, split into its fields by CQorModelToolImpl::takeApart.
+/// One queued action, split into its fields by CQorModelToolImpl::splitEntry.
 struct Action
 {
     CmdID kind = CmdID::AddModelFile;

@@ -42,7 +42,7 @@ QueueResult CQorModelToolImpl::applyQueue(Document* document)
 ActionResult CQorModelToolImpl::apply(const CommandQueueEntry& entry, Document* document)
 {
     Action action;
-    if (!takeApart(entry, action))
+    if (!splitEntry(entry, action))
     {
         return ActionResult::FAILED;
     }

@@ -208,7 +208,7 @@ public:
 
     /// Splits a queue entry into its fields, by the operation for its kind. False, after messages, when the text has
     /// no separator where its kind needs one; the fields are empty then.
-    [[nodiscard]] bool takeApart(const CommandQueueEntry& entry, Action& action);
+    [[nodiscard]] bool splitEntry(const CommandQueueEntry& entry, Action& action);
 
     // ---- Session lock (SessionLock.cpp) ----
 
@@ -360,7 +360,7 @@ private:
     static ReadResult load(const std::string& path, std::string& content);
     static void refuseLinkOfAnother(const std::string& path);
     bool loadSession(std::string& content) const;
-    bool isSeen(const std::string& path);
+    bool checkExistence(const std::string& path);
     bool requireFields(const std::string& entry);
     std::string removeLines(const std::string& entry, const std::string& list);
     bool findInstalledDirectory(std::string& dir);
@@ -385,7 +385,7 @@ private:
     QorEa _agent;
     std::unique_ptr<CXMLParser> _parser;
     CommandQueue _queue;
-    bool _isSessionUnseen = false; ///< there may be one that could not be examined
+    bool _isSessionUnknown = false; ///< there may be one that could not be examined
     bool _isQueueLoaded = false;
 
     // Determined once, at the start of the run.

@@ -90,7 +90,7 @@ bool CQorModelToolImpl::useExistingDirectory(const std::string& found, std::stri
     if (!Poco::File(found).exists())
     {
         // Records whether it may exist all the same.
-        static_cast<void>(isSeen(found));
+        static_cast<void>(checkExistence(found));
         return false;
     }
     _logger->information("Using QOR path: " + found);

@@ -63,13 +63,13 @@ ReadResult CQorModelToolImpl::load(const std::string& path, std::string& content
 
 bool CQorModelToolImpl::isFIFOFile()
 {
-    return isSeen(paths().sessionFile());
+    return checkExistence(paths().sessionFile());
 }
 
-bool CQorModelToolImpl::isSeen(const std::string& path)
+bool CQorModelToolImpl::checkExistence(const std::string& path)
 {
     const Existence existence = existenceOf(path);
-    _isSessionUnseen = _isSessionUnseen || existence == Existence::UNKNOWN;
+    _isSessionUnknown = _isSessionUnknown || existence == Existence::UNKNOWN;
     return existence == Existence::PRESENT;
 }
 
@@ -129,7 +129,7 @@ bool CQorModelToolImpl::saveFIFO()
     const std::string path = paths().sessionFile();
     const CSignalBlock block;
     // Our queue lacks the actions of a session that could not be examined.
-    if ((_isSessionUnseen && !_isQueueLoaded) || !writeDurably(path, lines))
+    if ((_isSessionUnknown && !_isQueueLoaded) || !writeDurably(path, lines))
     {
         _logger->critical("Unable to write to FIFO file!");
         ::syslog(LOG_WARNING, "Unable to write to FIFO file");
@@ -138,7 +138,7 @@ bool CQorModelToolImpl::saveFIFO()
     return true;
 }
 
-bool CQorModelToolImpl::takeApart(const CommandQueueEntry& entry, Action& action)
+bool CQorModelToolImpl::splitEntry(const CommandQueueEntry& entry, Action& action)
 {
     action = Action();
     action.kind = entry.first;

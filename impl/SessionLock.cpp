@@ -35,7 +35,7 @@ std::string CQorModelToolImpl::getHostName()
 
 bool CQorModelToolImpl::isLockFile()
 {
-    return isSeen(paths().lockFile());
+    return checkExistence(paths().lockFile());
 }
 
 int CQorModelToolImpl::createLockFile()
@@ -51,7 +51,7 @@ int CQorModelToolImpl::createLockFile()
         {
             // The name is synced together with that of the session file.
             syncFile(path);
-            _isSessionUnseen = false;
+            _isSessionUnknown = false;
             return LOCK_CREATED;
         }
     }
@@ -79,7 +79,7 @@ bool CQorModelToolImpl::getSessionHost(std::string& host)
             return true;
         }
     }
-    _isSessionUnseen = _isSessionUnseen || existenceOf(path) != Existence::ABSENT;
+    _isSessionUnknown = _isSessionUnknown || existenceOf(path) != Existence::ABSENT;
     const std::string text = "Unable to find hostname";
     _logger->warning(text);
     ::syslog(LOG_WARNING, "%s", text.c_str());

@@ -7,14 +7,14 @@ namespace QMT
 
 CTextBuffer::CTextBuffer(std::string::size_type expectedSize) : _text(expectedSize, '\0')
 {
-    offerRoomBehind(0);
+    setPutArea(0);
 }
 
 const std::string& CTextBuffer::text()
 {
     const std::string::size_type written = size();
     _text.resize(written);
-    offerRoomBehind(written);
+    setPutArea(written);
     return _text;
 }
 
@@ -43,11 +43,11 @@ std::streamsize CTextBuffer::xsputn(const char* characters, std::streamsize coun
         _text.resize(std::max(needed, 2 * written));
     }
     std::copy_n(characters, count, &_text[written]);
-    offerRoomBehind(needed);
+    setPutArea(needed);
     return count;
 }
 
-void CTextBuffer::offerRoomBehind(std::string::size_type written)
+void CTextBuffer::setPutArea(std::string::size_type written)
 {
     setp(&_text[written], _text.data() + _text.size());
 }

@@ -27,7 +27,7 @@ protected:
 
 private:
     // Makes the space after the first `written` bytes the put area.
-    void offerRoomBehind(std::string::size_type written);
+    void setPutArea(std::string::size_type written);
     std::string::size_type size() const;
 
     // The text, and room for more of it, which is the put area of the stream buffer.

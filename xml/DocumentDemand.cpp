@@ -23,7 +23,7 @@ using Poco::XML::XMLString;
 class Meter : public Poco::XML::DefaultHandler
 {
 public:
-    unsigned int deepest() const
+    unsigned int maximumDepth() const
     {
         return _deepest;
     }
@@ -69,7 +69,7 @@ std::optional<std::size_t> measureByParsing(const std::string& xml)
     catch (const Poco::Exception&) // NOLINT(bugprone-empty-catch): loading the text will report the error
     {
     }
-    if (meter.deepest() > MAX_NESTING_DEPTH)
+    if (meter.maximumDepth() > MAX_NESTING_DEPTH)
     {
         return std::nullopt;
     }

@@ -52,9 +52,9 @@ TEST(IsNulFilledFrom, IsFalseForAnOriginalWithNul)
 
 TEST(IsCutFrom, IsTrueForAPrefixOrPadding)
 {
-    EXPECT_TRUE(isCutFrom("a", "abc"));
-    EXPECT_TRUE(isCutFrom("a" + nul(1), "abc"));
-    EXPECT_FALSE(isCutFrom("abc", "abc"));
+    EXPECT_TRUE(isTornCopyOf("a", "abc"));
+    EXPECT_TRUE(isTornCopyOf("a" + nul(1), "abc"));
+    EXPECT_FALSE(isTornCopyOf("abc", "abc"));
 }
 
 TEST(EndsInsideLine, IsTrueWithoutALastLineFeed)

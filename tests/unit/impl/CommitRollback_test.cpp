@@ -77,9 +77,9 @@ TEST_F(CommitRollback, CommitCompletedBlocksSignals)
 
     EXPECT_TRUE(impl.commitCompleted());
 
-    EXPECT_TRUE(files.wereSignalsHeldFor(framework.list(".tmp")));
-    EXPECT_TRUE(files.wereSignalsHeldFor(framework.configuration(".tmp")));
-    EXPECT_FALSE(OpenedFiles::areSignalsHeld());
+    EXPECT_TRUE(files.wereSignalsBlockedFor(framework.list(".tmp")));
+    EXPECT_TRUE(files.wereSignalsBlockedFor(framework.configuration(".tmp")));
+    EXPECT_FALSE(OpenedFiles::areSignalsBlocked());
 }
 
 TEST_F(CommitRollback, CommitCompletedSetsNoOwnersOrModes)
@@ -269,9 +269,9 @@ TEST_F(CommitRollback, RollBackBlocksSignals)
 
     EXPECT_TRUE(impl.rollBack());
 
-    EXPECT_TRUE(files.wereSignalsHeldFor(framework.list(".bak")));
-    EXPECT_TRUE(files.wereSignalsHeldFor(framework.configuration(".bak")));
-    EXPECT_FALSE(OpenedFiles::areSignalsHeld());
+    EXPECT_TRUE(files.wereSignalsBlockedFor(framework.list(".bak")));
+    EXPECT_TRUE(files.wereSignalsBlockedFor(framework.configuration(".bak")));
+    EXPECT_FALSE(OpenedFiles::areSignalsBlocked());
 }
 
 TEST_F(CommitRollback, RollBackChangesNothingInAnOpenSession)

@@ -350,8 +350,8 @@ TEST_F(SessionFile, SaveFIFOBlocksSignals)
 
     EXPECT_TRUE(impl.saveFIFO());
 
-    EXPECT_TRUE(files.wereSignalsHeldFor(framework.session()));
-    EXPECT_FALSE(OpenedFiles::areSignalsHeld());
+    EXPECT_TRUE(files.wereSignalsBlockedFor(framework.session()));
+    EXPECT_FALSE(OpenedFiles::areSignalsBlocked());
 }
 
 TEST_F(SessionFile, SaveFIFOReportsAFullDisk)

@@ -22,24 +22,24 @@ OpenedFiles::~OpenedFiles()
     current = nullptr;
 }
 
-bool OpenedFiles::wereSignalsHeldFor(const std::string& path) const
+bool OpenedFiles::wereSignalsBlockedFor(const std::string& path) const
 {
-    const auto found = _held.find(path);
-    return found != _held.end() && found->second;
+    const auto found = _blocked.find(path);
+    return found != _blocked.end() && found->second;
 }
 
-bool OpenedFiles::areSignalsHeld()
+bool OpenedFiles::areSignalsBlocked()
 {
-    sigset_t held;
-    ::sigprocmask(SIG_BLOCK, nullptr, &held);
-    return ::sigismember(&held, SIGTERM) == 1;
+    sigset_t blocked;
+    ::sigprocmask(SIG_BLOCK, nullptr, &blocked);
+    return ::sigismember(&blocked, SIGTERM) == 1;
 }
 
 void OpenedFiles::note(const std::string& path)
 {
     if (current != nullptr)
     {
-        current->_held.emplace(path, true).first->second &= areSignalsHeld();
+        current->_blocked.emplace(path, true).first->second &= areSignalsBlocked();
     }
 }
 

@@ -20,16 +20,16 @@ public:
     OpenedFiles& operator=(OpenedFiles&&) = delete;
 
     /// Whether the file at `path` was opened, every time with the signals blocked.
-    bool wereSignalsHeldFor(const std::string& path) const;
+    bool wereSignalsBlockedFor(const std::string& path) const;
 
     /// Whether the signals are blocked now.
-    static bool areSignalsHeld();
+    static bool areSignalsBlocked();
 
     /// For the stand-in that opens files.
     static void note(const std::string& path);
 
 private:
-    std::map<std::string, bool> _held;
+    std::map<std::string, bool> _blocked;
 };
 
 } // namespace QMT::Test
