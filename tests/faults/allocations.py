@@ -1,4 +1,4 @@
-"""Make every allocation of the tool fail once, and judge what is left."""
+"""Make every allocation of the tool fail once, and judge the files afterwards."""
 from __future__ import annotations
 
 import shutil
@@ -21,7 +21,7 @@ def _sandbox(framework: Path, work: Path, **variables: str) -> sandbox.Sandbox:
 
 
 def count(prepared: frameworks.Prepared) -> int:
-    """How many allocations the undisturbed run makes."""
+    """The number of allocations in a run without faults."""
     with frameworks.scratch() as scratch:
         framework = scratch / "framework"
         work = scratch / "work"
@@ -31,13 +31,13 @@ def count(prepared: frameworks.Prepared) -> int:
 
 
 def keys(prepared: frameworks.Prepared) -> Iterator[tuple[str, int]]:
-    """Every allocation, with a name for the journal."""
+    """Every allocation, by its key in the journal."""
     for number in range(1, count(prepared) + 1):
         yield f"{prepared.name}/allocation {number}", number
 
 
 def run(prepared: frameworks.Prepared, key: str, number: int) -> dict[str, Any]:
-    """Run the scenario with one allocation failing; the record of it for the journal."""
+    """Run the scenario with one failing allocation; return the record for the journal."""
     with frameworks.scratch() as scratch:
         framework = scratch / "framework"
         shutil.copytree(prepared.framework, framework)
@@ -51,7 +51,7 @@ def run(prepared: frameworks.Prepared, key: str, number: int) -> dict[str, Any]:
                 raise
             return {"key": key, "fault": "allocation fails", "outcome": "hang", "violations": [str(error)], "said": []}
         verdict = judge.judge(prepared, result, frameworks.state(framework))
-        if not judge.ended_in_order(result) and (work / LOOKUP).exists():
+        if not judge.ended_cleanly(result) and (work / LOOKUP).exists():
             violations = [text for text in verdict.violations if not text.startswith("crashed")]
             verdict = judge.Verdict(IN_LIBRARY, tuple(violations), verdict.said)
         violations = list(verdict.violations) + sweep.recovered_after(prepared, result, framework)

@@ -1,4 +1,4 @@
-"""The companion's transaction, killed at or failed by one of its system calls, and then recovered."""
+"""The companion's transaction with a fault in one of its system calls, and its recovery."""
 from __future__ import annotations
 
 import dataclasses
@@ -20,7 +20,7 @@ Pair = tuple[bytes | None, bytes | None]
 
 @dataclasses.dataclass(frozen=True)
 class Scenario:
-    """One transaction: its options, and what there is before."""
+    """One transaction: its options, and the state before it."""
 
     name: str
     options: tuple[str, ...]
@@ -43,7 +43,7 @@ SCENARIOS = (
 
 
 def prepare(scenario: Scenario, root: Path) -> Framework:
-    """A framework as it is before the transaction."""
+    """Create the framework before the transaction."""
     framework = Framework.create(root)
     if scenario.name.startswith("document-alone"):
         framework.write(CONFIG, config(participant("auxHandler", "Aux")))
@@ -71,12 +71,12 @@ def backups(framework: Framework) -> Pair:
 
 
 def traced(framework: Framework, work: Path, options: Sequence[str]) -> sandbox.Sandbox:
-    """The sandbox with strace before the program."""
+    """A sandbox that runs the program under strace."""
     return sandbox.Sandbox(framework.root, work=work, wrapper=("strace", "-o", f"{sandbox.WORK}/trace", *options))
 
 
 def reference(scenario: Scenario, root: Path) -> tuple[list[calls.Call], Pair]:
-    """The calls of the undisturbed transaction, and what it makes of the live files."""
+    """The calls of the transaction without faults, and the live files after it."""
     root.mkdir()
     framework = prepare(scenario, root / "qor")
     (root / "work").mkdir()
@@ -87,7 +87,7 @@ def reference(scenario: Scenario, root: Path) -> tuple[list[calls.Call], Pair]:
 
 
 def disturbed(scenario: Scenario, root: Path, call: calls.Call, fault: str) -> tuple[Framework, sandbox.Result]:
-    """One run whose call `call` meets `fault`."""
+    """Run the transaction with ``fault`` injected into ``call``."""
     root.mkdir()
     framework = prepare(scenario, root / "qor")
     (root / "work").mkdir()
@@ -99,12 +99,12 @@ def disturbed(scenario: Scenario, root: Path, call: calls.Call, fault: str) -> t
     return framework, result
 
 
-def complaints_after_kill(scenario: Scenario, framework: Framework, before: Pair, after: Pair) -> Iterator[str]:
-    """What is wrong after the recovery of a killed transaction."""
+def violations_after_kill(scenario: Scenario, framework: Framework, before: Pair, after: Pair) -> Iterator[str]:
+    """Violations after the recovery of a killed transaction."""
     box = sandbox.Sandbox(framework.root)
     was = backups(framework)
     if not framework.path(LOCK).exists() and live(framework) == after and after[1] == before[1]:
-        # By its files, a finished transaction that left the list alone may as well be a rollback cut short.
+        # The files of a finished transaction that kept the list also look like an interrupted rollback.
         return
     recovered = companion.run(box, "recover")
     if recovered.status != 0:
@@ -125,12 +125,12 @@ def complaints_after_kill(scenario: Scenario, framework: Framework, before: Pair
         yield f"a second recovery finds something: {again.stdout}"
 
 
-def complaints_after_error(scenario: Scenario, framework: Framework, call: calls.Call, result: sandbox.Result,
+def violations_after_error(scenario: Scenario, framework: Framework, call: calls.Call, result: sandbox.Result,
                            before: Pair, after: Pair) -> Iterator[str]:
-    """What is wrong after a transaction that met an error, by what it says of itself."""
+    """Violations after a transaction that met an error, compared with its answer."""
     wanted = OLDER if scenario.has_backups else (None, None)
     if result.status == 0:
-        # An existence test that fails answers no, here as in the tool: then nobody has judged, and the answer says so.
+        # A failed existence test counts as "absent", as in the tool: the validator is skipped, and the answer says so.
         if live(framework) != after and "validator: absent" not in result.stdout:
             yield "status 0, and the files are not those after"
         return

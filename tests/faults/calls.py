@@ -1,7 +1,7 @@
-"""The system calls of a run, and the faults that each of them can meet.
+"""The system calls of a run, and the faults that can be injected into each.
 
-The run counts from the first call that the program itself makes: setting its handler for SIGPIPE.  Everything before
-that is the dynamic loader's and the libraries' start-up.
+The program's first own call sets its SIGPIPE handler; counting starts there.  Earlier calls belong to the start-up of
+the dynamic loader and the libraries.
 """
 from __future__ import annotations
 
@@ -17,8 +17,8 @@ END = "exit_group"
 KILL = "KILL"
 SHORT = "short"
 
-# What the manual pages of the calls allow, from the list that is swept: ENOSPC, EIO, EACCES, EMFILE, EINTR, EAGAIN;
-# and ENOMEM, EPIPE or EBUSY where a call knows none of these or that one is its likely failure.
+# Errors documented in the manual pages, out of those swept: ENOSPC, EIO, EACCES, EMFILE, EINTR, EAGAIN; and ENOMEM,
+# EPIPE or EBUSY where a call has none of these or that error is more likely.
 ERRORS = {
     "openat": ("EIO", "EACCES", "EMFILE", "EINTR"),
     "newfstatat": ("EIO", "EACCES"),
@@ -43,18 +43,18 @@ STREAM_WRITE = ("EIO", "EPIPE", "EINTR", "EAGAIN", SHORT)
 
 @dataclasses.dataclass(frozen=True)
 class Call:
-    """One system call of the undisturbed run."""
+    """One system call of the run without faults."""
 
     index: int
     """Its place in the run, from 0."""
     name: str
     nth: int
-    """Which call of this name it is, counted from the execution of the program."""
+    """Its number among the calls of this name since the program's execve."""
     text: str
 
     @property
     def faults(self) -> tuple[str, ...]:
-        """Every fault that this call can meet; each can be the last thing that the program does."""
+        """Every fault that can be injected into this call; the program can be killed at any call."""
         if self.name == "write":
             errors: tuple[str, ...] = STREAM_WRITE if self.to_stream else FILE_WRITE
             # A write of one byte cannot be cut short.
@@ -68,29 +68,29 @@ class Call:
 
     @property
     def size(self) -> int:
-        """How much a write wants to write."""
+        """The size of a write."""
         match = re.search(r", (\d+)\) += ", self.text)
         return int(match[1]) if match else 0
 
     @property
     def to_stream(self) -> bool:
-        """Whether a write goes to the console and not to a file."""
+        """Whether a write goes to standard output or standard error."""
         return re.match(r"[12]<", self.text) is not None
 
     @property
     def on_pipe(self) -> bool:
-        """Whether the call works on a pipe or a socket, which no file system can spoil."""
+        """Whether the call works on a pipe or a socket, where no file system error can occur."""
         return re.match(r"\d+<(pipe|socket):", self.text) is not None
 
     @property
     def where(self) -> str:
-        """The file that the call works on, as far as it belongs to the framework."""
+        """The framework's file that the call works on; empty for any other file."""
         match = re.match(r'\d+<([^>]*)>', self.text) or re.match(r'(?:AT_FDCWD<[^>]*>, )?"([^"]*)"', self.text)
         return match[1].removeprefix("/opt/qor/") if match and match[1].startswith("/opt/qor/") else ""
 
 
 def parse(trace: str) -> list[Call]:
-    """The calls of a run from what strace wrote, without those before the program's own first one."""
+    """The calls of a run from strace's output, starting with the program's first own one."""
     counts: Counter[str] = Counter()
     calls: list[Call] = []
     for name, text in lines(trace):
@@ -110,13 +110,13 @@ def lines(trace: str) -> Iterator[tuple[str, str]]:
 
 
 def injection(call: Call, fault: str) -> list[str]:
-    """strace's options for one fault."""
+    """The strace options that inject one fault."""
     what = f"signal={fault}" if fault == KILL else f"error={fault}"
     return ["-e", f"trace={call.name}", "-e", f"inject={call.name}:{what}:when={call.nth}"]
 
 
 def was_injected(call: Call, fault: str, trace: str) -> bool:
-    """Whether strace reports that the fault met the very call that it was meant for."""
+    """Whether strace reports the fault at the intended call."""
     if fault == KILL:
         return "+++ killed by SIGKILL +++" in trace
     hit = [text for name, text in lines(trace) if name == call.name and text.endswith("(INJECTED)")]

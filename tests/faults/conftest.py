@@ -1,4 +1,4 @@
-"""Let the tests find the modules beside them."""
+"""Import path and fixtures of the fault tests."""
 from __future__ import annotations
 
 import sys
@@ -15,7 +15,7 @@ import sandbox  # noqa: E402
 
 @pytest.fixture(autouse=True)
 def tracing() -> None:
-    """Where proot stands in for bubblewrap, nothing else can trace the program."""
+    """Skip under proot: it traces the program itself, so that strace cannot."""
     if sandbox.find_launcher() != "bwrap":
         pytest.skip("proot is the tracer here")
 

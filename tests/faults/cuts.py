@@ -1,4 +1,4 @@
-"""Power cuts: runs and chains of two runs, every state that a cut may leave of them, and what is wrong with it."""
+"""Power cuts: runs and chains of two runs, every possible state after a cut, and the violations in it."""
 from __future__ import annotations
 
 import dataclasses
@@ -20,10 +20,11 @@ ROLLBACK = ("--rollback",)
 
 LOST = (
     Scenario("commit-lost", frameworks.FIRST_COMMIT + frameworks.ONE_KIND, COMMIT, lost=frameworks.CONFIGURATION),
-    Scenario("rollback-session-lost", frameworks.FIRST_COMMIT + frameworks.ONE_KIND, ROLLBACK, lost=frameworks.CONFIGURATION),
+    Scenario("rollback-session-lost", frameworks.FIRST_COMMIT + frameworks.ONE_KIND, ROLLBACK,
+             lost=frameworks.CONFIGURATION),
     Scenario("rollback-commit-lost", frameworks.FIRST_COMMIT, ROLLBACK, lost=frameworks.CONFIGURATION),
 )
-"""Runs that find no configuration."""
+"""Runs without a configuration."""
 SINGLE = (*frameworks.SCENARIOS, *LOST, *(
     Scenario(f"commit-kind-{kind}", frameworks.FIRST_COMMIT + (action,), COMMIT) for kind, action in (
         ("add", ("-a", f"{MODELS}/bare.xml")),
@@ -35,12 +36,12 @@ FOLLOWING = {"stage": STAGE, "commit": COMMIT, "rollback": ROLLBACK}
 FAULT = "power cut"
 EVERY = 1 << 30
 SAMPLE = 8
-"""How many states of each moment are looked at with the large documents."""
+"""The number of states judged at each moment with the large documents."""
 
 
 @dataclasses.dataclass(frozen=True)
 class Step:
-    """One run of a chain: the files before and after it, and the pairs that are whole while it works."""
+    """One run of a chain: the files before and after it, and the pairs of which one must be complete during the run."""
 
     args: tuple[str, ...]
     before: disk.Files
@@ -48,7 +49,7 @@ class Step:
     pairs: frozenset[frameworks.Pair]
     rejected: bool
     whole: frozenset[frameworks.Pair] = frozenset()
-    """Further pairs to which a recovery may lead."""
+    """Further pairs allowed after a recovery."""
 
     @property
     def commits(self) -> bool:
@@ -56,24 +57,24 @@ class Step:
 
     @property
     def keeps_live_files(self) -> bool:
-        """Whether the run has nothing to do with the live files."""
+        """Whether the run does not change the live files."""
         return self.pairs == {frameworks.live(self.before)}
 
 
 @dataclasses.dataclass(frozen=True)
 class Chain:
-    """One run or two, one after the other, and all that they did to the disk."""
+    """One run or two consecutive ones, and the trace of both."""
 
     name: str
     steps: tuple[Step, ...]
     trace: disk.Trace
     framework: Path
-    """The directory in which it was run."""
+    """The framework directory of the runs."""
 
 
 @dataclasses.dataclass(frozen=True)
 class Plan:
-    """A chain that is to be run: its first run, and the arguments of those that follow."""
+    """A chain to be recorded: its first run, and the arguments of the following ones."""
 
     name: str
     scenario: Scenario
@@ -81,7 +82,7 @@ class Plan:
 
 
 def plans(size: str = "small") -> Iterator[Plan]:
-    """Each single run, and each followed by another one."""
+    """Each single run, and each run followed by another one."""
     for scenario in SINGLE if size == "small" else frameworks.SCENARIOS:
         yield Plan(scenario.name, scenario)
     for scenario in frameworks.SCENARIOS if size == "small" else ():
@@ -90,7 +91,7 @@ def plans(size: str = "small") -> Iterator[Plan]:
 
 
 def record(plan: Plan, size: str, directory: Path) -> Chain:
-    """Run a chain under the tracer, in a framework built below ``directory``."""
+    """Run a chain under strace, in a framework built below ``directory``."""
     scenario = plan.scenario
     prepared = frameworks.prepare(scenario, size, directory)
     framework = prepared.framework
@@ -107,8 +108,8 @@ def _step(framework: Path, directory: Path, args: tuple[str, ...], rejected: boo
     return Step(args, before, frameworks.state(framework), pairs, rejected)
 
 
-def complaint(chain: Chain, left: disk.Left) -> str:
-    """What is wrong with a state; the empty text if nothing is."""
+def violation(chain: Chain, left: disk.Left) -> str:
+    """The violation in a state, or the empty string."""
     if not left.running:
         done = chain.steps[left.answers - 1].after if left.answers else chain.steps[0].before
         return "" if left.files == done else "the run had answered, and the disk has something else"
@@ -118,15 +119,15 @@ def complaint(chain: Chain, left: disk.Left) -> str:
         return "live files have changed that nobody touched"
     if not judge.is_whole(step.pairs, left.files):
         return "no matching pair"
-    if _hides_a_cut(step, left.files):
+    if _hides_torn_file(step, left.files):
         return "a live file is cut, and its working copy is cut alike"
     if step.commits and not step.keeps_live_files:
         return _lost_session(step, left.files, live)
     return ""
 
 
-def _hides_a_cut(step: Step, files: disk.Files) -> bool:
-    """Whether a live file that is not whole cannot be told from one that the session has found so."""
+def _hides_torn_file(step: Step, files: disk.Files) -> bool:
+    """Whether a torn live file equals its working copy, as if the session had found it in that state."""
     whole = step.pairs | step.whole
     return any(files.get(name) is not None and files.get(name) == files.get(f"{name}.tmp")
                and files.get(name) not in {pair[index] for pair in whole}
@@ -137,14 +138,14 @@ def _lost_session(step: Step, files: disk.Files, live: frameworks.Pair) -> str:
     if files.get(SESSION) not in (step.before[SESSION], None):
         return "the queue is damaged"
     over = SESSION not in files or LOCK not in files
-    # A rejected commit has ended its session before it puts the previous files back.
+    # A rejected commit ends its session before it restores the previous files.
     if over and not step.rejected and live == frameworks.live(step.before):
         return "the session is over, but its commit is not done"
     return "" if not over or step.rejected or live in step.pairs else "the session is over in the middle of its commit"
 
 
 def case(chain: Chain, left: disk.Left) -> recovery.Case:
-    """The recovery of a state: which pairs may be live once the framework has been brought back, and which backups."""
+    """The recovery case of a state: the live files and the backups that are allowed after it."""
     step = chain.steps[min(left.answers, len(chain.steps) - 1)]
     live = frameworks.live(left.files)
     pairs = step.pairs | step.whole if left.running else frozenset({live})
@@ -157,15 +158,15 @@ def case(chain: Chain, left: disk.Left) -> recovery.Case:
 
 
 def bad_states(chain: Chain, trace: disk.Trace) -> Iterator[str]:
-    """The complaints about the states of a trace that was changed, as they are found."""
+    """The violations in the states of a modified trace."""
     for model in disk.MODELS:
         for left in disk.states(trace, model, EVERY):
-            if found := complaint(chain, left):
+            if found := violation(chain, left):
                 yield f"{model}: {found}"
 
 
 def run(key: str, scenario: Scenario, size: str, limit: int) -> dict[str, Any]:
-    """Judge all states of a run, and of the chains that it begins, and bring each back; the record for the journal."""
+    """Judge and recover all states of a run and of the chains that begin with it; return the record for the journal."""
     outcomes: Counter[str] = Counter()
     violations = []
     tried: set[bytes] = set()
@@ -175,7 +176,7 @@ def run(key: str, scenario: Scenario, size: str, limit: int) -> dict[str, Any]:
         with frameworks.scratch() as directory:
             chain = record(plan, size, directory)
             bad: list[str] = []
-            for outcome, wrong in recovery.bring_back(chain.framework, _cases(chain, limit, tried, bad)):
+            for outcome, wrong in recovery.recover_all(chain.framework, _cases(chain, limit, tried, bad)):
                 if wrong:
                     bad.append(wrong)
                 else:
@@ -186,10 +187,10 @@ def run(key: str, scenario: Scenario, size: str, limit: int) -> dict[str, Any]:
 
 
 def _cases(chain: Chain, limit: int, tried: set[bytes], bad: list[str]) -> Iterator[recovery.Case]:
-    """The states of a chain without a complaint that were not tried; adds them to those, and the complaints to ``bad``."""
+    """The recovery cases of a chain that are not in ``tried`` yet; adds them there, and violations to ``bad``."""
     for model in disk.MODELS:
         for left in disk.states(chain.trace, model, limit):
-            if wrong := complaint(chain, left):
+            if wrong := violation(chain, left):
                 bad.append(wrong)
                 continue
             found = case(chain, left)

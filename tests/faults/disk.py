@@ -1,13 +1,13 @@
-"""What may be on the disk after a power cut: every legal state, from the trace of a run.
+"""Every possible state of the disk after a power cut, from the trace of a run.
 
-A ``Disk`` replays the traced calls and keeps apart what the program sees and what is durable.  ``states()`` yields each
-state of the directory that a cut may leave, under one of three models:
+A disk replays the traced calls and distinguishes what the program sees from what is durable.  ``states()`` yields each
+possible state of the directory after a cut, under one of three models:
 
-    ordered    one journal: changes of names and sizes reach the disk in their order, any sync commits all earlier ones;
-               data that were not synced may be missing or zero
+    ordered    one journal: changes of names and sizes reach the disk in order, any sync commits all earlier ones;
+               unsynced data may be missing or zero
     two        the same, where etc and etc/model are two file systems with a journal each
-    posix      only what the standard promises: the sync of a file covers its content alone, the sync of a directory its
-               names; everything else may be there or not, each thing for itself
+    posix      only what POSIX promises: the sync of a file covers its content alone, the sync of a directory its names;
+               every other change may independently be missing
 """
 from __future__ import annotations
 
@@ -26,9 +26,10 @@ import calls
 ROOT = "/opt/qor/etc"
 ORDERED, TWO, POSIX = MODELS = ("ordered", "two", "posix")
 
-# Calls that change files or make the changes durable; the trace must have them all, with whole strings.
-TRACED = ("open,openat,creat,close,write,pwrite64,writev,pwritev,lseek,truncate,ftruncate,fallocate,unlink,unlinkat,rename,"
-          "renameat,renameat2,mkdir,mkdirat,rmdir,link,linkat,symlink,symlinkat,dup,dup2,dup3,fsync,fdatasync,sync,syncfs,"
+# Calls that change files or make the changes durable; the trace must have all of them, with untruncated strings.
+TRACED = ("open,openat,creat,close,write,pwrite64,writev,pwritev,lseek,truncate,ftruncate,fallocate,unlink,unlinkat,"
+          "rename,renameat,renameat2,mkdir,mkdirat,rmdir,link,linkat,symlink,symlinkat,dup,dup2,dup3,"
+          "fsync,fdatasync,sync,syncfs,"
           "sync_file_range,copy_file_range,sendfile,splice,exit_group")
 UNKNOWN = {"creat", "fallocate", "truncate", "pwritev", "link", "linkat", "symlink", "symlinkat", "dup", "dup2", "dup3",
            "copy_file_range", "sendfile", "splice", "open"}
@@ -40,22 +41,22 @@ RESULT = re.compile(r"\) += (-?\d+)")
 Files = Mapping[str, bytes]
 """Contents by path below etc/."""
 DIRECTORY = -1
-"""Stands where a file has the number of its content."""
+"""The value of a name that is a directory; the value of a file is the number of its content."""
 
 
 @dataclasses.dataclass(frozen=True)
 class Name:
-    """A name got another meaning: a file's number, DIRECTORY, or None."""
+    """A name was changed: to a file's number, to DIRECTORY, or to None when it was removed."""
 
     path: str
     value: int | None
     source: str | None = None
-    """The name that it had, when it was renamed."""
+    """The old name, for a rename."""
 
 
 @dataclasses.dataclass(frozen=True)
 class Size:
-    """A file was cut or extended."""
+    """A file was truncated or extended."""
 
     file: int
     size: int
@@ -80,15 +81,15 @@ class Sync:
     target: int | str | None
     path: str
     site: str
-    """Which one it is among all that a run makes.
+    """The name of this sync among those of a run.
 
-    Empty for one inside the library's copying, which always syncs; ``IDLE`` for one that finds nothing to do.
+    Empty for a sync by the library's copy; ``IDLE`` for a sync without unsynced changes.
     """
 
 
 @dataclasses.dataclass(frozen=True)
 class Answer:
-    """The run has told its caller that it is done."""
+    """The run reported its end to the caller."""
 
 
 Operation = Union[Name, Size, Data, Sync, Answer]
@@ -96,7 +97,7 @@ Event = Union[Size, Data]
 
 
 class Trace:
-    """The operations of one run or of several, one after the other, on a directory that was wholly on the disk."""
+    """The operations of one or several consecutive runs on a directory that was completely synced before."""
 
     def __init__(self, files: Files, directories: Iterable[str] = ("model",)):
         self.contents = dict(enumerate(files.values()))
@@ -109,13 +110,13 @@ class Trace:
         self._sizes = {number: len(content) for number, content in self.contents.items()}
 
     def add(self, text: str) -> None:
-        """Append a run, from what strace wrote with ``OPTIONS``."""
+        """Append a run from the output of strace with ``OPTIONS``."""
         run = _Run(self)
         for name, rest in calls.lines(text):
             run.take(name, rest)
 
     def without(self, sites: Container[str]) -> Trace:
-        """The same, but for some of its syncs."""
+        """A copy without some of the syncs."""
         other = Trace({})
         other.__dict__.update(self.__dict__)
         other.operations = [operation for operation in self.operations
@@ -124,11 +125,11 @@ class Trace:
 
     @property
     def sites(self) -> list[str]:
-        """The syncs that the program makes by itself."""
+        """The program's own syncs."""
         return [operation.site for operation in self.operations
                 if isinstance(operation, Sync) and operation.site not in ("", IDLE)]
 
-    # What a run does to it.
+    # The operations of a run.
 
     def name(self, path: str, value: int | None, source: str | None = None) -> None:
         self._now[path] = value
@@ -210,7 +211,7 @@ class _Run:
             file = self._trace.new_file(path)
         elif "O_TRUNC" in flags:
             self._trace.resize(file, 0)
-        # The library asks for a mode that has the type of the file in it, which the kernel ignores.
+        # The library's copy passes the file type in the mode, which the kernel ignores.
         self._open[code] = _Open(path, file, 0, "O_APPEND" in flags, ", 0100" in rest)
 
     def _close(self, rest: str, _: int) -> None:
@@ -295,10 +296,11 @@ def _strings(rest: str) -> Iterator[bytes]:
 
 
 def _paths(rest: str) -> list[str | None]:
-    """The paths of a call, relative to etc/; None for one that lies elsewhere, the empty text for etc/ itself."""
+    """The paths of a call, relative to etc/; None for a path outside, the empty string for etc/ itself."""
     found = []
     for match in re.finditer(r'(?:(?:AT_FDCWD|\d+)<([^>]*)>, )?' + STRING.pattern, rest):
-        path = os.path.normpath(os.path.join(match[1] or "", codecs.escape_decode(match[2].encode("latin-1"))[0].decode()))
+        name = codecs.escape_decode(match[2].encode("latin-1"))[0].decode()
+        path = os.path.normpath(os.path.join(match[1] or "", name))
         inside = path == ROOT or path.startswith(ROOT + "/")
         found.append(path[len(ROOT) + 1:] if inside else None)
     return found
@@ -312,18 +314,20 @@ def _directory(path: str) -> str:
     return path.rpartition("/")[0]
 
 
-def _changed(content: bytes, event: Event) -> bytes:
+def _applied(content: bytes, event: Event) -> bytes:
     if isinstance(event, Size):
         return content[:event.size].ljust(event.size, b"\0")
     return content[:event.offset].ljust(event.offset, b"\0") + event.data + content[event.offset + len(event.data):]
 
 
 def contents(durable: bytes, events: Sequence[Event], journal: bool) -> list[bytes]:
-    """What a file may hold of which ``durable`` is on the disk and ``events`` came after that.
+    """The possible contents of a file after a cut, with the synced content ``durable`` and the later ``events``.
 
-    Where a journal keeps the sizes, they are as they were last; otherwise the file may also hold what it held before.
+    With a journal, the last change of the size is durable; without one, every earlier content is possible too.
     """
-    certain = max((place for place, event in enumerate(events) if isinstance(event, Size)), default=-1) if journal else -1
+    certain = -1
+    if journal:
+        certain = max((place for place, event in enumerate(events) if isinstance(event, Size)), default=-1)
     forms = [(-1, durable)]
     now = durable
     for place, event in enumerate(events):
@@ -332,36 +336,36 @@ def contents(durable: bytes, events: Sequence[Event], journal: bool) -> list[byt
             line = event.data.rfind(b"\n", 0, half + 1) + 1
             for kept in {0, line, half}:
                 part = event.data[:kept]
-                forms.append((place, _changed(now, Data(event.file, event.offset, part))))
+                forms.append((place, _applied(now, Data(event.file, event.offset, part))))
                 zeros = Data(event.file, event.offset, part.ljust(len(event.data), b"\0"))
-                forms.append((place, _changed(now, zeros)))
-        now = _changed(now, event)
+                forms.append((place, _applied(now, zeros)))
+        now = _applied(now, event)
         forms.append((place, now))
-    # Written, but never arrived, though a later one did.
+    # A lost write before one that reached the disk.
     for event in events:
         if isinstance(event, Data) and len(events) > 1:
-            lost = _changed(now, Data(event.file, event.offset, bytes(len(event.data))))
+            lost = _applied(now, Data(event.file, event.offset, bytes(len(event.data))))
             forms.append((len(events), lost[:len(now)]))
     return list(dict.fromkeys(content for place, content in forms if place >= certain))
 
 
 @dataclasses.dataclass(frozen=True)
 class Left:
-    """One state after a cut."""
+    """One possible state after a cut."""
 
     answers: int
-    """How many runs had given their answer."""
+    """The number of runs that had reported their end."""
     running: bool
-    """Whether the next one had begun to change something."""
+    """Whether the next run had begun to change files."""
     files: Files
     directories: frozenset[str] = frozenset()
 
 
 def states(trace: Trace, model: str, limit: int = 1 << 30, seed: int = 1) -> Iterator[Left]:
-    """Every state that a cut may leave, each once; a choice of ``limit`` for each moment where there are more."""
+    """Every possible state after a cut, each once; a sample of about ``limit`` for each moment with more states."""
     seen: set[tuple[int, bool, frozenset[tuple[str, bytes]], frozenset[str]]] = set()
     disk = _Posix(trace) if model == POSIX else _Journals(trace, _directory if model == TWO else lambda _: "")
-    chance = random.Random(seed)
+    rng = random.Random(seed)
     answers, running = 0, False
     for operation in [None, *trace.operations]:
         if isinstance(operation, Answer):
@@ -369,7 +373,7 @@ def states(trace: Trace, model: str, limit: int = 1 << 30, seed: int = 1) -> Ite
         elif operation is not None:
             running = running or not isinstance(operation, Sync)
             disk.apply(operation)
-        for files, directories in disk.states(limit, chance):
+        for files, directories in disk.states(limit, rng):
             key = (answers, running, frozenset(files.items()), directories)
             if key not in seen:
                 seen.add(key)
@@ -377,7 +381,7 @@ def states(trace: Trace, model: str, limit: int = 1 << 30, seed: int = 1) -> Ite
 
 
 class _Content:
-    """The content of one file: what is durable of it, and what happened since."""
+    """The content of one file: what is durable, and the events since."""
 
     def __init__(self, durable: bytes):
         self.durable = durable
@@ -389,12 +393,12 @@ class _Content:
 
     def sync(self) -> None:
         for _, event in self.events:
-            self.durable = _changed(self.durable, event)
+            self.durable = _applied(self.durable, event)
         self.events.clear()
         self._forms.clear()
 
     def forms(self, journal: int | None) -> list[bytes]:
-        """The possible contents; with a journal that is on the disk up to a moment, only what had happened then."""
+        """The possible contents; with a journal that is durable up to a moment, only events up to then count."""
         events = [event for moment, event in self.events if journal is None or moment <= journal]
         key = (len(events), journal is None)
         if key not in self._forms:
@@ -406,13 +410,13 @@ Choice = tuple[dict[str, Union[int, None]], dict[int, list[bytes]]]
 
 
 class _Disk:
-    """What all models share."""
+    """Base class of the models."""
 
     def __init__(self, trace: Trace):
         self._contents = {number: _Content(content) for number, content in trace.contents.items()}
         self._moment = 0
 
-    def _note(self, operation: Operation) -> None:
+    def _record(self, operation: Operation) -> None:
         self._moment += 1
         if isinstance(operation, (Size, Data)):
             self._contents[operation.file].add(self._moment, operation)
@@ -424,34 +428,34 @@ class _Disk:
     def apply(self, operation: Operation) -> None:
         raise NotImplementedError
 
-    def _choices(self, limit: int, chance: random.Random) -> Iterator[Choice]:
+    def _choices(self, limit: int, rng: random.Random) -> Iterator[Choice]:
         raise NotImplementedError
 
-    def states(self, limit: int, chance: random.Random) -> Iterator[tuple[dict[str, bytes], frozenset[str]]]:
-        """The states that are legal now."""
-        for names, forms in self._choices(limit, chance):
+    def states(self, limit: int, rng: random.Random) -> Iterator[tuple[dict[str, bytes], frozenset[str]]]:
+        """The states that are possible now."""
+        for names, forms in self._choices(limit, rng):
             directories = frozenset(path for path, value in names.items() if value == DIRECTORY)
             files = {path: value for path, value in names.items()
                      if value is not None and value != DIRECTORY and _directory(path) in directories | {""}}
             numbers = sorted(set(files.values()))
-            for chosen in _some([forms[number] for number in numbers], limit, chance):
+            for chosen in _sample([forms[number] for number in numbers], limit, rng):
                 content = dict(zip(numbers, chosen))
                 yield {path: content[number] for path, number in files.items()}, directories
 
 
-def _some(options: Sequence[Sequence[Any]], limit: int, chance: random.Random) -> Iterator[Sequence[Any]]:
-    """All combinations, or ``limit`` of them with the plainest two."""
+def _sample(options: Sequence[Sequence[Any]], limit: int, rng: random.Random) -> Iterator[Sequence[Any]]:
+    """All combinations, or ``limit`` of them that include the first and the last one."""
     if math.prod(len(option) for option in options) <= limit:
         yield from itertools.product(*options)
         return
     yield [option[0] for option in options]
     yield [option[-1] for option in options]
     for _ in range(limit - 2):
-        yield [chance.choice(option) for option in options]
+        yield [rng.choice(option) for option in options]
 
 
 class _Journals(_Disk):
-    """Names and sizes in one journal for each file system."""
+    """One journal of names and sizes for each file system."""
 
     def __init__(self, trace: Trace, journal_of: Callable[[str], str]):
         super().__init__(trace)
@@ -462,7 +466,7 @@ class _Journals(_Disk):
         self._committed = {journal: 0 for journal in self._log}
 
     def apply(self, operation: Operation) -> None:
-        self._note(operation)
+        self._record(operation)
         if isinstance(operation, Name):
             journal = self._journal_of(operation.path)
             if operation.value is not None:
@@ -487,7 +491,7 @@ class _Journals(_Disk):
                         names[name.source] = None
         return names
 
-    def _choices(self, limit: int, chance: random.Random) -> Iterator[Choice]:
+    def _choices(self, limit: int, rng: random.Random) -> Iterator[Choice]:
         moments = [[self._committed[journal], *(moment for moment, _ in log)] for journal, log in self._log.items()]
         for ends in itertools.product(*moments):
             reached = dict(zip(self._log, ends))
@@ -496,15 +500,16 @@ class _Journals(_Disk):
 
 
 class _Posix(_Disk):
-    """Each name for itself; but a rename does not take the old name before the new one is there."""
+    """Independent names; but a rename removes the old name only after the new one exists."""
 
     def __init__(self, trace: Trace):
         super().__init__(trace)
-        self._values: dict[str, list[tuple[int, int | None]]] = {path: [(0, value)] for path, value in trace.names.items()}
+        self._values: dict[str, list[tuple[int, int | None]]] = {
+            path: [(0, value)] for path, value in trace.names.items()}
         self._renames: list[tuple[str, str, int]] = []
 
     def apply(self, operation: Operation) -> None:
-        self._note(operation)
+        self._record(operation)
         if isinstance(operation, Name):
             self._values.setdefault(operation.path, [(0, None)]).append((self._moment, operation.value))
             if operation.source is not None:
@@ -515,9 +520,9 @@ class _Posix(_Disk):
                 if operation.target is None or operation.target == _directory(path):
                     del values[:-1]
 
-    def _choices(self, limit: int, chance: random.Random) -> Iterator[Choice]:
+    def _choices(self, limit: int, rng: random.Random) -> Iterator[Choice]:
         forms = {number: content.forms(None) for number, content in self._contents.items()}
-        for chosen in _some(list(self._values.values()), limit, chance):
+        for chosen in _sample(list(self._values.values()), limit, rng):
             names = dict(zip(self._values, chosen))
             if not any(names[source][0] >= moment > names[target][0] for source, target, moment in self._renames):
                 yield {path: value for path, (_, value) in names.items()}, forms

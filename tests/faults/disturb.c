@@ -1,13 +1,13 @@
 /*
- * Runs a program and spoils one of its system calls in a way that strace cannot: the call is made, only not as asked.
+ * Runs a program and injects a fault that strace cannot: the system call is made, but shortened or with another result.
  *
- *     disturb short N PROGRAM [ARGUMENT...]     the N-th write writes half, as at a quota's end or after a signal
- *     disturb EIO N PROGRAM [ARGUMENT...]       the N-th close closes and reports EIO, as network file systems do
+ *     disturb short N PROGRAM [ARGUMENT...]     the N-th write writes half, as at a quota or after a signal
+ *     disturb EIO N PROGRAM [ARGUMENT...]       the N-th close closes the file and reports EIO, as NFS may
  *     disturb EINTR N PROGRAM [ARGUMENT...]     likewise EINTR
  *     disturb ENOSPC N PROGRAM [ARGUMENT...]    likewise ENOSPC
  *
- * Calls are counted from the last program's execution, so that env may stand in between. Children are not followed.
- * Ends as the program ended, or with 127 when there was no such call.
+ * Counting restarts at each execve, so that PROGRAM may be env. Children are not traced.
+ * Exits like the program, or with 127 when there was no such call.
  */
 #include <errno.h>
 #include <signal.h>
@@ -22,7 +22,7 @@
 #include <unistd.h>
 
 #ifndef __x86_64__
-#error "the registers of a system call are those of x86-64 here"
+#error "only the registers of x86-64 are supported"
 #endif
 
 enum
@@ -34,7 +34,7 @@ enum
 struct Disturbance
 {
     long call; /* the number of the system call */
-    int error; /* what a close reports; 0 for a short write */
+    int error; /* errno of a close; 0 for a short write */
     long nth;
     long seen;
 };
@@ -65,7 +65,7 @@ static struct Disturbance parse(const char* kind, const char* nth)
     exit(CANNOT_RUN);
 }
 
-static _Noreturn void become(char** command)
+static _Noreturn void execute(char** command)
 {
     if (ptrace(PTRACE_TRACEME, 0, NULL, NULL) != 0)
     {
@@ -75,7 +75,7 @@ static _Noreturn void become(char** command)
     fail(command[0]);
 }
 
-static void spoilEntry(struct user_regs_struct* registers)
+static void injectAtEntry(struct user_regs_struct* registers)
 {
     if (registers->rdx < 2)
     {
@@ -85,7 +85,7 @@ static void spoilEntry(struct user_regs_struct* registers)
     registers->rdx /= 2;
 }
 
-/* Called at each stop of a system call; they come in pairs, entry and return. */
+/* Called at each system call stop; the stops alternate between entry and exit. */
 static void atSystemCall(pid_t child, struct Disturbance* disturbance)
 {
     static bool inside = false;
@@ -101,14 +101,14 @@ static void atSystemCall(pid_t child, struct Disturbance* disturbance)
         return;
     }
     disturbance->seen += inside ? 1 : 0;
-    /* A write is changed when it is entered, the answer of a close when it returns. */
+    /* A write is changed on entry, the result of a close on exit. */
     if (disturbance->seen != disturbance->nth || inside != (disturbance->error == 0))
     {
         return;
     }
     if (inside)
     {
-        spoilEntry(&registers);
+        injectAtEntry(&registers);
     }
     else
     {
@@ -166,7 +166,7 @@ int main(int argc, char** argv)
     }
     if (child == 0)
     {
-        become(argv + 3);
+        execute(argv + 3);
     }
     const int status = follow(child, &disturbance);
     if (disturbance.seen < disturbance.nth)

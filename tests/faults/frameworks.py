@@ -1,7 +1,7 @@
-"""The frameworks and runs that the sweep disturbs.
+"""The frameworks and runs of the fault sweep.
 
-Every scenario is one run of the tool from a prepared state of a framework directory.  The framework has had one commit
-before, so that older backups lie about: a recovery that took those for the last version would be caught.
+A scenario is one run of the tool in a prepared framework directory.  The framework has older backups from an earlier
+commit: a recovery that takes those for the last version is caught.
 """
 from __future__ import annotations
 
@@ -26,7 +26,7 @@ SESSION = "model/cmdfifo.dat"
 MODELS = "/opt/qor/models"
 
 SIZES = {"small": 0, "large": 1300}
-"""How many handlers the configuration has besides those that the runs deal with."""
+"""The number of handlers in the configuration besides those of the scenarios."""
 
 Pair = tuple[Optional[bytes], Optional[bytes]]
 """Contents of the configuration and of the list; None for one that is missing."""
@@ -45,7 +45,7 @@ def _executable(path: Path, text: str) -> None:
 
 
 def build(target: Path, size: str) -> None:
-    """A framework as it is installed, before the tool has ever run."""
+    """A framework as installed, before the tool's first run."""
     handlers = SIZES[size]
     (target / "etc/model").mkdir(parents=True)
     (target / "models").mkdir()
@@ -53,7 +53,7 @@ def build(target: Path, size: str) -> None:
     for name in installed + ["power", "climate", "bare"]:
         text = f'<model>\n\t<class name="{name.capitalize()}">\n\t\t<root/>\n\t</class>\n</model>\n'
         (target / "models" / f"{name}.xml").write_text(text, encoding="ascii")
-    # Longer than one block of a copy when there are many handlers.
+    # With many handlers, longer than one block of a copy.
     installed += [f"model{number}" for number in range(handlers // 4)]
     (target / "etc" / LIST).write_text("".join(f"{MODELS}/{name}.xml\n" for name in installed), encoding="ascii")
     (target / "etc" / CONFIGURATION).write_text(_configuration(handlers), encoding="ascii")
@@ -63,18 +63,18 @@ def build(target: Path, size: str) -> None:
 
 @dataclasses.dataclass(frozen=True)
 class Scenario:
-    """One run: what was done before it, and its own arguments."""
+    """One run: the earlier runs, and its own arguments."""
 
     name: str
     earlier: tuple[tuple[str, ...], ...]
     args: tuple[str, ...]
     rejected: bool = False
     lost: str = ""
-    """A file below etc/ that is gone by then."""
+    """A file below etc/ that is removed before the run."""
 
     @property
     def keeps_live_files(self) -> bool:
-        """Whether the run only opens, extends or drops a session: the operator knows, and recovers accordingly."""
+        """Whether the run only opens, extends or drops a session."""
         return self.name.startswith("stage") or self.name == "rollback-session"
 
 
@@ -103,13 +103,13 @@ SCENARIOS = (
 
 @contextlib.contextmanager
 def scratch() -> Iterator[Path]:
-    """A directory where thousands of small copies cost little, if the machine has such a place."""
+    """A temporary directory, in memory if possible: the sweep makes thousands of small copies."""
     with tempfile.TemporaryDirectory(prefix="qmt-", dir="/dev/shm" if Path("/dev/shm").is_dir() else None) as name:
         yield Path(name)
 
 
 def state(framework: Path) -> dict[str, bytes]:
-    """All files that the tool writes, by their path below etc/."""
+    """The contents of all files below etc/, by path."""
     etc = framework / "etc"
     return {str(path.relative_to(etc)): path.read_bytes() for path in sorted(etc.rglob("*")) if path.is_file()}
 
@@ -126,15 +126,15 @@ def backups(files: Mapping[str, bytes]) -> Pair:
 
 @dataclasses.dataclass(frozen=True)
 class Prepared:
-    """A scenario ready to run, and what it does when nothing goes wrong."""
+    """A scenario ready to run, and its result without faults."""
 
     scenario: Scenario
     size: str
     framework: Path
     versions: tuple[Pair, ...]
-    """The pairs that count as complete and matching: before the run, and after it."""
+    """The complete, matching pairs: those before and after the run."""
     explained: frozenset[Pair]
-    """These, and what a commit may come to that leaves out one of its actions, wholly or in one of the two files."""
+    """These, and the results of a commit that skips one action in one file or in both."""
     before: dict[str, bytes]
     result: sandbox.Result
     state: dict[str, bytes]
@@ -145,20 +145,20 @@ class Prepared:
         return f"{self.scenario.name}/{self.size}"
 
 
-def _judging(framework: Path, accepts: bool) -> None:
+def _install_validator(framework: Path, accepts: bool) -> None:
     validator = framework / "bin/pel_model_validator"
     validator.write_text(f"#!/bin/sh\necho judged\nexit {0 if accepts else 1}\n", encoding="ascii")
 
 
-def _succeed(framework: Path, args: tuple[str, ...]) -> None:
+def _run_successfully(framework: Path, args: tuple[str, ...]) -> None:
     result = sandbox.Sandbox(framework).run(*args)
     if result.status != 0 or "Operation completed." not in result.console:
         raise sandbox.SandboxError(f"preparation failed: {args}\n{result.console}")
 
 
-def _undisturbed(framework: Path, args: tuple[str, ...], change: Callable[[Path], None] = lambda _: None,
+def _run_on_copy(framework: Path, args: tuple[str, ...], change: Callable[[Path], None] = lambda _: None,
                  ) -> tuple[sandbox.Result, dict[str, bytes]]:
-    """What a run does to a copy of the framework."""
+    """Run the tool on a copy of the framework; return the result and the files."""
     with scratch() as directory:
         copy = directory / "framework"
         shutil.copytree(framework, copy)
@@ -167,34 +167,34 @@ def _undisturbed(framework: Path, args: tuple[str, ...], change: Callable[[Path]
 
 
 def accepted(framework: Path, args: tuple[str, ...]) -> Pair:
-    """The live files after a run whose result the validator likes."""
-    return live(_undisturbed(framework, args, lambda copy: _judging(copy, True))[1])
+    """The live files after a run whose result the validator accepts."""
+    return live(_run_on_copy(framework, args, lambda copy: _install_validator(copy, True))[1])
 
 
 def prepare(scenario: Scenario, size: str, directory: Path) -> Prepared:
-    """Build a scenario's framework below ``directory`` and run it once without a fault."""
+    """Build the framework of a scenario below ``directory`` and run it once without faults."""
     framework = directory / f"{scenario.name}-{size}"
     build(framework, size)
     for args in scenario.earlier:
-        _succeed(framework, args)
-    _judging(framework, not scenario.rejected)
+        _run_successfully(framework, args)
+    _install_validator(framework, not scenario.rejected)
     whole = live(state(framework))
     if scenario.lost:
         (framework / "etc" / scenario.lost).unlink()
     before = state(framework)
     versions = tuple(dict.fromkeys([live(before), accepted(framework, scenario.args), whole]))
-    explained = frozenset(versions).union(*(_without(framework, scenario.args, place, versions[-1])
+    explained = frozenset(versions).union(*(_pairs_without(framework, scenario.args, place, versions[-1])
                                             for place in range(before.get(SESSION, b"").count(b"\n"))))
-    result, files = _undisturbed(framework, scenario.args)
+    result, files = _run_on_copy(framework, scenario.args)
     return Prepared(scenario, size, framework, versions, explained, before, result, files)
 
 
-def _without(framework: Path, args: tuple[str, ...], place: int, whole: Pair) -> set[Pair]:
+def _pairs_without(framework: Path, args: tuple[str, ...], place: int, whole: Pair) -> set[Pair]:
     def leave_out(copy: Path) -> None:
         queue = copy / "etc" / SESSION
         lines = queue.read_bytes().splitlines(keepends=True)
         queue.write_bytes(b"".join(lines[:place] + lines[place + 1:]))
-        _judging(copy, True)
+        _install_validator(copy, True)
 
-    less = live(_undisturbed(framework, args, leave_out)[1])
+    less = live(_run_on_copy(framework, args, leave_out)[1])
     return {less, (less[0], whole[1]), (whole[0], less[1])}

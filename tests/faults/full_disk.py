@@ -1,4 +1,4 @@
-"""Run the tool on disks that are really full: small file systems in memory, with less and less room left."""
+"""Run the tool on full disks: small file systems in memory, with a few free pages."""
 from __future__ import annotations
 
 import shutil
@@ -19,8 +19,8 @@ PAGE = 4096
 PLENTY = 64 << 20
 
 
-def possible() -> bool:
-    """Whether a file system can be mounted here."""
+def can_mount() -> bool:
+    """Whether this machine lets us mount a file system."""
     try:
         with _disk():
             return True
@@ -46,7 +46,7 @@ def _resize(place: Path, size: int) -> None:
 
 
 def run(prepared: frameworks.Prepared) -> Iterator[dict[str, Any]]:
-    """Run the scenario with no page left, one page left, and so on, until the run notices nothing any more."""
+    """Run the scenario with no free page, one, two and so on, until the run is as without faults."""
     for pages in range(1 << 10):
         record = _run(prepared, pages)
         yield record
@@ -73,4 +73,4 @@ def _run(prepared: frameworks.Prepared, pages: int) -> dict[str, Any]:
 
 def _recover(prepared: frameworks.Prepared, framework: Path) -> list[str]:
     recovery.recover(framework, recovery.assumption(prepared))
-    return [f"after recovery: {text}" for text in recovery.complaints(prepared, frameworks.state(framework))]
+    return [f"after recovery: {text}" for text in recovery.violations(prepared, frameworks.state(framework))]

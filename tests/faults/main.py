@@ -1,8 +1,8 @@
 #!/usr/bin/python3
-"""The fault sweep: system calls and allocations of the tool fail, the power is cut, two runs meet.
+"""The fault sweep: failing system calls and allocations, power cuts, concurrent runs.
 
-Results go into a journal beside the build, so that an interrupted sweep goes on where it was.  The journal belongs to
-one build of the program; another one begins anew.
+Results go into a journal below build/, so that an interrupted sweep resumes.  Each build of the program has its own
+journal.
 """
 from __future__ import annotations
 
@@ -31,15 +31,15 @@ JOURNALS = sandbox.PROJECT / "build" / "faults"
 QUICK_STEP = 101
 QUICK_PLAN_STEP = 5
 QUICK_ORDER_STEP = 29
-"""The short form takes every so manieth case, pair of commands, and order of two runs."""
+"""The quick sweep takes every n-th case, pair of commands, and order of two runs."""
 QUICK_STATES = 3
-"""And of each moment of a run so many states after a power cut, when it is asked for these."""
+"""The quick sweep's number of states after a power cut at one moment of a run."""
 LARGE_ALLOCATION_STEP = 499
-"""A large document makes allocations by the ten thousand, all alike."""
+"""With a large document, a run makes tens of thousands of similar allocations."""
 LARGE = ("stage-new", "commit", "rollback-session", "rollback-commit")
-"""One run of each kind with the large document; the others differ from these in their steps, not in their copying."""
+"""One run of each kind with the large document; the others copy files in the same way."""
 FURTHER_ORDERS = 60
-"""How many orders with several turns are tried of each pair of commands."""
+"""The number of orders with several turns for each pair of commands."""
 
 PARTS = (KILLS := "kills", CUTS := "cuts")
 
@@ -56,7 +56,7 @@ def _arguments(argv: Sequence[str]) -> argparse.Namespace:
 
 
 class Journal:
-    """What is known already, by case; every result is written at once."""
+    """The results so far, by case; each is written immediately."""
 
     def __init__(self, path: Path | None):
         self._path = path
@@ -67,7 +67,7 @@ class Journal:
                 self.records[record["key"]] = record
 
     def add(self, record: Record) -> None:
-        """Keep one result."""
+        """Record one result."""
         self.records[record["key"]] = record
         if self._path is not None:
             self._path.parent.mkdir(parents=True, exist_ok=True)
@@ -116,19 +116,19 @@ def _race_jobs(quick: bool) -> Iterator[Job]:
 
 
 class Report:
-    """All records, as they come in."""
+    """All results, and the table of them."""
 
     def __init__(self, journal: Journal):
         self._journal = journal
         self.records: list[Record] = []
 
     def add(self, record: Record) -> None:
-        """Take a new record into the journal."""
+        """Add a new record, to the journal too."""
         self._journal.add(record)
         self._take(record)
 
     def run(self, jobs: Iterable[Job], workers: int) -> None:
-        """Run what the journal does not know yet."""
+        """Run the jobs that have no record in the journal."""
         with ProcessPoolExecutor(workers) as pool:
             futures = []
             for key, function, args in jobs:
@@ -145,7 +145,7 @@ class Report:
             print(f"VIOLATION {record['key']}: {violation}", flush=True)
 
     def table(self) -> str:
-        """What a release tells of itself."""
+        """The table of outcomes, in Markdown."""
         lines = ["| how it was broken | tried | violations | what came of it |", "|---|---|---|---|"]
         for kind in KINDS:
             chosen = [record for record in self.records if _kind(record["fault"]) == kind]
@@ -155,8 +155,8 @@ class Report:
             for record in chosen:
                 outcomes.update(record.get("outcomes") or {record["outcome"]: 1})
             violations = sum(len(record["violations"]) for record in chosen)
-            told = "; ".join(f"{count:,} {outcome}" for outcome, count in outcomes.most_common())
-            lines.append(f"| {kind} | {sum(outcomes.values()):,} | {violations} | {told} |")
+            summary = "; ".join(f"{count:,} {outcome}" for outcome, count in outcomes.most_common())
+            lines.append(f"| {kind} | {sum(outcomes.values()):,} | {violations} | {summary} |")
         return "\n".join(lines)
 
 
@@ -171,7 +171,7 @@ def _kind(fault: str) -> str:
 
 
 def _sweep(report: Report, wanted: argparse.Namespace) -> None:
-    disks = wanted.only is None and full_disk.possible()
+    disks = wanted.only is None and full_disk.can_mount()
     if not wanted.only and not disks:
         print("no file system can be mounted here: full disks are left out")
     with frameworks.scratch() as directory:
@@ -179,14 +179,14 @@ def _sweep(report: Report, wanted: argparse.Namespace) -> None:
             prepared = frameworks.prepare(scenario, size, directory)
             report.run(_sweep_jobs(prepared, wanted.quick, wanted.only == KILLS), wanted.jobs)
             if disks:
-                # They depend on one another and are few: one after the other, anew each time.
+                # Each run decides whether there is a next one. They are few, so they are not looked up in the journal.
                 for record in full_disk.run(prepared):
                     report.add(record)
             print(f"{prepared.name}: done", file=sys.stderr, flush=True)
 
 
 def main(argv: Sequence[str]) -> int:
-    """Sweep, print the table, and tell by the status whether all went well."""
+    """Sweep and print the table; return 1 if there are violations."""
     wanted = _arguments(argv)
     if sandbox.find_launcher() != "bwrap":
         print("left out: where proot stands in for bubblewrap, nothing else can trace the program")
@@ -194,7 +194,7 @@ def main(argv: Sequence[str]) -> int:
     report = Report(Journal(None if wanted.quick else _journal_path()))
     if wanted.only != CUTS:
         _sweep(report, wanted)
-    # Not part of the short form: the tests have the single runs.
+    # Not part of the quick sweep: the tests cover the single runs.
     if wanted.only == CUTS or not (wanted.only or wanted.quick):
         report.run(_cut_jobs(wanted.quick), wanted.jobs)
         print("power cuts: done", file=sys.stderr, flush=True)

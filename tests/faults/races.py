@@ -1,4 +1,4 @@
-"""Two runs at once: both are stepped from call to call, in orders that are chosen and not left to chance."""
+"""Two concurrent runs, stepped from system call to system call in chosen orders."""
 from __future__ import annotations
 
 import dataclasses
@@ -19,7 +19,7 @@ STAGE = ("-a", f"{MODELS}/climate.xml", "-m", "climateHandler")
 QUEUE = ("-a", f"{MODELS}/power.xml", "-m", "powerHandler")
 COMMANDS = {"stage": STAGE, "commit": ("--commit",), "rollback": ("--rollback",), "status": ("--status",)}
 EFFECT = (b"powerHandler", b"power.xml")
-"""What the open session's queue adds to the configuration and to the list."""
+"""What the queue of the open session adds to the configuration and to the list."""
 
 IN_ORDER = "as one after the other"
 UNDONE = "an earlier commit is undone"
@@ -34,11 +34,11 @@ SESSION = "left open: the live files match, the session is not as in either orde
 
 @dataclasses.dataclass(frozen=True)
 class Plan:
-    """Two commands, what they find, and where they run."""
+    """Two commands, the state that they find, and their hosts."""
 
     commands: tuple[str, str]
     open: bool
-    """Whether there is a session, which is the first host's."""
+    """Whether the first host has a session open."""
     other_host: bool
     rejected: bool
 
@@ -50,12 +50,12 @@ class Plan:
 
 
 Order = tuple[int, ...]
-"""Who begins, and how many steps each in turn goes on; then both go to their ends in the same turns."""
+"""Which run begins, and the number of steps of each turn; then both run to their ends in the same turns."""
 END = 1 << 30
 
 
 def plans() -> Iterator[Plan]:
-    """All pairs of commands, in all circumstances that make a difference."""
+    """All pairs of commands in all circumstances that matter."""
     for commands in itertools.combinations_with_replacement(COMMANDS, 2):
         for is_open, other_host, rejected in itertools.product((False, True), repeat=3):
             can_commit = "commit" in commands and (is_open or "stage" in commands)
@@ -63,8 +63,8 @@ def plans() -> Iterator[Plan]:
                 yield Plan(commands, is_open, other_host, rejected)
 
 
-class _Stepped:
-    """A run that waits before each of its calls."""
+class _SteppedRun:
+    """A run that stops before each of its calls."""
 
     def __init__(self, framework: Path, work: Path, host: str, args: tuple[str, ...]):
         work.mkdir()
@@ -87,7 +87,7 @@ class _Stepped:
         return self.at.startswith("sleep")
 
     def go(self) -> None:
-        """Do the next call."""
+        """Execute the next call."""
         self._socket.send(b".")
         self.calls.append(self.at.strip())
         self.at = self._lines.readline()
@@ -100,21 +100,21 @@ class _Stepped:
 
 @dataclasses.dataclass(frozen=True)
 class Outcome:
-    """What two runs came to."""
+    """The outcome of two runs."""
 
     results: tuple[sandbox.Result, sandbox.Result]
     calls: tuple[list[str], list[str]]
-    """What each run did, step by step."""
+    """The calls of each run, in order."""
     files: dict[str, bytes]
 
 
 def interleave(plan: Plan, framework: Path, order: Order) -> Outcome:
-    """Both commands on a copy of the framework, in one order."""
+    """Run both commands on a copy of the framework, in one order."""
     with frameworks.scratch() as scratch:
         copy = scratch / "framework"
         shutil.copytree(framework, copy)
         hosts = ("alpha", "beta" if plan.other_host else "alpha")
-        runs = [_Stepped(copy, scratch / str(place), host, COMMANDS[command])
+        runs = [_SteppedRun(copy, scratch / str(place), host, COMMANDS[command])
                 for place, (host, command) in enumerate(zip(hosts, plan.commands))]
         begins, *steps = order
         for turn, count in enumerate((*steps, END, END)):
@@ -123,8 +123,8 @@ def interleave(plan: Plan, framework: Path, order: Order) -> Outcome:
         return Outcome((runs[0].result(), runs[1].result()), (runs[0].calls, runs[1].calls), frameworks.state(copy))
 
 
-def _advance(run: _Stepped, other: _Stepped, steps: int) -> None:
-    """So many steps of one run; while it sleeps, the other one has all the time that it needs."""
+def _advance(run: _SteppedRun, other: _SteppedRun, steps: int) -> None:
+    """Execute steps of one run; while it sleeps, the other one runs on."""
     for _ in range(steps):
         if run.ended:
             return
@@ -134,7 +134,7 @@ def _advance(run: _Stepped, other: _Stepped, steps: int) -> None:
 
 
 def prepare(plan: Plan, directory: Path) -> tuple[Path, Pair]:
-    """The framework that both find, and the pair of live files from before its first commit."""
+    """The framework of both runs, and its live files before the first commit."""
     earlier = frameworks.FIRST_COMMIT + ((QUEUE,) if plan.open else ())
     prepared = frameworks.prepare(Scenario("race", earlier, COMMANDS["status"], plan.rejected), "small", directory)
     original = directory / "original"
@@ -143,20 +143,20 @@ def prepare(plan: Plan, directory: Path) -> tuple[Path, Pair]:
 
 
 def orders(calls: Sequence[Sequence[str]], further: int, name: str) -> list[Order]:
-    """Every order where one run is interrupted once, by the whole other one, and a choice of those with more turns."""
+    """Every order where one run is interrupted once, by the whole other one, and a sample of orders with more turns."""
     steps = [len(own) for own in calls]
     chosen: list[Order] = [(begins, first, END) for begins in (0, 1) for first in range(1, steps[begins])]
-    chance = random.Random(name)
+    rng = random.Random(name)
     for turns in itertools.islice(itertools.cycle((2, 3, 4)), further):
-        begins = chance.randrange(2)
-        # Most of what goes wrong needs a short turn of somebody.
-        chosen.append((begins, *(chance.randrange(1, chance.choice((8, steps[(begins + turn) % 2])))
+        begins = rng.randrange(2)
+        # Most races need a short turn.
+        chosen.append((begins, *(rng.randrange(1, rng.choice((8, steps[(begins + turn) % 2])))
                                  for turn in range(turns))))
     return chosen
 
 
 class Race:
-    """A plan on a framework that was built for it below ``directory``."""
+    """A plan and its framework, built below ``directory``."""
 
     def __init__(self, plan: Plan, directory: Path):
         self.plan = plan
@@ -165,11 +165,11 @@ class Race:
         self.serial = [self.interleave((begins, END)) for begins in (0, 1)]
 
     def interleave(self, order: Order) -> Outcome:
-        """Both commands in one order."""
+        """Run both commands in one order."""
         return interleave(self.plan, self.framework, order)
 
     def judge(self, outcome: Outcome) -> str:
-        """What two runs came to, in the words of the table."""
+        """Classify the outcome of two runs, by a row of the table."""
         commands, live = self.plan.commands, frameworks.live(outcome.files)
         if any(outcome.files == other.files for other in self.serial):
             return IN_ORDER
@@ -187,7 +187,7 @@ class Race:
 
 
 def run(key: str, plan: Plan, further: int, step: int = 1) -> dict[str, Any]:
-    """A plan in many orders, or every so manieth of them; the record of it for the journal."""
+    """Run a plan in many orders, or every ``step``-th of them; return the record for the journal."""
     outcomes: Counter[str] = Counter()
     violations = []
     with frameworks.scratch() as directory:
@@ -207,7 +207,7 @@ def _is_whole(live: Pair) -> bool:
 
 
 def _is_undone(plan: Plan, outcome: Outcome, live: Pair) -> bool:
-    """Whether a commit that said it had put the queue into the files has not done so, or not for long."""
+    """Whether a commit reported success, but the live files lack its changes."""
     done = any(command == "commit" and result.status == 0 and "powerHandler" in result.console
                for command, result in zip(plan.commands, outcome.results))
     return done and not any(effect in content for effect, content in zip(EFFECT, live))

@@ -1,4 +1,4 @@
-"""The recovery itself, killed at one of its system calls and then called again."""
+"""The recovery, killed at one of its system calls and then run again."""
 from __future__ import annotations
 
 import dataclasses
@@ -24,7 +24,7 @@ Text = tuple[str, str]
 
 @dataclasses.dataclass(frozen=True)
 class State:
-    """What an interrupted run has left, and how the question is answered if there is one."""
+    """The state after an interrupted run, and the option that answers the recovery's question."""
 
     name: str
     leave: Callable[[Framework], None]
@@ -42,7 +42,7 @@ def _backups(framework: Framework, pair: Text) -> None:
 
 
 def _commit(framework: Framework) -> None:
-    """The list is installed, and half of the document."""
+    """A commit that installed the list and half of the document."""
     framework.session(QUEUE)
     _backups(framework, OLD)
     _live(framework, (NEW[0][:HALF], NEW[1]))
@@ -51,42 +51,42 @@ def _commit(framework: Framework) -> None:
 
 
 def _first_backups(framework: Framework) -> None:
-    """The first backup is there, and half of the second; the working copies cannot be trusted."""
+    """A commit that made one backup and half of the other; its working copies are torn."""
     framework.session(QUEUE)
     _backups(framework, (OLD[0], OLD[1][:4]))
     framework.write(CONFIG_TMP, NEW[0][:HALF])
 
 
 def _staging(framework: Framework) -> None:
-    """The name of the host is not whole, nor is the first action, and a commit has been there before."""
+    """A staging call that wrote parts of the host name and of the first action, after an earlier commit."""
     _live(framework, NEW)
     framework.session(QUEUE[:9], "al")
     _backups(framework, OLD)
 
 
 def _rollback(framework: Framework) -> None:
-    """The list is put back, and nothing yet of the document."""
+    """A rollback that restored the list and removed the document."""
     _backups(framework, OLD)
     framework.remove(CONFIG, LIST_BAK)
 
 
 def _rejected_apply(framework: Framework) -> None:
-    """An apply that nobody has judged."""
+    """An apply interrupted before the validator rejects it."""
     _live(framework, NEW)
     _backups(framework, OLD)
     framework.write(LOCK, "qor_mim_ctl@alpha")
     framework.script(VALIDATOR, f"! grep -q {PUMP} \"$3\"")
 
 
-def _begun_apply(framework: Framework) -> None:
-    """An apply that has got no further than its session."""
+def _interrupted_apply(framework: Framework) -> None:
+    """An apply interrupted after it opened its session."""
     _live(framework, NEW)
     framework.session(QUEUE, "qor_mim_ctl@alpha")
     _backups(framework, OLD)
 
 
 def _unclear(framework: Framework) -> None:
-    """A document that is neither that of the backup nor that of the session, beside a missing list."""
+    """An edited document, which differs from its backup, and a missing list."""
     framework.session(QUEUE)
     _backups(framework, OLD)
     framework.write(CONFIG, config(participant("edited", "Edited")))
@@ -99,7 +99,7 @@ STATES = (
     State("staging", _staging),
     State("rollback", _rollback),
     State("rejected-apply", _rejected_apply),
-    State("begun-apply", _begun_apply),
+    State("begun-apply", _interrupted_apply),
     State("unclear-commit", _unclear, ("--assume=commit",)),
 )
 
@@ -111,13 +111,13 @@ def _framework(state: State, root: Path) -> Framework:
 
 
 def _files(framework: Framework) -> dict[str, bytes]:
-    """What the tool keeps, without the copies that recoveries have made."""
+    """The tool's files, without the copies that a recovery makes."""
     names = (CONFIG, LIST, CONFIG_TMP, LIST_TMP, CONFIG_BAK, LIST_BAK, SESSION, LOCK)
     return {name: framework.path(name).read_bytes() for name in names if framework.path(name).exists()}
 
 
 def reference(state: State, root: Path) -> tuple[list[calls.Call], dict[str, bytes]]:
-    """The calls of the undisturbed recovery, and its end."""
+    """The calls of an uninterrupted recovery, and the files after it."""
     (root / "work").mkdir(parents=True)
     framework = _framework(state, root / "qor")
     result = companion.run(apply_faults.traced(framework, root / "work", ["-y"]), "recover", *state.options)
@@ -126,8 +126,8 @@ def reference(state: State, root: Path) -> tuple[list[calls.Call], dict[str, byt
     return calls.parse(trace), _files(framework)
 
 
-def complaints(state: State, root: Path, call: calls.Call, end: dict[str, bytes]) -> Iterator[str]:
-    """What is wrong after a recovery that was killed at ``call``, and two that were not."""
+def violations(state: State, root: Path, call: calls.Call, end: dict[str, bytes]) -> Iterator[str]:
+    """Violations after a recovery that was killed at ``call``, and two further ones."""
     (root / "work").mkdir(parents=True)
     framework = _framework(state, root / "qor")
     tracer = apply_faults.traced(framework, root / "work", ["-y", *calls.injection(call, calls.KILL)])

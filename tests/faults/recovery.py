@@ -1,4 +1,4 @@
-"""Recovery of a framework by the companion, as the operator's guide has it after a power cut."""
+"""Recovery of a framework by the companion, as the operator's guide describes it."""
 from __future__ import annotations
 
 import dataclasses
@@ -16,14 +16,14 @@ ASKED = 1
 
 
 def assumption(prepared: frameworks.Prepared) -> str:
-    """What the operator, who knows what was interrupted, answers when he is asked."""
+    """The operator's answer to the recovery's question: which command was interrupted."""
     if prepared.scenario.keeps_live_files:
         return "nothing"
     return "rollback" if prepared.scenario.name == "rollback-commit" else "commit"
 
 
 def recover(framework: Path, assume: str) -> str:
-    """Recover a framework, and answer when asked; what was found."""
+    """Recover a framework, answering the question if there is one; return what was found."""
     box = sandbox.Sandbox(framework)
     answer = companion.answer(box, "recover")
     asked = answer["status"] == ASKED
@@ -42,15 +42,15 @@ for directory in {work}/*/; do
     recover > "$directory/again"
 done
 """
-"""Recovers each framework, answers when asked, and recovers it once more."""
-CUT_AT_A_LINE = "a list that was cut at a line's end is taken for whole"
+"""Recovers each framework, answers the question if there is one, and recovers again."""
+CUT_AT_LINE_END = "a list that was cut at a line's end is taken for whole"
 BATCH = 200
 TIMEOUT = 600.0
 
 
 @dataclasses.dataclass(frozen=True)
 class Case:
-    """What a run has left below etc/, and what is right after its recovery."""
+    """The files below etc/ after an interrupted run, and the pairs allowed after the recovery."""
 
     files: frozenset[tuple[str, bytes]]
     assume: str
@@ -63,9 +63,10 @@ class Case:
         return hashlib.sha256(repr([self.assume, *(sorted(part, key=repr) for part in parts)]).encode()).digest()
 
 
-def bring_back(framework: Path, cases: Iterable[Case]) -> Iterator[tuple[str, str]]:
-    """Recover all cases by the companion, with models and validator of ``framework``; what each came to, and what is
-    wrong with it."""
+def recover_all(framework: Path, cases: Iterable[Case]) -> Iterator[tuple[str, str]]:
+    """Recover all cases with the models and the validator of ``framework``; yield the outcome and the violations of
+    each.
+    """
     remaining = iter(cases)
     while chosen := list(itertools.islice(remaining, BATCH)):
         with frameworks.scratch() as work:
@@ -91,30 +92,32 @@ def _judged(directory: Path, case: Case) -> tuple[str, str]:
     answer = json.loads((directory / "answered").read_text(encoding="utf-8")) if asked else first
     again = json.loads((directory / "again").read_text(encoding="utf-8"))
     files = frameworks.state(directory)
-    wrong = session_complaints(files)
+    wrong = session_violations(files)
     if answer["status"] != 0:
         wrong.append(f"not recovered, status {answer['status']}")
     if again["status"] not in (0, ASKED) or again["found"] not in ("nothing", "unclear"):
         wrong.append(f"a second recovery finds {again.get('found')}")
     live, backups = frameworks.live(files), frameworks.backups(files)
-    if not wrong and (_is_cut_at_a_line(live, case.pairs) or _is_cut_at_a_line(backups, case.backups) or
-                      _is_put_back_to_a_line(live, case)):
-        return CUT_AT_A_LINE, ""
+    if not wrong and (_is_cut_at_line_end(live, case.pairs) or _is_cut_at_line_end(backups, case.backups) or
+                      _is_put_back_to_line_end(live, case)):
+        return CUT_AT_LINE_END, ""
     if live not in case.pairs:
         wrong.append("the live files are not a complete, matching pair")
     if backups not in case.backups:
         wrong.append("the backups were not live together")
-    return "asked, then recovered" if asked else "nothing to do" if first["found"] == "nothing" else "recovered", "; ".join(wrong)
+    if asked:
+        return "asked, then recovered", "; ".join(wrong)
+    return "nothing to do" if first["found"] == "nothing" else "recovered", "; ".join(wrong)
 
 
-def _is_cut_at_a_line(pair: frameworks.Pair, pairs: Collection[frameworks.Pair]) -> bool:
-    """Whether a pair has the beginning of one's list, which nothing tells from a list of its own."""
+def _is_cut_at_line_end(pair: frameworks.Pair, pairs: Collection[frameworks.Pair]) -> bool:
+    """Whether the list is a prefix of an allowed one and ends at a line's end, so that it looks complete."""
     configuration, lines = pair
     return pair not in pairs and lines is not None and lines[-1:] in (b"", b"\n") and any(
         configuration == other and (whole or b"").startswith(lines) for other, whole in pairs)
 
 
-def _is_put_back_to_a_line(live: frameworks.Pair, case: Case) -> bool:
+def _is_put_back_to_line_end(live: frameworks.Pair, case: Case) -> bool:
     """Whether a rollback of a rejected commit had put back the list up to the end of a line, and not the document."""
     files = dict(case.files)
     (configuration, lines), (_, backup) = live, frameworks.backups(files)
@@ -122,16 +125,16 @@ def _is_put_back_to_a_line(live: frameworks.Pair, case: Case) -> bool:
             backup != lines and (backup or b"").startswith(lines) and configuration in {pair[0] for pair in case.pairs})
 
 
-def complaints(prepared: frameworks.Prepared, files: dict[str, bytes]) -> Sequence[str]:
-    """What is wrong with a recovered framework; nothing if it is as the guide promises."""
+def violations(prepared: frameworks.Prepared, files: dict[str, bytes]) -> Sequence[str]:
+    """Violations of what the guide promises of a recovered framework."""
     wrong = []
     if frameworks.live(files) not in prepared.versions:
         wrong.append("the live files are not a complete, matching pair")
-    return wrong + session_complaints(files)
+    return wrong + session_violations(files)
 
 
-def session_complaints(files: Mapping[str, bytes]) -> list[str]:
-    """What is wrong with the session: it is as it was, or it is over."""
+def session_violations(files: Mapping[str, bytes]) -> list[str]:
+    """Violations of the rule that a session is left complete or removed."""
     copies = {f"{name}.tmp" for name in (frameworks.CONFIGURATION, frameworks.LIST)}
     of_session = {frameworks.LOCK, frameworks.SESSION, *copies}
     if of_session <= set(files) or of_session.isdisjoint(files):

@@ -1,4 +1,4 @@
-"""Make every system call of the tool fail once, and judge what is left."""
+"""Make every system call of the tool fail once, and judge the files afterwards."""
 from __future__ import annotations
 
 import dataclasses
@@ -31,12 +31,12 @@ class Case:
 
     @property
     def key(self) -> str:
-        """A name that stays the same as long as the program does."""
+        """The key in the journal; it is stable for one build of the program."""
         return f"{self.scenario}/{self.call.index}:{self.call.name}/{self.fault}"
 
 
 def reference(prepared: frameworks.Prepared) -> list[calls.Call]:
-    """The calls of the undisturbed run."""
+    """The calls of the run without faults."""
     with frameworks.scratch() as scratch:
         framework = scratch / "framework"
         shutil.copytree(prepared.framework, framework)
@@ -44,7 +44,7 @@ def reference(prepared: frameworks.Prepared) -> list[calls.Call]:
 
 
 def trace(framework: Path, work: Path, args: tuple[str, ...], options: Sequence[str] = ("-y",)) -> str:
-    """What strace says of an undisturbed run."""
+    """strace's output for a run without faults."""
     _traced(framework, work, options).run(*args, timeout=TIMEOUT)
     return _trace_of(work)
 
@@ -54,10 +54,10 @@ def _trace_of(work: Path) -> str:
 
 
 def cases(prepared: frameworks.Prepared) -> Iterator[Case]:
-    """Every call with every fault that it can meet.
+    """Every call with every fault that can be injected.
 
-    A large document is read and written in hundreds of blocks, all alike: within such a row each call is killed at and
-    meets one of its errors in turn; the ends of the row meet all of them.
+    A large document is read and written in hundreds of similar calls.  Each call within such a row gets KILL and one of
+    its errors in turn; the calls at the ends of the row get all errors.
     """
     run = reference(prepared)
     for call in run:
@@ -68,7 +68,7 @@ def cases(prepared: frameworks.Prepared) -> Iterator[Case]:
 
 
 def _is_within_row(run: list[calls.Call], call: calls.Call) -> bool:
-    """Whether the same is done to the same file shortly before and shortly after."""
+    """Whether there are similar calls on the same file shortly before and after."""
     alike = [other.name == call.name and other.where == call.where != "" for other in run]
     return all(any(alike[max(first, 0):last]) for first, last in ((call.index - 4, call.index),
                                                                   (call.index + 1, call.index + 5)))
@@ -79,13 +79,13 @@ def _traced(framework: Path, work: Path, options: Sequence[str]) -> sandbox.Sand
     return sandbox.Sandbox(framework, work=work, wrapper=tracer).sleepless()
 
 
-def _spoiled(framework: Path, work: Path, call: calls.Call, fault: str) -> sandbox.Sandbox:
+def _injected(framework: Path, work: Path, call: calls.Call, fault: str) -> sandbox.Sandbox:
     tracer = sandbox.compiled(HERE / "disturb.c", "cc", [], "")
     return sandbox.Sandbox(framework, work=work, wrapper=(str(tracer), fault, str(call.nth))).sleepless()
 
 
 def run(prepared: frameworks.Prepared, case: Case) -> dict[str, Any]:
-    """Run one case; the record of it for the journal."""
+    """Run one case; return the record for the journal."""
     with frameworks.scratch() as scratch:
         framework = scratch / "framework"
         shutil.copytree(prepared.framework, framework)
@@ -103,37 +103,38 @@ def _record(prepared: frameworks.Prepared, case: Case, framework: Path, work: Pa
     files = frameworks.state(framework)
     if case.fault == calls.KILL:
         return _judge_killed(prepared, framework, files)
-    verdict = judge.judge(prepared, result, files, silence=_silence(prepared, case.call))
+    verdict = judge.judge(prepared, result, files, silence=_reason_for_silence(prepared, case.call))
     violations = list(verdict.violations) + recovered_after(prepared, result, framework)
     return {"outcome": verdict.outcome, "violations": violations, "said": list(verdict.said)}
 
 
 def recovered_after(prepared: frameworks.Prepared, result: sandbox.Result, framework: Path) -> list[str]:
-    """What is wrong after the recovery of a run that ended like this; mostly nothing."""
+    """Violations after the recovery of a run that an exception ended; empty for any other end."""
     return _recovered(prepared, framework)["violations"] if result.status in (70, -signal.SIGABRT) else []
 
 
 def _disturbed(prepared: frameworks.Prepared, case: Case, framework: Path, work: Path) -> sandbox.Result:
     call, fault = case.call, case.fault
-    # A tracer that answers in the kernel's place leaves the file open, which no failing close does.
+    # An error injected by strace replaces the close and leaves the file open; a real failing close closes it.
     if fault == calls.SHORT or (call.name == "close" and fault != calls.KILL):
-        result = _spoiled(framework, work, call, fault).run(*prepared.scenario.args, timeout=TIMEOUT)
+        result = _injected(framework, work, call, fault).run(*prepared.scenario.args, timeout=TIMEOUT)
         if result.status == CANNOT_RUN:
             raise sandbox.SandboxError(f"{case.key}: {result.console}")
         return result
     box = _traced(framework, work, ["-y", *calls.injection(call, fault)])
     result = box.run(*prepared.scenario.args, timeout=TIMEOUT)
-    if not calls.was_injected(call, fault, _trace_of(work)) or (fault == calls.KILL) != (result.status == -signal.SIGKILL):
+    is_killed = result.status == -signal.SIGKILL
+    if not calls.was_injected(call, fault, _trace_of(work)) or (fault == calls.KILL) != is_killed:
         raise sandbox.SandboxError(f"{case.key}: the fault missed its call\n{_trace_of(work)}")
     return result
 
 
-def _silence(prepared: frameworks.Prepared, call: calls.Call) -> str:
-    """Why a call may fail without a word; the empty text when it must not."""
+def _reason_for_silence(prepared: frameworks.Prepared, call: calls.Call) -> str:
+    """Why a call may fail without a message; empty when it may not."""
     if call.name in ("unlink", "newfstatat") and prepared.scenario.name == "rollback-session":
-        return judge.CLEARING
+        return judge.CLEANUP
     if call.name == "newfstatat" and call.where.startswith("etc/"):
-        return judge.LOOKING
+        return judge.EXISTENCE_TEST
     return ""
 
 
@@ -144,11 +145,11 @@ def _judge_killed(prepared: frameworks.Prepared, framework: Path, files: dict[st
 
 
 def _recovered(prepared: frameworks.Prepared, framework: Path) -> dict[str, Any]:
-    """Recover, and recover again, which must find nothing."""
+    """Recover twice; the second recovery must find nothing."""
     found = recovery.recover(framework, recovery.assumption(prepared))
-    violations = list(recovery.complaints(prepared, frameworks.state(framework)))
+    violations = list(recovery.violations(prepared, frameworks.state(framework)))
     again = companion.answer(sandbox.Sandbox(framework), "recover")
     if again["status"] == 0 and again["found"] != "nothing":
         violations.append(f"a second recovery finds something: {again}")
     return {"outcome": f"recovered, found {found}",
-            "violations": [f"after recovery, found {found}: {complaint}" for complaint in violations]}
+            "violations": [f"after recovery, found {found}: {violation}" for violation in violations]}

@@ -1,4 +1,4 @@
-"""A sample of the faults that the companion's transaction can meet; all of them with QOR_APPLY_FAULT_STEP=1."""
+"""A sample of the faults in the companion's transaction; all of them with QOR_APPLY_FAULT_STEP=1."""
 from __future__ import annotations
 
 import os
@@ -17,7 +17,7 @@ STEP = int(os.environ.get("QOR_APPLY_FAULT_STEP", "199"))
 @pytest.mark.parametrize("scenario", apply_faults.SCENARIOS, ids=lambda scenario: scenario.name)
 @pytest.mark.parametrize("kind", ["kill", "error"])
 def test_faults_of_apply(scenario: apply_faults.Scenario, kind: str, tmp_path: Path) -> None:
-    """Killed anywhere, recovery brings back what was; after an error the answer is true."""
+    """After a kill, recovery restores the files before or after; after an error, the answer matches the files."""
     if kind == "kill" and companion.run(sandbox.Sandbox(None), "recover", "--help").status != 0:
         pytest.skip("there is no command recover")
     run, after = apply_faults.reference(scenario, tmp_path / "reference")
@@ -30,9 +30,9 @@ def test_faults_of_apply(scenario: apply_faults.Scenario, kind: str, tmp_path: P
         root = tmp_path / "case"
         framework, result = apply_faults.disturbed(scenario, root, call, fault)
         if kind == "kill":
-            complaints = apply_faults.complaints_after_kill(scenario, framework, before, after)
+            violations = apply_faults.violations_after_kill(scenario, framework, before, after)
         else:
-            complaints = apply_faults.complaints_after_error(scenario, framework, call, result, before, after)
-        found += [f"{call.index}:{call.name} {call.where} {fault}: {complaint}" for complaint in complaints]
+            violations = apply_faults.violations_after_error(scenario, framework, call, result, before, after)
+        found += [f"{call.index}:{call.name} {call.where} {fault}: {violation}" for violation in violations]
         shutil.rmtree(root)
     assert found == []

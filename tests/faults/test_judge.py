@@ -1,4 +1,4 @@
-"""What the judge takes for harm, and what a message excuses."""
+"""What the judge counts as a violation, and what a message excuses."""
 from __future__ import annotations
 
 from collections.abc import Callable
@@ -20,31 +20,31 @@ def _judged(prepared: frameworks.Prepared, files: dict[str, bytes], said: str = 
 
 
 def _left_out(prepared: frameworks.Prepared) -> frameworks.Pair:
-    """A pair where the list, and nothing else, lacks something."""
+    """A pair where only the list lacks something."""
     return next(pair for pair in prepared.explained - set(prepared.versions)
                 if pair[0] == prepared.versions[-1][0] and pair[1] != prepared.versions[0][1])
 
 
-def test_what_the_undisturbed_run_does_is_in_order(prepared: Get) -> None:
+def test_judge_accepts_the_run_without_faults(prepared: Get) -> None:
     ready = prepared("commit")
     assert _judged(ready, ready.state) == judge.Verdict(judge.UNDISTURBED)
 
 
-def test_files_that_are_whole_nowhere_are_lost(prepared: Get) -> None:
+def test_judge_rejects_files_that_are_complete_nowhere(prepared: Get) -> None:
     ready = prepared("commit")
     assert "no matching pair is left" in _judged(ready, {name: b"" for name in ready.state}).violations
 
 
 @pytest.mark.parametrize("said, excused", [("Unable to write to FIFO file!", True), ("Unable to find hostname", False),
                                            ("Session already in progress", False)])
-def test_a_queue_is_lost_unless_a_message_speaks_of_it(prepared: Get, said: str, excused: bool) -> None:
+def test_judge_rejects_a_lost_queue_without_a_message(prepared: Get, said: str, excused: bool) -> None:
     ready = prepared("stage-joined")
     verdict = _judged(ready, {**ready.state, SESSION: b"0:another\n"}, said)
     assert verdict.outcome == judge.QUEUE_CHANGED
     assert verdict.violations == (() if excused else ("the queue is lost",))
 
 
-def test_an_action_may_be_left_out_when_that_is_said(prepared: Get) -> None:
+def test_judge_accepts_a_skipped_action_with_a_message(prepared: Get) -> None:
     ready = prepared("commit")
     files = {**ready.state, LIST: _left_out(ready)[1]}
     assert _judged(ready, files, "Unable to find model file, skipping removal.").violations == ()
@@ -52,8 +52,9 @@ def test_an_action_may_be_left_out_when_that_is_said(prepared: Get) -> None:
     assert len(_judged(ready, files).violations) == 1
 
 
-@pytest.mark.parametrize("name, said", [(CONFIGURATION, "Unable to wite updated XML file!"), (LIST, "Unable to open: x")])
-def test_a_file_may_be_incomplete_when_that_is_said_of_it(prepared: Get, name: str, said: str) -> None:
+@pytest.mark.parametrize("name, said", [(CONFIGURATION, "Unable to wite updated XML file!"),
+                                        (LIST, "Unable to open: x")])
+def test_judge_accepts_an_incomplete_file_with_a_message(prepared: Get, name: str, said: str) -> None:
     ready = prepared("commit")
     files = {**ready.state, name: b"half"}
     assert _judged(ready, files, said) == judge.Verdict(judge.INCOMPLETE, (), (said,))
@@ -62,21 +63,22 @@ def test_a_file_may_be_incomplete_when_that_is_said_of_it(prepared: Get, name: s
 
 
 @pytest.mark.parametrize("status", [0, 255])
-def test_files_that_match_in_no_order_of_events_are_harm(prepared: Get, status: int) -> None:
+def test_judge_rejects_live_files_that_do_not_match(prepared: Get, status: int) -> None:
     ready = prepared("commit")
     mixed = {**ready.state, CONFIGURATION: ready.before[CONFIGURATION]}
     assert "the live files do not match" in _judged(ready, mixed, "Operation failed!", status).violations
 
 
-def test_a_session_may_be_dropped_when_that_is_said(prepared: Get) -> None:
+def test_judge_accepts_a_dropped_session_with_a_message(prepared: Get) -> None:
     ready = prepared("commit")
     dropped = {name: content for name, content in ready.before.items() if name not in (SESSION, LOCK)}
     assert _judged(ready, dropped, "Unable to commit!").violations == ()
-    assert "the session is over, and its commit is not done" in _judged(ready, dropped, "Unable to find model").violations
+    verdict = _judged(ready, dropped, "Unable to find model")
+    assert "the session is over, and its commit is not done" in verdict.violations
 
 
-def test_what_is_not_seen_may_not_be_changed(prepared: Get) -> None:
+def test_judge_rejects_a_change_after_a_failed_stat(prepared: Get) -> None:
     ready = prepared("commit")
-    assert _judged(ready, ready.before, silence=judge.LOOKING) == judge.Verdict(judge.LOOKING)
+    assert _judged(ready, ready.before, silence=judge.EXISTENCE_TEST) == judge.Verdict(judge.EXISTENCE_TEST)
     files = {**ready.before, SESSION: b"0:another\n"}
-    assert "not seen, and changed" in _judged(ready, files, silence=judge.LOOKING).violations
+    assert "not seen, and changed" in _judged(ready, files, silence=judge.EXISTENCE_TEST).violations

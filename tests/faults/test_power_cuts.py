@@ -1,4 +1,4 @@
-"""What the disk may hold after a power cut: the model of it, and which syncs of the program it asks for."""
+"""The model of the disk after a power cut, and the syncs that the program needs."""
 from __future__ import annotations
 
 from collections.abc import Mapping
@@ -36,23 +36,23 @@ def _contents(trace: disk.Trace, model: str) -> set[bytes]:
 
 
 @pytest.mark.parametrize("model", disk.MODELS)
-def test_a_content_that_was_not_synced_may_be_lost_wholly_or_in_part(model: str) -> None:
+def test_unsynced_content_may_be_lost_in_whole_or_in_part(model: str) -> None:
     assert _contents(_trace(*REPLACE), model) == {OLD, NEW, *LOST}
 
 
 @pytest.mark.parametrize("model", disk.MODELS)
-def test_a_content_that_was_synced_stays(model: str) -> None:
+def test_synced_content_stays(model: str) -> None:
     assert _contents(_trace(*REPLACE, SYNC_FILE), model) == {NEW}
 
 
 @pytest.mark.parametrize("model, kept", [(disk.ORDERED, False), (disk.TWO, False), (disk.POSIX, True)])
-def test_a_journal_keeps_the_order_of_sizes(model: str, kept: bool) -> None:
-    """Where the directory was synced, a journal has the new size too; the standard does not promise that."""
+def test_journal_keeps_the_order_of_sizes(model: str, kept: bool) -> None:
+    """With a journal, syncing the directory also commits the new size; POSIX does not promise that."""
     assert (OLD in _contents(_trace(*REPLACE, *SYNC_ETC), model)) == kept
 
 
 @pytest.mark.parametrize("model", disk.MODELS)
-def test_a_name_is_certain_after_the_sync_of_its_directory(model: str) -> None:
+def test_name_is_durable_after_the_sync_of_its_directory(model: str) -> None:
     assert _files(_trace(REMOVE), model) == [{"file": OLD}, {}]
     assert _files(_trace(REMOVE, *SYNC_ETC), model) == [{}]
 
@@ -61,26 +61,26 @@ def test_a_name_is_certain_after_the_sync_of_its_directory(model: str) -> None:
     (disk.ORDERED, [{"file": OLD, "model/other": OLD}, {"model/other": OLD}, {}]),
     (disk.TWO, [{"file": OLD, "model/other": OLD}, {"file": OLD}, {"model/other": OLD}, {}]),
     (disk.POSIX, [{"file": OLD, "model/other": OLD}, {"file": OLD}, {"model/other": OLD}, {}])])
-def test_names_of_two_directories_are_ordered_only_in_one_journal(model: str, states: list[dict[str, bytes]]) -> None:
+def test_names_of_two_directories_are_ordered_in_one_journal(model: str, states: list[dict[str, bytes]]) -> None:
     trace = _trace(REMOVE, REMOVE_OTHER, files={"file": OLD, "model/other": OLD})
     assert _files(trace, model) == states
 
 
-def test_a_file_that_was_synced_has_no_certain_name() -> None:
+def test_synced_file_has_no_durable_name() -> None:
     trace = _trace(*REPLACE, SYNC_FILE, files={})
     assert _files(trace, disk.ORDERED) == [{"file": NEW}]
     assert _files(trace, disk.POSIX) == [{}, {"file": NEW}]
 
 
 @pytest.mark.parametrize("model", disk.MODELS)
-def test_a_rename_leaves_the_file_under_one_name_at_least(model: str) -> None:
+def test_rename_keeps_at_least_one_name(model: str) -> None:
     trace = _trace('rename("/opt/qor/etc/file", "/opt/qor/etc/other") = 0')
     assert {"file": OLD} in _files(trace, model)
     assert {"other": OLD} in _files(trace, model)
     assert {} not in _files(trace, model)
 
 
-def test_a_change_that_is_not_understood_is_an_error() -> None:
+def test_unsupported_call_is_an_error() -> None:
     with pytest.raises(NotImplementedError):
         _trace('link("/opt/qor/etc/file", "/opt/qor/etc/other") = 0')
 
@@ -90,7 +90,7 @@ def _chains(tmp_path_factory: pytest.TempPathFactory) -> list[cuts.Chain]:
     return [cuts.record(plan, "small", tmp_path_factory.mktemp("chain")) for plan in cuts.plans() if not plan.following]
 
 
-def test_no_cut_leaves_a_bad_state(chains: list[cuts.Chain]) -> None:
+def test_power_cut_leaves_no_bad_state(chains: list[cuts.Chain]) -> None:
     assert [(chain.name, found) for chain in chains for found in cuts.bad_states(chain, chain.trace)] == []
 
 
@@ -100,7 +100,7 @@ def test_every_run_needs_its_syncs(chains: list[cuts.Chain]) -> None:
 
 
 def test_no_sync_can_be_left_out(chains: list[cuts.Chain]) -> None:
-    """Each of them is there for a state that some run may leave; the others cost time."""
+    """Without any one of them, some run may leave a bad state."""
     sites = {site for chain in chains for site in chain.trace.sites}
     assert len(sites) > len(frameworks.SCENARIOS)
     for site in sites:

@@ -12,13 +12,13 @@ STEP = int(os.environ.get("QOR_RECOVER_FAULT_STEP", "31"))
 
 
 @pytest.mark.parametrize("state", recover_faults.STATES, ids=lambda state: state.name)
-def test_a_killed_recovery_is_finished_by_the_next_one(state: recover_faults.State, tmp_path: Path) -> None:
-    """It comes to the same end, after which there is nothing left to be done."""
+def test_recovery_finishes_a_killed_recovery(state: recover_faults.State, tmp_path: Path) -> None:
+    """The second recovery reaches the same end, and a third one finds nothing."""
     run, end = recover_faults.reference(state, tmp_path / "reference")
     found = []
     for call in run[len(state.name) % STEP::STEP]:
         root = tmp_path / "case"
-        found += [f"{call.index}:{call.name} {call.where}: {complaint}"
-                  for complaint in recover_faults.complaints(state, root, call, end)]
+        found += [f"{call.index}:{call.name} {call.where}: {violation}"
+                  for violation in recover_faults.violations(state, root, call, end)]
         shutil.rmtree(root)
     assert found == []

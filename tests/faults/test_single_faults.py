@@ -1,4 +1,4 @@
-"""Single faults that once did harm, and the promises that a sweep cannot see."""
+"""Single faults that once did harm, and promises that the sweep does not check."""
 from __future__ import annotations
 
 import pytest
@@ -14,23 +14,23 @@ def _violations(prepared: frameworks.Prepared, name: str, where: str, fault: str
 
 
 @pytest.mark.parametrize("name, fault", [("read", "EIO"), ("openat", "EMFILE")])
-def test_a_list_that_cannot_be_read_is_not_rewritten_as_empty(prepared, name, fault):
-    """What a failed reading leaves is no list; writing it back would drop every installed model."""
+def test_commit_keeps_an_unreadable_list(prepared, name, fault):
+    """Writing back the result of a failed read would drop every installed model."""
     assert _violations(prepared("commit"), name, f"etc/{frameworks.LIST}.tmp", fault) == []
 
 
 @pytest.mark.parametrize("scenario, where", [("rollback-session", frameworks.LOCK),
                                              ("rollback-commit", frameworks.CONFIGURATION + ".bak"),
                                              ("rollback-commit", frameworks.LIST + ".bak")])
-def test_a_rollback_takes_nothing_for_missing_that_it_cannot_see(prepared, scenario, where):
-    """Half of the backups put back, or backups put over an open session, would mix versions with status 0."""
-    # The constructor's look at the lock is the library's, and only delays the run.
+def test_rollback_does_not_take_a_failed_stat_for_absence(prepared, scenario, where):
+    """Restoring half of the backups, or restoring during an open session, would mix versions with status 0."""
+    # The library's own existence test of the lock, in the constructor, only delays the run.
     found = _violations(prepared(scenario), "newfstatat", f"etc/{where}", "EIO")
     assert found == []
 
 
-def test_the_sweep_sees_every_kind_of_call_that_changes_a_file(prepared):
-    """A trace that misses the interesting calls would make every sweep pass."""
+def test_sweep_traces_every_kind_of_call_that_changes_a_file(prepared):
+    """A trace without the interesting calls would make every sweep pass."""
     seen = {(call.name, call.where) for call in sweep.reference(prepared("commit"))}
     for name in (frameworks.CONFIGURATION, frameworks.LIST):
         for suffix in ("", ".tmp", ".bak"):
@@ -41,6 +41,6 @@ def test_the_sweep_sees_every_kind_of_call_that_changes_a_file(prepared):
 
 @pytest.mark.parametrize("name, where", [("newfstatat", frameworks.LOCK), ("newfstatat", frameworks.SESSION),
                                          ("openat", frameworks.LOCK), ("read", frameworks.LOCK)])
-def test_a_session_that_cannot_be_seen_keeps_its_queue(prepared, name, where):
-    """The new action alone, saved as the whole queue, would drop the others with status 0."""
+def test_staging_keeps_the_queue_when_the_session_is_unreadable(prepared, name, where):
+    """Saving only the new action would drop the others with status 0."""
     assert _violations(prepared("stage-joined"), name, f"etc/{where}", "EIO") == []
