@@ -1,5 +1,5 @@
 #!/usr/bin/python3
-"""Play chapters of the operator's guide, live: each command's answer and exit status must be what the guide shows."""
+"""Play chapters of the operator's guide live, and compare each command's output and exit status with the guide."""
 from __future__ import annotations
 
 import argparse
@@ -14,11 +14,11 @@ import tempfile
 from collections.abc import Iterator
 from pathlib import Path
 
-from transcripts import PROJECT, Stage, Step, sections
-from sandbox import SandboxError, launcher_name  # transcripts has made this known
+from transcripts import PROJECT, Playback, Step, sections
+from sandbox import SandboxError, launcher_name  # transcripts adds its folder to the path
 
 GUIDE = PROJECT / "docs" / "operations.md"
-# Headings of the guide. Every command below them has a sentence that leads up to it.
+# Headings of the guide. A sentence stands before every command below them.
 STORY = ("A first session", "Change your mind", "A change in one call", "The validator rejects the result",
          "Several hosts", "An interrupted commit", "All options")
 
@@ -35,29 +35,29 @@ def colour(code: str, text: str) -> str:
     return f"\033[{code}m{text}\033[0m" if COLOURED else text
 
 
-def show(said: bytes) -> None:
+def show(output: bytes) -> None:
     """Forward the program's output as it arrives."""
     wrong = r"(?m)^ConsoleLogger: (Error|Critical|Warning): .*|^.* WARNING: .*|^qor_mim_ctl: .*|^\[exit status.*"
-    print(re.sub(wrong, lambda line: colour(RED, line[0]), said.decode(errors="replace")), end="", flush=True)
+    print(re.sub(wrong, lambda line: colour(RED, line[0]), output.decode(errors="replace")), end="", flush=True)
 
 
 def play(heading: str, steps: list[Step]) -> str:
-    """Play a chapter; the difference to the guide, or nothing."""
+    """Play a chapter; return the difference from the guide, or an empty string."""
     print(f"\n{colour(BOLD, heading)}\n{colour(BOLD, '=' * len(heading))}")
     with tempfile.TemporaryDirectory() as scratch:
-        stage = Stage(Path(scratch), COLOURED)
+        playback = Playback(Path(scratch), COLOURED)
         for step in steps:
             sentence = re.sub("`(.*?)`", lambda name: colour(BOLD, name[1]), step.sentence)
             print(f"\n{sentence}\n\n{colour(CYAN, f'{step.host}$ {step.command}')}", flush=True)
-            said = stage.play(step, show)
-            if said != step.answer:
-                return "\n".join(difflib.unified_diff(step.answer.splitlines(), said.splitlines(), "the guide",
+            output = playback.play(step, show)
+            if output != step.answer:
+                return "\n".join(difflib.unified_diff(step.answer.splitlines(), output.splitlines(), "the guide",
                                                       "the program", lineterm=""))
     return ""
 
 
-def tell() -> int:
-    """Play the story, and sum it up."""
+def play_story() -> int:
+    """Play all chapters, then print a summary."""
     guide = sections(GUIDE)
     print(INTRODUCTION)
     for heading in STORY:
@@ -74,7 +74,7 @@ def tell() -> int:
 
 @contextlib.contextmanager
 def temporary_files() -> Iterator[None]:
-    """Keep all temporary files in one directory; a process of its own removes it, however this one ends."""
+    """Keep all temporary files in one directory.  A separate process removes it, even if this one is killed."""
     script = 'scratch=$(mktemp -d -t qmt-demo-XXXXXX) && echo "$scratch"; read -r _; rm -rf "$scratch"'
     keeper = subprocess.Popen(["/bin/sh", "-c", script], stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True,
                               start_new_session=True)
@@ -98,7 +98,7 @@ def main() -> int:
         signal.signal(number, end)
     with temporary_files():
         try:
-            return tell()
+            return play_story()
         except BrokenPipeError:
             os.dup2(os.open(os.devnull, os.O_WRONLY), sys.stdout.fileno())
             return 128 + signal.SIGPIPE

@@ -1,5 +1,5 @@
 #!/usr/bin/python3
-"""Draw the picture of a terminal that the README shows, from a real run: ``picture.py [FILE]``."""
+"""Draw the README's terminal picture from a real run: ``picture.py [FILE]``."""
 from __future__ import annotations
 
 import sys
@@ -9,7 +9,7 @@ from collections.abc import Iterator
 from html import escape
 from pathlib import Path
 
-from transcripts import PROJECT, Stage, Step
+from transcripts import PROJECT, Playback, Step
 
 PICTURE = PROJECT / "docs" / "terminal.svg"
 STORY = ("qor_mim_tool --addModelFile=/opt/qor/models/power.xml --modelHandler=powerHandler",
@@ -23,19 +23,19 @@ PROMPT, PLAIN, WRONG = "#8fd7ff", "#d8dee9", "#ff8f8f"
 
 
 def lines() -> Iterator[tuple[str, str]]:
-    """Each line of the terminal with its colour."""
+    """The lines of the terminal, each with its colour."""
     with tempfile.TemporaryDirectory() as scratch:
-        stage = Stage(Path(scratch))
+        playback = Playback(Path(scratch))
         for command in STORY:
             yield PROMPT, f"# {command}"
-            for line in stage.play(Step("alpha", command)).splitlines():
+            for line in playback.play(Step("alpha", command)).splitlines():
                 colour = WRONG if line.startswith(("ConsoleLogger: Error", "[exit status")) else PLAIN
                 for part in textwrap.wrap(line, COLUMNS, drop_whitespace=False, break_on_hyphens=False) or [""]:
                     yield colour, part
 
 
 def draw(shown: list[tuple[str, str]]) -> str:
-    """The picture.  Each line is fitted to its columns, whatever font the reader has."""
+    """The picture as SVG.  Each line is stretched to its columns, so that the reader's font does not matter."""
     width, height = COLUMNS * CELL + 2 * MARGIN, len(shown) * LINE + 2 * MARGIN
     parts = [f'<svg xmlns="http://www.w3.org/2000/svg" viewBox="0 0 {width} {height}" width="{width}" '
              'font-family="monospace" font-size="13">',

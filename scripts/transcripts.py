@@ -1,15 +1,15 @@
 #!/usr/bin/python3
-"""Write into the documents' transcripts what the program says now: ``transcripts.py [DOCUMENT...]``.
+"""Update the transcripts in the documents from real runs: ``transcripts.py [DOCUMENT...]``.
 
-A transcript is a fenced block of the kind ``console``.  Its lines are
+A transcript is a fenced block of the kind ``console``, with these lines:
 
-    $ command            run by a shell; ``beta$ command`` on the host beta, otherwise the host is alpha
-    [...]                in place of all output but the last line
-    [exit status N]      unless it is 0
-    anything else        the command's output, as a terminal shows it, without colours; every time is that of TIMES
+    $ command            a shell command; ``beta$ command`` runs on the host beta, otherwise the host is alpha
+    [...]                stands for all output before the last line
+    [exit status N]      the exit status, unless it is 0
+    anything else        the output as on a terminal, without colours; times are replaced by those of TIMES
 
-Every section, that is everything up to the next heading, starts with a fresh copy of the sample framework, seen as
-/opt/qor, and an empty working directory.  A fenced block of the kind ``sh NAME`` puts the script NAME there.
+Every section (the text up to the next heading) starts with a fresh copy of the sample framework as /opt/qor, and with
+an empty working directory.  A fenced block of the kind ``sh NAME`` creates the script NAME there.
 """
 from __future__ import annotations
 
@@ -36,22 +36,22 @@ PIECE = re.compile(r"^#+ +(?P<heading>.*)$|^```(?P<kind>\w*) ?(?P<name>.*)\n(?P<
 STEP = re.compile(r"^(?P<host>[a-z]*)\$ (?P<command>.*)\n(?P<answer>(?:(?![a-z]*\$ ).*\n)*)", re.MULTILINE)
 ABRIDGED = "[...]\n"
 COLOUR = re.compile(r"\033\[[0-9;]*m")
-# Any time in UTC, in each of its forms, and what stands for it in a document.
+# The forms of a UTC time, each with its replacement in the documents.
 TIMES = ((re.compile(r"\b\d{4}-\d\d-\d\dT\d\d:\d\d:\d\dZ"), "2026-01-31T12:00:00Z"),
          (re.compile(r"\b\d{8}T\d{6}Z"), "20260131T120000Z"))
 
 
-def settled(said: str) -> str:
-    """The output, without what differs from run to run or between terminals."""
-    said = COLOUR.sub("", said)
+def normalized(output: str) -> str:
+    """The output without colours, and with fixed times."""
+    output = COLOUR.sub("", output)
     for time, shown in TIMES:
-        said = time.sub(shown, said)
-    return said
+        output = time.sub(shown, output)
+    return output
 
 
 @dataclasses.dataclass(frozen=True)
 class Step:
-    """A command and its answer, which stands at ``place`` in the document; ``sentence`` leads up to the block."""
+    """A command, its output at ``place`` in the document, and the sentence before the block."""
 
     host: str
     command: str
@@ -81,8 +81,8 @@ def sections(document: Path) -> dict[str, list[Step]]:
     return {heading: steps for heading, steps in found.items() if steps}
 
 
-class Stage:
-    """A fresh framework and working directory, and a shell on each host that sees them."""
+class Playback:
+    """Runs the steps of one section, with a framework and a working directory of its own."""
 
     def __init__(self, scratch: Path, coloured: bool = False):
         self.framework = scratch / "framework"
@@ -101,35 +101,35 @@ class Stage:
         self._status = 0
 
     def play(self, step: Step, show: Callable[[bytes], object] = lambda _: None) -> str:
-        """The answer to a step, in the form of a document; ``show`` gets it live and whole."""
-        said = settled(self._run(step.host, step.command, show))
+        """Run a step; return its output as a document shows it.  ``show`` receives all output as it arrives."""
+        output = normalized(self._run(step.host, step.command, show))
         note = f"[exit status {self._status}]\n" if self._status else ""
         show(note.encode())
         if step.answer.startswith(ABRIDGED):
-            said = ABRIDGED + said[said.rstrip("\n").rfind("\n") + 1:]
-        return said + note
+            output = ABRIDGED + output[output.rstrip("\n").rfind("\n") + 1:]
+        return output + note
 
     def _run(self, host: str, command: str, show: Callable[[bytes], object]) -> str:
-        """The output of a command on a terminal.  It finds the last command's status in ``$?``."""
+        """Run a command on a terminal; return its output.  ``$?`` is the status of the previous command."""
         master, slave = pty.openpty()
         tty.setraw(slave)
         run = self._sandbox.on(host).launch("/bin/sh", "-c", f"(exit {self._status})\n{command}", stdout=slave,
                                             console=slave)
         os.close(slave)
-        said = b""
+        output = b""
         try:
             while chunk := _read_terminal(master):
-                said += chunk
+                output += chunk
                 show(chunk)
         finally:
             os.close(master)
             status = run.wait().status
         self._status = status if status >= 0 else 128 - status
-        return said.decode(errors="replace")
+        return output.decode(errors="replace")
 
 
 def _read_terminal(master: int) -> bytes:
-    """The bytes that have arrived; nothing after the last writer has closed, or after the timeout."""
+    """The next output; empty when all writers have closed the terminal, or after the timeout."""
     try:
         return os.read(master, 1 << 16) if select.select([master], [], [], DEFAULT_TIMEOUT)[0] else b""
     except OSError:
@@ -142,8 +142,8 @@ def rewrite(document: Path) -> None:
     answers = []
     for steps in sections(document).values():
         with tempfile.TemporaryDirectory(prefix="qmt-") as scratch:
-            stage = Stage(Path(scratch))
-            answers += [(step.place, stage.play(step)) for step in steps]
+            playback = Playback(Path(scratch))
+            answers += [(step.place, playback.play(step)) for step in steps]
     for (start, end), answer in reversed(answers):
         text = text[:start] + answer + text[end:]
     document.write_text(text, encoding="utf-8")

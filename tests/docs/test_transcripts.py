@@ -20,7 +20,7 @@ DEMO = PROJECT / "scripts" / "demo.py"
 sys.path.insert(0, str(DEMO.parent))
 
 from demo import STORY  # noqa: E402 (path set above)
-from transcripts import DOCUMENTS, Stage, Step, rewrite, sections, settled  # noqa: E402
+from transcripts import DOCUMENTS, Playback, Step, normalized, rewrite, sections  # noqa: E402
 
 GUIDE = sections(PROJECT / "docs" / "operations.md")
 SECTIONS = [(document, heading) for document in DOCUMENTS for heading in sections(document)]
@@ -43,8 +43,8 @@ $ echo $?
 """
 
 
-def answer(stage: Stage, command: str) -> str:
-    return stage.play(Step("alpha", command))
+def answer(playback: Playback, command: str) -> str:
+    return playback.play(Step("alpha", command))
 
 
 # --- transcripts -----------------------------------------------------------------------------------------------------
@@ -52,9 +52,9 @@ def answer(stage: Stage, command: str) -> str:
 
 @pytest.mark.parametrize("document, heading", SECTIONS, ids=[f"{path.name}: {name}" for path, name in SECTIONS])
 def test_transcript_matches_the_program(document: Path, heading: str, tmp_path: Path) -> None:
-    stage = Stage(tmp_path)
+    playback = Playback(tmp_path)
     steps = sections(document)[heading]
-    assert [stage.play(step) for step in steps] == [step.answer for step in steps]
+    assert [playback.play(step) for step in steps] == [step.answer for step in steps]
 
 
 def test_every_command_in_a_document_is_played() -> None:
@@ -76,7 +76,7 @@ def test_rewrite_updates_the_transcripts(tmp_path: Path) -> None:
 
 
 def test_output_comes_in_the_order_of_a_terminal(tmp_path: Path) -> None:
-    said = answer(Stage(tmp_path), "qor_mim_tool --help")
+    said = answer(Playback(tmp_path), "qor_mim_tool --help")
     assert said.index("Using QOR path") < said.index("usage:") < said.index("Operation completed.")
 
 
@@ -115,14 +115,14 @@ def is_emptied(directory: Path) -> bool:
 
 
 def test_demo_plays_its_chapters_of_the_guide(scratch: Path) -> None:
-    said, complaints = start_demo(scratch).communicate()
+    said, errors = start_demo(scratch).communicate()
     for heading in STORY:
         chapter = "".join(f"\n{step.sentence}\n\n{step.host}$ {step.command}\n{step.answer}" for step in GUIDE[heading])
         # The help text is left out in the guide only.
-        assert chapter.replace("`", "").partition("[...]")[0] in settled(said.decode())
+        assert chapter.replace("`", "").partition("[...]")[0] in normalized(said.decode())
         assert all(step.sentence for step in GUIDE[heading])
     assert b" commands, all as the guide shows them (sandbox: " in said
-    assert (complaints, b"\033" in said, is_emptied(scratch)) == (b"", False, True)
+    assert (errors, b"\033" in said, is_emptied(scratch)) == (b"", False, True)
 
 
 @pytest.mark.parametrize("said, status", [("Nothing.\n", 0), (GUIDE[STORY[0]][0].answer, 3)], ids=["answer", "status"])
@@ -165,5 +165,5 @@ def test_demo_is_coloured_on_a_terminal(scratch: Path, env: dict[str, str], colo
 @pytest.mark.parametrize("words, status", [(["--help"], 0), (["--unknown"], 2), (["--fallback", "more"], 2)])
 def test_demo_script_shows_its_usage(words: list[str], status: int) -> None:
     called = subprocess.run([str(DEMO.with_suffix("")), *words], capture_output=True, text=True, check=False)
-    told, silent = (called.stderr, called.stdout) if status else (called.stdout, called.stderr)
-    assert (called.returncode, told.partition("\n")[0], silent) == (status, "usage: scripts/demo [--fallback]", "")
+    used, unused = (called.stderr, called.stdout) if status else (called.stdout, called.stderr)
+    assert (called.returncode, used.partition("\n")[0], unused) == (status, "usage: scripts/demo [--fallback]", "")
