@@ -21,15 +21,14 @@ RELEASES = ("bookworm", "trixie")
 WAYS = ("root", "sudo", "confined")
 USER, PASSWORD = "visitor", "open sesame"
 KEYRING = "debian-archive"
-# The options of this machine's apt that say how to reach an archive.
+# The apt options of this machine that configure the access to an archive.
 ACCESS = re.compile(r"^Acquire::(?:https?::|Retries |Check-)")
 
-# What packages install, and what is not on disk. The rest of the root is compared.
+# Directories that packages write, and virtual file systems. The rest of the root is compared.
 NOT_COMPARED = ("dev/pts", "etc", "lib", "lib32", "lib64", "libx32", "proc", "run/sudo", "sys", "usr", "var/backups",
                 "var/cache", "var/lib", "var/log")
 
-# If the root directory is not the root of the mounts, the kernel refuses user namespaces; without the capability it
-# refuses the others.
+# In a chroot the kernel refuses user namespaces; without CAP_SYS_ADMIN it refuses all others.
 CONFINED = "exec chroot . setpriv --bounding-set=-sys_admin"
 FREE = "mount --move . / && exec chroot ."
 ENTER = """
@@ -41,7 +40,7 @@ hostname fresh
 shift
 {enter} "$@"
 """
-# Killed in the middle, with all its child processes.
+# Kills the demonstration in the middle, with all its child processes.
 KILLED_DEMO = """
 set -m
 PYTHONUNBUFFERED=1 scripts/demo >build/killed-demo.log 2>&1 &
@@ -52,16 +51,16 @@ sleep 5
 
 
 def remove(directory: Path) -> None:
-    """Remove a directory, also one so deep that the interpreter's own way ends in an error."""
+    """Remove a directory, even one that is too deep for shutil.rmtree."""
     subprocess.run(["rm", "-rf", "--one-file-system", str(directory)], check=True)
 
 
 class Failure(Exception):
-    """A command, or what it left behind, is not as promised."""
+    """A command failed, or left something behind."""
 
 
 def sources(release: str) -> Iterator[str]:
-    """This machine's sources of Debian, for another release, one stanza or line each."""
+    """This machine's apt sources of Debian, rewritten for another release; a line or stanza each."""
     here = re.search(r"^VERSION_CODENAME=(\w+)", Path("/etc/os-release").read_text(encoding="utf-8"), re.MULTILINE)
     etc = Path("/etc/apt")
     entries: list[str] = []
@@ -98,7 +97,7 @@ class Machine:
                   *(["ca-certificates"] if any("https:" in text for text in texts) else [])]
         access = subprocess.run(["apt-config", "dump"], check=True, capture_output=True, text=True).stdout.splitlines()
         options = [f"--aptopt={line}" for line in access if ACCESS.match(line)]
-        # What it mounts goes with it, also when it is killed.
+        # The mount namespace removes its mounts, even if it is killed.
         self._outside("unshare", "--mount", "mmdebstrap", "--mode=root", "--variant=apt",
                       f"--include={','.join(wanted)}", *options, release, str(self.root), str(archive))
         shutil.copy("/etc/resolv.conf", self.root / "etc")
@@ -134,7 +133,7 @@ class Machine:
                                   start_new_session=True).returncode
 
     def run_on_terminal(self, script: str) -> int:
-        """Run a shell script on a terminal, and type the password as often as it is asked for."""
+        """Run a shell script on a terminal, and answer every password prompt."""
         command = self.command(script)
         with open(self.log, "ab") as log:
             terminal = pexpect.spawn(command[0], command[1:], timeout=None, logfile=log)
@@ -144,7 +143,7 @@ class Machine:
         return terminal.exitstatus if terminal.exitstatus is not None else -terminal.signalstatus
 
     def listing(self) -> set[str]:
-        """Everything to compare, with type, mode and owner."""
+        """The files to compare, each with type, mode and owner."""
         found = set()
         for directory, subdirectories, files in os.walk(self.root):
             inside = Path(directory).relative_to(self.root)
@@ -197,7 +196,8 @@ def trial(machine: tuple[str, str], quick: bool, scratch: Path) -> bool:
         remove(here.root)
         return True
     except (Failure, subprocess.CalledProcessError) as failure:
-        print(f"{failure}\nFAILED  {time.monotonic() - started:4.0f} s  fresh machine: {', '.join(machine)}", flush=True)
+        print(f"{failure}\nFAILED  {time.monotonic() - started:4.0f} s  fresh machine: {', '.join(machine)}",
+              flush=True)
         return False
 
 

@@ -9,7 +9,7 @@ from sandbox import WORK, Result, Run, Sandbox, SandboxError, emulator, tool_dir
 
 
 def companion_path() -> Path:
-    """The companion under test: it lies beside the tool."""
+    """The companion under test, in the tool's directory."""
     path = tool_directory() / "qor_mim_ctl"
     if not path.is_file():
         raise SandboxError(f"{path} does not exist: build it first (scripts/build release)")
@@ -17,7 +17,7 @@ def companion_path() -> Path:
 
 
 def command() -> list[str]:
-    """The command line that runs the companion, for a program that runs in the sandbox itself."""
+    """The command line of the companion inside the sandbox."""
     return [*emulator(), str(companion_path())]
 
 
@@ -28,13 +28,13 @@ def run(sandbox: Sandbox, *args: str) -> Result:
 
 def start(sandbox: Sandbox, *args: str) -> Run:
     """Start the companion and leave it running."""
-    # The rest of the machine, /tmp included, cannot be written in the sandbox.
+    # In the sandbox the rest of the machine, /tmp included, is read-only.
     env = {"TMPDIR": WORK, **sandbox.env}
     return sandbox.with_env(**env).launch(*command(), *args)
 
 
 def answer(sandbox: Sandbox, *args: str) -> dict[str, Any]:
-    """Run the companion with --json; its answer, which must be one line that agrees with the exit status."""
+    """Run the companion with --json; return its answer, which must be one line with the exit status."""
     return parsed(run(sandbox, *args, "--json"))
 
 
@@ -48,20 +48,20 @@ def parsed(result: Result) -> dict[str, Any]:
 
 
 def faults(sandbox: Sandbox) -> list[str]:
-    """What is wrong with a framework at /opt/qor: errors that check finds, an interruption that recover would end, and
-    what keeps them from telling.  That recover asks, or leaves another host's session alone, is no fault.
+    """The faults of the framework at /opt/qor: errors found by ``check``, an interruption found by ``recover``, and
+    failures of the two commands.  A question of ``recover`` and another host's session are not faults.
     """
     script = '"$@" check --qor-path=/opt/qor --json; "$@" recover --dry-run --qor-path=/opt/qor --json'
     result = sandbox.with_env(TMPDIR=WORK).execute("/bin/sh", "-c", script, "sh",
                                                    *sandbox.tool_command(companion_path()))
     check, recover = map(json.loads, result.stdout.splitlines())
     errors = [finding["id"] for finding in check.get("findings", ()) if finding["severity"] == "error"]
-    untold = [told["error"] for told in (check, recover) if told["status"] == 4]
-    return errors + untold + [found for found in recover.values() if str(found).endswith("-interrupted")]
+    failures = [answer["error"] for answer in (check, recover) if answer["status"] == 4]
+    return errors + failures + [found for found in recover.values() if str(found).endswith("-interrupted")]
 
 
 def patched(before: str, diff: str) -> str:
-    """``before`` with a unified difference applied by the numbers in its hunks."""
+    """``before`` with a unified diff applied at the line numbers of its hunks."""
     old = before.splitlines(keepends=True)
     new: list[str] = []
     done = 0

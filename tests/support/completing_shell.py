@@ -1,14 +1,14 @@
 #!/usr/bin/python3
 """Press Tab in a real shell: ``completing_shell.py (bash|zsh) COMPLETIONS LINE...``.
 
-Starts an interactive shell on a terminal of its own with the completions of the directory COMPLETIONS, types each LINE
-and prints a JSON list with one object for each:
+Starts an interactive shell on a pseudo-terminal with the completions in COMPLETIONS, types each LINE and prints a JSON
+list with one object for each:
 
-    line      what the line became after one Tab
-    all       what it becomes when every candidate is put in
-    output    what else appeared on the terminal after the Tab
+    line      the line after one Tab
+    all       the line with all candidates inserted
+    output    the other output on the terminal after the Tab
 
-It is a program of its own so that a test can run it in the sandbox, where the framework is what the test made it.
+It is a program of its own so that a test can run it in the sandbox, with the test's framework.
 """
 from __future__ import annotations
 
@@ -25,9 +25,9 @@ TAB = "\t"
 REPORT = "\x18b"
 ALL = "\x18a"
 CLEAR = "\x05\x15"
-# No line of a test is to be wrapped by the shell's line editor.
+# Wide enough that the shell's line editor wraps no line of a test.
 SIZE = (50, 2000)
-# Seconds for one answer of the shell, on a busy machine.
+# Seconds for one answer of the shell; enough on a busy machine.
 TIMEOUT = 120
 
 BASH = """
@@ -50,8 +50,8 @@ PS1= PS2= RPS1=
 setopt no_beep no_prompt_cr no_prompt_sp
 unsetopt zle_bracketed_paste 2>/dev/null
 unset zle_bracketed_paste
-# Only ours and what every completion stands on is looked through; the rest is there by name. All of it would be a
-# thousand files a start.
+# compinit scans only our completions and zsh's base functions. The other functions are autoloaded by name: a scan would
+# read a thousand files at each start.
 library=($fpath)
 fpath=({completions} /usr/share/zsh/functions/Completion /usr/share/zsh/functions/Completion/Base)
 autoload -U compinit
@@ -70,14 +70,14 @@ zstyle ':completion:every:*' insert yes
 
 
 def press(shell: pexpect.spawn, keys: str) -> tuple[str, str]:
-    """What appears on the terminal before the shell reports its line, and the line."""
+    """Send keys; return the output before the shell's report of its line, and the line."""
     shell.send(keys + REPORT)
     shell.expect("\x01([^\x02]*)\x02")
     return shell.before, shell.match[1]
 
 
 def visible(output: str, line: str) -> str:
-    """Without what only moves the cursor, and without the line itself, which a shell may write once more."""
+    """The output without cursor movements and without the line itself, which the shell may redraw."""
     return " ".join(re.sub(r"\x1b\[[0-9;?]*[A-Za-z]|[\b\a]", "", output).replace(line, "").split())
 
 
@@ -92,7 +92,7 @@ def complete(shell: pexpect.spawn, line: str) -> dict[str, str]:
 
 
 def start(name: str, completions: Path, scratch: Path) -> pexpect.spawn:
-    """The shell, ready for input: it has read its settings and reported so."""
+    """Start a shell and wait until it has read its settings."""
     settings = scratch / "settings"
     settings.write_text({"bash": BASH, "zsh": ZSH}[name].format(completions=completions))
     env = dict(os.environ, TERM="dumb", HOME=str(scratch), LC_ALL="C.UTF-8", INPUTRC="/dev/null")

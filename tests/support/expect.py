@@ -1,4 +1,4 @@
-"""The program's output, as a test expects it: ``assert tool.run("--status") == answer(...)``."""
+"""The expected output of the program: ``assert tool.run("--status") == answer(...)``."""
 from __future__ import annotations
 
 import re
@@ -17,7 +17,7 @@ ERROR, WARNING, INFO, DEBUG = 3, 4, 6, 7
 
 
 def version() -> str:
-    """The version of the project, from the one place that has it."""
+    """The project's version, from CMakeLists.txt."""
     text = (PROJECT / "CMakeLists.txt").read_text(encoding="utf-8")
     return re.findall(r"^project\(qor_mim_tool VERSION ([\d.]+) ", text, re.MULTILINE)[0]
 
@@ -50,14 +50,14 @@ def warning(text: str) -> Line:
 
 
 class Bare(str):
-    """A console line without the logger's prefix: it comes from the application framework."""
+    """A console line of the application framework, which has no logger prefix."""
 
 
 FAILED = error("Operation failed!")
 
 
 def console(*lines: str, path: str | None = "/opt/qor") -> str:
-    """The console of a run; it starts with the framework's path, as the agent has told it, unless ``path`` is none."""
+    """The console output of a run; it starts with the framework path from the agent, unless ``path`` is None."""
     if path is not None:
         lines = (f"Using QOR path: {path}", *lines)
     return "".join(line + "\n" if isinstance(line, Bare)
@@ -71,6 +71,6 @@ def answer(*lines: str, path: str | None = "/opt/qor", status: int = 0, stdout: 
 
 
 def staged(line: str, *more: str, new: bool = False) -> Result:
-    """What a successful staging call says whose action reads ``line``; ``more`` follows on the console."""
+    """The output of a successful staging call with the action ``line``; ``more`` follows on the console."""
     start = (NEW_SESSION,) if new else ()
     return answer(*start, UPDATED, line, *(more or (COMPLETED,)), syslog=[(DEBUG, line)])

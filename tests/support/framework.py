@@ -1,4 +1,4 @@
-"""A small framework directory for tests: written, read and compared in one place."""
+"""A small framework directory for tests."""
 from __future__ import annotations
 
 import os
@@ -17,7 +17,8 @@ PLACEHOLDER = "VELDA_OAM_COMPONENT"
 
 # Model files of the default framework, as the program sees them.
 BASE, AUX, PUMP, VALVE, ROOTLESS, NAMELESS, BROKEN, MISSING = (
-    f"/opt/qor/models/{name}.xml" for name in ("base", "aux", "pump", "valve", "rootless", "nameless", "broken", "missing"))
+    f"/opt/qor/models/{name}.xml"
+    for name in ("base", "aux", "pump", "valve", "rootless", "nameless", "broken", "missing"))
 
 Snapshot = dict[str, bytes | None]
 
@@ -44,7 +45,7 @@ def model(root_class: str) -> str:
 
 
 def installed(name: str) -> str:
-    """Where a file of the framework lies for the program under test."""
+    """The path of a framework file as the program under test sees it."""
     return f"/opt/qor/{name}"
 
 
@@ -70,7 +71,7 @@ class Framework:
         return framework
 
     def path(self, name: str) -> Path:
-        """Where the test finds a file of the framework."""
+        """The path of a framework file outside the sandbox."""
         return self.root / name
 
     def write(self, name: str, content: str | bytes) -> None:
@@ -98,14 +99,14 @@ class Framework:
         self.script(name, f"printf '%s\\n' \"$@\" >>{installed(record)}\n{body}")
 
     def session(self, entries: str, host: str = "alpha") -> None:
-        """Put a session there as if it had been staged by ``host``."""
+        """Create a session as if ``host`` had staged it."""
         self.write(SESSION, entries)
         self.write(LOCK, host)
         self.write(CONFIG_TMP, self.path(CONFIG).read_bytes())
         self.write(LIST_TMP, self.path(LIST).read_bytes())
 
     def snapshot(self) -> Snapshot:
-        """Everything below the directory: a file's bytes, a link's target, None for a directory (name with slash)."""
+        """All entries below the directory: a file's bytes, a link's target, None for a directory (name with slash)."""
         found: Snapshot = {}
         for directory, subdirectories, files in os.walk(self.root):
             for name in subdirectories + files:
@@ -120,7 +121,7 @@ class Framework:
         return found
 
     def changes(self, before: Snapshot) -> dict[str, str | None]:
-        """The differences from ``before``: new contents, None for what was removed, an empty text for a directory."""
+        """The differences from ``before``: new contents, None for a removed entry, an empty string for a directory."""
         now = self.snapshot()
         changed: dict[str, str | None] = {name: None for name in before.keys() - now.keys()}
         for name in now:

@@ -1,4 +1,4 @@
-"""A run of the program that is stopped at a chosen moment, so that a test decides what happens meanwhile."""
+"""Stop a run of the program at a chosen moment, so that a test can act meanwhile."""
 from __future__ import annotations
 
 import contextlib
@@ -11,10 +11,10 @@ from sandbox import WORK, Run, Sandbox
 
 @contextlib.contextmanager
 def held_at_gate(caller: Sandbox, *words: str, at: str | None = None) -> Iterator[Run]:
-    """The run, once it has come to its gate; the end of the context lets it go on.
+    """Start a run and wait until it blocks at its gate; the end of the context opens the gate.
 
-    The gate stands before the first message to the system log, or, with ``at`` ("N:PATH"), before the N-th time that
-    the program opens PATH with leave to create it.  The caller needs a working directory of the test.
+    The gate is before the first message to the system log, or, with ``at`` ("N:PATH"), before the N-th open of PATH
+    with O_CREAT.  ``caller`` needs a working directory of the test.
     """
     assert caller.work is not None
     name = f"gate-{caller.host}"

@@ -3,9 +3,9 @@
  *
  *     runner STATUS_FD PROGRAM [ARGUMENT...]
  *
- * Sandboxes fold "exited with 139" and "killed by SIGSEGV" into one number; the raw wait status written to STATUS_FD
- * keeps them apart. The same channel carries the program's process id first, so that a test can send it a signal.
- * Capabilities are given up before the start: file permissions then mean the same to root as to anybody else.
+ * Writes the program's process id to STATUS_FD, so that a test can send it a signal, and then its raw wait status: an
+ * exit status of the sandbox cannot distinguish "exited with 139" from "killed by SIGSEGV".
+ * Drops all capabilities, so that file permissions also apply to root.
  */
 #include <errno.h>
 #include <fcntl.h>
@@ -29,7 +29,7 @@ enum
     OPEN_FILES = 256
 };
 
-/* Without new privileges an exec by root cannot regain what is dropped here. */
+/* PR_SET_NO_NEW_PRIVS keeps an exec by root from regaining the capabilities. */
 static void dropCapabilities(void)
 {
     struct __user_cap_header_struct header = {_LINUX_CAPABILITY_VERSION_3, 0};
@@ -43,8 +43,8 @@ static void dropCapabilities(void)
 }
 
 /*
- * Whoever starts a child closes every possible descriptor first. With the limits of some containers that is a million
- * calls, each of which a tracing sandbox looks at.
+ * The library closes every possible descriptor in a new child. With the limits of some containers that is a million
+ * calls, each of which proot traces.
  */
 static void limitOpenFiles(void)
 {
@@ -57,11 +57,11 @@ static void limitOpenFiles(void)
 }
 
 /*
- * Make two system calls look as if the kernel did not have them: callers fall back to their predecessors.
- * Old versions of proot do not know these two, and a path in one of them is looked up outside the sandbox; emulated
- * programs and many of the machine's own make them. Where even this is refused, the program's own calls still work.
+ * Makes two system calls fail with ENOSYS, so that callers fall back to their predecessors.
+ * Old versions of proot do not translate the paths of these two, which emulated programs and many others use. If the
+ * kernel refuses the filter, the program's own calls still work.
  */
-static void hideNewCalls(void)
+static void blockNewCalls(void)
 {
     struct sock_filter filter[] = {
         BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(struct seccomp_data, nr)),
@@ -74,8 +74,8 @@ static void hideNewCalls(void)
     (void)prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &program);
 }
 
-/* A job in the background of a script ignores some signals, and its children do; a test must not depend on that. */
-static void heedSignals(void)
+/* A script's background job inherits ignored signals; a test must not depend on that. */
+static void resetSignals(void)
 {
     const int numbers[] = {SIGHUP, SIGINT, SIGQUIT, SIGTERM};
     for (size_t i = 0; i < sizeof numbers / sizeof *numbers; ++i)
@@ -84,9 +84,9 @@ static void heedSignals(void)
     }
 }
 
-static void become(char** command, int statusFd)
+static void execute(char** command, int statusFd)
 {
-    /* A launcher that is killed ends its own child only, which is the runner. */
+    /* A killed launcher ends only its own child, the runner. */
     prctl(PR_SET_PDEATHSIG, SIGKILL);
     execv(command[0], command);
     dprintf(statusFd, "failed %d\n", errno);
@@ -110,7 +110,7 @@ int main(int argc, char** argv)
     dropCapabilities();
     if (getenv("QOR_SANDBOX_HOST") != NULL) /* set for proot only */
     {
-        hideNewCalls();
+        blockNewCalls();
     }
     limitOpenFiles();
     const pid_t child = fork();
@@ -121,8 +121,8 @@ int main(int argc, char** argv)
     }
     if (child == 0)
     {
-        heedSignals();
-        become(argv + 2, statusFd);
+        resetSignals();
+        execute(argv + 2, statusFd);
     }
     dprintf(statusFd, "pid %d\n", (int)child);
 

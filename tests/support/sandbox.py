@@ -1,16 +1,16 @@
 #!/usr/bin/python3
-"""Run the tool as if it were installed: scratch framework, own host name, own system log.
+"""Run the tool as if it were installed, with a scratch framework, host name and system log of its own.
 
-The program knows fixed places (/opt/qor, /dev/log), so a test that called it directly would touch the machine.  Here
-every run gets its own view of the file system instead:
+The program uses fixed paths (/opt/qor, /dev/log), so a test that called it directly would touch the machine.  In the
+sandbox every run has its own view of the file system:
 
     /opt/qor       a scratch framework directory, writable
     /opt/scratch   the working directory, empty and writable
     /dev/log       a socket of ours, whose datagrams become ``Result.syslog``
-    the rest       the machine's, read-only where bubblewrap is the launcher; /opt has nothing else
+    the rest       the machine's files, read-only under bubblewrap; /opt has no other entries
 
-Bubblewrap is the launcher of choice.  Where namespaces are refused, proot gives the same view without privilege, and a
-preloaded ``gethostname`` stands in for the host name that it cannot set.  ``launcher_name()`` says which one is used.
+Bubblewrap is the preferred launcher.  Where namespaces are refused, proot gives the same view without privilege; it
+cannot set a host name, so ``gethostname`` is preloaded.  ``launcher_name()`` says which one is used.
 
 As a command: ``sandbox.py --framework DIR --host NAME [--env K=V]... -- qor_mim_tool --status``.
 
@@ -50,15 +50,15 @@ FRAMEWORK = "/opt/qor"
 WORK = "/opt/scratch"
 LOG = "/dev/log"
 PATH = "/usr/sbin:/usr/bin:/sbin:/bin"
-# What proot shows of the machine's /dev, much the same as bubblewrap does.
+# The entries of the machine's /dev that proot shows, much like bubblewrap.
 DEVICES = tuple(f"/dev/{name}" for name in ("full", "null", "ptmx", "pts", "random", "shm", "tty", "urandom", "zero"))
-# The signal at which proot ends what it traces, and then removes its temporary files and ends.
+# On this signal proot ends its tracees, removes its temporary files and exits.
 PROOT_END = signal.SIGQUIT
 PROOT_PATIENCE = 10.0
 
 # Long enough for a busy machine.
 DEFAULT_TIMEOUT = 300.0
-# What an instrumented program reads; everything else of the caller's environment stays outside.
+# Variables for instrumented programs; nothing else of the caller's environment is passed on.
 INSTRUMENTATION = re.compile(r"^(ASAN|UBSAN|LSAN|TSAN|MSAN)_OPTIONS$|^GCOV_|^LLVM_PROFILE_FILE$")
 DATAGRAM = re.compile(rb"^<(\d+)>\w{3} [ \d]\d \d\d:\d\d:\d\d [\w-]+: (.*)$", re.DOTALL)
 USER_FACILITY = 1
@@ -67,12 +67,12 @@ LogLine = tuple[int, str]
 
 
 class SandboxError(RuntimeError):
-    """The sandbox itself failed; what the program did is unknown."""
+    """The sandbox itself failed; the program's result is unknown."""
 
 
 @dataclasses.dataclass(frozen=True)
 class Result:
-    """What one run left behind: ``status`` is the exit status, or minus the number of the signal that ended it."""
+    """The result of one run: ``status`` is the exit status, or minus the number of the signal that ended it."""
 
     status: int
     stdout: str
@@ -80,7 +80,7 @@ class Result:
     syslog: list[LogLine]
 
 
-# --- the program and what is compiled for it ---------------------------------------------------------------------------
+# --- the program and what is compiled for it --------------------------------------------------------------------------
 
 
 def tool_path() -> Path:
@@ -103,7 +103,7 @@ def emulator() -> list[str]:
 
 
 def compiled(source: Path, compiler: str, flags: Sequence[str], suffix: str) -> Path:
-    """Compile one C file once; its contents are part of the result's name, so a stale one is never used."""
+    """Compile a C file unless it is cached.  The name in the cache has a digest of the sources and the command."""
     parts = [source.read_bytes(), compiler.encode(), " ".join(flags).encode()]
     parts += [header.read_bytes() for header in sorted(source.parent.glob("*.h"))]
     digest = hashlib.sha256(b"\0".join(parts)).hexdigest()[:12]
@@ -119,26 +119,26 @@ def compiled(source: Path, compiler: str, flags: Sequence[str], suffix: str) -> 
 
 @functools.lru_cache(maxsize=None)
 def runner() -> Path:
-    """The program that the launchers start: it reports process id and wait status of what it runs."""
+    """The program that the launchers start: it reports process id and wait status of its command."""
     return compiled(SUPPORT / "runner.c", "cc", [], "")
 
 
 @functools.lru_cache(maxsize=None)
 def preload(name: str, compiler: str = "cc") -> Path:
-    """The stand-in library ``name`` (a file of preload/), for the machine or for a foreign program."""
+    """The preload library ``name`` (a file in preload/), built by ``compiler``."""
     return compiled(SUPPORT / "preload" / f"{name}.c", compiler, ["-shared", "-fPIC"], ".so")
 
 
-# --- launchers ---------------------------------------------------------------------------------------------------------
+# --- launchers --------------------------------------------------------------------------------------------------------
 
 
 @dataclasses.dataclass(frozen=True)
 class View:
-    """What a sandboxed program is to see."""
+    """The file system and host name that a sandboxed program sees."""
 
     framework: Path | None
     scratch: Path
-    """Room for what the launcher itself needs."""
+    """The launcher's own files."""
     work: Path
     log: Path
     host: str
@@ -148,7 +148,7 @@ class View:
 
 def _bwrap(view: View) -> list[str]:
     command = ["bwrap", "--die-with-parent", "--ro-bind", "/", "/", "--tmpfs", "/opt"]
-    # /opt is hidden as a whole: a checkout that happens to live there has to be let in again.
+    # /opt is hidden as a whole: a checkout below /opt must be bound again.
     for path in view.readable:
         if path.is_relative_to("/opt"):
             command += ["--ro-bind", str(path), str(path)]
@@ -161,8 +161,8 @@ def _bwrap(view: View) -> list[str]:
 
 
 def _proot(view: View) -> list[str]:
-    # proot makes the missing place of a bind on the machine itself, and leaves it there when it is killed. So /opt and
-    # /dev are directories of ours that have every place.
+    # proot creates a missing mount point on the machine itself, and leaves it there when it is killed. So /opt and /dev
+    # are directories of ours with all mount points.
     binds = [(view.work, WORK), (view.log, LOG)]
     binds += [(path, str(path)) for path in map(Path, DEVICES) if path.exists()]
     binds += [(path, str(path)) for path in view.readable if path.is_relative_to("/opt")]
@@ -178,9 +178,9 @@ def _proot(view: View) -> list[str]:
     for number, name in enumerate(("stdin", "stdout", "stderr")):
         (view.scratch / "dev" / name).symlink_to(f"/proc/self/fd/{number}")
     (view.scratch / "dev" / "fd").symlink_to("/proc/self/fd")
-    # The end of the caller ends proot in the way that lets it clean up. The run starts in WORK, where a stray path does
-    # no harm: old versions let newer system calls (statx, faccessat2) through as they are, and what the runner does
-    # against that may be refused.
+    # When the caller dies, proot gets the signal that lets it clean up. The run starts in WORK, where a stray path does
+    # no harm: old versions do not translate the paths of newer system calls (statx, faccessat2), and the kernel may
+    # refuse the runner's filter against those.
     command = ["setpriv", "--pdeathsig", PROOT_END.name, "proot", "-v", "-1"]
     for outside, inside in [(view.scratch / "opt", "/opt"), (view.scratch / "dev", "/dev"), *binds]:
         command += ["-b", f"{outside}:{inside}"]
@@ -192,7 +192,7 @@ NAMES = {"bwrap": "bubblewrap", "proot": "proot"}
 
 
 def _probe(name: str) -> str:
-    """Try a launcher with all that a real run needs; return why it fails, or an empty text."""
+    """Try a launcher with everything that a real run needs; return why it fails, or an empty string."""
     with tempfile.TemporaryDirectory(prefix="qmt-") as scratch, LogSocket(Path(scratch) / "log") as log:
         work = Path(scratch) / "work"
         work.mkdir()
@@ -207,19 +207,19 @@ def _probe(name: str) -> str:
 
 @functools.lru_cache(maxsize=None)
 def find_launcher(wanted: str = "auto") -> str:
-    """The launcher to use: the one asked for, or the first that works here."""
+    """The launcher to use: the requested one, or the first that works on this machine."""
     if wanted == "auto":
         wanted = os.environ.get("QOR_SANDBOX_LAUNCHER", "auto")
     candidates = list(LAUNCHERS) if wanted == "auto" else [wanted]
-    complaints = []
+    failures = []
     for name in candidates:
         if name not in LAUNCHERS:
             raise SandboxError(f"unknown launcher {name}")
-        complaint = _probe(name)
-        if not complaint:
+        failure = _probe(name)
+        if not failure:
             return name
-        complaints.append(f"{NAMES[name]}: {complaint}")
-    raise SandboxError("no sandbox can be started here\n" + "\n".join(complaints))
+        failures.append(f"{NAMES[name]}: {failure}")
+    raise SandboxError("no sandbox can be started here\n" + "\n".join(failures))
 
 
 def launcher_name(wanted: str = "auto") -> str:
@@ -227,11 +227,11 @@ def launcher_name(wanted: str = "auto") -> str:
     return NAMES[find_launcher(wanted)]
 
 
-# --- the system log ----------------------------------------------------------------------------------------------------
+# --- the system log ---------------------------------------------------------------------------------------------------
 
 
 def parse_datagram(data: bytes) -> LogLine:
-    """Priority and text of what ``syslog`` sent, which must name the program alone as the user's."""
+    """The priority and text of a datagram from ``syslog``, which must have the facility user and no process id."""
     match = DATAGRAM.match(data)
     if match is None or int(match[1]) >> 3 != USER_FACILITY:
         raise SandboxError(f"not a system log message of a program: {data!r}")
@@ -239,13 +239,13 @@ def parse_datagram(data: bytes) -> LogLine:
 
 
 class LogSocket:
-    """A system log of our own.  It is read all the time, since a full queue would make ``syslog`` wait."""
+    """A system log of our own.  A thread reads it continuously, since ``syslog`` blocks when the queue is full."""
 
     def __init__(self, path: Path):
         self.path = path
         self.lines: list[LogLine] = []
         self._socket = socket.socket(socket.AF_UNIX, socket.SOCK_DGRAM)
-        # By way of its directory's descriptor, since a socket's path is limited to 108 bytes.
+        # Bind through the directory's descriptor, since a socket's path is limited to 108 bytes.
         directory = os.open(path.parent, os.O_PATH)
         self._socket.bind(f"/proc/self/fd/{directory}/{path.name}")
         os.close(directory)
@@ -259,7 +259,7 @@ class LogSocket:
         return self
 
     def __exit__(self, *_: object) -> None:
-        """Everything that the program has sent is in the queue by now: read it, then close."""
+        """Read the rest of the queue, which holds everything that the program has sent, then close."""
         os.write(self._stop_write, b".")
         self._thread.join()
         self._socket.close()
@@ -274,14 +274,14 @@ class LogSocket:
                 self._take()
             while select.select([self._socket], [], [], 0)[0]:
                 self._take()
-        except Exception as failure:  # handed to whoever closes the log
+        except Exception as failure:  # raised again by __exit__
             self._failure = failure
 
     def _take(self) -> None:
         self.lines.append(parse_datagram(self._socket.recv(1 << 20)))
 
 
-# --- running -----------------------------------------------------------------------------------------------------------
+# --- running ----------------------------------------------------------------------------------------------------------
 
 
 class Run:
@@ -293,7 +293,7 @@ class Run:
         self._own_session = sandbox.own_session
         with contextlib.ExitStack() as stack:
             self._launcher = find_launcher(sandbox.launcher)
-            # proot passes on a socket's path as it is outside, and none longer than this.
+            # proot passes the socket's path outside to the kernel, which limits its length.
             is_far = self._launcher == "proot" and len(tempfile.gettempdir()) > 80
             place = tempfile.TemporaryDirectory(prefix="qmt-", dir="/tmp" if is_far else None)
             scratch = Path(stack.enter_context(place))
@@ -306,7 +306,7 @@ class Run:
                 view.log.touch()
             status_read, status_write = os.pipe()
             self._status = stack.enter_context(os.fdopen(status_read, "r"))
-            # Ours is closed after the start: the end of the runner must be the end of the channel.
+            # Close our end after the start, so that reading ends when the runner ends.
             with os.fdopen(status_write, "w"):
                 launcher = LAUNCHERS[self._launcher](view)
                 self._process = subprocess.Popen(
@@ -318,7 +318,7 @@ class Run:
             self._closing = stack.pop_all()
 
     def _read_status(self, wanted: str) -> int | None:
-        """The next number that the runner reports; none when the launcher or the start of the program failed."""
+        """The next number from the runner; None when the launcher or the start of the program failed."""
         word, _, number = self._status.readline().partition(" ")
         return int(number) if word == wanted else None
 
@@ -333,13 +333,13 @@ class Run:
         return self._process.poll() is None
 
     def signal(self, number: int) -> None:
-        """Send a signal to the program itself, not to what surrounds it."""
+        """Send a signal to the program itself, not to the launcher."""
         if self.pid is None:
             raise SandboxError("no program to send a signal to")
         os.kill(self.pid, number)
 
     def wait_for(self, condition: Callable[[], object], timeout: float = DEFAULT_TIMEOUT) -> None:
-        """Return when ``condition`` holds; an error when the program ends or the time runs out before."""
+        """Wait until ``condition`` holds; an error if the program ends or the timeout expires first."""
         deadline = time.monotonic() + timeout
         while not condition():
             if not self.running and not condition():
@@ -388,22 +388,22 @@ def _text(output: bytes | None) -> str:
 
 @dataclasses.dataclass(frozen=True)
 class Sandbox:
-    """One host that sees a framework directory.  Immutable: ``on()`` and ``using()`` give changed copies."""
+    """A host with a framework directory.  Immutable: ``on()`` and ``using()`` return modified copies."""
 
     framework: Path | None
-    """The scratch framework; without one, none is installed as far as the program can see."""
+    """The scratch framework; None if the program shall see no framework."""
     host: str = "alpha"
     env: Mapping[str, str] = dataclasses.field(default_factory=dict)
     preload: tuple[str | Path, ...] = ()
     launcher: str = "auto"
     wrapper: tuple[str, ...] = ()
-    """A command put before the program, for instance a tracer; it gets the preloads on (only strace can)."""
+    """A command that runs the program, for instance a tracer.  Only strace passes the preloads on by itself."""
     work: Path | None = None
-    """Where /opt/scratch lies outside; a scratch directory for each run unless given."""
+    """The directory that is /opt/scratch inside; by default a temporary one for each run."""
     log: bool = True
-    """Whether a system log listens; without one, a plain file lies in its place."""
+    """Whether a system log listens; otherwise /dev/log is a plain file."""
     own_session: bool = True
-    """Detach from the terminal, so that everything can be killed at once."""
+    """Detach from the terminal, so that all processes can be killed at once."""
 
     def on(self, host: str) -> Sandbox:
         """The same framework as another host sees it."""
@@ -418,7 +418,7 @@ class Sandbox:
         return self.using(env={**self.env, **variables})
 
     def sleepless(self, count: str = f"{WORK}/sleeps", unlink: str | None = None, at: int = 0) -> Sandbox:
-        """A copy whose sleeps take no time; during sleep number ``at`` the file ``unlink`` disappears."""
+        """A copy whose sleeps take no time; sleep number ``at`` removes the file ``unlink``."""
         variables = {"QOR_SANDBOX_SLEEP_COUNT": count}
         if unlink is not None:
             variables["QOR_SANDBOX_SLEEP_UNLINK"] = f"{at}:{unlink}"
@@ -447,7 +447,7 @@ class Sandbox:
         return self._start(list(command), [], stdin, stdout, console)
 
     def tool_command(self, program: Path | None = None) -> list[str]:
-        """The command line that runs the tool, or a program like it, for a script that runs in the sandbox itself."""
+        """The command line of the tool, or of ``program``, for a script inside the sandbox."""
         prefix = emulator()
         libraries = self._libraries(find_launcher(self.launcher), foreign=bool(prefix))
         return self._preloading([str(path) for path in libraries], prefix, [str(program or tool_path())])
@@ -464,12 +464,12 @@ class Sandbox:
         env.update({name: value for name, value in os.environ.items() if INSTRUMENTATION.match(name)})
         env.update(self.env)
         if preloading:
-            # Our stand-ins replace no allocator, so that they may come before a sanitizer's run-time.
+            # A preload before the sanitizer's run-time does no harm unless it replaces the allocator.
             _add_option(env, "ASAN_OPTIONS", "verify_asan_link_order=0")
         if launcher == "proot":
             env["QOR_SANDBOX_HOST"] = self.host
         if launcher == "proot" or self.wrapper:
-            # A leak check traces its own process, and another tracer stands in its way.
+            # A leak check traces its own process, which fails under another tracer.
             _add_option(env, "ASAN_OPTIONS", "detect_leaks=0")
         return env
 
@@ -479,7 +479,7 @@ class Sandbox:
         return [name if isinstance(name, Path) else preload(name, compiler) for name in names]
 
     def _preloading(self, libraries: list[str], prefix: list[str], command: list[str]) -> list[str]:
-        """The command line that preloads into the program, and into nothing that comes before it."""
+        """The command line that preloads into the program, but not into the commands before it."""
         wrapper = [_absolute(word) if index == 0 else word for index, word in enumerate(self.wrapper)]
         command = [_absolute(command[0]), *command[1:]]
         if not libraries:
@@ -492,14 +492,14 @@ class Sandbox:
         return [*wrapper, "/usr/bin/env", variable, *command]
 
     def view(self) -> View:
-        """What this sandbox shows, as far as it does not depend on the single run."""
+        """The part of the view that is the same for every run."""
         writable = tuple(Path(path) for path in os.environ.get("QOR_SANDBOX_WRITABLE", "").split(":") if path)
         framework = None if self.framework is None else self.framework.absolute()
         return View(framework, Path(), Path(), Path(), self.host, writable, (PROJECT, tool_directory()))
 
 
 def tool_directory() -> Path:
-    """Where the program lies, whether or not it has been built yet."""
+    """The directory of the program, whether or not it has been built."""
     return Path(os.environ.get("QOR_MIM_TOOL") or PROJECT / "build" / "release" / "qor_mim_tool").absolute().parent
 
 
@@ -515,7 +515,7 @@ def _add_option(env: dict[str, str], name: str, addition: str) -> None:
     env[name] = f"{env[name]}:{addition}" if env.get(name) else addition
 
 
-# --- command line ------------------------------------------------------------------------------------------------------
+# --- command line -----------------------------------------------------------------------------------------------------
 
 
 def _arguments(argv: Sequence[str]) -> argparse.Namespace:
