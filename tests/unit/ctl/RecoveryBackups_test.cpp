@@ -26,7 +26,8 @@ protected:
     /// Nobody can tell; a commit cut short loses them.
     void expectAsked()
     {
-        expectUnclear();
+        expectUnclear(
+            "the backups do not seem to belong together: a commit cut short, or one that changed the list alone");
         expectAssumed(Assumption::COMMIT, Found::COMMIT_INTERRUPTED, withoutBackups());
         expectAssumed(Assumption::ROLLBACK, Found::NOTHING, now);
         expectAssumed(Assumption::NOTHING, Found::NOTHING, now);
@@ -128,7 +129,7 @@ TEST_F(RecoveryBackups, StayBesideATornFileThatIsToStay)
     now = withSession({"<qor>", old.list}, {documentServing({"Base"}), "/ba"});
     now.workingCopy.configuration = "<other>";
 
-    expectUnclear();
+    expectUnclear(WHOLE_NOWHERE);
     expectAssumed(Assumption::NOTHING, Found::NOTHING, now);
 }
 
@@ -153,7 +154,7 @@ TEST_F(RecoveryBackups, AsksAboutALoneDocumentBackupUnderALock)
     now = withSession(committed, {old.configuration, std::nullopt});
     const FilePair mixed = {old.configuration, committed.list};
 
-    expectUnclear();
+    expectUnclear("the backup of the document is alone and not its copy: a session begun after a rollback cut short");
     expectAssumed(Assumption::COMMIT, Found::COMMIT_INTERRUPTED, withoutBackups());
     expectAssumed(Assumption::ROLLBACK, Found::ROLLBACK_INTERRUPTED, withSession(mixed, FilePair()));
     expectAssumed(Assumption::NOTHING, Found::NOTHING, now);

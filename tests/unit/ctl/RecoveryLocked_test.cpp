@@ -326,7 +326,7 @@ TEST_F(RecoveryCommit, AsksWhetherABackupIsShortOrTheListEdited)
     after.backup = FilePair();
     now.workingCopy.list = "";
 
-    expectUnclear();
+    expectUnclear("the list was edited: by a commit cut short, or by somebody during the session");
     expectAssumed(Assumption::COMMIT, Found::COMMIT_INTERRUPTED, after);
     expectAssumed(Assumption::NOTHING, Found::NOTHING, now);
 }
@@ -522,7 +522,7 @@ TEST_F(RecoveryCommit, AsksWhetherTheListIsTheBackupsOrTheSessions)
     const FrameworkContents back = withSession(now.backup, now.backup);
     now.live.list.reset();
 
-    expectUnclear();
+    expectUnclear("a live file is missing or torn, and what it was before cannot be told");
     expectAssumed(Assumption::COMMIT, Found::COMMIT_INTERRUPTED, back);
     expectAssumed(Assumption::ROLLBACK, Found::COMMIT_INTERRUPTED, staged);
     expectAssumed(Assumption::NOTHING, Found::COMMIT_INTERRUPTED, staged);
@@ -534,7 +534,7 @@ TEST_F(RecoveryCommit, AsksBeforeItReplacesAnEdit)
     now.live = {documentServing({"Base"}, "9"), std::nullopt};
     now.workingCopy = FilePair();
 
-    expectUnclear();
+    expectUnclear("a live file is missing or torn, and what it was before cannot be told");
     expectAssumed(Assumption::COMMIT, Found::COMMIT_INTERRUPTED, undone());
     expectAssumed(Assumption::ROLLBACK, Found::COMMIT_INTERRUPTED, undone());
     expectAssumed(Assumption::NOTHING, Found::NOTHING, now);
@@ -546,7 +546,7 @@ TEST_F(RecoveryCommit, AsksWhenNoCompleteCopyExists)
     now.workingCopy = FilePair();
     now.live.list.reset();
 
-    expectUnclear();
+    expectUnclear(WHOLE_NOWHERE);
     EXPECT_EQ(read(Assumption::COMMIT).found, Found::UNCLEAR);
     EXPECT_EQ(read(Assumption::ROLLBACK).found, Found::UNCLEAR);
     expectAssumed(Assumption::NOTHING, Found::NOTHING, now);
@@ -560,7 +560,7 @@ TEST_F(RecoveryCommit, AsksWhetherTheListIsInstalledOrStagedAnew)
     facts.rootClasses.clear();
     now = withSession({old.configuration, committed.list}, old);
 
-    expectUnclear();
+    expectUnclear("the list is what the queue makes of its backup: a commit cut short, or actions staged anew");
     expectAssumed(Assumption::COMMIT, Found::COMMIT_INTERRUPTED, undone());
     expectAssumed(Assumption::ROLLBACK, Found::NOTHING, now);
     expectAssumed(Assumption::NOTHING, Found::NOTHING, now);
@@ -583,7 +583,7 @@ TEST_F(RecoveryCommit, AsksWhetherTheListIsCutOrEdited)
     facts.rootClasses.clear();
     const FilePair back = now.backup;
 
-    expectUnclear();
+    expectUnclear("the list is the beginning of another: a commit cut short, or somebody's edit");
     expectAssumed(Assumption::COMMIT, Found::COMMIT_INTERRUPTED, withSession(back, back));
     expectAssumed(Assumption::NOTHING, Found::NOTHING, now);
 }
@@ -603,7 +603,7 @@ TEST_F(RecoveryCommit, AsksAboutADocumentBesideAnEditedList)
     now = withSession({committed.configuration, "/edited\n"}, old);
     now.workingCopy = FilePair();
 
-    expectUnclear();
+    expectUnclear("the document is what the queue makes of its backup, and the list is not");
     expectAssumed(Assumption::COMMIT, Found::COMMIT_INTERRUPTED, undone());
     expectAssumed(Assumption::NOTHING, Found::STAGING_INTERRUPTED, withSession(now.live, old));
 }
@@ -614,7 +614,7 @@ TEST_F(RecoveryCommit, AsksWhetherTheListIsInstalledOrEditedAlike)
     now.live.list = committed.list;
     facts.rootClasses.clear();
 
-    expectUnclear();
+    expectUnclear("the list is what the queue makes of its backup: a commit cut short, or actions staged anew");
     expectAssumed(Assumption::COMMIT, Found::COMMIT_INTERRUPTED, undone());
     expectAssumed(Assumption::NOTHING, Found::NOTHING, now);
 }
@@ -623,7 +623,7 @@ TEST_F(RecoveryCommit, AsksWhetherAnEmptyListIsCutOrWasEmptied)
 {
     now = withSession({old.configuration, ""}, old);
 
-    expectUnclear();
+    expectUnclear("the list is the beginning of another: a commit cut short, or somebody's edit");
     expectAssumed(Assumption::COMMIT, Found::COMMIT_INTERRUPTED, undone());
     expectAssumed(Assumption::NOTHING, Found::NOTHING, now);
 }
@@ -634,7 +634,7 @@ TEST_F(RecoveryCommit, AsksWhetherAListIsCutLikeItsCopyOrShortened)
     FrameworkContents withoutBackups = now;
     withoutBackups.backup = FilePair();
 
-    expectUnclear();
+    expectUnclear("the backups do not seem to belong together: a commit cut short, or one that changed the list alone");
     expectAssumed(Assumption::COMMIT, Found::COMMIT_INTERRUPTED, withoutBackups);
     expectAssumed(Assumption::NOTHING, Found::NOTHING, now);
 }
@@ -651,7 +651,7 @@ TEST_F(RecoveryCommit, AsksWhetherTheListOrItsBackupIsCutAtALinesEnd)
     withoutBackups.backup = FilePair();
     now.workingCopy = longer;
 
-    expectUnclear();
+    expectUnclear("the list is the beginning of another: a commit cut short, or somebody's edit");
     expectAssumed(Assumption::COMMIT, Found::COMMIT_INTERRUPTED, undone());
     expectAssumed(Assumption::NOTHING, Found::COMMIT_INTERRUPTED, withoutBackups);
 }
@@ -711,7 +711,7 @@ TEST_F(RecoveryLoneLock, AsksWhenTheValidatorRejects)
 {
     facts.isRejected = true;
 
-    expectUnclear();
+    expectUnclear("the validator rejects the list: a commit was not judged, or a call never got its session");
     expectAssumed(Assumption::COMMIT, Found::COMMIT_INTERRUPTED, back);
     expectAssumed(Assumption::ROLLBACK, Found::ROLLBACK_INTERRUPTED, unlocked);
     expectAssumed(Assumption::NOTHING, Found::STAGING_INTERRUPTED, unlocked);

@@ -189,7 +189,8 @@ TEST_F(RecoveryUnlocked, AsksForARollbackOrACommitOfTheSameList)
     now.backup.list = now.live.list;
     const FrameworkContents back = withoutSession({older.configuration, old.list}, FilePair());
 
-    expectUnclear();
+    expectUnclear("the list equals its backup and the document does not: a rollback cut short, or a finished commit "
+                  "that left the list alone");
     expectAssumed(Assumption::COMMIT, Found::COMMIT_INTERRUPTED, back);
     expectAssumed(Assumption::ROLLBACK, Found::ROLLBACK_INTERRUPTED, back);
     expectAssumed(Assumption::NOTHING, Found::NOTHING, now);
@@ -199,7 +200,7 @@ TEST_F(RecoveryUnlocked, AsksForARollbackOrARemovalOfTheLastModel)
 {
     now.live.list = "";
 
-    expectUnclear();
+    expectUnclear("the list is empty: a rollback cut short, or the last model was removed");
     expectAssumed(Assumption::COMMIT, Found::COMMIT_INTERRUPTED, rolledBack);
     expectAssumed(Assumption::ROLLBACK, Found::ROLLBACK_INTERRUPTED, rolledBack);
     expectAssumed(Assumption::NOTHING, Found::NOTHING, now);
@@ -209,7 +210,7 @@ TEST_F(RecoveryUnlocked, AsksBeforeARollbackReplacesAnEditedDocument)
 {
     now.live = {documentServing({"Base"}, "9"), "/base\n/go"};
 
-    expectUnclear();
+    expectUnclear("the list is torn, and the document was edited since the last commit");
     expectAssumed(Assumption::COMMIT, Found::COMMIT_INTERRUPTED, rolledBack);
     expectAssumed(Assumption::ROLLBACK, Found::ROLLBACK_INTERRUPTED, rolledBack);
     expectAssumed(Assumption::NOTHING, Found::NOTHING, now);
@@ -220,7 +221,7 @@ TEST_F(RecoveryUnlocked, AsksWhatALoneBackupOfAnEditedDocumentIs)
     now.backup = {documentServing({"Base", "Gone"}, "9"), std::nullopt};
     const FrameworkContents back = withoutSession({now.backup.configuration, old.list}, FilePair());
 
-    expectUnclear();
+    expectUnclear("the backup of the document is alone, and differs outside the participants too");
     expectAssumed(Assumption::COMMIT, Found::COMMIT_INTERRUPTED, back);
     expectAssumed(Assumption::ROLLBACK, Found::ROLLBACK_INTERRUPTED, back);
     expectAssumed(Assumption::NOTHING, Found::NOTHING, now);
@@ -230,7 +231,7 @@ TEST_F(RecoveryUnlocked, AsksWhatALoneBackupOfABrokenDocumentIs)
 {
     now = withoutSession({"<qor><broken></qor>", old.list}, {older.configuration, std::nullopt});
 
-    expectUnclear();
+    expectUnclear("the backup of the document is alone, and differs outside the participants too");
     expectAssumed(Assumption::NOTHING, Found::NOTHING, now);
 }
 
@@ -241,7 +242,7 @@ TEST_F(RecoveryUnlocked, AsksWhatBrokeADocumentAfterACommit)
     {
         now.live.configuration = torn;
 
-        expectUnclear();
+        expectUnclear("the document is missing or torn, and neither a commit nor a rollback leaves it so");
         expectAssumed(Assumption::COMMIT, Found::COMMIT_INTERRUPTED, rolledBack);
         expectAssumed(Assumption::ROLLBACK, Found::ROLLBACK_INTERRUPTED, rolledBack);
         expectAssumed(Assumption::NOTHING, Found::NOTHING, now);
@@ -252,7 +253,7 @@ TEST_F(RecoveryUnlocked, AsksWhatBrokeADocumentBesideAnEqualList)
 {
     now.live = {"<qor><broken></qor>", older.list};
 
-    expectUnclear();
+    expectUnclear("the document is missing or torn, and neither a commit nor a rollback leaves it so");
     expectAssumed(Assumption::ROLLBACK, Found::ROLLBACK_INTERRUPTED, rolledBack);
 }
 
@@ -265,7 +266,7 @@ TEST_F(RecoveryUnlocked, AsksWhenNoCompleteListExists)
     {
         now.backup.list = torn;
 
-        expectUnclear();
+        expectUnclear(WHOLE_NOWHERE);
         EXPECT_EQ(read(Assumption::COMMIT).found, Found::UNCLEAR);
         EXPECT_EQ(read(Assumption::ROLLBACK).found, Found::UNCLEAR);
     }
@@ -274,18 +275,18 @@ TEST_F(RecoveryUnlocked, AsksWhenNoCompleteListExists)
 TEST_F(RecoveryUnlocked, AsksWhenNoCompleteDocumentExists)
 {
     now = withoutSession({std::nullopt, old.list}, FilePair());
-    expectUnclear();
+    expectUnclear(WHOLE_NOWHERE);
     expectAssumed(Assumption::NOTHING, Found::NOTHING, now);
 
     now.backup = {"<qor>", std::nullopt};
-    expectUnclear();
+    expectUnclear(WHOLE_NOWHERE);
     EXPECT_EQ(read(Assumption::COMMIT).found, Found::UNCLEAR);
 
     now.backup = {std::nullopt, old.list};
-    expectUnclear();
+    expectUnclear(WHOLE_NOWHERE);
 
     now.backup = {"<qor>", older.list};
-    expectUnclear();
+    expectUnclear(WHOLE_NOWHERE);
 }
 
 TEST_F(RecoveryUnlocked, AsksInsteadOfRollingBackToABrokenDocument)
@@ -293,7 +294,7 @@ TEST_F(RecoveryUnlocked, AsksInsteadOfRollingBackToABrokenDocument)
     now.live.list.reset();
     now.backup.configuration = "<qor>";
 
-    expectUnclear();
+    expectUnclear(WHOLE_NOWHERE);
 }
 
 TEST_F(RecoveryUnlocked, AsksInsteadOfRollingBackWithoutADocument)
@@ -301,7 +302,7 @@ TEST_F(RecoveryUnlocked, AsksInsteadOfRollingBackWithoutADocument)
     now.live = FilePair();
     now.backup.configuration.reset();
 
-    expectUnclear();
+    expectUnclear(WHOLE_NOWHERE);
 }
 
 } // namespace

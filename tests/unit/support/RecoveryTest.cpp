@@ -95,12 +95,12 @@ void RecoveryTest::expectNothing()
     expectClear(Found::NOTHING, now);
 }
 
-void RecoveryTest::expectUnclear()
+void RecoveryTest::expectUnclear(const std::string& question)
 {
     const Recovery recovery = read();
 
     EXPECT_EQ(recovery.found, Found::UNCLEAR);
-    EXPECT_NE(recovery.question, "");
+    EXPECT_EQ(recovery.question, question);
     EXPECT_TRUE(recovery.after == now) << shown(recovery.after);
 }
 

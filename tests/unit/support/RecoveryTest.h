@@ -58,8 +58,8 @@ protected:
     /// Nothing is to be done.
     void expectNothing();
 
-    /// Nothing is changed without an assumption.
-    void expectUnclear();
+    /// Nothing is changed without an assumption, and `question` is asked.
+    void expectUnclear(const std::string& question);
 
     /// With an assumption it becomes this.
     void expectAssumed(Assumption assumption, Found found, const FrameworkContents& after);
@@ -70,6 +70,7 @@ protected:
     /// The files without a session.
     static FrameworkContents withoutSession(const FilePair& live, const FilePair& backup);
 
+    const std::string WHOLE_NOWHERE = "a live file is missing or torn, and what it was before is whole nowhere";
     const FilePair older = {documentServing({"Base", "Gone"}), "/base\n/gone\n"};
     const FilePair old = {documentServing({"Base"}), "/base\n"};
     const FilePair committed = {documentServing({"Base", "Pump"}), "/base\n/pump\n"};
