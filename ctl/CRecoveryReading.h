@@ -13,8 +13,8 @@ namespace QMT
 
 /// One reading of a framework's files: see decideRecovery, which is all of its interface.
 ///
-/// Its steps change the recovery that they are given, towards what the files shall be. Those that can find a question
-/// return false when it stays open.
+/// Its steps change the recovery that they are given, towards what the files shall be. One that finds a question
+/// without an answer makes it unclear, which ends the reading.
 class CRecoveryReading
 {
 public:
@@ -40,7 +40,7 @@ private:
 
     // Questions (Recovery.cpp).
     [[nodiscard]] bool ask(Recovery& recovery, const std::string& question);
-    [[nodiscard]] bool giveUp(Recovery& recovery);
+    void giveUp(Recovery& recovery);
     bool isAssumed(Assumption assumption) const;
 
     // The state of single files (Recovery.cpp).
@@ -60,18 +60,18 @@ private:
     bool isDocumentTornUnlocked() const;
     bool canRestorePair() const;
     void restorePair(Recovery& recovery, Found found) const;
-    [[nodiscard]] bool finishRollback(Recovery& recovery);
-    [[nodiscard]] bool askForPair(Recovery& recovery, const std::string& question);
-    [[nodiscard]] bool readTornDocument(Recovery& recovery);
-    [[nodiscard]] bool readLoneConfigurationBackup(Recovery& recovery);
+    void finishRollback(Recovery& recovery);
+    void askForPair(Recovery& recovery, const std::string& question);
+    void readTornDocument(Recovery& recovery);
+    void readLoneConfigurationBackup(Recovery& recovery);
 
     // Under a lock file (RecoveryLocked.cpp).
     void readLocked(Recovery& recovery);
     bool isListTorn();
     bool isDocumentTorn();
-    [[nodiscard]] bool restoreLive(Recovery& recovery);
-    [[nodiscard]] bool restoreInstalled(Recovery& recovery);
-    [[nodiscard]] bool restoreTorn(Recovery& recovery, bool isList, bool isConfiguration);
+    void restoreLive(Recovery& recovery);
+    void restoreInstalled(Recovery& recovery);
+    void restoreTorn(Recovery& recovery, bool isList, bool isConfiguration);
     std::optional<FilePair> pairBeforeCommit(bool isListTorn, bool isConfigurationTorn);
     std::optional<FilePair> pairOfSession(bool isListTorn, bool isConfigurationTorn) const;
     bool isEditing();
@@ -83,15 +83,15 @@ private:
     bool isEdited(const FilePair& base, FileOfPair file);
     void undo(Recovery& recovery, const FilePair& pair);
     bool isLockAlone() const;
-    [[nodiscard]] bool resolveLoneLock(Recovery& recovery);
+    void resolveLoneLock(Recovery& recovery);
     bool hasMoreLinesThanBackup() const;
     void resolveSession(Recovery& recovery);
     bool isWorkingCopyTorn(FileOfPair file, const Text& live);
     static void endSession(Recovery& recovery);
 
     // Backups (RecoveryBackups.cpp).
-    [[nodiscard]] bool resolveBackups(Recovery& recovery);
-    [[nodiscard]] bool resolveLoneBackup(Recovery& recovery);
+    void resolveBackups(Recovery& recovery);
+    void resolveLoneBackup(Recovery& recovery);
     bool wasNeverLive(const FilePair& live) const;
     bool areFromDifferentCommits(const Recovery& recovery);
     static void removeBackups(Recovery& recovery);

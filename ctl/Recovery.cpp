@@ -79,17 +79,16 @@ bool CRecoveryReading::ask(Recovery& recovery, const std::string& question)
     return false;
 }
 
-bool CRecoveryReading::giveUp(Recovery& recovery)
+void CRecoveryReading::giveUp(Recovery& recovery)
 {
     _hasAsked = true;
     if (isAssumed(Assumption::NOTHING))
     {
         _isGivenUp = true;
-        return true;
+        return;
     }
     recovery.found = Found::UNCLEAR;
     recovery.question = "a live file is missing or torn, and what it was before is whole nowhere";
-    return false;
 }
 
 bool CRecoveryReading::isAssumed(Assumption assumption) const

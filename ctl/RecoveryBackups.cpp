@@ -8,57 +8,57 @@ namespace QMT
 {
 
 /// Backups serve a rollback, so they must have been live together.
-bool CRecoveryReading::resolveBackups(Recovery& recovery)
+void CRecoveryReading::resolveBackups(Recovery& recovery)
 {
     const FilePair& backup = recovery.after.backup;
-    if (_isGivenUp || backup == FilePair())
+    if (recovery.found == Found::UNCLEAR || _isGivenUp || backup == FilePair())
     {
-        return true;
+        return;
     }
     if (_areBackupsTorn)
     {
         removeBackups(recovery);
-        return true;
+        return;
     }
     if (!backup.configuration || !backup.list)
     {
-        return resolveLoneBackup(recovery);
+        resolveLoneBackup(recovery);
+        return;
     }
     if (wasNeverLive(recovery.after.live))
     {
         removeBackups(recovery);
-        return true;
+        return;
     }
     if (!areFromDifferentCommits(recovery))
     {
-        return true;
+        return;
     }
     if (!ask(recovery,
              "the backups do not seem to belong together: a commit cut short, or one that changed the list alone"))
     {
-        return false;
+        return;
     }
     if (isAssumed(Assumption::COMMIT))
     {
         removeBackups(recovery);
     }
-    return true;
 }
 
 /// A commit makes the document's backup first; a rollback puts the list's backup back first.
-bool CRecoveryReading::resolveLoneBackup(Recovery& recovery)
+void CRecoveryReading::resolveLoneBackup(Recovery& recovery)
 {
     const Text& backup = recovery.after.backup.configuration;
     const Text& live = _now.live.configuration;
     if (!backup || isSame(backup, live) || isTorn(backup, live) || !isDocument(backup))
     {
         removeBackups(recovery);
-        return true;
+        return;
     }
     if (!ask(recovery,
              "the backup of the document is alone and not its copy: a session begun after a rollback cut short"))
     {
-        return false;
+        return;
     }
     if (isAssumed(Assumption::COMMIT))
     {
@@ -74,7 +74,6 @@ bool CRecoveryReading::resolveLoneBackup(Recovery& recovery)
         }
         recovery.after.backup.configuration.reset();
     }
-    return true;
 }
 
 /// What equals the live file, which is to be `live`, or the copy of a session was live, whatever it looks like.

@@ -12,27 +12,21 @@ namespace QMT
 
 void CRecoveryReading::readLocked(Recovery& recovery)
 {
-    if (!restoreLive(recovery))
+    restoreLive(recovery);
+    // Somebody may have decided to leave a file missing.
+    if (recovery.found == Found::UNCLEAR || !recovery.after.live.configuration || !recovery.after.live.list)
     {
-        return;
-    }
-    if (!recovery.after.live.configuration || !recovery.after.live.list)
-    {
-        // Somebody has decided to leave it so.
         return;
     }
     if (isLockAlone() && recovery.found == Found::NOTHING)
     {
-        if (!resolveLoneLock(recovery))
-        {
-            return;
-        }
+        resolveLoneLock(recovery);
     }
     else
     {
         resolveSession(recovery);
     }
-    static_cast<void>(resolveBackups(recovery));
+    resolveBackups(recovery);
 }
 
 /// The list that ends with a line feed is left to isListBeingInstalled: it may be whole.
@@ -73,28 +67,29 @@ bool CRecoveryReading::isDocumentTorn()
            isTornResult(_now.backup, &FilePair::configuration, document);
 }
 
-bool CRecoveryReading::restoreLive(Recovery& recovery)
+void CRecoveryReading::restoreLive(Recovery& recovery)
 {
     const bool isListHurt = isListTorn();
     const bool isConfigurationHurt = isDocumentTorn();
     if (isListHurt || isConfigurationHurt)
     {
-        return restoreTorn(recovery, isListHurt, isConfigurationHurt);
+        restoreTorn(recovery, isListHurt, isConfigurationHurt);
+        return;
     }
     if (isEditing())
     {
         undo(recovery, _now.live);
-        return true;
+        return;
     }
     if (isBackingUpConfiguration())
     {
         undo(recovery, {_now.live.configuration, _now.backup.list});
-        return true;
+        return;
     }
-    return restoreInstalled(recovery);
+    restoreInstalled(recovery);
 }
 
-bool CRecoveryReading::restoreInstalled(Recovery& recovery)
+void CRecoveryReading::restoreInstalled(Recovery& recovery)
 {
     const std::vector<std::pair<Answered, std::string>> readings = {
         {isListInstalled(),
@@ -105,26 +100,25 @@ bool CRecoveryReading::restoreInstalled(Recovery& recovery)
     {
         if (isCommit == Answered::UNKNOWN && !ask(recovery, question))
         {
-            return false;
+            return;
         }
         if (isCommit == Answered::YES || (isCommit == Answered::UNKNOWN && isAssumed(Assumption::COMMIT)))
         {
             undo(recovery, _now.backup);
-            return true;
+            return;
         }
     }
     const Answered isBackingUp = isBackingUpList();
     if (isBackingUp == Answered::UNKNOWN &&
         !ask(recovery, "the list was edited: by a commit cut short, or by somebody during the session"))
     {
-        return false;
+        return;
     }
     if (isBackingUp == Answered::YES || (isBackingUp == Answered::UNKNOWN && isAssumed(Assumption::COMMIT)))
     {
         _areBackupsTorn = true;
         undo(recovery, _now.live);
     }
-    return true;
 }
 
 void CRecoveryReading::undo(Recovery& recovery, const FilePair& pair)
@@ -134,7 +128,7 @@ void CRecoveryReading::undo(Recovery& recovery, const FilePair& pair)
     _areWorkingCopiesStale = true;
 }
 
-bool CRecoveryReading::restoreTorn(Recovery& recovery, bool isList, bool isConfiguration)
+void CRecoveryReading::restoreTorn(Recovery& recovery, bool isList, bool isConfiguration)
 {
     const std::optional<FilePair> committed = pairBeforeCommit(isList, isConfiguration);
     const std::optional<FilePair> staged = pairOfSession(isList, isConfiguration);
@@ -142,20 +136,21 @@ bool CRecoveryReading::restoreTorn(Recovery& recovery, bool isList, bool isConfi
                       isEdited(_now.backup, &FilePair::configuration)))
     {
         undo(recovery, *committed);
-        return true;
+        return;
     }
     if (staged && !committed)
     {
         undo(recovery, *staged);
-        return true;
+        return;
     }
     if (!staged && !(isWholeList(_now.backup.list) && isDocument(_now.backup.configuration)))
     {
-        return giveUp(recovery);
+        giveUp(recovery);
+        return;
     }
     if (!ask(recovery, "a live file is missing or torn, and what it was before cannot be told"))
     {
-        return false;
+        return;
     }
     if (isAssumed(Assumption::COMMIT) || (isAssumed(Assumption::ROLLBACK) && !staged))
     {
@@ -165,7 +160,6 @@ bool CRecoveryReading::restoreTorn(Recovery& recovery, bool isList, bool isConfi
     {
         undo(recovery, *staged);
     }
-    return true;
 }
 
 /// The pair that a commit was replacing when it was cut short, if the files are as a commit leaves them.
@@ -342,7 +336,7 @@ bool CRecoveryReading::isLockAlone() const
 }
 
 /// Left by a call that waited for the lock and got no further, or by a commit that had installed everything.
-bool CRecoveryReading::resolveLoneLock(Recovery& recovery)
+void CRecoveryReading::resolveLoneLock(Recovery& recovery)
 {
     const bool isInstalled = _now.backup.configuration && _now.backup.list && _now.backup != _now.live;
     recovery.found = isInstalled || _owner.isApply ? Found::COMMIT_INTERRUPTED : Found::STAGING_INTERRUPTED;
@@ -350,22 +344,21 @@ bool CRecoveryReading::resolveLoneLock(Recovery& recovery)
     const bool mustBeJudged = isInstalled && (_owner.isApply || hasMoreLinesThanBackup());
     if (!mustBeJudged || !_facts.isLiveListRejected())
     {
-        return true;
+        return;
     }
     if (!_owner.isApply)
     {
         if (!ask(recovery, "the validator rejects the list: a commit was not judged, or a call never got its session"))
         {
-            return false;
+            return;
         }
         if (!isAssumed(Assumption::COMMIT))
         {
             recovery.found = isAssumed(Assumption::ROLLBACK) ? Found::ROLLBACK_INTERRUPTED : Found::STAGING_INTERRUPTED;
-            return true;
+            return;
         }
     }
     recovery.after.live = _now.backup;
-    return true;
 }
 
 bool CRecoveryReading::hasMoreLinesThanBackup() const

@@ -10,33 +10,29 @@ void CRecoveryReading::readUnlocked(Recovery& recovery)
     const FilePair& live = _now.live;
     const FilePair& backup = _now.backup;
     dropLeftovers(recovery);
-    bool isClear = true;
     if (isListTornUnlocked())
     {
-        isClear = finishRollback(recovery);
+        finishRollback(recovery);
     }
     else if (live.list->empty() && backup.list && !backup.list->empty())
     {
-        isClear = askForPair(recovery, "the list is empty: a rollback cut short, or the last model was removed");
+        askForPair(recovery, "the list is empty: a rollback cut short, or the last model was removed");
     }
     else if (backup.configuration && !backup.list)
     {
-        isClear = readLoneConfigurationBackup(recovery);
+        readLoneConfigurationBackup(recovery);
     }
     else if (isDocumentTornUnlocked())
     {
-        isClear = readTornDocument(recovery);
+        readTornDocument(recovery);
     }
     else if (isSame(live.list, backup.list) && isDifferent(live.configuration, backup.configuration) &&
              isDocument(backup.configuration))
     {
-        isClear = askForPair(recovery, "the list equals its backup and the document does not: a rollback cut short, or "
-                                       "a finished commit that left the list alone");
+        askForPair(recovery, "the list equals its backup and the document does not: a rollback cut short, or "
+                             "a finished commit that left the list alone");
     }
-    if (isClear)
-    {
-        static_cast<void>(resolveBackups(recovery));
-    }
+    resolveBackups(recovery);
 }
 
 /// A session file or a working copy without a lock file is no session.
@@ -96,57 +92,60 @@ void CRecoveryReading::restorePair(Recovery& recovery, Found found) const
     recovery.after.backup = FilePair();
 }
 
-bool CRecoveryReading::finishRollback(Recovery& recovery)
+void CRecoveryReading::finishRollback(Recovery& recovery)
 {
     const Text& document = _now.live.configuration;
     const Text& backup = _now.backup.configuration;
     if (!canRestorePair())
     {
-        return giveUp(recovery);
+        giveUp(recovery);
+        return;
     }
     if (isDocument(document) && backup && document != backup && !isTorn(document, backup) &&
         !differInParticipantsOnly(*document, *backup))
     {
-        return askForPair(recovery, "the list is torn, and the document was edited since the last commit");
+        askForPair(recovery, "the list is torn, and the document was edited since the last commit");
+        return;
     }
     restorePair(recovery, Found::ROLLBACK_INTERRUPTED);
-    return true;
 }
 
-bool CRecoveryReading::askForPair(Recovery& recovery, const std::string& question)
+void CRecoveryReading::askForPair(Recovery& recovery, const std::string& question)
 {
     if (!canRestorePair())
     {
-        return giveUp(recovery);
+        giveUp(recovery);
+        return;
     }
     if (!ask(recovery, question))
     {
-        return false;
+        return;
     }
     if (!isAssumed(Assumption::NOTHING))
     {
         restorePair(recovery, isAssumed(Assumption::COMMIT) ? Found::COMMIT_INTERRUPTED : Found::ROLLBACK_INTERRUPTED);
     }
-    return true;
 }
 
 /// The list is whole, and its backup is there or neither is. A rollback puts the list back first.
-bool CRecoveryReading::readTornDocument(Recovery& recovery)
+void CRecoveryReading::readTornDocument(Recovery& recovery)
 {
     const Text& document = _now.live.configuration;
     if (!_now.backup.configuration)
     {
-        return giveUp(recovery);
+        giveUp(recovery);
+        return;
     }
     const bool isCutShort = !document || isTorn(document, _now.backup.configuration);
     if (isCutShort && isSame(_now.live.list, _now.backup.list))
     {
-        return finishRollback(recovery);
+        finishRollback(recovery);
+        return;
     }
-    return askForPair(recovery, "the document is missing or torn, and neither a commit nor a rollback leaves it so");
+    askForPair(recovery, "the document is missing or torn, and neither a commit nor a rollback leaves it so");
 }
 
-bool CRecoveryReading::readLoneConfigurationBackup(Recovery& recovery)
+void CRecoveryReading::readLoneConfigurationBackup(Recovery& recovery)
 {
     const Text& document = _now.live.configuration;
     const Text& backup = _now.backup.configuration;
@@ -155,35 +154,35 @@ bool CRecoveryReading::readLoneConfigurationBackup(Recovery& recovery)
     {
         recovery.found = Found::ROLLBACK_INTERRUPTED;
         recovery.after.backup.configuration.reset();
-        return true;
+        return;
     }
     if (!isDocument(backup))
     {
         // The backup of a document that could not be parsed would be equal to it.
         if (!document)
         {
-            return giveUp(recovery);
+            giveUp(recovery);
+            return;
         }
         removeBackups(recovery);
-        return true;
+        return;
     }
     recovery.found = Found::ROLLBACK_INTERRUPTED;
     if (document && !isTorn(document, backup) && !differInParticipantsOnly(*document, *backup))
     {
         if (!ask(recovery, "the backup of the document is alone, and differs outside the participants too"))
         {
-            return false;
+            return;
         }
         if (isAssumed(Assumption::NOTHING))
         {
             recovery.found = leftovers;
-            return true;
+            return;
         }
         recovery.found = isAssumed(Assumption::COMMIT) ? Found::COMMIT_INTERRUPTED : Found::ROLLBACK_INTERRUPTED;
     }
     recovery.after.live.configuration = backup;
     recovery.after.backup.configuration.reset();
-    return true;
 }
 
 } // namespace QMT
