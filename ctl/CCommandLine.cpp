@@ -128,7 +128,6 @@ void CCommandLine::takeOptions(const std::vector<std::string>& words)
 {
     const OptionSet options = optionsOf(_command.get());
     Poco::Util::OptionProcessor processor(options);
-    processor.setUnixStyle(true);
     bool isValueDue = false;
     for (auto word = words.begin() + (_command == nullptr ? 0 : 1); word != words.end(); ++word)
     {
@@ -198,7 +197,6 @@ void CCommandLine::displayHelp(std::ostream& out) const
     const OptionSet options = optionsOf(_command.get());
     Poco::Util::HelpFormatter formatter(options);
     formatter.setCommand("qor_mim_ctl");
-    formatter.setUnixStyle(true);
     formatter.setAutoIndent();
     formatter.setWidth(WIDTH);
     if (_command != nullptr)
