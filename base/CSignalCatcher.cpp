@@ -22,7 +22,6 @@ void record(int signal)
 
 CSignalCatcher::CSignalCatcher()
 {
-    arrived = 0;
     for (const int signal : {SIGHUP, SIGINT, SIGQUIT, SIGTERM, SIGALRM, SIGUSR1, SIGUSR2, SIGVTALRM, SIGPROF, SIGXCPU,
                              SIGXFSZ, SIGIO, SIGPWR})
     {
