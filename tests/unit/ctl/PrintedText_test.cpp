@@ -17,11 +17,19 @@ TEST(ValidUtf8, KeepsCharactersOfEveryLength)
     EXPECT_EQ(validUtf8(text), text);
 }
 
+TEST(ValidUtf8, KeepsTheFirstAndLastCharacterOfEachLength)
+{
+    const std::string text = "\x7F\xC2\x80\xDF\xBF\xE0\xA0\x80\xEF\xBF\xBF\xF0\x90\x80\x80\xF4\x8F\xBF\xBF";
+
+    EXPECT_EQ(validUtf8(text), text);
+}
+
 TEST(ValidUtf8, ReplacesEveryInvalidByte)
 {
     EXPECT_EQ(validUtf8("a\xFF"
                         "b"),
               "a" + REPLACED + "b");
+    EXPECT_EQ(validUtf8("\x80"), REPLACED);
     EXPECT_EQ(validUtf8("\x80\xBF"), REPLACED + REPLACED);
     EXPECT_EQ(validUtf8("\xC0\xAF"), REPLACED + REPLACED);
     EXPECT_EQ(validUtf8("\xED\xA0\x80"), REPLACED + REPLACED + REPLACED);
@@ -46,6 +54,8 @@ TEST(Printable, EscapesControlCharacters)
     EXPECT_EQ(printable("a\nb\rc\td"), "a\\nb\\rc\\td");
     EXPECT_EQ(printable("\x1B[31m"), "\\x1b[31m");
     EXPECT_EQ(printable(std::string("\0\x1F\x7F", 3)), "\\x00\\x1f\\x7f");
+    EXPECT_EQ(printable("\x1F"), "\\x1f");
+    EXPECT_EQ(printable("\x7F"), "\\x7f");
 }
 
 TEST(Printable, EscapesControlCharactersOfTwoBytes)
