@@ -125,7 +125,41 @@ TEST_F(FileAttributes, CopyReportsALostOwnerAlone)
     EXPECT_EQ(copyAttributes(from, file, "NAME"), Lines({"the owner of NAME could not be kept"}));
 }
 
-TEST_F(FileAttributes, CopyReportsALostModeAndSkipsEqualOwners)
+TEST_F(FileAttributes, CopySkipsAnEqualOwnerAndGroup)
+{
+    const FailingCall failing("fchown", to, EPERM);
+
+    EXPECT_EQ(copyAttributes(from, file, to), Lines());
+
+    EXPECT_EQ(failing.failures(), 0);
+}
+
+TEST_F(FileAttributes, CopyReportsALostGroupAlone)
+{
+    if (::chown(from.c_str(), ::getuid(), 34) != 0)
+    {
+        GTEST_SKIP() << "only root may give a file away";
+    }
+    const FailingCall failing("fchown", to, EPERM);
+
+    EXPECT_EQ(copyAttributes(from, file, "NAME"), Lines({"the group of NAME could not be kept"}));
+}
+
+TEST_F(FileAttributes, CopyKeepsTheGroupWhenTheOwnerIsLost)
+{
+    if (::chown(from.c_str(), 12, 34) != 0)
+    {
+        GTEST_SKIP() << "only root may give a file away";
+    }
+    const FailingCall failing("fchown", to, EPERM, 0, 1);
+
+    EXPECT_EQ(copyAttributes(from, file, "NAME"), Lines({"the owner of NAME could not be kept"}));
+
+    EXPECT_EQ(status().st_uid, ::getuid());
+    EXPECT_EQ(status().st_gid, 34U);
+}
+
+TEST_F(FileAttributes, CopyReportsALostMode)
 {
     const FailingCall failing("fchmod", to, EPERM);
 
