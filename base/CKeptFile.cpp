@@ -29,7 +29,7 @@ CKeptFile::CKeptFile(const std::string& path)
 {
     std::string content;
     const ReadResult result = readWholeFile(path, content);
-    if (result == ReadResult::READ && _file >= 0 && ::fstat(_file, &_status) == 0)
+    if (result == ReadResult::READ && ::fstat(_file, &_status) == 0)
     {
         _content = content;
     }
@@ -42,10 +42,7 @@ CKeptFile::CKeptFile(const std::string& path)
 
 CKeptFile::~CKeptFile()
 {
-    if (_file >= 0)
-    {
-        static_cast<void>(::close(_file));
-    }
+    static_cast<void>(::close(_file));
 }
 
 const std::optional<std::string>& CKeptFile::content() const

@@ -36,10 +36,7 @@ public:
 
     ~CNewFile()
     {
-        if (_file >= 0)
-        {
-            static_cast<void>(::close(_file));
-        }
+        static_cast<void>(::close(_file));
         if (!_isKept)
         {
             static_cast<void>(::unlink(_path.c_str()));

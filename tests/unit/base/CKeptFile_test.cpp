@@ -75,12 +75,26 @@ TEST_F(KeptFile, PutBackRemovesAFileThatWasMissing)
 
 TEST_F(KeptFile, ConstructorThrowsForADirectoryOrPipe)
 {
+    const int before = openFileCount();
     putDirectoryAt(path);
     EXPECT_THROW(CKeptFile{path}, Poco::FileException);
 
     std::filesystem::remove(path);
     putPipeAt(path);
     EXPECT_THROW(CKeptFile{path}, Poco::FileException);
+    EXPECT_EQ(openFileCount(), before);
+}
+
+TEST_F(KeptFile, DestructorClosesTheFile)
+{
+    writeFile(path, "");
+    const int before = openFileCount();
+
+    {
+        const CKeptFile kept(path);
+    }
+
+    EXPECT_EQ(openFileCount(), before);
 }
 
 TEST_F(KeptFile, PutBackReturnsAModeThatCannotBeSet)

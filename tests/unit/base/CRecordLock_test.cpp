@@ -94,6 +94,12 @@ TEST_F(RecordLock, DestructorReleasesTheLock)
     const LockHolder other(path);
 }
 
+TEST_F(RecordLock, HolderOfReadsAFileItMayNotWrite)
+{
+    // An executable that runs cannot be opened for writing, not even by root.
+    EXPECT_EQ(CRecordLock::holderOf(std::filesystem::read_symlink("/proc/self/exe").string()), 0);
+}
+
 TEST_F(RecordLock, HolderOfReturnsZeroForAMissingFile)
 {
     EXPECT_EQ(CRecordLock::holderOf(path), 0);

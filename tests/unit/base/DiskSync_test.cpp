@@ -41,6 +41,15 @@ TEST_F(DiskSync, SyncFileThrowsWhenFsyncFails)
     }
 }
 
+TEST_F(DiskSync, SyncFileClosesTheFile)
+{
+    const int before = openFileCount();
+
+    syncFile(path);
+
+    EXPECT_EQ(openFileCount(), before);
+}
+
 TEST_F(DiskSync, SyncFileThrowsWhenOpenFails)
 {
     const FailingCall failing("open", path, EMFILE);

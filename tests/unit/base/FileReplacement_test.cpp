@@ -136,6 +136,7 @@ TEST_F(FileReplacement, ReplaceKeepsTheFileOnAFullDisk)
 
 TEST_F(FileReplacement, ReplaceKeepsTheFileWhenFsyncOrCloseFails)
 {
+    const int before = openFileCount();
     for (const std::string call : {"fsync", "close"})
     {
         const FailingCall failing(call, path + ".replacement", EIO);
@@ -144,6 +145,7 @@ TEST_F(FileReplacement, ReplaceKeepsTheFileWhenFsyncOrCloseFails)
 
         EXPECT_EQ(readFile(path), "old");
         EXPECT_EQ(names(), Lines({"file"}));
+        EXPECT_EQ(openFileCount(), before);
     }
 }
 

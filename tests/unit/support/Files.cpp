@@ -5,6 +5,7 @@
 
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <sstream>
 #include <stdexcept>
 
@@ -50,6 +51,12 @@ void setModificationTime(const std::string& path, long seconds)
 bool exists(const std::string& path)
 {
     return std::filesystem::exists(std::filesystem::symlink_status(path));
+}
+
+int openFileCount()
+{
+    const std::filesystem::directory_iterator files("/proc/self/fd");
+    return static_cast<int>(std::distance(begin(files), end(files)));
 }
 
 void putFullDeviceAt(const std::string& path)

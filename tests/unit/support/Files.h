@@ -21,6 +21,9 @@ void setModificationTime(const std::string& path, long seconds);
 /// Whether anything stands at `path`, be it a link to nowhere.
 bool exists(const std::string& path);
 
+/// How many files the process has open.
+int openFileCount();
+
 /// Puts a link to the device that is always full in the place of the file at `path`: it opens, and no write succeeds.
 void putFullDeviceAt(const std::string& path);
 
