@@ -148,6 +148,17 @@ TEST_F(FrameworkCheck, SuggestsAssumeRollbackForAMissingDocument)
                                  RECOVER + " --assume=rollback"}}));
 }
 
+TEST_F(FrameworkCheck, SuggestsTheBackupBesideAnUnreadableList)
+{
+    std::filesystem::rename(configuration, configuration + ".bak");
+    putDirectoryAt(list);
+
+    EXPECT_EQ(find(), (Findings{{FindingId::CONFIGURATION_MISSING, configuration, "the file does not exist",
+                                 "cp -p " + configuration + ".bak " + configuration},
+                                {FindingId::LIST_UNREADABLE, list, "the file cannot be read",
+                                 "make it a file that the caller may read"}}));
+}
+
 TEST_F(FrameworkCheck, FindsLiveFilesThatCannotBeRead)
 {
     putDirectoryAt(configuration);
@@ -374,7 +385,7 @@ TEST_F(FrameworkCheck, FindsAModeThatDiffersFromTheBackups)
     writeFile(configuration + ".bak", configurationWith("Pump"));
     writeFile(list + ".bak", "");
     std::filesystem::permissions(configuration + ".bak", perms(0640));
-    std::filesystem::permissions(configuration, perms(0644));
+    std::filesystem::permissions(configuration, perms(01645));
 
     const Findings found = find();
 
@@ -383,7 +394,7 @@ TEST_F(FrameworkCheck, FindsAModeThatDiffersFromTheBackups)
     EXPECT_EQ(found[0].file, configuration);
     const std::string owner = std::to_string(::getuid()) + ":" + std::to_string(::getgid());
     EXPECT_EQ(found[0].text,
-              "owner, group and mode are " + owner + " 0644, and those of the backup " + owner + " 0640");
+              "owner, group and mode are " + owner + " 1645, and those of the backup " + owner + " 0640");
     const std::string reference = " --reference=" + configuration + ".bak " + configuration;
     EXPECT_EQ(found[0].remedy, "chown" + reference + " && chmod" + reference);
 }
