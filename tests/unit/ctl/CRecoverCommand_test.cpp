@@ -14,6 +14,7 @@
 #include <gtest/gtest.h>
 
 #include <sys/stat.h>
+#include <sys/xattr.h>
 
 #include <algorithm>
 #include <cctype>
@@ -168,7 +169,10 @@ TEST_F(RecoverCommand, AsksAndChangesNothingWhenUnclear)
     EXPECT_EQ(found(), "unclear");
     EXPECT_EQ(done(), Lines());
     EXPECT_TRUE(answer()->isNull("copy"));
-    EXPECT_NE(console.str().find("--assume=commit"), std::string::npos);
+    EXPECT_EQ(console.str(),
+              "qor_mim_ctl: unclear: the list is what the queue makes of its backup: a commit cut short, or "
+              "actions staged anew. Nothing was changed; say what was interrupted by --assume=commit, "
+              "rollback or nothing\n");
     EXPECT_EQ(run({"--dry-run"}), 1);
     EXPECT_EQ(out.str(), "found: unclear\n");
     framework.expectLive(oldConfiguration, "/base\n" + pump + "\n");
@@ -335,6 +339,24 @@ TEST_F(RecoverCommand, ResumesAfterAFailedStep)
 
     framework.expectLive(oldConfiguration, "/base\n");
     EXPECT_EQ(readFile(framework.list(".tmp")), "/base\n");
+}
+
+TEST_F(RecoverCommand, ReportsAllAttributesThatCannotBeSet)
+{
+    for (const char* const name : {"user.one", "user.two"})
+    {
+        if (::setxattr(framework.list().c_str(), name, "", 0, 0) != 0)
+        {
+            GTEST_SKIP() << "the file system has no extended attributes";
+        }
+    }
+    const FailingCall failing("fsetxattr", framework.list() + ".replacement", EPERM);
+
+    EXPECT_EQ(run({}), 0);
+
+    EXPECT_EQ(console.str(), "qor_mim_ctl: the attribute user.one of " + framework.list() +
+                                 " could not be kept; the attribute user.two of " + framework.list() +
+                                 " could not be kept\n");
 }
 
 TEST_F(RecoverCommand, ReportsAModeThatCannotBeSet)

@@ -173,6 +173,20 @@ TEST_F(RecoveryUnlocked, FinishesARollbackWithoutADocumentBackup)
     expectClear(Found::ROLLBACK_INTERRUPTED, withoutSession({old.configuration, older.list}, FilePair()));
 }
 
+TEST_F(RecoveryUnlocked, FinishesARollbackToAListEndingInsideALine)
+{
+    now = withoutSession({std::nullopt, "/base\n/edited"}, {older.configuration, "/base\n/edited"});
+
+    expectClear(Found::ROLLBACK_INTERRUPTED, withoutSession({older.configuration, "/base\n/edited"}, FilePair()));
+}
+
+TEST_F(RecoveryUnlocked, FinishesARollbackBesideAMalformedDocument)
+{
+    now = withoutSession({"<qor>", std::nullopt}, {"<qor>", older.list});
+
+    expectClear(Found::ROLLBACK_INTERRUPTED, withoutSession({"<qor>", older.list}, FilePair()));
+}
+
 TEST_F(RecoveryUnlocked, FinishesARollbackBesideSessionLeftovers)
 {
     now.live.list.reset();
@@ -270,6 +284,14 @@ TEST_F(RecoveryUnlocked, AsksWhenNoCompleteListExists)
         EXPECT_EQ(read(Assumption::COMMIT).found, Found::UNCLEAR);
         EXPECT_EQ(read(Assumption::ROLLBACK).found, Found::UNCLEAR);
     }
+}
+
+TEST_F(RecoveryUnlocked, AsksWhenListAndBackupAreTornAlike)
+{
+    now.live.list = now.backup.list = "/base\n/go";
+    now.workingCopy.list = older.list;
+
+    expectUnclear(WHOLE_NOWHERE);
 }
 
 TEST_F(RecoveryUnlocked, AsksWhenNoCompleteDocumentExists)
