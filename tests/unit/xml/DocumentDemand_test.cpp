@@ -222,6 +222,21 @@ TEST(DocumentDemand, CountsDeclarationsInAParameterEntity)
     EXPECT_TRUE(isTooDeep(hidden));
 }
 
+TEST(DocumentDemand, AllowsAnyNumberOfReferencesInAnEntity)
+{
+    EXPECT_FALSE(isTooDeep("<!DOCTYPE a [<!ENTITY e '" + repeat("&#60;", MAX_ENTITIES) + "'>]><a/>"));
+}
+
+TEST(DocumentDemand, AllowsALongParameterEntity)
+{
+    EXPECT_FALSE(isTooDeep("<!DOCTYPE a [<!ENTITY % p '" + repeat(" ", MAX_ENTITIES) + "'>]><a/>"));
+}
+
+TEST(DocumentDemand, AllowsAnyNumberOfReferencesWithoutAnEntity)
+{
+    EXPECT_FALSE(isTooDeep("<!DOCTYPE a [<!-- % " + repeat("&#60;", MAX_ENTITIES + 1) + "-->]><a/>"));
+}
+
 // ---- Names ----
 
 /// A document of one element with `count` different attributes.
@@ -238,6 +253,11 @@ std::string withAttributes(std::size_t count)
 TEST(DocumentDemand, CountsANameForEachTagAndAttribute)
 {
     EXPECT_EQ(measureNames("<a b='' c=''><d/></a>"), 4U);
+}
+
+TEST(DocumentDemand, CountsNoNamesForOtherMarkup)
+{
+    EXPECT_EQ(measureNames("<?p?><a><!-- c --><![CDATA[d]]></a>"), 1U);
 }
 
 TEST(DocumentDemand, CountsNoNamesInAnEmptyText)
