@@ -134,6 +134,19 @@ TEST_F(FileReplacement, ReplaceKeepsTheFileOnAFullDisk)
     EXPECT_EQ(names(), Lines({"file"}));
 }
 
+TEST_F(FileReplacement, ReplaceResumesAnInterruptedOrShortWrite)
+{
+    for (const int error : {EINTR, 0})
+    {
+        const FailingCall failing("write", path + ".replacement", error, 0, 2);
+
+        EXPECT_EQ(replaceFile(path, "something longer", path), Lines());
+
+        EXPECT_EQ(failing.failures(), 2);
+        EXPECT_EQ(readFile(path), "something longer");
+    }
+}
+
 TEST_F(FileReplacement, ReplaceKeepsTheFileWhenFsyncOrCloseFails)
 {
     const int before = openFileCount();

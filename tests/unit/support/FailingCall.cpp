@@ -30,6 +30,7 @@ extern "C"
     int failingRename(const char* from, const char* to) __asm__("rename");
     int failingUnlink(const char* path) __asm__("unlink");
     ssize_t failingRead(int file, void* buffer, std::size_t size) __asm__("read");
+    ssize_t failingWrite(int file, const void* buffer, std::size_t size) __asm__("write");
 }
 
 int failingFork()
@@ -97,6 +98,16 @@ ssize_t failingRead(int file, void* buffer, std::size_t size)
 {
     static auto* const realRead = QMT::Test::realCall<ssize_t(int, void*, std::size_t)>("read");
     return QMT::Test::FailingCall::fails("read", file) ? -1 : realRead(file, buffer, size);
+}
+
+ssize_t failingWrite(int file, const void* buffer, std::size_t size)
+{
+    static auto* const realWrite = QMT::Test::realCall<ssize_t(int, const void*, std::size_t)>("write");
+    if (!QMT::Test::FailingCall::fails("write", file))
+    {
+        return realWrite(file, buffer, size);
+    }
+    return errno == 0 ? realWrite(file, buffer, size / 2) : -1;
 }
 
 namespace QMT::Test

@@ -18,9 +18,10 @@ public:
     static constexpr int FOREVER = 1000000;
 
     /// `call` is "stat", "open" (for writing, and by the library for reading), "fopen" (by the standard streams),
-    /// "read", "fsync", "close", "fcntl", "fchown", "fchmod", "fsetxattr", "rename" (whose path is the new name) or
-    /// "unlink"; it fails for `path` with the error number `error`, but not the first `spared` times, and no more than
-    /// `limit` times. "fork" has no path, which is empty then.
+    /// "read", "write" (which writes half with the error number 0), "fsync", "close", "fcntl", "fchown", "fchmod",
+    /// "fsetxattr", "rename" (whose path is the new name) or "unlink"; it fails for `path` with the error number
+    /// `error`, but not the first `spared` times, and no more than `limit` times. "fork" has no path, which is empty
+    /// then.
     FailingCall(const std::string& call, const std::string& path, int error, int spared = 0, int limit = FOREVER);
     ~FailingCall();
     FailingCall(const FailingCall&) = delete;
