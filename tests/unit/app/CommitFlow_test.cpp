@@ -390,6 +390,17 @@ TEST_F(ValidatedCommit, IsUndoneWhenASessionBeganMeanwhile)
     expectNoSession();
 }
 
+TEST_F(ValidatedCommit, TriesTenTimesToUndoDuringASession)
+{
+    givenValidator("echo other-host >" + framework.lock() + "; exit 1");
+    givenSession("0:" + model + "\n");
+    const FailingCall failing("unlink", framework.lock(), EACCES, 1);
+
+    EXPECT_EQ(runTool({"--commit"}).status, -1);
+
+    EXPECT_EQ(failing.failures(), 10);
+}
+
 TEST_F(ValidatedCommit, IsNotUndoneWhenTheLockStays)
 {
     givenValidator("mkdir -p " + framework.lock() + "/taken; exit 1");
