@@ -1,6 +1,6 @@
-// The floor under the tool's cost: the calls that no program can do without that leaves the same files behind and keeps
-// the working copies complete after every action. It searches no more than it must, checks and reports nothing, and
-// starts no other program. It knows only the shape of the benchmark's own frameworks.
+// The floor under the tool's cost: the minimum of library calls for the same resulting files, with complete working
+// copies after every action. It checks and reports nothing, starts no other program, and handles only the document
+// structure of the benchmark's frameworks.
 #include <Poco/AutoPtr.h>
 #include <Poco/Checksum.h>
 #include <Poco/ConsoleChannel.h>
@@ -91,7 +91,7 @@ DocumentPtr parse(const std::string& path)
     return DocumentPtr(parser.parseString(read(path)));
 }
 
-/// Takes the text from the library's writer, mostly byte by byte, for less than any stream of the libraries does.
+/// Collects the text of the library's writer, which arrives mostly byte by byte. The libraries' own streams cost more.
 class TextBuffer : public std::streambuf
 {
 public:
@@ -118,7 +118,7 @@ protected:
     }
 };
 
-/// Returns the size of the document's text; `expectedSize` is that of the text before.
+/// Returns the size of the document's text; `expectedSize` is the previous size.
 std::string::size_type write(const Document* document, std::string::size_type expectedSize)
 {
     const std::string::size_type GROWTH = 4096;
@@ -138,7 +138,7 @@ std::string attribute(const Node* node, const std::string& name)
     return static_cast<const Element*>(node)->getAttribute(name);
 }
 
-/// A model of the benchmark is a document element with one class, which is the root class.
+/// A model of the benchmark has one class, the root class, as the first child of its document element.
 std::string rootClassOf(const std::string& model)
 {
     const DocumentPtr document = parse(model);
@@ -203,7 +203,7 @@ void removeFromDocument(Node* participants, const Action& action)
     roots->removeChild(root);
 }
 
-/// A removal tidies the other lines, for which the library's tokenizer is the means.
+/// Like the tool, also trims the other lines and drops empty ones.
 std::string without(const std::string& entry, const std::string& list)
 {
     std::string kept;
@@ -271,7 +271,7 @@ void status()
     }
 }
 
-/// Stages `line`, one action in the words of the session file.
+/// Stages one action, given as a line of the session file.
 void stage(const std::string& line)
 {
     std::string session;
@@ -283,7 +283,7 @@ void stage(const std::string& line)
     write(SESSION_FILE, session + line + "\n");
 }
 
-/// What shows the installed models cannot do without.
+/// The minimum for showing the installed models.
 void parseAll()
 {
     const DocumentPtr document = parse(CONFIGURATION);

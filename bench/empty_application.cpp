@@ -1,4 +1,4 @@
-// What it costs to start an application on the libraries and to end it again, before anything is done.
+// An application that does nothing: the cost of starting and ending one with the same libraries.
 #include <Poco/AutoPtr.h>
 #include <Poco/Util/Application.h>
 

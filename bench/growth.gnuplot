@@ -1,5 +1,5 @@
-# The instructions of a commit over the size of the configuration. Called with data, a file of three columns (handlers,
-# tool, floor), and picture, the file that is written.
+# Plots the instructions of a commit over the size of the configuration. Variables: data, a file with the columns
+# handlers, tool and floor; picture, the output file.
 set terminal svg size 720,440 font "sans-serif,13" background "white"
 set output picture
 set title "A commit of one addition"

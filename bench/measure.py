@@ -1,8 +1,7 @@
-"""Three ways to measure a program in a framework of its own: wall time, instructions, peak memory.
+"""Measure the wall time, instructions and peak memory of a program in a framework of its own.
 
-Every measurement runs inside bubblewrap, which shows the scratch framework as /opt/qor, so that the programs need not
-know that they are measured and the machine's own framework, if there is one, is left alone.  Where bubblewrap does not
-work there is nothing to measure: a launcher that watches every system call would measure itself.
+Every measurement runs under bubblewrap, which binds the scratch framework to /opt/qor, so that the machine's own
+framework is not touched.  proot is no alternative: it traces every system call, and the measurement would include that.
 """
 from __future__ import annotations
 
@@ -18,12 +17,12 @@ from pathlib import Path
 from workload import HOST, Framework
 
 PROJECT = Path(__file__).resolve().parents[1]
-# The usual limit of a login.  The library closes every descriptor below it in each child process that it starts.
+# The usual RLIMIT_NOFILE of a login.  The library closes every descriptor below it in each child process.
 DESCRIPTORS = 1024
 
 
 class LogReader:
-    """Keeps the system log's queue empty: a full one would make the programs wait."""
+    """Reads the system log continuously: the programs would block on a full queue."""
 
     def __init__(self, path: Path):
         self.path = path
@@ -60,7 +59,7 @@ class Bench:
         return done
 
     def wall_time(self, framework: Framework, command: Sequence[str], runs: int) -> float:
-        """The shortest of the runs in seconds, each from the start: the others include the machine's other work."""
+        """The shortest run in seconds, since the longer ones include other work of the machine."""
         export = framework.directory.parent / "wall.json"
         self._run(framework, ["hyperfine", "--shell=none", "--warmup", "1", "--runs", str(runs),
                               "--prepare", str(framework.resetter), "--export-json", str(export),
@@ -68,17 +67,16 @@ class Bench:
         return float(json.loads(export.read_text(encoding="utf-8"))["results"][0]["min"])
 
     def peak_memory(self, framework: Framework, command: Sequence[str]) -> int:
-        """The greatest resident size in KiB, of the program or of one of its children, whichever is greater."""
+        """The peak resident size in KiB of the program or of one of its children, whichever is greater."""
         framework.reset()
         report = framework.directory.parent / "memory"
         self._run(framework, ["/usr/bin/time", "--format=%M", f"--output={report}", *command])
         return int(report.read_text(encoding="utf-8"))
 
     def profile(self, framework: Framework, command: Sequence[str]) -> Path:
-        """Run once under callgrind and give its report on the program's own process.
+        """Run once under callgrind; return the report on the program's own process.
 
-        The copy that a fork makes ends its report with the execution of the other program; one that is left all the
-        same is an error here.
+        A forked child drops its report when it executes another program; a second report is an error.
         """
         framework.reset()
         place = framework.directory.parent
@@ -90,7 +88,7 @@ class Bench:
         return report
 
     def instructions(self, framework: Framework, command: Sequence[str]) -> int:
-        """How many instructions the program's own process executed, the dynamic loader included."""
+        """The number of instructions in the program's own process, the dynamic loader included."""
         return total(self.profile(framework, command))
 
 
@@ -101,17 +99,17 @@ def total(report: Path) -> int:
     return int(found[1])
 
 
-# What a profile is divided into: the functions of the libraries whose whole cost counts as one part.
+# The parts of a profile: library functions whose inclusive cost counts as one part.
 PARTS = {"parser": ":Poco::XML::DOMParser::parseString(", "writer": ":Poco::XML::DOMWriter::writeNode("}
-# What the library calls of the program in turn: the buffer that takes the text from the writer.
+# Called back by the writer: the program's buffer for the text.
 CALLED_BY_WRITER = ":QMT::CTextBuffer::"
-# How the functions of the loader are shown, with and without its debugging symbols.
+# The name of a loader function without debugging symbols.
 LOADER = re.compile(r"/ld-linux[^]]*\]$")
 COST = re.compile(r"^\s*([\d,]+) \([^)]*\)\s+(.*)$")
 
 
 def annotated(report: Path, inclusive: str) -> Iterable[tuple[int, str]]:
-    """Cost and name of every function of a report."""
+    """The cost and name of every function in a report."""
     text = subprocess.run(["callgrind_annotate", "--threshold=100", "--tree=none", "--auto=no", "--show-percs=yes",
                            f"--inclusive={inclusive}", str(report)], capture_output=True, text=True,
                           check=True).stdout
@@ -122,7 +120,7 @@ def annotated(report: Path, inclusive: str) -> Iterable[tuple[int, str]]:
 
 
 def shares(report: Path, program: Path) -> dict[str, float]:
-    """How a run divides: loader, the parts above, the program's own code, and what it calls besides."""
+    """The shares of a run: loader, the parts above, the program's own code, and other libraries."""
     whole = total(report)
     result: dict[str, int] = {"loader": 0, **{part: 0 for part in PARTS}}
     for cost, name in annotated(report, "yes"):

@@ -1,5 +1,5 @@
-// Single operations of the tool over growing work. Runs in the benchmark's sandbox, where /opt/qor is a scratch
-// framework; the report's BigO lines tell how each operation grows.
+// Single operations of the tool with growing input. Runs in the benchmark's sandbox, where /opt/qor is a scratch
+// framework; the BigO lines of the report show the complexity of each operation.
 #include "app/CQorModelTool.h"
 #include "base/WholeFile.h"
 #include "impl/CFrameworkPaths.h"
@@ -26,7 +26,7 @@ const int ROOTS_PER_HANDLER = 5;
 const std::string MODEL_FILE = "/opt/qor/models/operations.xml";
 const std::string NEW_CLASS = "NewClass";
 
-/// The three objects of a run, silent.
+/// The three objects of a run, with a silent logger.
 struct Tool
 {
     Tool()
@@ -139,7 +139,7 @@ void removeFromList(benchmark::State& state)
     writeList(tool, size(state));
     for (auto _ : state)
     {
-        // The first round removes the entry, the others look at every line and keep it.
+        // Only the first iteration removes the entry; the others keep every line.
         benchmark::DoNotOptimize(tool.impl.removeModelFileEntry(MODEL_FILE));
     }
     report(state);
@@ -213,7 +213,7 @@ void searchRootClass(benchmark::State& state)
     report(state);
 }
 
-/// The whole search of an addition, which ends without a write since the last handler serves the class already.
+/// The complete search of an addition; nothing is written, since the last handler already serves the class.
 void searchHandler(benchmark::State& state)
 {
     Tool tool;

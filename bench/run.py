@@ -1,9 +1,8 @@
 #!/usr/bin/python3
-"""Measure the tool beside its yardsticks and print one table, then the targets.
+"""Measure the tool against its baselines; print the tables, then the targets.
 
-The yardsticks: an empty application on the same libraries, the floor (what no program that does the same work can do
-without), and what an administrator would write instead of calling the tool.  Every figure of the table is a ratio of
-two measurements of this run.
+The baselines: an empty application on the same libraries, the floor (the library calls that the work needs), and the
+scripts that an administrator would write instead.  Every figure is a ratio of two measurements of this run.
 """
 from __future__ import annotations
 
@@ -45,7 +44,7 @@ GROWTH = (10, 30, 100, 300, 1000, 3000, 10000)
 
 @dataclasses.dataclass
 class Figures:
-    """What was measured of one program in one case; the instructions of competitors are not."""
+    """The measurements of one program in one case; instructions are not counted for the competitors."""
 
     wall: float
     memory: int
@@ -56,7 +55,7 @@ Table = dict[tuple[str, str], Figures]
 
 
 def native_architecture() -> str:
-    """The name that Debian has for this machine's."""
+    """Debian's name of this machine's architecture."""
     return subprocess.run(["dpkg", "--print-architecture"], capture_output=True, text=True, check=True).stdout.strip()
 
 
@@ -72,11 +71,11 @@ class Runner:
         self.bench = bench
 
     def framework(self, case: Case) -> Framework:
-        """A framework of its own for one measurement."""
+        """A new framework for one measurement."""
         return Framework(Path(tempfile.mkdtemp(dir=self.bench.scratch)), case)
 
     def contenders(self, case: Case, edits: Path) -> Iterator[tuple[str, list[str]]]:
-        """Names and commands.  The floor of an idle run is the empty application."""
+        """The names and commands.  The floor of an idle run is the empty application."""
         yield "tool", [str(self.tool), *case.tool_arguments()]
         if case in PORTABLE:
             yield "portable", [str(self.portable), *case.tool_arguments()]
@@ -91,7 +90,7 @@ class Runner:
             yield "augtool", [str(COMPETITORS / "augtool_edit"), str(edits)]
 
     def measure(self, case: Case, progress: Callable[[str], None]) -> Table:
-        """Wall time and memory of every contender, whose results have been checked first."""
+        """Check the result of every contender, and measure its wall time and memory."""
         framework = self.framework(case)
         contenders = dict(self.contenders(case, framework.edits))
         table: Table = {}
@@ -101,7 +100,7 @@ class Runner:
             if case.edits_document and name != "empty" and framework.result() != framework.expected():
                 raise SystemExit(f"{case.title}: the result of {name} is wrong")
             table[case.name, name] = Figures(math.inf, memory)
-        # In rounds, so that a busy minute of the machine affects all of them.
+        # In rounds, so that a busy minute affects all contenders.
         for name in [*contenders] * ROUNDS:
             progress(f"{case.title}: time of {name}")
             figures = table[case.name, name]
@@ -124,13 +123,14 @@ class Runner:
         return result
 
     def show(self) -> float:
-        """The instructions of the companion's ``show`` over those of parsing what it shows."""
+        """The instructions of the companion's ``show`` over those of parsing the same files."""
         return self._count(SHOW, [str(self.companion), "show"]) / self._count(SHOW, [str(self.floor), "show"])
 
     def apply(self, handlers: int) -> float:
         """The instructions of ``apply`` of one action over those of staging and committing it with the tool."""
         apply = Case("apply", "", handlers=handlers, command="apply")
-        steps = (Case("stage", "", handlers=handlers, command="stage"), Case("commit", "", handlers=handlers, actions=1))
+        steps = (Case("stage", "", handlers=handlers, command="stage"),
+                 Case("commit", "", handlers=handlers, actions=1))
         return (self._count(apply, [str(self.companion), "apply", *apply.apply_arguments()])
                 / sum(self._count(step, [str(self.tool), *step.tool_arguments()]) for step in steps))
 
@@ -141,7 +141,7 @@ class Runner:
         return result
 
     def durability(self, case: Case) -> tuple[float, float]:
-        """Seconds of a commit on the file system of the frameworks: as it is, and with syncs that do nothing."""
+        """The seconds of a commit on the frameworks' file system, with syncs and without."""
         framework = self.framework(case)
         command = [str(self.tool), *case.tool_arguments()]
         kept, dropped = (self.bench.wall_time(framework, ["env", setting, *command], case.runs)
@@ -150,7 +150,7 @@ class Runner:
         return kept, dropped
 
     def growth(self) -> Iterator[tuple[int, ...]]:
-        """Numbers of handlers, each with the instructions of a commit of one action: the tool's, then the floor's."""
+        """The instructions of a commit of one action by number of handlers: of the tool, then of the floor."""
         cases = [Case(f"growth {handlers}", "", handlers=handlers, actions=1) for handlers in GROWTH]
         names = ("tool", "floor")
         with ThreadPoolExecutor(os.cpu_count()) as pool:
@@ -158,7 +158,7 @@ class Runner:
         return zip(GROWTH, counts[:len(cases)], counts[len(cases):])
 
     def profile(self, case: Case) -> dict[str, float]:
-        """Where the instructions of the tool go."""
+        """The shares of the tool's instructions by part."""
         framework = self.framework(case)
         command = [str(self.tool), *case.tool_arguments()]
         return shares(self.bench.profile(framework, command), self.tool)
@@ -172,11 +172,12 @@ def progress(text: str) -> None:
 
 
 def measure_all(runner: Runner, cases: Sequence[Case]) -> Table:
-    """Wall times one after the other, then the instruction counts, which other load does not change."""
+    """Measure wall times sequentially, then count instructions in parallel, since load does not change them."""
     table: Table = {}
     for case in cases:
         table.update(runner.measure(case, progress))
-    jobs = [(case, name) for case in cases for name in ("tool", "portable", "empty", "floor") if (case.name, name) in table]
+    jobs = [(case, name) for case in cases for name in ("tool", "portable", "empty", "floor")
+            if (case.name, name) in table]
     with ThreadPoolExecutor(os.cpu_count()) as pool:
         for (case, name), count in zip(jobs, pool.map(lambda job: runner.count(*job), jobs)):
             progress(f"{case.title}: instructions of {name}")
@@ -196,7 +197,7 @@ HEADS = {"wall": "time", "instructions": "instr.", "memory": "memory"}
 
 
 def ratio(table: Table, case: Case, what: str, other: str, program: str = "tool") -> float | None:
-    """A program's figure over another's, where there is another's."""
+    """A program's figure over another's; None if the other was not measured."""
     if (case.name, other) not in table:
         return None
     return getattr(table[case.name, program], what) / getattr(table[case.name, other], what)
@@ -213,7 +214,7 @@ def rows(table: Table, cases: Sequence[Case], program: str,
 
 
 def print_table(lines: Sequence[Sequence[str]]) -> None:
-    """A table that reads well on a terminal and in a document."""
+    """Print a Markdown table with aligned columns."""
     widths = [max(len(line[column]) for line in lines) for column in range(len(lines[0]))]
     for index, line in enumerate(lines):
         cells = [cell.ljust(width) if column == 0 else cell.rjust(width)
@@ -247,7 +248,7 @@ def targets(table: Table, cases: Sequence[Case]) -> Iterator[tuple[str, float, f
         if memory is not None:
             yield f"memory, {case.title} / floor", memory, 1.10
     for case in cases:
-        # Of the two scripts in Python, the one that writes as often as the commit does.
+        # Compare with the Python script that writes as often as the commit.
         python = "python3" if case.actions == 1 else "python3, each"
         for other in (python, "augtool", *(["xmlstarlet"] if case is SMALL else [])):
             wall = ratio(table, case, "wall", other)
@@ -261,7 +262,7 @@ def targets(table: Table, cases: Sequence[Case]) -> Iterator[tuple[str, float, f
 
 
 def companion_targets(runner: Runner) -> Iterator[tuple[str, float, float]]:
-    """The same for the companion."""
+    """The targets of the companion, in the same form."""
     yield "instructions, show of 1,000 handlers and models / parsing them", runner.show(), 1.5
     for handlers in (10, 1000):
         yield (f"instructions, apply of 1 addition over {handlers:,} handlers / staging and commit of the tool",
@@ -269,7 +270,7 @@ def companion_targets(runner: Runner) -> Iterator[tuple[str, float, float]]:
 
 
 def durability(runner: Runner) -> str:
-    """What waiting for the disk costs, on the file system where the project is built."""
+    """The cost of syncs on the file system of the build directory."""
     with tempfile.TemporaryDirectory(dir=PROJECT / "build", prefix="qmt-bench-") as scratch:
         on_disk = copy.copy(runner)
         on_disk.bench = Bench(Path(scratch))
@@ -281,7 +282,7 @@ def durability(runner: Runner) -> str:
 
 
 def faster_scripts(table: Table, cases: Sequence[Case]) -> Iterator[str]:
-    """Where a script that writes once, after its last edit, is faster than the commit."""
+    """The cases where a script that writes once is faster than the commit."""
     for case in cases:
         for script in ("python3", "xmlstarlet"):
             wall = ratio(table, case, "wall", script)
@@ -293,14 +294,14 @@ LIBRARIES = {"libPocoUtil", "libPocoXML", "libPocoFoundation", "libstdc++", "lib
 
 
 def stray_libraries(program: Path) -> int:
-    """How many libraries the program names beyond the three and the language's, or does not name though it should."""
+    """The number of libraries that the program needs but LIBRARIES lacks, or the other way round."""
     dynamic = subprocess.run(["readelf", "--dynamic", "--wide", str(program)], capture_output=True, text=True,
                              check=True).stdout
     return len(LIBRARIES ^ set(re.findall(r"\(NEEDED\).*\[(.*?)\.so", dynamic)))
 
 
 def print_targets(table: Table, cases: Sequence[Case], runner: Runner) -> bool:
-    """One line a target; whether all are met."""
+    """Print one line for each target; return whether all are met."""
     missed = 0
     for description, value, limit in [*targets(table, cases), *companion_targets(runner),
                                       ("libraries named too many or too few", stray_libraries(runner.tool), 0)]:
@@ -311,7 +312,7 @@ def print_targets(table: Table, cases: Sequence[Case], runner: Runner) -> bool:
 
 
 def sizes(runner: Runner) -> Iterator[str]:
-    """What the programs take on a disk, without what only a debugger reads."""
+    """The sizes of the stripped programs."""
     for name, program in (("tool", runner.tool), ("portable", runner.portable)):
         stripped = runner.bench.scratch / "stripped"
         subprocess.run(["strip", "-o", str(stripped), str(program)], check=True)
@@ -322,7 +323,7 @@ def sizes(runner: Runner) -> Iterator[str]:
 
 
 def draw_growth(curve: Iterable[tuple[int, ...]], data: Path, picture: Path) -> None:
-    """Draw the curve; ``data`` is where gnuplot finds it."""
+    """Draw the curve with gnuplot, which reads it from the file ``data``."""
     data.write_text("".join(" ".join(map(str, point)) + "\n" for point in curve), encoding="ascii")
     subprocess.run(["gnuplot", "-e", f"data='{data}'; picture='{picture}'",
                     str(PROJECT / "bench" / "growth.gnuplot")], check=True)
@@ -332,7 +333,7 @@ def draw_growth(curve: Iterable[tuple[int, ...]], data: Path, picture: Path) -> 
 
 
 def compare(runner: Runner, other: Path) -> Iterator[list[str]]:
-    """The cells of a table: this build against another one."""
+    """The cells of a table: this build against the tool at ``other``."""
     rival = copy.copy(runner)
     rival.tool = other.absolute()
     yield ["this build against the other", "instr.", "memory"]
@@ -347,13 +348,13 @@ def compare(runner: Runner, other: Path) -> Iterator[list[str]]:
 
 
 def run_operations(runner: Runner, build: Path, arguments: Sequence[str]) -> None:
-    """The benchmark of single operations, in a framework of its own."""
+    """Run the benchmark of single operations in a new framework."""
     framework = runner.framework(SMALL)
     subprocess.run(runner.bench.sandbox(framework, [str(build / "bench" / "operations"), *arguments]), check=True)
 
 
 def arguments() -> argparse.Namespace:
-    """What was asked for."""
+    """The parsed command line."""
     parser = argparse.ArgumentParser(prog="scripts/bench", description=__doc__.splitlines()[0], allow_abbrev=False)
     parser.add_argument("--build", type=Path, default=PROJECT / "build" / "bench", help=argparse.SUPPRESS)
     parser.add_argument("--quick", action="store_true", help="leave out the cases that take minutes")

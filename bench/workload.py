@@ -1,4 +1,4 @@
-"""The work that is measured: frameworks of given sizes, with a session ready to be committed."""
+"""The workload: frameworks of given sizes, with a session ready to be committed."""
 from __future__ import annotations
 
 import dataclasses
@@ -16,7 +16,7 @@ VALIDATOR = "#!/bin/sh\nexit 0\n"
 
 @dataclasses.dataclass(frozen=True)
 class Case:
-    """One amount of work.  ``actions`` are queued; a case that stages makes one more out of the same kind."""
+    """One workload with ``actions`` queued actions; a staging case stages one more of the same kind."""
 
     name: str
     title: str
@@ -36,11 +36,11 @@ class Case:
                  f"new{i:04d}" if i % 2 else handler_name(self.spread(i))) for i in range(self.actions)]
 
     def spread(self, index: int) -> int:
-        """Some handler, a different one for each index below their number."""
+        """A handler for an action; indices below the number of handlers get different ones."""
         return index * 7 % self.handlers
 
     def staged_line(self) -> str:
-        """The action that a staging case adds, in the words of the session file."""
+        """The action of a staging case, as a line of the session file."""
         return f"3:{self.next_model()}|new{self.actions:04d}|1|1"
 
     def tool_arguments(self) -> list[str]:
@@ -50,11 +50,11 @@ class Case:
         return [f"--{self.command}"]
 
     def apply_arguments(self) -> list[str]:
-        """The companion's arguments for what a staging case and its commit do."""
+        """The companion's arguments with the effect of a staging case and its commit."""
         return [f"--add={self.next_model()}", f"--handler=new{self.actions:04d}"]
 
     def next_model(self) -> str:
-        """The model file that a case adds beside those of the queue."""
+        """The model file of a staging case."""
         return f"{MODELS}/added/{self.actions}.xml"
 
     def floor_arguments(self) -> list[str]:
@@ -63,7 +63,7 @@ class Case:
 
     @property
     def edits_document(self) -> bool:
-        """Whether a script could do the same."""
+        """Whether the scripts can do the same work."""
         return self.command == "commit"
 
 
@@ -78,7 +78,7 @@ def class_name(handler: int, root: int) -> str:
 
 
 def document(handlers: int) -> str:
-    """A configuration as the tool itself would have written it."""
+    """A configuration in the tool's own format."""
     lines = ["<qor>", "\t<participants>"]
     for handler in range(handlers):
         lines += ["\t\t<participant>", "\t\t\t<roots>"]
@@ -92,20 +92,20 @@ def document(handlers: int) -> str:
 
 
 def write_executable(path: Path, text: str) -> None:
-    """A program of the framework."""
+    """Write an executable file."""
     path.parent.mkdir(parents=True, exist_ok=True)
     path.write_text(text, encoding="utf-8")
     path.chmod(0o755)
 
 
 def write_model(path: Path, name: str) -> None:
-    """A model file whose root class has the name."""
+    """Write a model file with the root class ``name``."""
     path.parent.mkdir(parents=True, exist_ok=True)
     path.write_text(f'<models>\n\t<class name="{name}">\n\t\t<root/>\n\t</class>\n</models>\n', encoding="utf-8")
 
 
 class Framework:
-    """The framework of one case: ``directory`` is what the programs see, ``reset()`` brings it back to the start."""
+    """The framework of one case, in ``directory``; ``reset()`` restores its initial state."""
 
     def __init__(self, scratch: Path, case: Case):
         self.case = case
@@ -144,7 +144,7 @@ class Framework:
                          f"rm -rf {self.directory}/etc\ncp -a {self.template} {self.directory}/etc\n")
 
     def _host_path(self, path: str) -> Path:
-        """Where a file stands that the programs see below /opt/qor."""
+        """The path outside the sandbox of a file below /opt/qor."""
         return self.directory / Path(path).relative_to("/opt/qor")
 
     def _list(self) -> str:
@@ -154,18 +154,18 @@ class Framework:
         return "".join((lines + [f"{MODELS}/filler/{i}.xml\n" for i in range(wanted - len(lines))])[:wanted])
 
     def _write_pair(self, path: Path, text: str) -> None:
-        """A live file and, where a session is open, its working copy."""
+        """Write a live file and, if a session is open, its working copy."""
         path.write_text(text, encoding="utf-8")
         if self.case.actions:
             path.with_name(path.name + ".tmp").write_text(text, encoding="utf-8")
 
     def reset(self) -> None:
-        """The state before any run."""
+        """Restore the state before any run."""
         shutil.rmtree(self.directory / "etc", ignore_errors=True)
         shutil.copytree(self.template, self.directory / "etc")
 
     def result(self) -> tuple[str, str]:
-        """What a run made of the two files.  Fails unless both were backed up first."""
+        """The two live files after a run.  Fails unless their backups are right."""
         etc = self.directory / "etc"
         for name in "qor.cfg", "model/model_file_list.cfg":
             backup, before = etc / (name + ".bak"), self.template / name
@@ -175,7 +175,7 @@ class Framework:
         return text, (etc / "model/model_file_list.cfg").read_text(encoding="utf-8")
 
     def expected(self) -> tuple[str, str]:
-        """What a run has to make of the two files, worked out here and not by any of the programs."""
+        """The expected live files, computed independently of the programs."""
         tree = ElementTree.fromstring((self.template / "qor.cfg").read_text(encoding="utf-8"))
         participants = tree.find("participants")
         assert participants is not None
@@ -196,7 +196,7 @@ class Framework:
 
 
 def new_participant(participants: ElementTree.Element, handler: str) -> ElementTree.Element:
-    """A handler as it has to be registered."""
+    """Append an empty handler to the participants."""
     participant = ElementTree.SubElement(participants, "participant")
     ElementTree.SubElement(participant, "roots")
     for tag, interface in (("managedObject", "PelOamSpiManagedObject"),
