@@ -1,8 +1,7 @@
 #!/usr/bin/python3
-"""Small faults for C++ sources: what a tired maintainer might write instead.
+"""Mutants of C++ sources: small faults that a maintainer might introduce.
 
-Works on the text, token by token, which the one formatting of all sources makes feasible.  A mutant need not compile;
-one that does not says nothing and is not counted.
+Works on tokens, which is feasible since all sources have the same format.  Mutants that do not compile are not counted.
 """
 from __future__ import annotations
 
@@ -21,7 +20,7 @@ TOKEN = re.compile(
     re.VERBOSE | re.DOTALL | re.MULTILINE,
 )
 
-# Each name is taken for the next one of its group.
+# A mutant replaces a name by the next one of its group.
 GROUPS = (
     ("true", "false"),
     ("SUCCESS", "FAILURE"),
@@ -73,15 +72,15 @@ OPERATORS = {
     "++": ("--",),
     "--": ("++",),
 }
-# A statement that begins so is no mutant when it is missing: it declares, or its loss is a mutant of another kind.
-KEPT = {"return", "using", "case", "default", "if", "else", "for", "while", "do", "switch", "namespace", "class", "struct"}
-KEPT |= {"enum", "template", "public", "private", "protected", "friend", "typedef", "try", "catch"}
+# Statements that begin with one of these are not dropped: they declare something, or another mutation covers them.
+KEPT = {"return", "using", "case", "default", "if", "else", "for", "while", "do", "switch", "namespace", "class"}
+KEPT |= {"struct", "enum", "template", "public", "private", "protected", "friend", "typedef", "try", "catch"}
 VALUES = {"empty text", "other text", "off by one", "character"}
 
 
 @dataclasses.dataclass(frozen=True)
 class Token:
-    """A token, and where it stands in the text."""
+    """A token and its offset in the text."""
 
     kind: str
     text: str
@@ -113,7 +112,7 @@ class Mutant:
 
 
 def tokens_of(source: str) -> list[Token]:
-    """The tokens that mean something, in order."""
+    """The tokens except comments, directives and white space, in order."""
     found = []
     for match in TOKEN.finditer(source):
         if match.lastgroup != "skip":
@@ -154,7 +153,7 @@ class Scan:
         inside = token.text[1:-1]
         if inside:
             yield self.replaced(token, '""', "empty text")
-            # A letter more, before a line feed at the end and behind all else.
+            # Add a character at the end, but before a final line feed.
             cut = len(inside) - (2 if inside.endswith("\\n") and len(inside) > 2 else 0)
             yield self.replaced(token, f'"{inside[:cut]}~{inside[cut:]}"', "other text")
         else:
@@ -261,8 +260,8 @@ class Scan:
 
 
 def mutants_of(project: Path, file: str) -> list[Mutant]:
-    """All mutants of the file, in the order of the text.  Of a header only its values: the rest has no effect at all, or
-    none that a compiler would let pass.
+    """All mutants of the file, in the order of the text.  In a header only values are mutated: other mutants have no
+    effect or do not compile.
     """
     scan = Scan(file, (project / file).read_text(encoding="utf-8"))
     found = set(scan.mutants())

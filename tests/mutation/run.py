@@ -1,12 +1,11 @@
 #!/usr/bin/python3
-"""Make small faults in the program, one at a time, and see whether the tests notice.
+"""Mutation testing: make small faults in the program, one at a time, and count those that the tests detect.
 
-A mutant is compiled alone, linked to the objects of the rest, and given to the unit tests: first those of its own source
-file, then all.  What they let live is given to the end-to-end tests.  Results are kept in build/mutation/results.json
-and taken over by the next run as far as they still hold:
+A mutant is compiled, linked with the other objects, and tested: first by the unit tests of its source file, then by all
+unit tests.  Survivors go to the end-to-end tests.  Results are cached in build/mutation/results.json; they are valid
 
-  killed      as long as the mutated file and the file of the test that killed it are the same
-  survived    as long as all sources and all tests are the same
+  killed      while the mutated file and the file of the test that killed it are unchanged
+  survived    while all sources and all tests are unchanged
 """
 from __future__ import annotations
 
@@ -38,8 +37,8 @@ FOLDERS = tuple((PROJECT / "cmake" / "SourceFolders.txt").read_text(encoding="ut
 UNIT = PROJECT / "tests" / "unit"
 END_TO_END = PROJECT / "tests" / "e2e"
 SUPPORT = PROJECT / "tests" / "support"
-# End-to-end tests of other things than the program, and two that take longer than all others together; without them a few
-# more may seem to survive.
+# End-to-end tests that do not test the program, and two that take longer than all others together.  Without these two,
+# a few more mutants may survive.
 OTHER_TESTS = (
     "test_completion.py",
     "test_hardening.py",
@@ -51,12 +50,12 @@ OTHER_TESTS = (
 )
 
 MARK = 95.0
-# Seconds of processor time, so that a busy machine does not kill; and of the clock, for a mutant that waits.
+# Seconds of processor time, so that a busy machine kills no mutant; and of wall time, for a mutant that waits.
 UNIT_CPU, UNIT_CLOCK = 12, 60
 END_TO_END_CLOCK = 1800
 MEMORY = 1 << 30
 
-# The programs, each with the source of its entry. All else is one library.
+# The programs and their main sources. The other sources form one library.
 ENTRIES = {"qor_mim_tool": "app/main.cpp", "qor_mim_ctl": "ctl/main.cpp"}
 
 KILLED = ("killed by unit tests", "killed by end-to-end tests")
@@ -87,7 +86,7 @@ def headers() -> list[str]:
 
 
 class Toolchain:
-    """Compiles and links as the debug preset does, without warnings and debug information."""
+    """Compiles and links like the debug preset, without warnings and debug information."""
 
     def __init__(self) -> None:
         preset = PROJECT / "build" / "debug" / "compile_commands.json"
@@ -108,7 +107,7 @@ class Toolchain:
         return plain + ["-w", "-O0", "-fPIC"]
 
     def precompile(self, file: str) -> None:
-        """What a source includes, compiled once for all its mutants."""
+        """Precompile the includes of a source, once for all its mutants."""
         prefix = prefix_of(file)
         prefix.parent.mkdir(parents=True, exist_ok=True)
         lines = re.findall(r"^#include .*$", (PROJECT / file).read_text(encoding="utf-8"), re.MULTILINE)
@@ -129,7 +128,7 @@ class Toolchain:
     def link(target: Path, objects: list[Path], shared: bool) -> bool:
         command = ["c++", "-fuse-ld=gold", "-o", str(target), *map(str, objects)]
         if shared:
-            # A mutant that leaves something undefined is none: the test program would not even start.
+            # A mutant with undefined symbols does not count: the test program would not start.
             command += ["-shared", f"-Wl,-soname,{target.name}", "-Wl,--no-undefined"]
         else:
             command += ["-rdynamic", "-Wl,-rpath,$ORIGIN", "-Wl,--allow-shlib-undefined"]
@@ -142,7 +141,7 @@ def built(name: str, folder: str) -> Path:
 
 
 def linked_by_tests() -> list[str]:
-    """What the unit tests link, as one library."""
+    """The sources of the library that the unit tests link."""
     return [file for file in sources() if file not in ENTRIES.values()]
 
 
@@ -151,7 +150,7 @@ def prefix_of(file: str) -> Path:
 
 
 def build_original(toolchain: Toolchain, jobs: int) -> None:
-    """The objects of the unchanged program and of the unit tests, and the test program linked to a library of ours."""
+    """Build the objects of the unchanged program and of the unit tests, and link the test program to the library."""
     for folder in ("core", "tests"):
         (HOME / folder).mkdir(parents=True, exist_ok=True)
     tests = [str(path.relative_to(PROJECT)) for path in sorted(UNIT.rglob("*.cpp"))]
@@ -170,7 +169,7 @@ def build_original(toolchain: Toolchain, jobs: int) -> None:
 
 
 def check_original(toolchain: Toolchain, end_to_end: bool) -> None:
-    """Tests that fail without any fault would kill every mutant."""
+    """Exit if a test fails on the unchanged program: it would kill every mutant."""
     failed = run_unit_tests(HOME / "unit_tests", None)
     if failed is None and end_to_end:
         checked(link_programs(toolchain, HOME, {}), "the programs")
@@ -180,7 +179,7 @@ def check_original(toolchain: Toolchain, end_to_end: bool) -> None:
 
 
 def link_programs(toolchain: Toolchain, place: Path, objects: dict[str, Path]) -> bool:
-    """Links both programs in a place with a library; the objects of mutants take the place of the others."""
+    """Link both programs to the library in ``place``; ``objects`` replace the unchanged ones."""
     return all(
         toolchain.link(place / name, [objects.get(entry, built(entry, "core")), place / "libcore.so"], shared=False)
         for name, entry in ENTRIES.items()
@@ -225,8 +224,8 @@ def sandbox() -> tuple[str, ...]:
     """A sandbox for mutants: the machine is read-only, /tmp private."""
     if shutil.which("bwrap") is None:
         sys.exit("bubblewrap is missing: a mutant may write anywhere")
-    command = ("bwrap", "--die-with-parent", "--ro-bind", "/", "/", "--tmpfs", "/tmp", "--dev", "/dev", "--proc", "/proc")
-    return command + ("--ro-bind", str(PROJECT), str(PROJECT), "--chdir", "/tmp", "--unshare-pid", "--")
+    return ("bwrap", "--die-with-parent", "--ro-bind", "/", "/", "--tmpfs", "/tmp", "--dev", "/dev", "--proc", "/proc",
+            "--ro-bind", str(PROJECT), str(PROJECT), "--chdir", "/tmp", "--unshare-pid", "--")
 
 
 def limit() -> None:
@@ -235,7 +234,7 @@ def limit() -> None:
 
 
 def run_unit_tests(program: Path, chosen: list[str] | None) -> str | None:
-    """The test that failed first, or None."""
+    """The first failing test, or None."""
     command = [*sandbox(), str(program), "--gtest_fail_fast", "--gtest_brief=0"]
     if chosen is not None:
         command.append("--gtest_filter=" + ":".join(f"{suite}.*" for suite in chosen))
@@ -248,7 +247,7 @@ def run_unit_tests(program: Path, chosen: list[str] | None) -> str | None:
         output, status = late.stdout or b"", -1
     if status == 0:
         return None
-    # After a failure all other tests are started and skipped; after a crash there is only the one that was started last.
+    # After a failure the other tests are started and skipped; after a crash only the last one started is known.
     failed = re.findall(rb"^\[  FAILED  \] (\S+) \(", output, re.MULTILINE)
     started = re.findall(rb"^\[ RUN      \] (\S+)$", output, re.MULTILINE)
     return (failed[:1] or started[-1:] or [b"start"])[0].decode()
@@ -260,12 +259,13 @@ def end_to_end_files() -> tuple[str, ...]:
 
 
 def run_end_to_end_tests(place: Path) -> str | None:
-    """The test of the programs in a place that failed first, or None."""
+    """The first failing test of the programs in ``place``, or None."""
     command = ["/usr/bin/python3", "-m", "pytest", "-x", "-q", "-p", "no:cacheprovider", *end_to_end_files()]
     environment = {**os.environ, "QOR_MIM_TOOL": str(place / "qor_mim_tool")}
     try:
         run = subprocess.run(
-            command, stdin=subprocess.DEVNULL, capture_output=True, env=environment, timeout=END_TO_END_CLOCK, check=False
+            command, stdin=subprocess.DEVNULL, capture_output=True, env=environment, timeout=END_TO_END_CLOCK,
+            check=False
         )
     except subprocess.TimeoutExpired:
         return "time"
@@ -365,7 +365,7 @@ class Cache:
         self.everything = digest(*[PROJECT / file for file in [*sources(), *headers()]], *tests)
 
     def state(self, result: dict[str, str]) -> str:
-        """What must not change for the result to hold."""
+        """A digest of the files on which the result depends."""
         if result["status"] == NOT_COMPILED:
             return ""
         if result["status"] == KILLED[0]:
@@ -397,9 +397,9 @@ def judge_all(mutants: list[Mutant], cache: Cache, options: argparse.Namespace) 
     results = {mutant: found for mutant in mutants if (found := cache.get(mutant)) is not None}
     if options.end_to_end:
         results = {mutant: found for mutant, found in results.items() if found["by"] != "unit tests alone"}
-    open_ones = [mutant for mutant in mutants if mutant not in results]
+    pending = [mutant for mutant in mutants if mutant not in results]
     print(f"{len(mutants)} mutants, {len(results)} known from earlier runs", flush=True)
-    if not open_ones:
+    if not pending:
         return results
     toolchain = Toolchain()
     build_original(toolchain, options.jobs)
@@ -415,7 +415,7 @@ def judge_all(mutants: list[Mutant], cache: Cache, options: argparse.Namespace) 
 
     with concurrent.futures.ThreadPoolExecutor(options.jobs) as pool:
         try:
-            jobs = [pool.submit(work, mutant) for mutant in open_ones]
+            jobs = [pool.submit(work, mutant) for mutant in pending]
             for count, job in enumerate(concurrent.futures.as_completed(jobs), 1):
                 mutant, result = job.result()
                 results[mutant] = result
@@ -424,7 +424,7 @@ def judge_all(mutants: list[Mutant], cache: Cache, options: argparse.Namespace) 
                     print(f"survived: {mutant}", flush=True)
                 if count % 25 == 0:
                     cache.save()
-                    print(f"{count} of {len(open_ones)}", flush=True)
+                    print(f"{count} of {len(pending)}", flush=True)
         finally:
             cache.save()
             pool.shutdown(cancel_futures=True)
@@ -457,12 +457,12 @@ def row(name: str, counts: Counter[str]) -> str:
 def arguments() -> argparse.Namespace:
     parser = argparse.ArgumentParser(prog="scripts/mutate", description=__doc__.split("\n\n", maxsplit=1)[0])
     parser.add_argument("files", nargs="*", help="sources to change (default: all)")
-    parser.add_argument("--sample", type=int, metavar="N", help="N mutants by chance")
-    parser.add_argument("--seed", type=int, default=1, help="which chance (default: 1)")
+    parser.add_argument("--sample", type=int, metavar="N", help="N mutants at random")
+    parser.add_argument("--seed", type=int, default=1, help="the seed of the sample (default: 1)")
     parser.add_argument("--unit-only", dest="end_to_end", action="store_false", help="no end-to-end tests of survivors")
-    parser.add_argument("--fresh", action="store_true", help="forget earlier results")
+    parser.add_argument("--fresh", action="store_true", help="ignore earlier results")
     parser.add_argument("--jobs", type=int, default=os.cpu_count() or 1, help="mutants at a time (default: one a core)")
-    parser.add_argument("--list", action="store_true", help="show the mutants and end")
+    parser.add_argument("--list", action="store_true", help="list the mutants only")
     return parser.parse_args()
 
 

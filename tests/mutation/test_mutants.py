@@ -1,4 +1,4 @@
-"""The faults that the mutation run makes are those that it promises."""
+"""The mutants of small sources."""
 from __future__ import annotations
 
 import pytest
