@@ -20,8 +20,8 @@ remove_tree() {
     rm -rf --one-file-system "$1" 2>/dev/null || { chmod -R u+rwX "$1" && rm -rf --one-file-system "$1"; }
 }
 
-# Gives all child processes a temporary directory inside the checkout, so that even a killed run leaves nothing
-# elsewhere. It is removed at the end, or by the next run after its owner has gone.
+# Sets TMPDIR to a directory inside the checkout, so that even a killed run leaves nothing elsewhere. The directory is
+# removed on exit, or by the next run when its owner is gone.
 use_own_tmp() {
     local stale
     [[ ${TMPDIR-} != "$PWD/build/tmp/"* ]] || return 0

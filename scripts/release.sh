@@ -1,5 +1,5 @@
 # shellcheck shell=bash
-# What the packages and the archives of a release have in common. Expects the checkout in $here.
+# Functions for building packages and archives. Expects the checkout in $here.
 : "${here:?}"
 
 # shellcheck disable=SC2034 # for those who source this
@@ -10,7 +10,7 @@ die() {
     exit 1
 }
 
-# Works also for a caller who may read the checkout but does not own it.
+# safe.directory lets a caller use git in a checkout of another owner.
 git_here() {
     git -c "safe.directory=$here" -C "$here" "$@" 2>/dev/null
 }
@@ -19,12 +19,12 @@ version() {
     sed -nE 's/^project\(qor_mim_tool VERSION ([0-9.]+).*/\1/p' "$here/CMakeLists.txt"
 }
 
-# When the sources were last changed, in seconds since 1970.
+# The time of the last change of the sources, in seconds since 1970.
 source_date() {
     git_here log -1 --format=%ct || date --reference "$here/CHANGELOG.md" +%s
 }
 
-# The compiler's name for an architecture of Debian.
+# The GNU triplet of a Debian architecture.
 triplet() {
     dpkg-architecture --host-arch "$1" --query DEB_HOST_MULTIARCH
 }
