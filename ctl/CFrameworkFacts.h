@@ -8,7 +8,7 @@
 namespace QMT
 {
 
-/// The facts of a real framework, found by the operations of the tool and by the framework's validator.
+/// The facts of a real framework, from the operations of the tool and from the framework's validator.
 class CFrameworkFacts : public CRecoveryFacts
 {
 public:

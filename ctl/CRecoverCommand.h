@@ -12,7 +12,7 @@
 namespace QMT
 {
 
-/// The command that brings a framework back after an interrupted run. It must not be called while the tool runs.
+/// The command that recovers a framework after an interrupted run. It must not be called while the tool runs.
 class CRecoverCommand : public CCommand
 {
 public:

@@ -12,7 +12,7 @@
 namespace QMT
 {
 
-/// Facts that are asked for once, so that many states of the same files can be read.
+/// A cache of facts, for decisions about many states of the same files.
 class CRecoveryMemory : public CRecoveryFacts
 {
 public:
@@ -25,10 +25,10 @@ public:
     std::string rootClassOf(const std::string& modelFile) override;
     bool isDocument(const std::string& text) override;
 
-    /// What the validator has said; nothing when it was not asked.
+    /// The validator's verdict; none if it was not needed.
     const std::optional<bool>& verdict() const;
 
-    /// From now on the validator is not asked: it rejects the live list or does not.
+    /// Assumes from now on that the validator rejects the live list, or accepts it, instead of running it.
     void suppose(bool isRejected);
 
 private:

@@ -11,10 +11,10 @@
 namespace QMT
 {
 
-/// One reading of a framework's files: see decideRecovery, which is all of its interface.
+/// One analysis of a framework's files. The interface is decideRecovery.
 ///
-/// Its steps change the recovery that they are given, towards what the files shall be. One that finds a question
-/// without an answer makes it unclear, which ends the reading.
+/// The steps modify the recovery that they are given. A step that asks a question without an answer makes it unclear,
+/// which ends the reading.
 class CRecoveryReading
 {
 public:
@@ -23,14 +23,14 @@ public:
 
     Recovery decide();
 
-    /// Whether the files alone left a question open.
+    /// Whether the files left a question, whether or not the assumption answered it.
     bool hasAsked() const;
 
 private:
     using Text = std::optional<std::string>;
     using Results = std::vector<FilePair>;
 
-    /// An answer that the files may not give.
+    /// An answer from the files, if they give one.
     enum class Answered
     {
         YES,
@@ -96,22 +96,22 @@ private:
     bool areFromDifferentCommits(const Recovery& recovery);
     static void removeBackups(Recovery& recovery);
 
-    // The question. The files and the facts are not owned and outlive the object.
+    // The input. The files, the owner and the facts are not owned and outlive the object.
     const FrameworkContents& _now;
     const SessionOwner& _owner;
     CRecoveryFacts& _facts;
     const std::optional<Assumption> _assumption;
 
-    // What follows from the files.
+    // Derived from the files.
     const std::string _queue; ///< the complete lines of the session file
     std::vector<std::pair<FilePair, Results>> _results;
 
     bool _hasAsked = false;
-    bool _isGivenUp = false; ///< a live file stays torn, as somebody has said
+    bool _isGivenUp = false; ///< a live file stays torn, as the assumption says
 
-    // What restoreLive has found beside the live files.
-    bool _areWorkingCopiesStale = false; ///< they are being edited, or belong to files that were put back
-    bool _areBackupsTorn = false;        ///< the commit was making them
+    // Set by restoreLive.
+    bool _areWorkingCopiesStale = false; ///< edited by the commit, or copies of files that were restored
+    bool _areBackupsTorn = false;        ///< the commit was interrupted while it made them
 };
 
 } // namespace QMT

@@ -8,7 +8,7 @@
 namespace QMT
 {
 
-/// Words remedies so that they can be followed literally.
+/// Writes remedies that can be typed literally.
 class CRemedies
 {
 public:
@@ -19,8 +19,8 @@ public:
     /// open, and its commit would take a difference for somebody else's work and undo itself.
     void keepEqual(const std::string& live, const std::string& workingCopy);
 
-    /// A call of the companion with these words. It names the framework directory where the companion would not find
-    /// the same one without, which takes a run of the framework agent.
+    /// A call of the companion with these words. It names the framework directory if the companion would find another
+    /// one without it; to know that, the framework agent is run.
     std::string call(const std::string& words);
 
     /// An edit of the file at `path`, described by `what`.

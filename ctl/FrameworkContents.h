@@ -23,7 +23,7 @@ struct FilePair
 /// One of the two files.
 using FileOfPair = std::optional<std::string> FilePair::*;
 
-/// The contents of all files that the tool keeps in a framework, as they were at one moment. A missing file has none.
+/// A snapshot of the contents of all the tool's files in a framework. A missing file has none.
 struct FrameworkContents
 {
     FilePair live;

@@ -23,7 +23,7 @@ Recovery decideRecovery(const FrameworkContents& now, const SessionOwner& owner,
 {
     CRecoveryReading reading(now, owner, facts, assumption);
     Recovery recovery = reading.decide();
-    // What was put back or removed can tell more of the rest, as a second recovery would find; so far, once is enough.
+    // Restored and removed files may decide about others, as in a second recovery. One pass has been enough so far.
     const int FURTHER_READINGS = 4;
     const std::optional<Assumption> answer = reading.hasAsked() ? assumption : std::nullopt;
     bool isMoving = recovery.found != Found::UNCLEAR;

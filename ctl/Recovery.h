@@ -11,33 +11,33 @@
 namespace QMT
 {
 
-/// What an interrupted run was, as far as the files tell.
+/// The kind of run that was interrupted, as far as the files show it.
 enum class Found
 {
     NOTHING,
     STAGING_INTERRUPTED,
     COMMIT_INTERRUPTED,
     ROLLBACK_INTERRUPTED,
-    UNCLEAR ///< the files can be read in two ways that end differently, or one of them is whole nowhere
+    UNCLEAR ///< two interpretations of the files end differently, or a file is complete nowhere
 };
 
-/// How somebody who knows answers what is unclear.
+/// The operator's answer to an unclear state: what was interrupted.
 enum class Assumption
 {
     COMMIT,
-    ROLLBACK, ///< of either kind
-    NOTHING   ///< no commit and no rollback, a staging call at most
+    ROLLBACK, ///< of a session or of a commit
+    NOTHING   ///< neither commit nor rollback; at most a staging call
 };
 
-/// What is to become of a framework.
+/// The decision for a framework.
 struct Recovery
 {
     Found found = Found::NOTHING;
-    FrameworkContents after; ///< the files as they shall be; as they are when it is unclear
-    std::string question;    ///< why it is unclear, for people; empty otherwise
+    FrameworkContents after; ///< the recovered files; the present ones when the state is unclear
+    std::string question;    ///< why the state is unclear, for the answer; otherwise empty
 };
 
-/// What the reading of the files asks for beside them.
+/// Facts beside the files that the decision needs.
 class CRecoveryFacts
 {
 public:
@@ -51,11 +51,11 @@ public:
     /// The name of this host.
     virtual std::string hostName() = 0;
 
-    /// What a commit makes of `base`, both files of which are there, by the session file `session`: the pair after
-    /// each action, in their order. Empty when the document cannot be parsed or there is no action.
+    /// The results of a commit of the session file `session` over `base`, which has both files: the pair after each
+    /// action, in order. Empty when the document cannot be parsed or there is no action.
     virtual std::vector<FilePair> queueResults(const FilePair& base, const std::string& session) = 0;
 
-    /// Whether the framework's validator rejects the live list. A missing validator does not.
+    /// Whether the framework's validator rejects the live list. False without a validator.
     virtual bool isLiveListRejected() = 0;
 
     /// The root class of the model file at `modelFile`; empty when it has none or cannot be read.
@@ -65,10 +65,10 @@ public:
     virtual bool isDocument(const std::string& text);
 };
 
-/// Reads the files `now`, whose session, if one is open, is that of `owner`, and decides what is to become of them.
-/// Changes nothing. `assumption` answers what is unclear.
+/// Decides how to recover the files `now`. `owner` is the owner of the open session, if there is one. `assumption`
+/// answers a question. No file is changed.
 ///
-/// Guesses nothing: where two readings end differently and no assumption tells, all stays.
+/// Does not guess: if two interpretations end differently and there is no assumption, the files stay as they are.
 Recovery decideRecovery(const FrameworkContents& now, const SessionOwner& owner, CRecoveryFacts& facts,
                         std::optional<Assumption> assumption);
 

@@ -7,7 +7,7 @@
 namespace QMT
 {
 
-/// Backups serve a rollback, so they must have been live together.
+/// A rollback restores both backups, so they must have been live together.
 void CRecoveryReading::resolveBackups(Recovery& recovery)
 {
     const FilePair& backup = recovery.after.backup;
@@ -45,7 +45,7 @@ void CRecoveryReading::resolveBackups(Recovery& recovery)
     }
 }
 
-/// A commit makes the document's backup first; a rollback puts the list's backup back first.
+/// A commit makes the document's backup first; a rollback restores the list's backup first.
 void CRecoveryReading::resolveLoneBackup(Recovery& recovery)
 {
     const Text& backup = recovery.after.backup.configuration;
@@ -76,7 +76,7 @@ void CRecoveryReading::resolveLoneBackup(Recovery& recovery)
     }
 }
 
-/// What equals the live file, which is to be `live`, or the copy of a session was live, whatever it looks like.
+/// A backup that equals a live file, present or recovered, or a working copy was live, even if it is malformed.
 bool CRecoveryReading::wasNeverLive(const FilePair& live) const
 {
     const auto isKnown = [&](FileOfPair file)
@@ -89,9 +89,9 @@ bool CRecoveryReading::wasNeverLive(const FilePair& live) const
            (!isWholeList(_now.backup.list) && !isKnown(&FilePair::list));
 }
 
-/// The document's backup is a copy of the live one and the list's is not: a commit was cut short between its two
-/// copies, or the last commit left the document alone. The root class of a line that one of the lists alone has tells
-/// whether the document would have changed with it.
+/// If the document's backup equals the live document and the list's backup differs, either a commit was interrupted
+/// between its two copies, or the last commit did not change the document. The root class of a line that only one list
+/// has shows whether the document would have changed with it.
 bool CRecoveryReading::areFromDifferentCommits(const Recovery& recovery)
 {
     const FilePair& live = recovery.after.live;
@@ -102,7 +102,7 @@ bool CRecoveryReading::areFromDifferentCommits(const Recovery& recovery)
     }
     if (!_queue.empty() && isPrefixOf(*live.list, *backup.list))
     {
-        // Besides, a power cut may have shortened the list and its copy in the same way.
+        // A power cut may also have torn the list and its copy alike.
         return true;
     }
     const std::vector<std::string> before = linesOf(*backup.list);

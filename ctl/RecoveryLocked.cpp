@@ -7,8 +7,8 @@ namespace QMT
 {
 
 // A commit makes the backups, the document's first; edits the working copies; and installs the list and then the
-// document, each by moving the live file to its backup and the working copy to the live file. Session file and lock
-// file go last. Each of the questions below asks for the traces of one of these steps.
+// document, each by moving the live file to its backup and the working copy to the live file. It removes session file
+// and lock file last. Each operation below looks for the traces of one of these steps.
 
 void CRecoveryReading::readLocked(Recovery& recovery)
 {
@@ -29,7 +29,7 @@ void CRecoveryReading::readLocked(Recovery& recovery)
     resolveBackups(recovery);
 }
 
-/// The list that ends with a line feed is left to isListBeingInstalled: it may be whole.
+/// A list that ends with a line feed may be complete: isListBeingInstalled decides about it.
 bool CRecoveryReading::isListTorn()
 {
     const Text& list = _now.live.list;
@@ -41,7 +41,7 @@ bool CRecoveryReading::isListTorn()
     {
         return false;
     }
-    // Equal to its copy, it is as the session has found it; but a power cut can hurt both in the same way.
+    // A list that equals its copy is as the session found it, but a power cut can tear both alike.
     const bool isAsCopied = isSame(list, _now.workingCopy.list) && list->find('\0') == std::string::npos;
     return isTornResult(_now.backup, &FilePair::list, list) ||
            (!isAsCopied && (isTorn(list, _now.workingCopy.list) || isTorn(list, _now.backup.list)));
@@ -56,8 +56,8 @@ bool CRecoveryReading::isDocumentTorn()
         return true;
     }
     const bool isBroken = !isDocument(document);
-    // Equal to its copy, it is as the session has found it; but a power cut can hurt both in the same way, once the
-    // list has been installed and its copy is gone.
+    // A document that equals its copy is as the session found it; but once the list has been installed and its copy is
+    // gone, a power cut can tear both alike.
     if (isSame(document, copy.configuration) && (!isBroken || copy.list))
     {
         return false;
@@ -162,7 +162,7 @@ void CRecoveryReading::restoreTorn(Recovery& recovery, bool isList, bool isConfi
     }
 }
 
-/// The pair that a commit was replacing when it was cut short, if the files are as a commit leaves them.
+/// The pair that an interrupted commit was replacing, if the files are as a commit leaves them.
 std::optional<FilePair> CRecoveryReading::pairBeforeCommit(bool isListTorn, bool isConfigurationTorn)
 {
     const FilePair& live = _now.live;
@@ -174,7 +174,7 @@ std::optional<FilePair> CRecoveryReading::pairBeforeCommit(bool isListTorn, bool
     }
     if (!isConfigurationTorn)
     {
-        // The document's turn comes when the list has been installed.
+        // A commit installs the document after the list.
         return isSame(live.configuration, backup.configuration) ? std::optional<FilePair>(backup) : std::nullopt;
     }
     const bool isListDone =
@@ -182,7 +182,7 @@ std::optional<FilePair> CRecoveryReading::pairBeforeCommit(bool isListTorn, bool
     return isListDone && isDocument(backup.configuration) ? std::optional<FilePair>(backup) : std::nullopt;
 }
 
-/// The pair with which the session began, if what is left of it and the working copies tell.
+/// The pair with which the session began, if it follows from the live files and the working copies.
 std::optional<FilePair> CRecoveryReading::pairOfSession(bool isListTorn, bool isConfigurationTorn) const
 {
     const FilePair& live = _now.live;
@@ -193,8 +193,7 @@ std::optional<FilePair> CRecoveryReading::pairOfSession(bool isListTorn, bool is
     return isList && isConfiguration ? std::optional<FilePair>(copy) : std::nullopt;
 }
 
-/// Whether the working copy is what the queue makes of `base` after some action, or as much of that as a power cut
-/// left.
+/// Whether the working copy is the result of the queue over `base` after some action, or a torn copy of one.
 bool CRecoveryReading::isEdited(const FilePair& base, FileOfPair file)
 {
     const Text& copy = _now.workingCopy.*file;
@@ -210,7 +209,7 @@ bool CRecoveryReading::isEditing()
                               isDifferent(_now.workingCopy.list, _now.live.list));
 }
 
-/// The live list is being moved to its backup; or a power cut has taken a backup's name.
+/// The live list is being moved to its backup, or a power cut removed the name of a backup.
 CRecoveryReading::Answered CRecoveryReading::isBackingUpList()
 {
     const FilePair& backup = _now.backup;
@@ -224,7 +223,7 @@ CRecoveryReading::Answered CRecoveryReading::isBackingUpList()
     {
         return Answered::NO;
     }
-    // Nobody but a commit makes a backup of a document that differs from its working copy.
+    // Only a commit makes a backup of a document that differs from its working copy.
     const bool isCopyEdited = isSame(live.configuration, backup.configuration) &&
                               isDifferent(_now.workingCopy.configuration, live.configuration);
     if (isCopyEdited || isEdited(live, &FilePair::configuration) ||
@@ -232,7 +231,7 @@ CRecoveryReading::Answered CRecoveryReading::isBackingUpList()
     {
         return Answered::YES;
     }
-    // As much of a list as a power cut left may be a list itself.
+    // A torn list may look like a complete one.
     return isEdited(live, &FilePair::list) ? Answered::UNKNOWN : Answered::NO;
 }
 
@@ -271,7 +270,7 @@ CRecoveryReading::Answered CRecoveryReading::isListInstalled()
     }
     if (isDocumentInstalled)
     {
-        // The working copy of the list is gone before the document's turn comes.
+        // A commit removes the working copy of the list before it installs the document.
         return Answered::NO;
     }
     const bool isCopyEdited = isDifferent(copy.configuration, live.configuration) ||
@@ -280,13 +279,13 @@ CRecoveryReading::Answered CRecoveryReading::isListInstalled()
     {
         return Answered::YES;
     }
-    // The session may have staged once more what the last commit did, if all that it did was to change the list; or
-    // somebody has made the same edit.
+    // The session may repeat the actions of the last commit, if that changed only the list; or somebody made the same
+    // edit.
     const bool isWhole = isSame(live.list, resultsOver(backup).back().list);
     return isWhole || copy.list != live.list ? Answered::UNKNOWN : Answered::NO;
 }
 
-/// The document is installed, and so is the list, which the queue may have left alone.
+/// The document is installed, and so is the list, unless the queue does not change it.
 CRecoveryReading::Answered CRecoveryReading::isConfigurationInstalled()
 {
     if (_now.workingCopy.list || !isResultOf(_now.backup, &FilePair::configuration, _now.live.configuration))
@@ -296,7 +295,7 @@ CRecoveryReading::Answered CRecoveryReading::isConfigurationInstalled()
     return isSame(_now.live.list, _now.backup.list) ? Answered::YES : Answered::UNKNOWN;
 }
 
-/// The list is cut at a line's end, or empty, and that may be all that was installed of it.
+/// The list ends at a line's end or is empty, and may be torn by an interrupted installation.
 CRecoveryReading::Answered CRecoveryReading::isListBeingInstalled()
 {
     const Text& list = _now.live.list;
@@ -307,7 +306,7 @@ CRecoveryReading::Answered CRecoveryReading::isListBeingInstalled()
     {
         return Answered::NO;
     }
-    // Where the backup is a beginning of the list, that may be the one being made.
+    // A backup that is a prefix of the list may be one that is being made.
     const bool isBackupShort = isPrefixOf(*backup.list, *list);
     const bool isBeginning = isPrefixOf(*list, *backup.list) || isTornResult(backup, &FilePair::list, list) ||
                              (!isBackupShort && isTorn(list, copy.list));
@@ -324,8 +323,8 @@ CRecoveryReading::Answered CRecoveryReading::isListBeingInstalled()
     {
         return Answered::YES;
     }
-    // A list that equals its copy is as the session has found it, unless a power cut has hurt both in the same way. One
-    // that is short of its backup is left to resolveBackups.
+    // A list that equals its copy is as the session found it, unless a power cut tore both alike. resolveBackups
+    // decides about one that is a prefix of its backup.
     const bool isAsCopied = isSame(list, copy.list) && !list->empty();
     return isAsCopied && (isBackupShort || isPrefixOf(*list, *backup.list)) ? Answered::NO : Answered::UNKNOWN;
 }
@@ -335,7 +334,7 @@ bool CRecoveryReading::isLockAlone() const
     return !_now.session && _now.workingCopy == FilePair();
 }
 
-/// Left by a call that waited for the lock and got no further, or by a commit that had installed everything.
+/// A lone lock is left by a call that was interrupted after it took the lock, or by a commit after its installation.
 void CRecoveryReading::resolveLoneLock(Recovery& recovery)
 {
     const bool isInstalled = _now.backup.configuration && _now.backup.list && _now.backup != _now.live;
@@ -400,7 +399,7 @@ void CRecoveryReading::resolveSession(Recovery& recovery)
     }
 }
 
-/// A working copy that differs otherwise is of a live file that somebody has edited meanwhile.
+/// A working copy that differs in another way belongs to a live file that was edited meanwhile.
 bool CRecoveryReading::isWorkingCopyTorn(FileOfPair file, const Text& live)
 {
     const Text& copy = _now.workingCopy.*file;
@@ -408,7 +407,7 @@ bool CRecoveryReading::isWorkingCopyTorn(FileOfPair file, const Text& live)
     {
         return true;
     }
-    // A list cut at a line's end may be whole, and lines have been added to the live one. What was backed up was live.
+    // A list that ends at a line's end may be complete, and the live one extended since. A backup was live.
     if (copy == live || copy == _now.backup.*file || (file == &FilePair::list && isWholeList(copy)))
     {
         return false;

@@ -10,15 +10,14 @@
 namespace QMT
 {
 
-/// Puts `steps`, which lead from the files `now` to `after`, in an order in which they may be interrupted between any
-/// two: whatever is left is read, with the same assumption, to the same end. The backup of the configuration is removed
-/// before that of the list.
+/// Orders `steps`, which change the files from `now` to `after`, so that they may be interrupted: a second recovery
+/// with the same assumption then leads from any intermediate state to `after`. The backup of the configuration is
+/// removed before that of the list.
 ///
-/// Where there is no such order, what is left is read to the same end or asked about. That happens only where `after`
-/// itself cannot be told any more once the session is over. Where there is no such order either, the steps stay as they
-/// are.
+/// If there is no such order, the second recovery may also ask a question. This happens only where `after` does not
+/// follow from the files once the session is over. If there is no such order either, the steps keep their order.
 ///
-/// The validator is not asked: what it has not said of the live list may be either.
+/// The validator is not run: a verdict that is not known yet may be either.
 std::vector<RecoveryStep> inSafeOrder(const std::vector<RecoveryStep>& steps, const FrameworkContents& now,
                                       const FrameworkContents& after, CRecoveryMemory& facts,
                                       std::optional<Assumption> assumption);

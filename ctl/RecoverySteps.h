@@ -11,29 +11,29 @@
 namespace QMT
 {
 
-/// One change of one file on the way to a recovered framework.
+/// One file operation of a recovery.
 struct RecoveryStep
 {
     std::string path;
-    std::optional<std::string> content; ///< what it shall hold; none when it is to be removed
-    std::string like;                   ///< whose attributes it gets
-    std::string text;                   ///< what is done, for people
-    ManagedContent file = nullptr;      ///< the one at `path`
+    std::optional<std::string> content; ///< the new content; none to remove the file
+    std::string like;                   ///< the file whose attributes it gets
+    std::string text;                   ///< the description for the answer
+    ManagedContent file = nullptr;      ///< the member of FrameworkContents for `path`
 };
 
-/// The steps from the files `now` of the framework directory `qorPath` to `after`, in the usual order.
+/// The steps that change the files of the framework directory `qorPath` from `now` to `after`, in the default order.
 std::vector<RecoveryStep> recoverySteps(const std::string& qorPath, const FrameworkContents& now,
                                         const FrameworkContents& after);
 
-/// Copies the files that the steps replace or remove to a new directory of the framework directory `qorPath`, named by
-/// the time `stamp`. On return the copy is on the disk. Returns the directory.
+/// Copies the files that the steps replace or remove to a new directory below the framework directory `qorPath`, whose
+/// name contains the time `stamp`. Returns that directory. The copies are synced on return.
 ///
-/// Throws a Poco::FileException when that cannot be done; nothing of the copy is left then. Its code is ENOSPC, and its
-/// message has the number of bytes that are needed, when there is no room.
+/// Throws a Poco::FileException on failure, after removing the new directory. If the disk is full, the code is ENOSPC,
+/// and the message has the number of bytes needed.
 std::string copyAside(const std::string& qorPath, const std::string& stamp, const std::vector<RecoveryStep>& steps);
 
-/// Does the step, on the disk on return. Returns what could not be kept of a file's attributes, a line each. Throws a
-/// Poco::FileException when it cannot be done; the file is then as it was.
+/// Executes the step and syncs it. Returns the file attributes that were not kept, one line each. Throws a
+/// Poco::FileException on failure; the file is then unchanged.
 std::vector<std::string> execute(const RecoveryStep& step);
 
 } // namespace QMT

@@ -46,7 +46,7 @@ void CRecoveryReading::dropLeftovers(Recovery& recovery) const
     }
 }
 
-/// A list that ends with a line feed may be somebody's edit, and an empty one too.
+/// A list that ends with a line feed, or an empty one, may be somebody's edit.
 bool CRecoveryReading::isListTornUnlocked() const
 {
     const Text& list = _now.live.list;
@@ -127,7 +127,7 @@ void CRecoveryReading::askForPair(Recovery& recovery, const std::string& questio
     }
 }
 
-/// The list is whole, and its backup is there or neither is. A rollback puts the list back first.
+/// The list is complete, and its backup exists unless both are missing. A rollback restores the list first.
 void CRecoveryReading::readTornDocument(Recovery& recovery)
 {
     const Text& document = _now.live.configuration;
@@ -158,7 +158,7 @@ void CRecoveryReading::readLoneConfigurationBackup(Recovery& recovery)
     }
     if (!isDocument(backup))
     {
-        // The backup of a document that could not be parsed would be equal to it.
+        // The backup of a malformed document would equal it.
         if (!document)
         {
             giveUp(recovery);

@@ -6,7 +6,7 @@
 namespace QMT
 {
 
-/// Whose session a lock file marks.
+/// The owner of a session, from its lock file.
 struct SessionOwner
 {
     std::string host;        ///< its name; empty when the file holds none
