@@ -16,7 +16,7 @@ from sandbox import Sandbox, SandboxError, launcher_name, tool_path  # noqa: E40
 
 def pytest_configure(config: pytest.Config) -> None:
     """Declare the marker."""
-    config.addinivalue_line("markers", "unsound(reason): the story does not leave a sound framework")
+    config.addinivalue_line("markers", "unsound(reason): the test does not leave a sound framework")
 
 
 def pytest_report_header() -> str:
@@ -43,7 +43,7 @@ def work(tmp_path: Path) -> Path:
 
 @pytest.fixture
 def tool(framework: Framework, work: Path, request: pytest.FixtureRequest) -> Iterator[Sandbox]:
-    """The program on the host alpha. What a story leaves is sound, unless the story is marked as ``unsound``."""
+    """The program on the host alpha.  After the test the framework must be sound, unless the test is ``unsound``."""
     sandbox = Sandbox(framework.root, work=work)
     yield sandbox
     if request.node.get_closest_marker("unsound") is None:

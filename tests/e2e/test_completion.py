@@ -71,20 +71,20 @@ def names(candidates: set[str]) -> set[str]:
     return {candidate.rstrip("=") for candidate in candidates}
 
 
-def test_every_long_option_is_offered(shell: Shell) -> None:
+def test_completion_offers_every_long_option(shell: Shell) -> None:
     assert names(shell.candidates("--")) == OPTIONS
 
 
-def test_every_short_option_is_offered(shell: Shell) -> None:
+def test_completion_offers_every_short_option(shell: Shell) -> None:
     assert names(shell.candidates("-")) == OPTIONS | {f"-{letter}" for letter in "haxmotcrs"}
 
 
-def test_a_single_option_is_completed(shell: Shell) -> None:
+def test_completion_completes_a_single_option(shell: Shell) -> None:
     assert shell.line("--com") == "--commit "
     assert shell.line("--addM").rstrip() == "--addModelFile="
 
 
-def test_options_that_are_given_or_contradicted_are_not_offered(shell: Shell) -> None:
+def test_completion_omits_given_and_contradicted_options(shell: Shell) -> None:
     assert names(shell.candidates("--commit --")) == OPTIONS - {"--commit", "--rollback"}
     assert names(shell.candidates("-a /x.xml --")) == OPTIONS - {"--addModelFile", "--removeModelFile"}
     assert names(shell.candidates("-mhandler --")) == OPTIONS - {"--modelHandler", "--removeModelFile"}
@@ -92,7 +92,7 @@ def test_options_that_are_given_or_contradicted_are_not_offered(shell: Shell) ->
 
 
 @pytest.mark.parametrize("option", ["--addModelFile=", "--addModelFile ", "-a "])
-def test_an_addition_takes_model_files_and_directories(shell: Shell, framework: Framework, option: str) -> None:
+def test_addition_completes_model_files_and_directories(shell: Shell, framework: Framework, option: str) -> None:
     framework.write("models/notes.txt", "no model\n")
     framework.write("models/UPPER.XML", "<model/>\n")
     framework.write("models/deep/inner.xml", "<model/>\n")
@@ -105,14 +105,14 @@ def test_an_addition_takes_model_files_and_directories(shell: Shell, framework: 
 
 
 @pytest.mark.parametrize("option", ["--addModelFile=", "--addModelFile ", "-a "])
-def test_an_addition_makes_paths_absolute(shell: Shell, work: Path, option: str) -> None:
+def test_addition_makes_paths_absolute(shell: Shell, work: Path, option: str) -> None:
     (work / "own model.xml").write_text("<model/>\n", encoding="utf-8")
     completed = shell.line(f"{option}ow").rstrip()
     assert shlex.split(completed) == shlex.split(f"{option}'/opt/scratch/own model.xml'")
 
 
 @pytest.mark.parametrize("option", ["--removeModelFile=", "--removeModelFile ", "-x "])
-def test_a_removal_takes_installed_models(shell: Shell, framework: Framework, option: str) -> None:
+def test_removal_completes_installed_models(shell: Shell, framework: Framework, option: str) -> None:
     framework.write(LIST, "/opt/qor/models/base.xml\n\n  /srv/other models/pump's.xml \n/nowhere/gone.xml\n")
     assert shell.candidates(option) == {"/opt/qor/models/base.xml", "/srv/other models/pump's.xml",
                                         "/nowhere/gone.xml"}
@@ -121,19 +121,19 @@ def test_a_removal_takes_installed_models(shell: Shell, framework: Framework, op
 
 @pytest.mark.parametrize("typed", ["/s", "/srv/other\\ m", '"/srv/other m', "'/srv/other m"])
 @pytest.mark.parametrize("option", ["--removeModelFile=", "-x "])
-def test_a_path_with_spaces_arrives_in_one_piece(shell: Shell, framework: Framework, option: str, typed: str) -> None:
+def test_path_with_spaces_is_one_argument(shell: Shell, framework: Framework, option: str, typed: str) -> None:
     framework.write(LIST, "/opt/qor/models/base.xml\n/srv/other models/pump.xml\n")
     completed = shell.line(option + typed).rstrip()
     assert shlex.split(completed) == shlex.split(f"{option}'/srv/other models/pump.xml'")
 
 
 @pytest.mark.parametrize("option", ["--modelHandler=", "--modelHandler ", "-m "])
-def test_a_handler_is_one_of_the_configuration(shell: Shell, framework: Framework, option: str) -> None:
+def test_handler_completes_those_of_the_configuration(shell: Shell, framework: Framework, option: str) -> None:
     assert shell.candidates(option) == {"baseHandler", "auxHandler"}
     assert shell.line(f"{option}au") == f"{option}auxHandler "
 
 
-def test_handlers_are_found_however_the_configuration_is_written(shell: Shell, framework: Framework) -> None:
+def test_handler_ignores_the_layout_of_the_configuration(shell: Shell, framework: Framework) -> None:
     framework.write(CONFIG, """<qor><!-- <managedObject compName="commented"/> --><participants><participant>
         <managedObject
             version = '1' compName = 'first'/><txResource compName="transaction"/>
@@ -145,7 +145,7 @@ def test_handlers_are_found_however_the_configuration_is_written(shell: Shell, f
     assert shell.candidates("-m ") == {"first", 'a & b "c"'}
 
 
-def test_handlers_of_a_large_configuration_are_completed(shell: Shell, framework: Framework) -> None:
+def test_handler_reads_a_large_configuration(shell: Shell, framework: Framework) -> None:
     handlers = [f"handler{number}" for number in range(3000)]
     framework.write(CONFIG, config(*(participant(handler, "Root") for handler in handlers)))
     assert shell.line("-m handler299") == "-m handler299"
@@ -153,11 +153,11 @@ def test_handlers_of_a_large_configuration_are_completed(shell: Shell, framework
 
 
 @pytest.mark.parametrize("option", ["-o ", "--managedObjectVersion=", "-t ", "--transactionalResourceVersion="])
-def test_versions_are_left_to_the_user(shell: Shell, option: str) -> None:
+def test_version_has_no_candidates(shell: Shell, option: str) -> None:
     assert shell.press_tab(option) == [{"line": TOOL + option, "all": TOOL + option, "output": ""}]
 
 
-def test_the_variable_names_the_framework(shell: Shell, framework: Framework, work: Path) -> None:
+def test_framework_is_found_by_qorpath(shell: Shell, framework: Framework, work: Path) -> None:
     elsewhere = Framework.create(work / "else where")
     elsewhere.write(LIST, "/else/where.xml\n")
     elsewhere.write(CONFIG, config(participant("elseHandler")))
@@ -166,13 +166,13 @@ def test_the_variable_names_the_framework(shell: Shell, framework: Framework, wo
     assert there.line("-m ") == "-m elseHandler "
 
 
-def test_the_environment_file_names_the_framework(shell: Shell, framework: Framework, work: Path) -> None:
+def test_framework_is_found_by_the_environment_file(shell: Shell, framework: Framework, work: Path) -> None:
     Framework.create(work / "elsewhere").write(CONFIG, config(participant("elseHandler")))
     framework.write("qor.env", "/opt/scratch/elsewhere\nignored\n")
     assert shell.line("-m ") == "-m elseHandler "
 
 
-def test_no_program_of_the_framework_is_started(shell: Shell, framework: Framework) -> None:
+def test_completion_starts_no_program_of_the_framework(shell: Shell, framework: Framework) -> None:
     for program in ("qorea/bin/qorea", "bin/pel_model_validator"):
         framework.script(program, "touch /opt/qor/started")
     shell.press_tab("-m ", "-x ", "-a /opt/qor/", "--")
@@ -187,7 +187,7 @@ def assert_silent(shell: Shell) -> None:
     assert shell.press_tab(*SILENT) == untouched
 
 
-def test_a_machine_without_framework_gets_no_candidates_and_no_messages(shell: Shell, tmp_path: Path) -> None:
+def test_completion_is_silent_without_a_framework(shell: Shell, tmp_path: Path) -> None:
     empty = tmp_path / "empty"
     empty.mkdir()
     assert_silent(Shell(shell.name, shell.sandbox.using(framework=empty)))
@@ -196,12 +196,12 @@ def test_a_machine_without_framework_gets_no_candidates_and_no_messages(shell: S
 
 
 @pytest.mark.parametrize("content", ["", "\n", "/does/not/exist\n", "\0\xff\n"])
-def test_a_bad_environment_file_is_ignored_silently(shell: Shell, framework: Framework, content: str) -> None:
+def test_completion_ignores_a_bad_environment_file(shell: Shell, framework: Framework, content: str) -> None:
     framework.write("qor.env", content)
     assert_silent(shell)
 
 
-def test_bad_files_are_ignored_silently(shell: Shell, framework: Framework) -> None:
+def test_completion_ignores_bad_files(shell: Shell, framework: Framework) -> None:
     framework.write(CONFIG, b"\xff\xfe<managedObject compName=")
     framework.remove(LIST)
     framework.path(LIST).mkdir()

@@ -25,14 +25,14 @@ def sound(framework: Framework) -> Framework:
 
 
 def findings(sandbox: Sandbox) -> list[tuple[str, str, str | None]]:
-    """What is found: identifier, severity, file."""
+    """The findings: identifier, severity, file."""
     answer = companion.answer(sandbox, "check")
     assert answer["status"] == (1 if "error" in {finding["severity"] for finding in answer["findings"]} else 0)
     return [(finding["id"], finding["severity"], finding["file"]) for finding in answer["findings"]]
 
 
 def type_in(sandbox: Sandbox, command: str) -> None:
-    """Type a remedy that is a command, on the host that it is meant for."""
+    """Run a remedy that is a command, on its host."""
     host, _, words = command.rpartition(": ")
     sandbox = sandbox.on(host.removeprefix("on the host ")) if host else sandbox
     names = "".join(f'{path.name}() {{ {shlex.join(sandbox.tool_command(path))} "$@"; }}\n'
@@ -42,7 +42,7 @@ def type_in(sandbox: Sandbox, command: str) -> None:
 
 
 def writes(name: str, content: str) -> Step:
-    """A file gets another content."""
+    """The content of a file is replaced."""
     return lambda framework, _: framework.write(name, content)
 
 
@@ -52,7 +52,7 @@ def removes(name: str) -> Step:
 
 
 def changes_mode(name: str) -> Step:
-    """A file may not be executed any more, nor read by others."""
+    """A file loses its permissions for others and for execution."""
     return lambda framework, _: framework.path(name).chmod(0o600)
 
 
@@ -100,7 +100,7 @@ def lists_contained(framework: Framework, _: Sandbox) -> None:
     framework.write(LIST, SOUND_LIST + f"{BASE}.old\n")
 
 
-# What happens; what is found; the edit that the remedy asks for, or the beginning of the command that it is.
+# The event; the finding; the edit in the remedy, or the beginning of the command that it is.
 STORIES = [
     (removes(AGENT), ("agent-missing", "warning", AGENT_PATH),
      lambda framework, _: framework.script(AGENT, "echo /opt/qor")),

@@ -274,9 +274,9 @@ def test_plan_equals_the_commit(framework: Framework, tool: Sandbox, seed: int) 
     commit = tool.run("--commit")
 
     after = framework.read(CONFIG), framework.read(LIST)
-    told = [message for action in plan["actions"] for message in action["messages"]]
+    messages = [message for action in plan["actions"] for message in action["messages"]]
     assert commit.console.startswith(f"{PREFIX}Information: Using QOR path: /opt/qor\n")
-    for message in told:
+    for message in messages:
         assert f": {message}\n" in commit.console
     assert (plan["validator"] == "rejected") == (commit.stdout != "")
     assert commit.stdout == (plan["report"] + "\n\n" if plan["validator"] == "rejected" else "")

@@ -1,4 +1,4 @@
-"""The companion's recovery: what it finds, does, copies and asks."""
+"""The companion's recovery: its findings, steps, copies and questions."""
 from __future__ import annotations
 
 import fcntl
@@ -26,20 +26,20 @@ STEPS = (f"put back {installed(LIST)} from {installed(LIST_BAK)}", f"made {insta
 
 
 def answered(found: str, *done: str, status: int = 0, copy: str | None = None) -> dict[str, object]:
-    """A whole answer."""
+    """The complete answer."""
     return {"command": "recover", "framework": "/opt/qor", "status": status, "found": found, "done": list(done),
             "copy": copy}
 
 
 def of_framework(snapshot: Snapshot) -> Snapshot:
-    """Everything but the callers' lock file and the copies of recoveries."""
+    """All files except the callers' lock file and the copies made by recoveries."""
     return {name: content for name, content in snapshot.items()
             if name != CALLER_LOCK and not name.startswith("etc/recovery-")}
 
 
 @pytest.fixture
 def cut(framework: Framework) -> Framework:
-    """A commit cut short when it had taken the old list away."""
+    """A commit that was interrupted after it moved the live list to its backup."""
     framework.session(STAGED)
     framework.write(CONFIG_TMP, NEW_CONFIG)
     framework.write(LIST_TMP, NEW_LIST)
@@ -49,7 +49,7 @@ def cut(framework: Framework) -> Framework:
 
 
 def test_recover_an_interrupted_commit(cut: Framework, tool: Sandbox) -> None:
-    """The files are as before it, its queue is kept, and what was there is in a copy."""
+    """The files from before the commit are restored, the queue is kept, and the replaced files are copied."""
     before = cut.snapshot()
     planned = companion.answer(tool, "recover", "--dry-run")
     assert cut.snapshot() == before
@@ -81,7 +81,7 @@ def test_recover_for_people(cut: Framework, tool: Sandbox) -> None:
     ("nothing", "nothing", (NEW_CONFIG, OLD_LIST))])
 def test_recover_asks_what_it_cannot_tell(framework: Framework, tool: Sandbox, assumed: str, found: str,
                                           live: tuple[str, str]) -> None:
-    """The list equals its backup, and the document does not: a rollback cut short, or a commit that left the list."""
+    """The list equals its backup, the document does not: an interrupted rollback, or a commit that kept the list."""
     framework.write(CONFIG, NEW_CONFIG)
     framework.write(CONFIG_BAK, OLD_CONFIG)
     framework.write(LIST_BAK, OLD_LIST)
@@ -119,7 +119,7 @@ def test_recover_waits_for_another_caller(cut: Framework, tool: Sandbox) -> None
 
 @pytest.mark.skipif("QOR_SANDBOX_WRITABLE" in os.environ, reason="coverage counters are files of limited size, too")
 def test_recover_on_a_full_disk(cut: Framework, tool: Sandbox) -> None:
-    """As long as there is no room for the copy nothing is changed, and nothing is left of the copy."""
+    """Without room for the copy nothing is changed, and no part of the copy is left."""
     before = cut.snapshot()
     console = []
     for limit in itertools.count(0, 97):
@@ -136,7 +136,7 @@ def test_recover_on_a_full_disk(cut: Framework, tool: Sandbox) -> None:
 
 
 def test_recover_keeps_attributes(cut: Framework, tool: Sandbox) -> None:
-    """A file that is gone gets those of its backup."""
+    """A missing file is restored with the attributes of its backup."""
     cut.path(LIST_BAK).chmod(0o640)
     cut.path(CONFIG_TMP).chmod(0o604)
 
@@ -146,7 +146,7 @@ def test_recover_keeps_attributes(cut: Framework, tool: Sandbox) -> None:
 
 
 def test_recover_judges_what_an_apply_had_installed(framework: Framework, tool: Sandbox) -> None:
-    """It is put back when the validator rejects it, and the session is over."""
+    """If the validator rejects the result, the old files are restored and the session is removed."""
     framework.script(VALIDATOR, "exit 1")
     framework.write(CONFIG, NEW_CONFIG)
     framework.write(LIST, NEW_LIST)
@@ -161,7 +161,7 @@ def test_recover_judges_what_an_apply_had_installed(framework: Framework, tool: 
 
 
 def test_recover_finishes_a_rollback(framework: Framework, tool: Sandbox) -> None:
-    """Its list is back, and its document is not yet."""
+    """The rollback has restored the list, but not the document."""
     framework.write(CONFIG, NEW_CONFIG)
     framework.write(CONFIG_BAK, OLD_CONFIG)
 
@@ -170,7 +170,7 @@ def test_recover_finishes_a_rollback(framework: Framework, tool: Sandbox) -> Non
     assert (framework.read(CONFIG), framework.path(CONFIG_BAK).exists()) == (OLD_CONFIG, False)
 
 
-# A framework's life, edits by hand included; recover may be called after each step.
+# The history of a framework, including edits by hand; recover may be called after each step.
 Step = Callable[[Framework, Sandbox], object]
 LIFE: tuple[tuple[str, Step], ...] = (
     ("new", lambda framework, tool: None),
@@ -197,7 +197,7 @@ LIFE: tuple[tuple[str, Step], ...] = (
 
 @pytest.mark.unsound("the document is broken at the end")
 def test_recover_changes_nothing_on_a_healthy_framework(framework: Framework, tool: Sandbox) -> None:
-    """Whatever its past: it finds nothing, or it asks."""
+    """Without an interrupted run it finds nothing or asks, whatever happened before."""
     for name, step in LIFE:
         step(framework, tool)
         before = framework.snapshot()
@@ -210,7 +210,7 @@ def test_recover_changes_nothing_on_a_healthy_framework(framework: Framework, to
 
 
 def test_recover_judges_what_a_killed_commit_has_installed(framework: Framework, tool: Sandbox) -> None:
-    """Only the lock file is left, as after a cut between the last two removals."""
+    """Only the lock file is left, as after an interruption between the last two removals."""
     tool.run(*STAGE)
     tool.run("--commit")
     framework.write(LOCK, "alpha")
@@ -227,7 +227,7 @@ def test_recover_judges_what_a_killed_commit_has_installed(framework: Framework,
 @pytest.mark.unsound("nothing was mended")
 @pytest.mark.parametrize("options", [["--assume=maybe"], ["--assume"], ["--wait=x"], ["--force=1"], ["more"]])
 def test_recover_rejects_wrong_options(framework: Framework, tool: Sandbox, options: list[str]) -> None:
-    """Nothing is done then, not even the callers' lock file."""
+    """No file is changed or created, not even the callers' lock file."""
     framework.write(SESSION, "0:/left/behind\n")
     before = framework.snapshot()
 
@@ -236,7 +236,7 @@ def test_recover_rejects_wrong_options(framework: Framework, tool: Sandbox, opti
 
 
 def test_recover_that_cannot_answer_has_recovered(framework: Framework, tool: Sandbox) -> None:
-    """The same call again then says what is."""
+    """A repeated call reports the state."""
     framework.write(CONFIG_BAK, config(participant("older", "Older")))
     framework.write(LIST_BAK, f"{BASE}\n{AUX}\n")
     framework.remove(LIST)

@@ -1,4 +1,4 @@
-"""The companion's overview: what is installed, who serves it, whose session it is."""
+"""The companion's overview: installed models, handlers, and the session with its owner."""
 from __future__ import annotations
 
 import os
@@ -31,7 +31,7 @@ OVERVIEW = {"command": "show", "framework": "/opt/qor", "status": 0, "models": [
 
 
 def test_show_a_session_until_it_is_committed(framework: Framework, tool: Sandbox, other: Sandbox) -> None:
-    """The session has its host and its actions; the commit leaves a backup. show changes nothing."""
+    """The session is shown with host and actions, and the commit's backup afterwards; no file is changed."""
     assert companion.answer(tool, "show") == OVERVIEW
     tool.run("--addModelFile", PUMP, "--modelHandler", "auxHandler", "--managedObjectVersion", "2")
     os.utime(framework.path(LOCK), (NOON, NOON))
@@ -71,7 +71,7 @@ no backup
 
 
 def test_show_every_model_file_of_the_list(framework: Framework, tool: Sandbox) -> None:
-    """A model file without a root class has a reason, which check reports."""
+    """For a model file without a root class, the answer has the reason that check reports."""
     framework.write(LIST, f"{ROOTLESS}\n\n {AUX} \n{NAMELESS}\n{BROKEN}\n{MISSING}\nmodels/base.xml\n{AUX}\n")
 
     assert companion.answer(tool, "show")["models"] == [
@@ -115,7 +115,7 @@ def test_show_a_queue_up_to_its_fault(framework: Framework, tool: Sandbox) -> No
     (CONFIG, b"<a>" * 200_000, "handlers", "the document cannot be parsed")])
 def test_show_what_there_is_of_a_broken_framework(framework: Framework, tool: Sandbox, name: str,
                                                   content: bytes | None, key: str, why: str) -> None:
-    """It keeps its keys, and the message names the file."""
+    """The answer has all its keys, and the message names the file."""
     if content is None:
         framework.remove(name)
     else:
@@ -141,7 +141,7 @@ def test_show_names_a_directory_in_place_of_a_file(framework: Framework, tool: S
 
 
 def test_show_without_a_framework(tool: Sandbox, framework: Framework) -> None:
-    """The agent, the environment and the default have been asked by then."""
+    """Agent, environment and default directory name no framework."""
     framework.script("qorea/bin/qorea", "echo /opt/nowhere")
 
     result = companion.run(tool, "show", "--json")
@@ -227,14 +227,14 @@ def test_show_takes_no_other_option(tool: Sandbox, framework: Framework, words: 
 @pytest.mark.parametrize("words", [(), ("--json",)])
 @pytest.mark.parametrize("output", [">/dev/full", ">&-"])
 def test_show_that_cannot_be_written_does_not_count(tool: Sandbox, output: str, words: tuple[str, ...]) -> None:
-    """The disk is full, or standard output closed."""
+    """The disk is full, or standard output is closed."""
     result = tool.execute("/bin/sh", "-c", f'"$@" {output}', "sh", *companion.command(), "show", *words)
 
     assert (result.status, result.console) == (4, "qor_mim_ctl: the answer could not be written\n")
 
 
 def test_show_while_another_caller_works(framework: Framework, tool: Sandbox) -> None:
-    """show works whoever holds the lock."""
+    """The lock of another caller does not matter."""
     script = ("import fcntl, subprocess, sys\n"
               "with open('/opt/qor/etc/model/qor_mim_ctl.lock', 'w') as file:\n"
               "    fcntl.lockf(file, fcntl.LOCK_EX)\n"

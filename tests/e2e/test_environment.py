@@ -1,4 +1,4 @@
-"""Where the framework is found: the agent, then QORPATH, then qor.env, then the default directory."""
+"""The search for the framework: the agent, then QORPATH, then qor.env, then the default directory."""
 from __future__ import annotations
 
 from pathlib import Path
@@ -10,7 +10,7 @@ from framework import AGENT, LIST, PUMP, VALIDATOR, Framework
 from sandbox import Sandbox, find_launcher
 
 OTHER = "/opt/qor/other"
-# The class of the library's exception stands for an agent that fails.
+# The message for an agent that fails: the class of the library's exception.
 NO_AGENT = "Exception"
 ADD = f"--addModelFile={PUMP}"
 
@@ -40,14 +40,14 @@ def test_agent_reads_the_standard_input_of_the_caller(tool: Sandbox, framework: 
     assert tool.run("--status", stdin=b"/opt/qor\n") == answer(NOTHING_PENDING, COMPLETED)
 
 
-@pytest.mark.parametrize("env, told", [({"QORPATH": OTHER}, []), ({}, [f"Using QOR path: {OTHER}"])],
+@pytest.mark.parametrize("env, lines", [({"QORPATH": OTHER}, []), ({}, [f"Using QOR path: {OTHER}"])],
                          ids=["QORPATH", "qor.env"])
 def test_failing_agent_leaves_the_choice_to_others(tool: Sandbox, framework: Framework, nested: Framework,
-                                                   env: dict[str, str], told: list[str]) -> None:
+                                                   env: dict[str, str], lines: list[str]) -> None:
     framework.script(AGENT, "printf /opt/qor/nowhere; exit 1")
     framework.write("qor.env", "/opt/qor\n" if env else f"{OTHER}\n/opt/qor\n")
     nested.session(f"0:{PUMP}\n")
-    assert tool.run("--status", env=env) == answer(NO_AGENT, *told, "Queued actions:", ADD, COMPLETED, path=None)
+    assert tool.run("--status", env=env) == answer(NO_AGENT, *lines, "Queued actions:", ADD, COMPLETED, path=None)
 
 
 @pytest.mark.parametrize("broken", ["missing", "not executable", "status 255", "killed"])
@@ -77,12 +77,12 @@ def test_no_framework_means_the_working_directory(tool: Sandbox, work: Path) -> 
     assert (work / "etc" / "model").is_dir()
 
 
-@pytest.mark.parametrize("command, told, logged", [
+@pytest.mark.parametrize("command, lines, logged", [
     ("--commit", ["There is nothing to commit!"], "lock file not present, There is nothing to commit."),
     ("--rollback", ["Rolling back.", COMPLETED], "lock file not present, Rolling back."),
 ], ids=["commit", "rollback"])
 @pytest.mark.unsound("the model directory is a file")
-def test_invalid_environment_does_not_end_the_run(tool: Sandbox, framework: Framework, command: str, told: list[str],
+def test_invalid_environment_does_not_end_the_run(tool: Sandbox, framework: Framework, command: str, lines: list[str],
                                                   logged: str) -> None:
     framework.remove(LIST)
     framework.path("etc/model").rmdir()
@@ -90,6 +90,6 @@ def test_invalid_environment_does_not_end_the_run(tool: Sandbox, framework: Fram
     before = framework.snapshot()
     assert tool.run(command) == answer(
         warning("Unable to create directory structure: /opt/qor/etc/model/"), warning("Invaild environment, exiting."),
-        *told, syslog=[(WARNING, "unable to create directory structure /opt/qor/etc/model/"),
+        *lines, syslog=[(WARNING, "unable to create directory structure /opt/qor/etc/model/"),
                        (WARNING, "Invalid Environment, exiting"), (6, logged)])
     assert framework.changes(before) == {}

@@ -10,7 +10,7 @@ from sandbox import tool_path
 
 
 def readelf(*options: str) -> str:
-    """What readelf says of the program."""
+    """The output of readelf for the program."""
     return subprocess.run(["readelf", "--wide", *options, str(tool_path())], capture_output=True, check=True, text=True,
                           env={"LC_ALL": "C", "PATH": "/usr/bin"}).stdout
 
@@ -48,13 +48,13 @@ def test_stack_protector_and_fortified_calls_are_used() -> None:
     assert re.search(r"__\w+_chk@", symbols.replace("__stack_chk_fail@", ""))
 
 
-def test_the_standard_library_checks_its_preconditions() -> None:
+def test_standard_library_checks_its_preconditions() -> None:
     assert "__glibcxx_assert_fail" in readelf("--dyn-syms")
 
 
 @pytest.mark.parametrize("flag", ["-D_FORTIFY_SOURCE=3", "-ftrivial-auto-var-init=zero"])
-def test_the_program_is_compiled_with(flag: str) -> None:
-    """These two leave no mark in the file."""
+def test_program_is_compiled_with(flag: str) -> None:
+    """These two flags leave no trace in the program file."""
     rules = tool_path().parent / "build.ninja"
     if not rules.exists():
         pytest.skip("not the directory of a build")
@@ -64,7 +64,7 @@ def test_the_program_is_compiled_with(flag: str) -> None:
 
 
 def test_jumps_are_guarded_on_x86_64() -> None:
-    """Count the landing pads: Debian's start-up files are built without, so the program's own mark is not set."""
+    """Count the landing pads: the IBT property is not set, since Debian's start-up files have none."""
     if "X86-64" not in readelf("--file-header"):
         pytest.skip("no such guards on this processor")
     command = ["objdump", "--disassemble", "--no-show-raw-insn", "--section=.text", str(tool_path())]
@@ -72,5 +72,5 @@ def test_jumps_are_guarded_on_x86_64() -> None:
     assert code.count("endbr64") > 100
 
 
-def test_no_library_path_is_built_in() -> None:
+def test_program_has_no_library_path() -> None:
     assert not re.search(r"\((RPATH|RUNPATH)\)", readelf("--dynamic"))

@@ -1,4 +1,4 @@
-"""The session lock: who owns a session, what another host may do, and how it waits."""
+"""The session lock: the owner of a session, the rights of another host, and its wait."""
 from __future__ import annotations
 
 import contextlib
@@ -21,7 +21,7 @@ MISMATCH = answer("Unable to commit!\nRolling back...",
 
 
 def refused(owner: str, line: str = ADD, new: bool = False) -> Result:
-    """The answer to a host that may not join the session; with ``new`` there was none when it started."""
+    """The answer to a host that may not join the session; ``new``: there was no session when it started."""
     start = (NEW_SESSION,) if new else ()
     warning = f"WARNING: Session already in progress and locked by: {owner}\nPending action canceled."
     return answer(*start, warning, syslog=[(DEBUG, line), (INFO, warning)])
@@ -147,7 +147,7 @@ BEFORE_ITS_NAME_IS_WRITTEN = f"2:{installed(LOCK)}"
 
 
 def session_of(framework: Framework, host: str, entry: str) -> dict[str, str]:
-    """The files of a session that has just begun."""
+    """The files of a session with one action."""
     return {LOCK: host, SESSION: entry, CONFIG_TMP: framework.read(CONFIG), LIST_TMP: framework.read(LIST)}
 
 
@@ -207,11 +207,11 @@ def test_first_host_at_the_lock_owns_the_session(tool: Sandbox, other: Sandbox, 
 
 
 def expect_one_owner(framework: Framework, answers: dict[str, Result], lines: dict[str, str], new: set[bool]) -> None:
-    """One host owns the whole session, and the other is refused; ``new``: what that one may have seen at its start."""
+    """Expect one host to own the session and the other to be refused; ``new``: whether that one may have seen none."""
     owner = framework.read(LOCK)
     loser = {"alpha": "beta", "beta": "alpha"}[owner]
     assert answers[owner] == staged(lines[owner], new=True)
-    # The owner has made the lock before it writes its name there.
+    # The owner creates the lock file before it writes its name into it.
     assert answers[loser] in [refused(name, lines[loser], new=seen) for name in (owner, "") for seen in new]
     assert framework.read(SESSION) == f"0:{lines[owner].partition('=')[2]}\n"
 

@@ -31,7 +31,7 @@ def section(name: str, manual: Path = MANUAL) -> list[str]:
 
 
 def documented_options() -> set[tuple[str, str, bool]]:
-    """Letter, name and whether there is a value, of each option that the manual describes."""
+    """The letter, name and presence of a value for each option in the manual."""
     found = set()
     for line in section("Options"):
         item = re.fullmatch(r"\.It Fl (\w)(?: Ar (\w+))? , Fl Fl (\w+)(?: Ns = Ns Ar (\w+))?", line)
@@ -43,7 +43,7 @@ def documented_options() -> set[tuple[str, str, bool]]:
 
 
 def examples(manual: Path) -> list[tuple[str, str]]:
-    """Each command of the examples, and what it shows as the answer."""
+    """The commands of the examples, each with its output."""
     prompt = f"# {manual.stem} "
     commands: list[tuple[str, str]] = []
     shown = False
@@ -59,13 +59,13 @@ def examples(manual: Path) -> list[tuple[str, str]]:
 
 
 def diagnostics() -> list[str]:
-    """The messages that the manual explains, up to what differs from case to case."""
+    """The messages that the manual explains, up to their first variable part."""
     items = [line.removeprefix(".It ").strip('"') for line in section("DIAGNOSTICS") if line.startswith(".It ")]
     return [item.partition(": ")[0] for item in items]
 
 
 def messages() -> set[str]:
-    """Every text in the program's sources, up to what differs from case to case."""
+    """Every string in the program's sources, up to its first variable part."""
     texts: set[str] = set()
     for folder in (PROJECT / "cmake" / "SourceFolders.txt").read_text(encoding="utf-8").split():
         for source in (PROJECT / folder).glob("*.cpp"):
@@ -78,7 +78,7 @@ def messages() -> set[str]:
 def test_formatter_accepts_the_manual(manual: Path) -> None:
     answer = subprocess.run(["mandoc", "-T", "lint", "-W", "all", str(manual)], capture_output=True, text=True,
                             check=False)
-    # Only the manuals of an operating system itself leave its name to the formatter; ours need not be installed.
+    # Only an operating system's own manuals omit its name. The referenced manuals need not be installed.
     accepted = (r"operating system explicitly specified: Os qor_mim_tool \(NetBSD\)",
                 r"referenced manual not found: Xr (qor_mim_\w+ 8|flock 1|journalctl 1)( \(\d+ times\))?")
     complaints = [line for line in answer.stdout.splitlines()
@@ -114,7 +114,7 @@ def test_manual_describes_the_options_of_the_companion(tool: Sandbox) -> None:
 def test_manual_examples_match_the_program(tool: Sandbox, tmp_path: Path, manual: Path) -> None:
     root = tmp_path / "example"
     shutil.copytree(PROJECT / "examples" / "framework", root)
-    # The rest of the machine, /tmp included, cannot be written in the sandbox.
+    # In the sandbox the rest of the machine, /tmp included, is read-only.
     example = tool.using(framework=root).with_env(TMPDIR=WORK)
     commands = examples(manual)
     assert len(commands) >= 5

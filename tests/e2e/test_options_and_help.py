@@ -1,4 +1,4 @@
-"""The command line: the help text, every way to give a value, and what a wrong option gets."""
+"""The command line: the help text, every way to give a value, and wrong options."""
 from __future__ import annotations
 
 from pathlib import Path
@@ -57,6 +57,6 @@ def test_wrong_option_ends_the_run_with_status_78(tool: Sandbox, framework: Fram
                                                   message: str) -> None:
     before = framework.snapshot()
     # A status report is given as soon as its option is read.
-    told = [NOTHING_PENDING] if words[0] == "--status" else []
-    assert tool.run(*words) == answer(*told, Bare(message), status=78)
+    report = [NOTHING_PENDING] if words[0] == "--status" else []
+    assert tool.run(*words) == answer(*report, Bare(message), status=78)
     assert framework.changes(before) == {}

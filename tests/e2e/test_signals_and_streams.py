@@ -281,7 +281,7 @@ def read_only(tool: Sandbox, monkeypatch: pytest.MonkeyPatch) -> Callable[..., S
     return after
 
 
-@pytest.mark.parametrize("earlier, words, status, told", [
+@pytest.mark.parametrize("earlier, words, status, message", [
     ((), STAGE, 70, f"File is read-only: {installed(CONFIG_TMP)}"),
     ((), ("--commit",), 0, "There is nothing to commit!"),
     ((STAGE,), STAGE, 0, "Unable to write to FIFO file!"),
@@ -292,10 +292,10 @@ def read_only(tool: Sandbox, monkeypatch: pytest.MonkeyPatch) -> Callable[..., S
 ], ids=["open", "commit without a session", "join", "status", "commit", "drop", "undo"])
 def test_read_only_framework_stays_as_it_is(read_only: Callable[..., Sandbox], framework: Framework,
                                             earlier: tuple[tuple[str, ...], ...], words: tuple[str, ...], status: int,
-                                            told: str) -> None:
+                                            message: str) -> None:
     tool = read_only(*earlier)
     before = framework.snapshot()
     result = tool.run(*words)
     assert result.status == status
-    assert told in result.console
+    assert message in result.console
     assert framework.changes(before) == {}

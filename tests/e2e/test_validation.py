@@ -1,4 +1,4 @@
-"""The validator as a process: its verdict, its report, and every way in which it fails to answer."""
+"""The validator as a process: its verdict, its report, and its failures."""
 from __future__ import annotations
 
 from pathlib import Path
