@@ -3,8 +3,7 @@
 #include "support/FailingCall.h"
 #include "support/Files.h"
 #include "support/TemporaryDirectory.h"
-
-#include <Poco/Exception.h>
+#include "support/ThrownBy.h"
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
@@ -77,11 +76,11 @@ TEST_F(KeptFile, ConstructorThrowsForADirectoryOrPipe)
 {
     const int before = openFileCount();
     putDirectoryAt(path);
-    EXPECT_THROW(CKeptFile{path}, Poco::FileException);
+    EXPECT_EQ(thrownBy([&] { CKeptFile{path}; }), "File access error: " + path);
 
     std::filesystem::remove(path);
     putPipeAt(path);
-    EXPECT_THROW(CKeptFile{path}, Poco::FileException);
+    EXPECT_EQ(thrownBy([&] { CKeptFile{path}; }), "File access error: " + path);
     EXPECT_EQ(openFileCount(), before);
 }
 

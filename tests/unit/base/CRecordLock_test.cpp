@@ -4,8 +4,7 @@
 #include "support/Files.h"
 #include "support/LockHolder.h"
 #include "support/TemporaryDirectory.h"
-
-#include <Poco/Exception.h>
+#include "support/ThrownBy.h"
 
 #include <gtest/gtest.h>
 
@@ -123,29 +122,33 @@ TEST_F(RecordLock, TryToTakeAndHolderThrowWithoutLockSupport)
     CRecordLock lock(path, like);
     const FailingCall failing("fcntl", path, ENOLCK);
 
-    EXPECT_THROW(static_cast<void>(lock.tryToTake()), Poco::FileException);
-    EXPECT_THROW(static_cast<void>(lock.holder()), Poco::FileException);
-    EXPECT_THROW(static_cast<void>(CRecordLock::holderOf(path)), Poco::FileException);
+    EXPECT_EQ(thrownBy([&] { static_cast<void>(lock.tryToTake()); }), "File access error: No locks available: " + path);
+    EXPECT_EQ(thrownBy([&] { static_cast<void>(lock.holder()); }), "File access error: No locks available: " + path);
+    EXPECT_EQ(thrownBy([&] { static_cast<void>(CRecordLock::holderOf(path)); }),
+              "File access error: No locks available: " + path);
 }
 
 TEST_F(RecordLock, ConstructorThrowsInAMissingDirectory)
 {
-    EXPECT_THROW(CRecordLock(directory.path("missing/lock"), like), Poco::FileException);
+    EXPECT_EQ(thrownBy([&] { CRecordLock(directory.path("missing/lock"), like); }),
+              "File access error: No such file or directory: " + directory.path("missing/lock"));
 }
 
 TEST_F(RecordLock, OpenThrowsForASymbolicLink)
 {
     std::filesystem::create_symlink(like, path);
 
-    EXPECT_THROW(CRecordLock(path, like), Poco::FileException);
-    EXPECT_THROW(static_cast<void>(CRecordLock::holderOf(path)), Poco::FileException);
+    EXPECT_EQ(thrownBy([&] { CRecordLock(path, like); }),
+              "File access error: Too many levels of symbolic links: " + path);
+    EXPECT_EQ(thrownBy([&] { static_cast<void>(CRecordLock::holderOf(path)); }),
+              "File access error: Too many levels of symbolic links: " + path);
 }
 
 TEST_F(RecordLock, ConstructorThrowsForADirectory)
 {
     putDirectoryAt(path);
 
-    EXPECT_THROW(CRecordLock(path, like), Poco::FileException);
+    EXPECT_EQ(thrownBy([&] { CRecordLock(path, like); }), "File access error: Is a directory: " + path);
 }
 
 } // namespace

@@ -3,8 +3,7 @@
 #include "support/Files.h"
 #include "support/LockHolder.h"
 #include "support/TemporaryFramework.h"
-
-#include <Poco/Exception.h>
+#include "support/ThrownBy.h"
 
 #include <gtest/gtest.h>
 
@@ -62,7 +61,9 @@ TEST_F(CallerLock, HolderOfReturnsNothingWithoutAFile)
 
 TEST_F(CallerLock, ConstructorThrowsWithoutAModelDirectory)
 {
-    EXPECT_THROW(CCallerLock(framework.path() + "/missing"), Poco::FileException);
+    EXPECT_EQ(thrownBy([&] { CCallerLock(framework.path() + "/missing"); }),
+              "File access error: No such file or directory: " + framework.path() +
+                  "/missing/etc/model/qor_mim_ctl.lock");
 }
 
 } // namespace

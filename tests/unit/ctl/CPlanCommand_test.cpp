@@ -5,8 +5,7 @@
 #include "support/Files.h"
 #include "support/LockHolder.h"
 #include "support/TemporaryFramework.h"
-
-#include <Poco/Exception.h>
+#include "support/ThrownBy.h"
 
 #include <gtest/gtest.h>
 
@@ -176,14 +175,18 @@ TEST_F(PlanCommand, ThrowsWithoutALiveFile)
     openSession("0:" + pump + "\n");
     std::filesystem::remove(framework.list());
 
-    EXPECT_THROW(plan({{"add", pump}}), Poco::FileNotFoundException);
+    EXPECT_EQ(thrownBy([&] { plan({{"add", pump}}); }), "File not found: " + framework.list());
 }
 
 TEST_F(PlanCommand, ThrowsForAMalformedDocument)
 {
     writeFile(framework.configuration(), "<broken");
 
-    EXPECT_THROW(plan({{"add", pump}}), Poco::Exception);
+    EXPECT_EQ(thrownBy(
+                  [&] {
+                      plan({{"add", pump}});
+                  }),
+              "Bad data format: the document cannot be parsed: " + framework.configuration());
 }
 
 TEST_F(PlanCommand, IsBusyWhileAnotherCallerHoldsTheLock)
@@ -193,7 +196,8 @@ TEST_F(PlanCommand, IsBusyWhileAnotherCallerHoldsTheLock)
     const Answer answer = plan();
 
     EXPECT_EQ(answer.status, Status::BUSY);
-    EXPECT_NE(answer.error.find("process " + std::to_string(holder.process())), std::string::npos) << answer.error;
+    EXPECT_EQ(answer.error, "another caller, process " + std::to_string(holder.process()) + ", has the lock " +
+                                framework.path() + "/etc/model/qor_mim_ctl.lock");
 }
 
 } // namespace

@@ -5,6 +5,7 @@
 #include "support/FakeInstallation.h"
 #include "support/Files.h"
 #include "support/TemporaryFramework.h"
+#include "support/ThrownBy.h"
 
 #include <Poco/Exception.h>
 
@@ -65,12 +66,11 @@ TEST_F(QueueTrial, ApplyNextAppliesTheActionsInOrder)
 TEST_F(QueueTrial, ThrowsWhenItsCopiesHaveGone)
 {
     const CQueueTrial trial(base, "", silentLogger());
-    for (const auto& entry : std::filesystem::directory_iterator(scratch.path()))
-    {
-        std::filesystem::remove_all(entry);
-    }
+    const std::string directory = std::filesystem::directory_iterator(scratch.path())->path().string();
+    std::filesystem::remove_all(directory);
 
-    EXPECT_THROW(static_cast<void>(trial.result()), Poco::FileException);
+    EXPECT_EQ(thrownBy([&] { static_cast<void>(trial.result()); }),
+              "Cannot read file: the copy cannot be read: " + directory + "/etc/qor.cfg.tmp");
 }
 
 TEST_F(QueueTrial, ApplyNextLogsTheMessagesOfTheEdit)

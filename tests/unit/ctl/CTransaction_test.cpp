@@ -8,8 +8,7 @@
 #include "support/FakeInstallation.h"
 #include "support/Files.h"
 #include "support/TemporaryFramework.h"
-
-#include <Poco/Exception.h>
+#include "support/ThrownBy.h"
 
 #include <gtest/gtest.h>
 
@@ -122,7 +121,8 @@ TEST_F(Transaction, OpenLeavesNothingWhenTheLockCannotBeMade)
 {
     const FailingCall failing("open", framework.lock(), EACCES);
 
-    EXPECT_THROW(static_cast<void>(transaction.open()), Poco::FileException);
+    EXPECT_EQ(thrownBy([&] { static_cast<void>(transaction.open()); }),
+              "File access error: Permission denied: " + framework.lock());
 
     expectUntouched();
 }
@@ -132,7 +132,8 @@ TEST_F(Transaction, OpenLeavesNothingWhenABackupIsUnreadable)
     std::filesystem::remove(framework.list(".bak"));
     putDirectoryAt(framework.list(".bak"));
 
-    EXPECT_THROW(static_cast<void>(transaction.open()), std::runtime_error);
+    EXPECT_EQ(thrownBy([&] { static_cast<void>(transaction.open()); }),
+              "File access error: " + framework.list(".bak") + "; the previous files are back");
 
     EXPECT_EQ(readFile(framework.list()), *BEFORE.list);
     EXPECT_FALSE(exists(framework.lock()));
@@ -195,28 +196,38 @@ TEST_F(Transaction, CommitRemovesNewBackupsWhenRejected)
 
 TEST_F(Transaction, CommitUndoesEverythingWhereverItFails)
 {
-    const std::vector<std::pair<std::string, std::string>> calls = {{"unlink", framework.list(".bak")},
-                                                                    {"unlink", framework.configuration(".bak")},
-                                                                    {"rename", framework.list(".bak")},
-                                                                    {"rename", framework.configuration(".bak")},
-                                                                    {"open", framework.session()},
-                                                                    {"unlink", framework.list(".tmp")},
-                                                                    {"rename", framework.list()},
-                                                                    {"fsync", framework.list() + ".replacement"},
-                                                                    {"unlink", framework.configuration(".tmp")},
-                                                                    {"rename", framework.configuration()},
-                                                                    {"unlink", framework.lock()}};
-    for (const auto& [call, path] : calls)
+    struct Call
     {
-        SCOPED_TRACE(call + " " + path);
+        std::string name;
+        std::string path;
+        std::string error;
+    };
+    const auto failing = [](const std::string& name, const std::string& path) {
+        return Call{name, path, "Input/output error: " + path};
+    };
+    const std::vector<Call> calls = {
+        failing("unlink", framework.list(".bak")),
+        failing("unlink", framework.configuration(".bak")),
+        failing("rename", framework.list(".bak")),
+        failing("rename", framework.configuration(".bak")),
+        {"open", framework.session(), "the file cannot be written: " + framework.session()},
+        failing("unlink", framework.list(".tmp")),
+        failing("rename", framework.list()),
+        {"fsync", framework.list() + ".replacement", "Input/output error: " + framework.list()},
+        failing("unlink", framework.configuration(".tmp")),
+        failing("rename", framework.configuration()),
+        {"unlink", framework.lock(), framework.lock()}};
+    for (const Call& call : calls)
+    {
+        SCOPED_TRACE(call.name + " " + call.path);
         CTransaction another(framework.path(), BEFORE, AFTER, silentLogger());
         ASSERT_TRUE(another.open());
         std::string failure;
         {
-            const FailingCall failing(call, path, EIO, 0, 1);
+            const FailingCall failingCall(call.name, call.path, EIO, 0, 1);
             failure = failureOf(another);
         }
-        EXPECT_NE(failure.find("; the previous files are back"), std::string::npos) << failure;
+        EXPECT_EQ(failure, call.error + "; the previous files are back");
         expectUntouched();
     }
 }
@@ -279,7 +290,9 @@ TEST_F(Transaction, CommitAsksForARecoveryWhenItsUndoFails)
 
     const std::string failure = failureOf(transaction);
 
-    EXPECT_NE(failure.find("; call qor_mim_ctl recover"), std::string::npos) << failure;
+    const std::string error = "Input/output error: " + framework.configuration();
+    EXPECT_EQ(failure, error + "; the previous files could not be put back: File access error: " + error +
+                           "; call qor_mim_ctl recover");
     EXPECT_EQ(now().lock, "qor_mim_ctl@alpha");
     EXPECT_EQ(now().session, "0:/first\n2:/second\n");
     EXPECT_EQ(now().backup, BEFORE);
@@ -301,7 +314,9 @@ TEST_F(Transaction, CommitStopsWhenAnotherRunEndsItsSession)
     installation.setValidator("rm " + framework.lock() + "; exit 1");
     ASSERT_TRUE(transaction.open());
 
-    EXPECT_THROW(static_cast<void>(transaction.commit(QUEUE)), CInterference);
+    EXPECT_EQ(thrownBy([&] { static_cast<void>(transaction.commit(QUEUE)); }),
+              "another run interfered, and nothing more was changed: the lock file " + framework.lock() +
+                  " is gone or not ours; look at " + framework.configuration() + " and " + framework.list());
 
     EXPECT_EQ(now().live, AFTER);
     EXPECT_EQ(now().backup, BEFORE);
@@ -312,7 +327,10 @@ TEST_F(Transaction, CommitStopsWhenAnotherRunChangesAFile)
     installation.setValidator("echo /edited >>" + framework.list());
     ASSERT_TRUE(transaction.open());
 
-    EXPECT_THROW(static_cast<void>(transaction.commit(QUEUE)), CInterference);
+    EXPECT_EQ(thrownBy([&] { static_cast<void>(transaction.commit(QUEUE)); }),
+              "another run interfered, and nothing more was changed: the files do not hold what was last read or "
+              "written; look at " +
+                  framework.configuration() + " and " + framework.list());
 
     EXPECT_EQ(readFile(framework.list()), *AFTER.list + "/edited\n");
     EXPECT_EQ(now().lock, "qor_mim_ctl@alpha");

@@ -218,7 +218,8 @@ TEST_F(Companion, FailsForAMissingFramework)
 TEST_F(Companion, FailsForAFrameworkThatIsAFile)
 {
     EXPECT_EQ(run({"recover", "--qor-path=" + framework.list()}), 4);
-    EXPECT_NE(console.str().find("the framework is no directory: " + framework.list()), std::string::npos);
+    EXPECT_EQ(console.str(),
+              "qor_mim_ctl: File access error: the framework is no directory: " + framework.list() + "\n");
 }
 
 TEST_F(Companion, FailsWhenNothingNamesAFramework)

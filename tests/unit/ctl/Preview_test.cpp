@@ -5,14 +5,12 @@
 #include "support/FileSizeLimit.h"
 #include "support/Files.h"
 #include "support/TemporaryFramework.h"
-
-#include <Poco/Exception.h>
+#include "support/ThrownBy.h"
 
 #include <gtest/gtest.h>
 
 #include <cstdlib>
 #include <filesystem>
-#include <functional>
 
 namespace QMT::Test
 {
@@ -261,6 +259,7 @@ TEST_F(Previews, TryActionsRefusesTextsTheFilesCannotHold)
     EXPECT_EQ(refusalOf(addition("/a\xc2\x85")), "the path holds a control character");
     EXPECT_EQ(refusalOf(addition("/a:b")), "the path holds \":\" or \"|\"");
     EXPECT_EQ(refusalOf(addition("/a|b")), "the path holds \":\" or \"|\"");
+    EXPECT_EQ(refusalOf(addition("/a~b")), "the model file does not exist");
     EXPECT_EQ(refusalOf(removal("/a ")), "the path begins or ends with white space");
     EXPECT_EQ(refusalOf(removal(" a")), "the path begins or ends with white space");
     EXPECT_EQ(refusalOf(addition(pump, "h|")), "the handler's name holds \":\" or \"|\"");
@@ -306,43 +305,37 @@ TEST_F(Previews, TryActionsRunsTheValidatorWhenAsked)
 
 TEST_F(Previews, TryThrowsForAMalformedDocument)
 {
+    const std::string error = "Bad data format: the document cannot be parsed: the document";
     pair.configuration = "<qor>";
-    const std::function<void()> calls[] = {[this] { tried({addition(pump)}); },
-                                           [this] { tryQueue(pair, "0:" + pump + "\n", "the document"); }};
-    for (const auto& call : calls)
-    {
-        try
-        {
-            call();
-            ADD_FAILURE();
-        }
-        catch (const Poco::DataFormatException& exc)
-        {
-            EXPECT_EQ(exc.message(), "the document cannot be parsed: the document");
-        }
-    }
+
+    EXPECT_EQ(thrownBy([this] { tried({addition(pump)}); }), error);
+    EXPECT_EQ(thrownBy([this] { tryQueue(pair, "0:" + pump + "\n", "the document"); }), error);
 }
 
 TEST_F(Previews, TryActionsThrowsWhenTheCopiesCannotBeWritten)
 {
     // The last bytes of what the actions add are those that do not fit.
-    const auto expectFailure = [this](const std::vector<Action>& actions, std::size_t limit)
+    const auto failureOf = [this](const Action& action, std::size_t limit)
     {
         const FileSizeLimit full(limit);
-        EXPECT_THROW(tried(actions), Poco::FileException);
+        return thrownBy([&] { tried({action}); });
     };
+    const std::string error = "File access error: the copies of the files cannot be edited: ";
     pair.list = std::string(2000, 'x') + "\n";
-    expectFailure({addition(pump)}, pair.list->size() + pump.size());
-    expectFailure({addition(pump, "h")}, pair.list->size() + pump.size());
+    EXPECT_EQ(failureOf(addition(pump), pair.list->size() + pump.size()), error + "Unable to write the new model!");
+    EXPECT_EQ(failureOf(addition(pump, "h"), pair.list->size() + pump.size()),
+              error + "Unable to write the new model!");
     pair.list = base + "\n";
-    expectFailure({addition(pump, "h")}, pair.configuration->size() + 10);
+    EXPECT_EQ(failureOf(addition(pump, "h"), pair.configuration->size() + 10),
+              error + "Unable to wite updated XML file!");
 }
 
 TEST_F(Previews, TryActionsUsesTheNextPlaceForItsCopies)
 {
     EXPECT_EQ(tryActions(pair, {addition(pump)}, "the document", false, {"/missing", scratch.path()}).after.list,
               base + "\n" + pump + "\n");
-    EXPECT_THROW(tryActions(pair, {addition(pump)}, "the document", false, {"/missing"}), Poco::FileException);
+    EXPECT_EQ(thrownBy([&] { tryActions(pair, {addition(pump)}, "the document", false, {"/missing"}); }),
+              "Cannot create file: No such file or directory: /missing");
 }
 
 // ---- The queue of the tool ----

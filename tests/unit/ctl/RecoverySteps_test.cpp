@@ -4,6 +4,7 @@
 #include "support/FileSizeLimit.h"
 #include "support/Files.h"
 #include "support/TemporaryFramework.h"
+#include "support/ThrownBy.h"
 
 #include <Poco/Exception.h>
 
@@ -172,11 +173,14 @@ TEST_F(CopyAside, FailsOnAFullDiskWithTheSizeItNeeds)
 
 TEST_F(CopyAside, LeavesNothingWhenFsyncFails)
 {
-    for (const std::string name : {"/model_file_list.cfg", ""})
+    const std::string copy = wanted + "/model_file_list.cfg";
+    const std::vector<std::pair<std::string, std::string>> failures = {
+        {copy, "File access error: Input/output error: " + copy}, {wanted, "Cannot write file: " + wanted + "/"}};
+    for (const auto& [path, message] : failures)
     {
-        const FailingCall failing("fsync", wanted + name, EIO);
+        const FailingCall failing("fsync", path, EIO);
 
-        EXPECT_THROW(copyAside(framework.path(), "STAMP", steps), Poco::FileException);
+        EXPECT_EQ(thrownBy([&] { copyAside(framework.path(), "STAMP", steps); }), message);
 
         EXPECT_EQ(failing.failures(), 1);
         EXPECT_FALSE(exists(wanted));
@@ -187,21 +191,24 @@ TEST_F(CopyAside, LeavesNothingWhenTheParentsFsyncFails)
 {
     const FailingCall failing("fsync", framework.path() + "/etc", EIO);
 
-    EXPECT_THROW(copyAside(framework.path(), "STAMP", steps), Poco::FileException);
+    EXPECT_EQ(thrownBy([&] { copyAside(framework.path(), "STAMP", steps); }),
+              "Cannot write file: " + framework.path() + "/etc/");
 
     EXPECT_FALSE(exists(wanted));
 }
 
 TEST_F(CopyAside, ThrowsWithoutAParentDirectory)
 {
-    EXPECT_THROW(copyAside(framework.path() + "/missing", "STAMP", steps), Poco::FileException);
+    EXPECT_EQ(thrownBy([&] { copyAside(framework.path() + "/missing", "STAMP", steps); }),
+              "Cannot create file: No such file or directory: " + framework.path() + "/missing/etc/recovery-STAMP");
 }
 
 TEST_F(CopyAside, ThrowsForAnUnreadableFile)
 {
     putDirectoryAt(framework.lock());
 
-    EXPECT_THROW(copyAside(framework.path(), "STAMP", steps), Poco::FileException);
+    EXPECT_EQ(thrownBy([&] { copyAside(framework.path(), "STAMP", steps); }),
+              "Cannot read file: the file cannot be read: " + framework.lock());
     EXPECT_FALSE(exists(wanted));
 }
 

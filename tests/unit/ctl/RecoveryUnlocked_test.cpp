@@ -180,6 +180,14 @@ TEST_F(RecoveryUnlocked, FinishesARollbackToAListEndingInsideALine)
     expectClear(Found::ROLLBACK_INTERRUPTED, withoutSession({older.configuration, "/base\n/edited"}, FilePair()));
 }
 
+TEST_F(RecoveryUnlocked, FinishesARollbackToAListWithAnyCharacter)
+{
+    now.live.list.reset();
+    now.backup.list = "/~\n";
+
+    expectClear(Found::ROLLBACK_INTERRUPTED, withoutSession({older.configuration, "/~\n"}, FilePair()));
+}
+
 TEST_F(RecoveryUnlocked, FinishesARollbackBesideAMalformedDocument)
 {
     now = withoutSession({"<qor>", std::nullopt}, {"<qor>", older.list});
@@ -276,7 +284,8 @@ TEST_F(RecoveryUnlocked, AsksWhatBrokeADocumentBesideAnEqualList)
 TEST_F(RecoveryUnlocked, AsksWhenNoCompleteListExists)
 {
     now.live.list.reset();
-    for (const auto& torn : {std::optional<std::string>(), std::optional<std::string>("/base\n/go")})
+    for (const auto& torn : {std::optional<std::string>(), std::optional<std::string>("/base\n/go"),
+                             std::optional<std::string>("/ba" + nul(2) + "\n")})
     {
         now.backup.list = torn;
 
