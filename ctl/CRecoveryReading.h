@@ -44,7 +44,6 @@ private:
     bool isAssumed(Assumption assumption) const;
 
     // The state of single files (Recovery.cpp).
-    static bool isSame(const Text& one, const Text& other);
     static bool isDifferent(const Text& one, const Text& other);
     static bool isTorn(const Text& text, const Text& whole);
     bool isDocument(const Text& text) const;

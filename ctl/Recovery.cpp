@@ -96,11 +96,6 @@ bool CRecoveryReading::isAssumed(Assumption assumption) const
     return _assumption == assumption;
 }
 
-bool CRecoveryReading::isSame(const Text& one, const Text& other)
-{
-    return one && one == other;
-}
-
 bool CRecoveryReading::isDifferent(const Text& one, const Text& other)
 {
     return one && other && one != other;
@@ -141,8 +136,7 @@ bool CRecoveryReading::isResultOf(const FilePair& base, FileOfPair file, const T
         return false;
     }
     const Results& results = resultsOver(base);
-    return std::any_of(results.begin(), results.end(),
-                       [&](const FilePair& result) { return isSame(text, result.*file); });
+    return std::any_of(results.begin(), results.end(), [&](const FilePair& result) { return text == result.*file; });
 }
 
 bool CRecoveryReading::isTornResult(const FilePair& base, FileOfPair file, const Text& text)

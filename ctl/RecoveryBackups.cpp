@@ -50,7 +50,7 @@ void CRecoveryReading::resolveLoneBackup(Recovery& recovery)
 {
     const Text& backup = recovery.after.backup.configuration;
     const Text& live = _now.live.configuration;
-    if (!backup || isSame(backup, live) || isTorn(backup, live) || !isDocument(backup))
+    if (!backup || backup == live || isTorn(backup, live) || !isDocument(backup))
     {
         removeBackups(recovery);
         return;
@@ -82,8 +82,7 @@ bool CRecoveryReading::wasNeverLive(const FilePair& live) const
     const auto isKnown = [&](FileOfPair file)
     {
         const Text& backup = _now.backup.*file;
-        return !backup || isSame(backup, live.*file) || isSame(backup, _now.live.*file) ||
-               isSame(backup, _now.workingCopy.*file);
+        return !backup || backup == live.*file || backup == _now.live.*file || backup == _now.workingCopy.*file;
     };
     return (!isDocument(_now.backup.configuration) && !isKnown(&FilePair::configuration)) ||
            (!isWholeList(_now.backup.list) && !isKnown(&FilePair::list));
@@ -96,7 +95,7 @@ bool CRecoveryReading::areFromDifferentCommits(const Recovery& recovery)
 {
     const FilePair& live = recovery.after.live;
     const FilePair& backup = recovery.after.backup;
-    if (!isSame(backup.configuration, live.configuration) || !isDifferent(backup.list, live.list))
+    if (backup.configuration != live.configuration || !isDifferent(backup.list, live.list))
     {
         return false;
     }

@@ -37,12 +37,12 @@ bool CRecoveryReading::isListTorn()
     {
         return true;
     }
-    if (isWholeList(list) || isSame(list, _now.backup.list))
+    if (isWholeList(list) || list == _now.backup.list)
     {
         return false;
     }
     // A list that equals its copy is as the session found it, but a power cut can tear both alike.
-    const bool isAsCopied = isSame(list, _now.workingCopy.list) && list->find('\0') == std::string::npos;
+    const bool isAsCopied = list == _now.workingCopy.list && list->find('\0') == std::string::npos;
     return isTornResult(_now.backup, &FilePair::list, list) ||
            (!isAsCopied && (isTorn(list, _now.workingCopy.list) || isTorn(list, _now.backup.list)));
 }
@@ -58,7 +58,7 @@ bool CRecoveryReading::isDocumentTorn()
     const bool isBroken = !isDocument(document);
     // A document that equals its copy is as the session found it; but once the list has been installed and its copy is
     // gone, a power cut can tear both alike.
-    if (isSame(document, copy.configuration) && (!isBroken || copy.list))
+    if (document == copy.configuration && (!isBroken || copy.list))
     {
         return false;
     }
@@ -175,10 +175,9 @@ std::optional<FilePair> CRecoveryReading::pairBeforeCommit(bool isListTorn, bool
     if (!isConfigurationTorn)
     {
         // A commit installs the document after the list.
-        return isSame(live.configuration, backup.configuration) ? std::optional<FilePair>(backup) : std::nullopt;
+        return live.configuration == backup.configuration ? std::optional<FilePair>(backup) : std::nullopt;
     }
-    const bool isListDone =
-        isListTorn || isSame(live.list, backup.list) || isResultOf(backup, &FilePair::list, live.list);
+    const bool isListDone = isListTorn || live.list == backup.list || isResultOf(backup, &FilePair::list, live.list);
     return isListDone && isDocument(backup.configuration) ? std::optional<FilePair>(backup) : std::nullopt;
 }
 
@@ -187,9 +186,9 @@ std::optional<FilePair> CRecoveryReading::pairOfSession(bool isListTorn, bool is
 {
     const FilePair& live = _now.live;
     const FilePair& copy = _now.workingCopy;
-    const bool isList = isListTorn ? isWholeList(copy.list) : isSame(live.list, copy.list);
+    const bool isList = isListTorn ? isWholeList(copy.list) : live.list == copy.list;
     const bool isConfiguration =
-        isConfigurationTorn ? isDocument(copy.configuration) : isSame(live.configuration, copy.configuration);
+        isConfigurationTorn ? isDocument(copy.configuration) : live.configuration == copy.configuration;
     return isList && isConfiguration ? std::optional<FilePair>(copy) : std::nullopt;
 }
 
@@ -203,10 +202,8 @@ bool CRecoveryReading::isEdited(const FilePair& base, FileOfPair file)
 /// Both backups are made before the first edit, and equal the live files until the first is installed.
 bool CRecoveryReading::isEditing()
 {
-    const bool areBackupsMade =
-        isSame(_now.live.configuration, _now.backup.configuration) && isSame(_now.live.list, _now.backup.list);
-    return areBackupsMade && (isDifferent(_now.workingCopy.configuration, _now.live.configuration) ||
-                              isDifferent(_now.workingCopy.list, _now.live.list));
+    return _now.live == _now.backup && (isDifferent(_now.workingCopy.configuration, _now.live.configuration) ||
+                                        isDifferent(_now.workingCopy.list, _now.live.list));
 }
 
 /// The live list is being moved to its backup, or a power cut removed the name of a backup.
@@ -224,8 +221,8 @@ CRecoveryReading::Answered CRecoveryReading::isBackingUpList()
         return Answered::NO;
     }
     // Only a commit makes a backup of a document that differs from its working copy.
-    const bool isCopyEdited = isSame(live.configuration, backup.configuration) &&
-                              isDifferent(_now.workingCopy.configuration, live.configuration);
+    const bool isCopyEdited =
+        live.configuration == backup.configuration && isDifferent(_now.workingCopy.configuration, live.configuration);
     if (isCopyEdited || isEdited(live, &FilePair::configuration) ||
         isResultOf(live, &FilePair::list, _now.workingCopy.list))
     {
@@ -260,7 +257,7 @@ CRecoveryReading::Answered CRecoveryReading::isListInstalled()
     const FilePair& backup = _now.backup;
     const bool isDocumentInstalled = isResultOf(backup, &FilePair::configuration, live.configuration);
     if (!isResultOf(backup, &FilePair::list, live.list) ||
-        !(isSame(live.configuration, backup.configuration) || isDocumentInstalled))
+        !(live.configuration == backup.configuration || isDocumentInstalled))
     {
         return Answered::NO;
     }
@@ -281,7 +278,7 @@ CRecoveryReading::Answered CRecoveryReading::isListInstalled()
     }
     // The session may repeat the actions of the last commit, if that changed only the list; or somebody made the same
     // edit.
-    const bool isWhole = isSame(live.list, resultsOver(backup).back().list);
+    const bool isWhole = live.list == resultsOver(backup).back().list;
     return isWhole || copy.list != live.list ? Answered::UNKNOWN : Answered::NO;
 }
 
@@ -292,7 +289,7 @@ CRecoveryReading::Answered CRecoveryReading::isConfigurationInstalled()
     {
         return Answered::NO;
     }
-    return isSame(_now.live.list, _now.backup.list) ? Answered::YES : Answered::UNKNOWN;
+    return _now.live.list == _now.backup.list ? Answered::YES : Answered::UNKNOWN;
 }
 
 /// The list ends at a line's end or is empty, and may be torn by an interrupted installation.
@@ -301,8 +298,8 @@ CRecoveryReading::Answered CRecoveryReading::isListBeingInstalled()
     const Text& list = _now.live.list;
     const FilePair& backup = _now.backup;
     const FilePair& copy = _now.workingCopy;
-    if (_queue.empty() || !isWholeList(backup.list) || isSame(list, backup.list) ||
-        !isSame(_now.live.configuration, backup.configuration))
+    if (_queue.empty() || !isWholeList(backup.list) || list == backup.list ||
+        _now.live.configuration != backup.configuration)
     {
         return Answered::NO;
     }
@@ -325,7 +322,7 @@ CRecoveryReading::Answered CRecoveryReading::isListBeingInstalled()
     }
     // A list that equals its copy is as the session found it, unless a power cut tore both alike. resolveBackups
     // decides about one that is a prefix of its backup.
-    const bool isAsCopied = isSame(list, copy.list) && !list->empty();
+    const bool isAsCopied = list == copy.list && !list->empty();
     return isAsCopied && (isBackupShort || isPrefixOf(*list, *backup.list)) ? Answered::NO : Answered::UNKNOWN;
 }
 

@@ -26,8 +26,7 @@ void CRecoveryReading::readUnlocked(Recovery& recovery)
     {
         readTornDocument(recovery);
     }
-    else if (isSame(live.list, backup.list) && isDifferent(live.configuration, backup.configuration) &&
-             isDocument(backup.configuration))
+    else if (live.list == backup.list && live.configuration != backup.configuration && isDocument(backup.configuration))
     {
         askForPair(recovery, "the list equals its backup and the document does not: a rollback cut short, or "
                              "a finished commit that left the list alone");
@@ -62,7 +61,7 @@ bool CRecoveryReading::isDocumentTornUnlocked() const
     {
         return true;
     }
-    if (isSame(document, backup))
+    if (document == backup)
     {
         return false;
     }
@@ -74,10 +73,10 @@ bool CRecoveryReading::canRestorePair() const
 {
     const FilePair& live = _now.live;
     const FilePair& backup = _now.backup;
-    const bool hasList = isWholeList(backup.list) || (isSame(live.list, backup.list) && !isListTornUnlocked());
-    const bool hasConfiguration =
-        backup.configuration ? isDocument(backup.configuration) || isSame(live.configuration, backup.configuration)
-                             : !isDocumentTornUnlocked();
+    const bool hasList = isWholeList(backup.list) || (live.list == backup.list && !isListTornUnlocked());
+    const bool hasConfiguration = backup.configuration
+                                      ? isDocument(backup.configuration) || live.configuration == backup.configuration
+                                      : !isDocumentTornUnlocked();
     return hasList && hasConfiguration;
 }
 
@@ -137,7 +136,7 @@ void CRecoveryReading::readTornDocument(Recovery& recovery)
         return;
     }
     const bool isCutShort = !document || isTorn(document, _now.backup.configuration);
-    if (isCutShort && isSame(_now.live.list, _now.backup.list))
+    if (isCutShort && _now.live.list == _now.backup.list)
     {
         finishRollback(recovery);
         return;
@@ -150,7 +149,7 @@ void CRecoveryReading::readLoneConfigurationBackup(Recovery& recovery)
     const Text& document = _now.live.configuration;
     const Text& backup = _now.backup.configuration;
     const Found leftovers = recovery.found;
-    if (isSame(document, backup))
+    if (document == backup)
     {
         recovery.found = Found::ROLLBACK_INTERRUPTED;
         recovery.after.backup.configuration.reset();
