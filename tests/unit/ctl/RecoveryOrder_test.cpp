@@ -70,6 +70,15 @@ TEST_F(RecoveryOrder, RemovesTheBackupOfTheConfigurationFirst)
     EXPECT_EQ(order(), Lines({configuration + ".bak", list + ".bak"}));
 }
 
+TEST_F(RecoveryOrder, RemovesLeftoversBeforeThatBackupWhereItMustWait)
+{
+    now = withoutSession({"", old.list}, {"", "/ba"});
+    now.workingCopy.configuration = old.configuration;
+    now.session = queue;
+
+    EXPECT_EQ(order(), Lines({session, configuration + ".tmp", configuration + ".bak", list + ".bak"}));
+}
+
 TEST_F(RecoveryOrder, RemovesTheBackupOfTheListFirstInARollback)
 {
     now = withoutSession({std::nullopt, older.list}, older);
