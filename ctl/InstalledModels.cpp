@@ -64,7 +64,6 @@ std::vector<InstalledModel> readInstalledModels(const std::string& list)
     const Poco::StringTokenizer lines(list, "\n",
                                       Poco::StringTokenizer::TOK_IGNORE_EMPTY | Poco::StringTokenizer::TOK_TRIM);
     std::vector<InstalledModel> models;
-    models.reserve(lines.count());
     // A list may name one file many times.
     std::unordered_map<std::string, std::size_t> known;
     for (const std::string& line : lines)

@@ -73,7 +73,6 @@ std::string validUtf8(const std::string& text)
         return text;
     }
     std::string valid;
-    valid.reserve(text.size());
     for (std::size_t position = 0; position < text.size();)
     {
         const std::size_t length = characterLength(text, position);
@@ -100,7 +99,6 @@ std::string printable(const std::string& text)
     const unsigned char C1_LEAD = 0xC2; // begins the two bytes of U+0080 to U+00BF; up to U+009F they are controls
     const std::string valid = validUtf8(text);
     std::string shown;
-    shown.reserve(valid.size());
     for (std::size_t position = 0; position < valid.size(); ++position)
     {
         const auto byte = static_cast<unsigned char>(valid[position]);

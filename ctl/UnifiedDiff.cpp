@@ -32,7 +32,6 @@ Lines linesOf(std::string_view text)
 std::vector<int> numbersOf(const Lines& lines, std::unordered_map<std::string_view, int>& known)
 {
     std::vector<int> numbers;
-    numbers.reserve(lines.size());
     for (const std::string_view line : lines)
     {
         numbers.push_back(known.emplace(line, static_cast<int>(known.size())).first->second);
