@@ -3,6 +3,7 @@
 #include "ctl/SilentLogger.h"
 #include "support/CapturedLog.h"
 #include "support/FakeInstallation.h"
+#include "support/FileSizeLimit.h"
 #include "support/Files.h"
 #include "support/TemporaryFramework.h"
 #include "support/ThrownBy.h"
@@ -137,6 +138,19 @@ TEST_F(QueueTrial, ConstructorThrowsWithoutAPlaceForTheCopies)
     {
         EXPECT_EQ(exc.displayText(), "Cannot create file: No such file or directory: " + places.front());
     }
+}
+
+TEST_F(QueueTrial, ConstructorLeavesNothingWithoutRoom)
+{
+    std::string error;
+    {
+        const FileSizeLimit limit(1);
+        error = thrownBy([this] { const CQueueTrial trial(base, "", silentLogger()); });
+    }
+    EXPECT_EQ(error.substr(0, error.rfind('-')),
+              "Cannot write file: the copy cannot be written: " + scratch.path() + "/qor_mim_ctl");
+    EXPECT_EQ(error.substr(error.find('/', error.rfind('-'))), "/etc/qor.cfg.tmp");
+    EXPECT_TRUE(std::filesystem::is_empty(scratch.path()));
 }
 
 TEST_F(QueueTrial, ConstructorIgnoresAnEmptyTmpdir)

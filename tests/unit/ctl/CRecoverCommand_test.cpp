@@ -158,6 +158,18 @@ TEST_F(RecoverCommand, DryRunReportsTheStepsAndChangesNothing)
     EXPECT_FALSE(exists(callerLock));
 }
 
+TEST_F(RecoverCommand, NamesWhatWasInterrupted)
+{
+    std::filesystem::remove(framework.lock());
+    EXPECT_EQ(run({"--dry-run"}), 0);
+    EXPECT_EQ(out.str(), "found: staging-interrupted\n  removed " + framework.session() + "\n  removed " +
+                             framework.configuration(".tmp") + "\n");
+
+    std::filesystem::remove(framework.list());
+    EXPECT_EQ(run({"--dry-run", "--json"}), 0);
+    EXPECT_EQ(found(), "rollback-interrupted");
+}
+
 // ---- Questions ----
 
 TEST_F(RecoverCommand, AsksAndChangesNothingWhenUnclear)
@@ -322,10 +334,13 @@ TEST_F(RecoverCommand, NamesTheCopyWhenAStepFails)
     EXPECT_EQ(run({}), 4);
 
     const std::string text = console.str();
-    EXPECT_EQ(
-        text.rfind("qor_mim_ctl: Input/output error: " + framework.list() + "; the files as they were are in ", 0), 0U)
-        << text;
-    EXPECT_NE(text.find("call qor_mim_ctl recover again"), std::string::npos) << text;
+    const std::string begin =
+        "qor_mim_ctl: Input/output error: " + framework.list() + "; the files as they were are in ";
+    const std::string end = "; call qor_mim_ctl recover again\n";
+    ASSERT_GT(text.size(), begin.size() + end.size());
+    const std::string copy = text.substr(begin.size(), text.size() - begin.size() - end.size());
+    EXPECT_EQ(text, begin + copy + end);
+    EXPECT_EQ(readFile(copy + "/model_file_list.cfg"), "/base\n" + pump + "\n");
     EXPECT_EQ(out.str(), "");
 }
 

@@ -61,6 +61,10 @@ TEST(ShellWord, QuotesUnlessAllCharactersAreSafe)
     EXPECT_EQ(shellWord("a b"), "'a b'");
     EXPECT_EQ(shellWord("a'$b"), "'a'\\''$b'");
     EXPECT_EQ(shellWord("\xC3\xA4"), "'\xC3\xA4'");
+    for (const char special : std::string("~!\"#$&()*;<>?[\\]^`{|}"))
+    {
+        EXPECT_EQ(shellWord(std::string(1, special)), std::string("'") + special + "'");
+    }
 }
 
 } // namespace

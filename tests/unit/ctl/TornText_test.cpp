@@ -88,7 +88,8 @@ TEST(CompleteLines, StopsBeforeTheLineOfTheFirstNul)
 
 TEST(CompleteLines, ReturnsNothingWithoutAnAction)
 {
-    EXPECT_EQ(completeLines("\n \t\r\n"), "");
+    EXPECT_EQ(completeLines("\n \t\r\v\f\n"), "");
+    EXPECT_EQ(completeLines("~\n"), "~\n");
 }
 
 } // namespace
