@@ -35,7 +35,7 @@ FOLLOWING = {"stage": STAGE, "commit": COMMIT, "rollback": ROLLBACK}
 
 FAULT = "power cut"
 EVERY = 1 << 30
-SAMPLE = 8
+SAMPLE = 2
 """The number of states judged at each moment with the large documents."""
 
 
