@@ -14,11 +14,11 @@
 namespace QMT::Fuzz
 {
 
-/// The tool's objects on a framework directory in memory, silent on the console. The directory goes with the process.
+/// The tool's objects on a framework directory in memory, without console output. The process removes the directory.
 class FuzzedTool
 {
 public:
-    /// The one of this process.
+    /// The instance of this process.
     static FuzzedTool& instance();
 
     /// Writes `content` to the file at `path`.
@@ -27,10 +27,10 @@ public:
     /// The content of the file at `path`.
     static std::string read(const std::string& path);
 
-    /// The same, or an empty text where there is no such file.
+    /// The same, or an empty string for a missing file.
     static std::string readIfThere(const std::string& path);
 
-    /// Ends the process, as a finding, with `broken` as the reason.
+    /// Aborts the process, which libFuzzer reports as a finding, with `broken` as the reason.
     [[noreturn]] static void find(const std::string& broken);
 
     CFrameworkPaths paths;
@@ -47,8 +47,8 @@ inline std::string textOf(const std::uint8_t* data, std::size_t size)
     return std::string(data, data + size);
 }
 
-/// An input as the contents of `count` files. They stand one after the other, each behind a byte 1, or a byte 2 for one
-/// that is missing; what lacks at the end is missing too.
+/// Splits an input into the contents of `count` files. Before each content is a byte 1; a byte 2 stands for a missing
+/// file. Files after the end of the input are missing too.
 std::vector<std::optional<std::string>> partsOf(const std::string& input, std::size_t count);
 
 } // namespace QMT::Fuzz

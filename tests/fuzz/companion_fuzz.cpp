@@ -1,5 +1,5 @@
-// A framework with any bytes in its files: every answer of the companion is one JSON object with the status of the
-// call, a question changes nothing, and a change is made whole or not at all.
+// Framework files with any bytes. Every answer of the companion is one JSON object with the exit status, reading
+// commands change nothing, and a change is made completely or not at all.
 #include "FuzzedTool.h"
 
 #include "ctl/Companion.h"

@@ -1,4 +1,4 @@
-// A configuration document of any bytes: loading it, all edits of a commit, and what these write being loadable again.
+// A configuration document of any bytes is loaded and edited; every document that is written can be loaded again.
 #include "FuzzedTool.h"
 
 #include "xml/CXMLParser.h"

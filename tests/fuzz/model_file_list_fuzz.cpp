@@ -1,4 +1,4 @@
-// A model file list of any bytes, of which the first line is the entry: finding, adding and removing it.
+// A model file list of any bytes: its first line is found, added and removed.
 #include "FuzzedTool.h"
 
 using QMT::Fuzz::FuzzedTool;

@@ -1,4 +1,4 @@
-// A model file of any bytes: its root class is a name or there is none.
+// A model file of any bytes has a root class with a name, or none.
 #include "FuzzedTool.h"
 
 #include "xml/CXMLParser.h"

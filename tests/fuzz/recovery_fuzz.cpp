@@ -1,4 +1,4 @@
-// The files of a framework with any bytes: a recovery that knows what to do leaves nothing for a second one.
+// Framework files with any bytes: after a recovery that is not unclear, a second one finds nothing.
 #include "FuzzedTool.h"
 
 #include "ctl/Recovery.h"

@@ -1,4 +1,4 @@
-// A session file of any bytes: reading it, splitting its entries, and writing it back without change.
+// A session file of any bytes is read, its entries are split, and it is written back without change.
 #include "FuzzedTool.h"
 
 using QMT::Fuzz::FuzzedTool;

@@ -1,8 +1,7 @@
 /*
- * An allocation that fails. QOR_SANDBOX_ALLOCATION is the number of the one to fail; QOR_SANDBOX_ALLOCATIONS names a
- * file that receives how many there were; QOR_SANDBOX_ALLOCATION_LOOKUP one that is created when the allocation that
- * fails is the C library's own, within getpwuid, which it does not survive. Counting begins when the program sets its
- * handler for SIGPIPE, which is the first thing that it does itself.
+ * Makes one allocation fail. QOR_SANDBOX_ALLOCATION is its number. QOR_SANDBOX_ALLOCATIONS names a file for the total.
+ * QOR_SANDBOX_ALLOCATION_LOOKUP names a file that is created if the allocation fails within getpwuid, where the C
+ * library crashes. Counting begins when the program sets its SIGPIPE handler, its first own system call.
  */
 #define _GNU_SOURCE
 
@@ -38,7 +37,7 @@ static void touch(const char* path)
 
 static int fails(void)
 {
-    /* A child between fork and exec counts for nothing. */
+    /* Do not count in a child between fork and exec. */
     if (seen < 0 || getpid() != counted)
     {
         return 0;

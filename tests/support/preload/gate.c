@@ -1,8 +1,7 @@
 /*
- * A gate that holds the program until somebody has opened and closed the named pipe QOR_SANDBOX_GATE for
- * writing. The gate stands before the first message to the system log; in a staging call the program then knows the
- * queue, but has not saved it. QOR_SANDBOX_GATE_AT ("N:PATH") puts it elsewhere: before the N-th time that the program
- * opens PATH with O_CREAT.
+ * Blocks the program until a writer has opened and closed the named pipe QOR_SANDBOX_GATE. The program blocks before
+ * its first message to the system log; a staging call has then loaded its queue, but not saved it. With
+ * QOR_SANDBOX_GATE_AT ("N:PATH") it blocks before the N-th open of PATH with O_CREAT.
  */
 #define _GNU_SOURCE
 
@@ -58,8 +57,8 @@ static int openBehindGate(const char* name, const char* path, int flags, unsigne
 }
 
 /*
- * Both names, given by hand: a program for 32 bits may use either, and the header may turn the one into the other.
- * Without O_CREAT the mode is read, but nobody asks for it.
+ * Both symbols are named explicitly: a 32-bit program may use either, and the header may redirect one to the other.
+ * Without O_CREAT the mode is undefined, and ignored.
  */
 int gatedOpen(const char* path, int flags, ...) __asm__("open");
 int gatedOpen64(const char* path, int flags, ...) __asm__("open64");
@@ -99,7 +98,7 @@ void syslog(int priority, const char* format, ...)
     va_end(arguments);
 }
 
-/* The name under which a fortified program calls it. */
+/* The symbol that a fortified program calls. */
 void __syslog_chk(int priority, int flag, const char* format, ...);
 void __syslog_chk(int priority, int flag, const char* format, ...)
 {

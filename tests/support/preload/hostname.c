@@ -1,5 +1,5 @@
 /*
- * A host name for a sandbox that has no namespace of its own: QOR_SANDBOX_HOST, in place of the machine's name.
+ * Replaces the machine's host name by QOR_SANDBOX_HOST, in a sandbox without a UTS namespace.
  */
 #include "preload.h"
 
@@ -24,7 +24,7 @@ int gethostname(char* name, size_t size)
     return 0;
 }
 
-/* The name under which a fortified program calls it. */
+/* The symbol that a fortified program calls. */
 int __gethostname_chk(char* name, size_t size, size_t space);
 int __gethostname_chk(char* name, size_t size, size_t space)
 {

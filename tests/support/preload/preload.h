@@ -1,14 +1,14 @@
-/* What the preloaded stand-ins share. */
+/* Common code of the preloaded libraries. */
 #ifndef QMT_TESTS_PRELOAD_H
 #define QMT_TESTS_PRELOAD_H
 
 #include <stdlib.h>
 
 /*
- * The stand-in serves the program under test alone. Its children (agent and validator) may be of another architecture
- * than an emulated program, and the dynamic loader's complaint about that would end up in their output.
+ * Unsets LD_PRELOAD for the children of the program under test. Agent and validator may have another architecture than
+ * an emulated program, and the dynamic loader would print an error into their output.
  */
-__attribute__((constructor)) static void keepFromChildren(void)
+__attribute__((constructor)) static void unsetPreload(void)
 {
     unsetenv("LD_PRELOAD");
 }

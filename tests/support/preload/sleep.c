@@ -1,6 +1,6 @@
 /*
- * A sleep that takes no time. QOR_SANDBOX_SLEEP_COUNT names a file that holds the number of calls so far;
- * QOR_SANDBOX_SLEEP_UNLINK ("N:PATH") removes PATH during the N-th call, as if somebody had done so meanwhile.
+ * Makes sleep return immediately. QOR_SANDBOX_SLEEP_COUNT names a file that counts the calls. With
+ * QOR_SANDBOX_SLEEP_UNLINK ("N:PATH") the N-th call removes PATH, as if somebody had done so meanwhile.
  */
 #include "preload.h"
 

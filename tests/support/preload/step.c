@@ -1,6 +1,6 @@
 /*
- * Runs the program step by step: before each call on a file below /opt/qor/etc, and instead of each sleep, it says on
- * the socket QOR_SANDBOX_STEP what it is about to do (one line), and waits for a byte before it does it.
+ * Steps the program: before each call on a file below /opt/qor/etc, and instead of each sleep, it writes the call as a
+ * line to the socket QOR_SANDBOX_STEP, and waits for a byte.
  */
 #define _GNU_SOURCE
 
@@ -49,7 +49,7 @@ __attribute__((constructor)) static void meetMaster(void)
 static void stop(const char* call, const char* path)
 {
     char byte;
-    /* A child between fork and exec goes its own way. */
+    /* Do not step a child between fork and exec. */
     if (master >= 0 && getpid() == stepped)
     {
         dprintf(master, "%s %s\n", call, path);
@@ -96,7 +96,7 @@ static int noted(int file, int watched)
 int stepOpen(const char* path, int flags, ...) __asm__("open");
 int stepOpen64(const char* path, int flags, ...) __asm__("open64");
 
-/* Without O_CREAT the mode is read, but nobody asks for it. */
+/* Without O_CREAT the mode is undefined, and ignored. */
 #define OPEN(function, name)                                                                                           \
     int function(const char* path, int flags, ...)                                                                     \
     {                                                                                                                  \

@@ -23,7 +23,7 @@ using Messages = std::vector<std::pair<int, std::string>>;
 /// `texts` at the logger's priority information.
 Messages told(const std::vector<std::string>& texts);
 
-/// The logger "ConsoleLogger" at level information, whose messages are kept instead of shown. There is one at a time.
+/// The logger "ConsoleLogger" at level information, which records its messages. There is one at a time.
 class CapturedLog
 {
 public:
@@ -34,13 +34,13 @@ public:
     CapturedLog(CapturedLog&&) = delete;
     CapturedLog& operator=(CapturedLog&&) = delete;
 
-    /// The logger. It is gone once something has destroyed the logger of that name.
+    /// The logger. Invalid after the logger of that name was destroyed.
     Poco::Logger* logger() const;
 
-    /// What was logged so far.
+    /// The messages so far.
     const Messages& messages() const;
 
-    /// Forgets what was logged so far.
+    /// Discards the messages so far.
     void clear();
 
     /// Captures the logger again after an application object has replaced its channel.

@@ -8,7 +8,7 @@
 namespace QMT::Test
 {
 
-/// Keeps what is written to a stream, by default standard output, as long as the object lives.
+/// Captures the output to a stream, by default standard output, while the object lives.
 class CapturedOutput
 {
 public:

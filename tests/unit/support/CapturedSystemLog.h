@@ -6,8 +6,8 @@
 namespace QMT::Test
 {
 
-/// The system log, whose lines are kept as long as the object lives. The test program's syslog reaches no real log,
-/// with such an object or without. There is one at a time.
+/// Records the lines of the system log while the object lives. The test program replaces syslog, so that no line
+/// reaches the real log, with or without such an object. There is one at a time.
 class CapturedSystemLog
 {
 public:

@@ -10,7 +10,7 @@ namespace QMT::Test
 class FailingAllocation
 {
 public:
-    /// Requests of `size` bytes and more fail.
+    /// Allocations of at least `size` bytes fail.
     explicit FailingAllocation(std::size_t size);
     ~FailingAllocation();
     FailingAllocation(const FailingAllocation&) = delete;
@@ -18,7 +18,7 @@ public:
     FailingAllocation(FailingAllocation&&) = delete;
     FailingAllocation& operator=(FailingAllocation&&) = delete;
 
-    /// How many requests failed.
+    /// The number of failed allocations.
     int failures() const;
 };
 

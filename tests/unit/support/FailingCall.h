@@ -11,10 +11,10 @@ namespace QMT::Test
 class FailingCall
 {
 public:
-    /// In place of an error number: the call throws a std::runtime_error, as no system call does.
+    /// Instead of an error number: the call throws a std::runtime_error, which no real system call does.
     static constexpr int THROWS = -1;
 
-    /// More often than any test calls anything.
+    /// More calls than any test makes.
     static constexpr int FOREVER = 1000000;
 
     /// `call` is "stat", "open" (for writing, and by the library for reading), "fopen" (by the standard streams),
@@ -29,7 +29,7 @@ public:
     FailingCall(FailingCall&&) = delete;
     FailingCall& operator=(FailingCall&&) = delete;
 
-    /// How often the call failed so far.
+    /// The number of failed calls so far.
     int failures() const;
 
     /// For the stand-ins: whether the call fails now, the error number being set then. Calls that know their file only

@@ -21,7 +21,7 @@ int fakeGetHostName(char* buffer, std::size_t size)
     {
         return QMT::Test::realCall<int(char*, std::size_t)>("gethostname")(buffer, size);
     }
-    // Like the system's: a name that does not fit is cut off, and then no NUL ends it.
+    // Like the real call: a name that does not fit is truncated, without a terminating NUL.
     const std::size_t length = std::min(size, current->size() + 1);
     std::copy_n(current->c_str(), length, buffer);
     return 0;

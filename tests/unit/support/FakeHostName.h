@@ -6,7 +6,7 @@
 namespace QMT::Test
 {
 
-/// Gives the machine the host name `name` as long as the object lives. There is one at a time.
+/// Makes gethostname return `name` while the object lives. There is one at a time.
 class FakeHostName
 {
 public:

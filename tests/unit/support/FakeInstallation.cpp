@@ -30,7 +30,7 @@ std::string redirected(const char* path)
 
 } // namespace
 
-// Every call by which the program and its libraries take a path of the fixed place.
+// Every system call by which the program and its libraries access a path below /opt/qor.
 extern "C"
 {
     int redirectedStat(const char* path, void* buffer) __asm__("stat64");
@@ -80,7 +80,7 @@ std::FILE* redirectedFopen(const char* path, const char* mode)
     return QMT::Test::realCall<std::FILE*(const char*, const char*)>("fopen64")(redirected(path).c_str(), mode);
 }
 
-// The name that the standard streams of newer C++ libraries call.
+// The symbol that the standard streams of newer C++ libraries call.
 std::FILE* redirectedPlainFopen(const char* path, const char* mode)
 {
     return redirectedFopen(path, mode);

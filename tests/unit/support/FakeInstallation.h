@@ -8,8 +8,8 @@
 namespace QMT::Test
 {
 
-/// What the program meets at the fixed place /opt/qor: a directory that is empty at first and lives as long as the
-/// object. Without such an object there is nothing at that place, whatever the machine has there.
+/// Redirects /opt/qor to a temporary directory, empty at first, while the object lives. Without such an object /opt/qor
+/// does not exist for the program, whatever the machine has there.
 class FakeInstallation
 {
 public:
@@ -20,16 +20,16 @@ public:
     FakeInstallation(FakeInstallation&&) = delete;
     FakeInstallation& operator=(FakeInstallation&&) = delete;
 
-    /// Installs a framework agent that runs `script`, a text for the shell.
+    /// Installs a framework agent that runs the shell script `script`.
     void setAgent(const std::string& script) const;
 
-    /// Installs a model validator that runs `script`, a text for the shell.
+    /// Installs a model validator that runs the shell script `script`.
     void setValidator(const std::string& script) const;
 
     /// Installs the file that names the framework directory.
     void setEnvironmentFile(const std::string& content) const;
 
-    /// Where the real file behind /opt/qor/`relative` stands.
+    /// The real path of /opt/qor/`relative`.
     std::string path(const std::string& relative) const;
 
 private:

@@ -8,8 +8,8 @@
 namespace QMT::Test
 {
 
-/// Replaces sleep: records how long each was to be, and lets the test do something instead. The test
-/// program never really sleeps; without such an object a sleep is a failure.
+/// Replaces sleep: records the duration of each, and runs an action of the test instead. The test program
+/// never sleeps; without such an object a sleep is a test failure.
 class FakeSleep
 {
 public:
@@ -20,7 +20,7 @@ public:
     FakeSleep(FakeSleep&&) = delete;
     FakeSleep& operator=(FakeSleep&&) = delete;
 
-    /// Does `action` during the `number`-th sleep, counted from 1.
+    /// Runs `action` during the `number`-th sleep, counted from 1.
     void during(int number, std::function<void()> action);
 
     /// The seconds of every sleep so far.

@@ -4,8 +4,7 @@
 namespace QMT::Test
 {
 
-/// Makes the program run, as far as it can tell, as a user who does not own the files, while the object lives.
-/// There is one at a time.
+/// Makes geteuid return a user who does not own the files, while the object lives. There is one at a time.
 class FakeUser
 {
 public:

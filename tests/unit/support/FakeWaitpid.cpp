@@ -22,7 +22,7 @@ int fakeWaitpid(int pid, int* status, int options)
     }
     const QMT::Test::FakeWaitpid::Answer answer = prepared.front();
     prepared.pop_front();
-    // Like the real one: a failure leaves the status alone, and a success leaves errno alone.
+    // Like the real call: a failure does not set the status, and a success does not set errno.
     if (answer.result < 0)
     {
         errno = answer.error;

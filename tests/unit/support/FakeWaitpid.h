@@ -7,12 +7,12 @@
 namespace QMT::Test
 {
 
-/// Answers calls of waitpid with prepared answers; when these are used up, and without such an object, the system
-/// answers. There is one at a time.
+/// Replaces the results of waitpid by prepared ones. When these are used up, and without such an object, the real call
+/// is made. There is one at a time.
 class FakeWaitpid
 {
 public:
-    /// One answer: the call's result, `errno` after it and the status that it stores.
+    /// One result: the return value, errno, and the status that the call stores.
     struct Answer
     {
         int result;
@@ -27,7 +27,7 @@ public:
     FakeWaitpid(FakeWaitpid&&) = delete;
     FakeWaitpid& operator=(FakeWaitpid&&) = delete;
 
-    /// How many prepared answers were not asked for.
+    /// The number of unused results.
     static std::size_t left();
 };
 

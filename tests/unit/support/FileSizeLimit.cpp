@@ -5,7 +5,7 @@ namespace QMT::Test
 
 FileSizeLimit::FileSizeLimit(std::size_t size)
 {
-    // A write over the limit would end the process by a signal otherwise.
+    // Otherwise SIGXFSZ would end the process at a write over the limit.
     struct sigaction ignored = {};
     ignored.sa_handler = SIG_IGN;
     ::sigaction(SIGXFSZ, &ignored, &_previousAction);

@@ -10,7 +10,7 @@ namespace QMT::Test
 {
 
 /// Limits files to `size` bytes, as on a full disk, while the object lives; empty files can still be created.
-/// Holds for root too. The test itself must not write meanwhile.
+/// The limit also applies to root, and to the test itself.
 class FileSizeLimit
 {
 public:

@@ -9,34 +9,34 @@ namespace QMT::Test
 /// The directory that holds `path`.
 std::string directoryOf(const std::string& path);
 
-/// The bytes of the file at `path`. Throws when there is no such file to be read.
+/// The content of the file at `path`. Throws when the file cannot be read.
 std::string readFile(const std::string& path);
 
-/// Makes or replaces the file at `path`.
+/// Creates or replaces the file at `path`.
 void writeFile(const std::string& path, const std::string& content);
 
-/// Makes `seconds`, counted since 1970, the time at which the file at `path` was last modified.
+/// Sets the modification time of the file at `path` to `seconds` since 1970.
 void setModificationTime(const std::string& path, long seconds);
 
-/// Whether anything stands at `path`, be it a link to nowhere.
+/// Whether there is a file of any kind at `path`, even a dangling link.
 bool exists(const std::string& path);
 
 /// How many files the process has open.
 int openFileCount();
 
-/// Puts a link to the device that is always full in the place of the file at `path`: it opens, and no write succeeds.
+/// Replaces the file at `path` by a link to /dev/full: it can be opened, but every write fails.
 void putFullDeviceAt(const std::string& path);
 
-/// Puts an empty directory in the place of the file at `path`: it cannot be opened for writing, nor read.
+/// Replaces the file at `path` by an empty directory: it can be neither opened for writing nor read.
 void putDirectoryAt(const std::string& path);
 
-/// Puts a link to itself in the place of the file at `path`: it can be neither opened nor replaced by opening it.
+/// Replaces the file at `path` by a link to itself: it can be neither opened nor created.
 void putLoopAt(const std::string& path);
 
-/// Puts a pipe that nobody writes in the place of the file at `path`: opening it would wait for ever.
+/// Replaces the file at `path` by a named pipe without a writer: open would block forever.
 void putPipeAt(const std::string& path);
 
-/// Puts a socket in the place of the file at `path`: it exists, and cannot be opened.
+/// Replaces the file at `path` by a socket: it exists, but cannot be opened.
 void putSocketAt(const std::string& path);
 
 } // namespace QMT::Test

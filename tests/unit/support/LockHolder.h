@@ -6,7 +6,7 @@
 namespace QMT::Test
 {
 
-/// Another process that holds the record lock on a file as long as the object lives.
+/// Another process that holds the record lock on a file while the object lives.
 class LockHolder
 {
 public:

@@ -7,8 +7,8 @@
 namespace QMT::Test
 {
 
-/// Records which files the program opens while the object lives, and whether the signals that ask it to end were
-/// blocked then. There is one at a time.
+/// Records the files that the program opens while the object lives, and whether the terminating signals were blocked
+/// then. There is one at a time.
 class OpenedFiles
 {
 public:
@@ -19,13 +19,13 @@ public:
     OpenedFiles(OpenedFiles&&) = delete;
     OpenedFiles& operator=(OpenedFiles&&) = delete;
 
-    /// Whether the file at `path` was opened, every time with the signals blocked.
+    /// Whether the file at `path` was opened, and always with the signals blocked.
     bool wereSignalsBlockedFor(const std::string& path) const;
 
     /// Whether the signals are blocked now.
     static bool areSignalsBlocked();
 
-    /// For the stand-in that opens files.
+    /// For the replaced system call.
     static void note(const std::string& path);
 
 private:

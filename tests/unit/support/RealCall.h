@@ -6,7 +6,7 @@
 namespace QMT::Test
 {
 
-/// The system's own function of the name `name`, behind the stand-in that the test program has for it.
+/// The C library's function `name`, which the test program replaces.
 template<typename Function>
 Function* realCall(const char* name)
 {

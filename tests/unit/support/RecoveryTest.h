@@ -13,7 +13,7 @@
 namespace QMT::Test
 {
 
-/// A configuration document whose only handler serves `roots`; `limit` stands outside the participants.
+/// A configuration document whose only handler serves `roots`; `limit` is outside the participants.
 std::string documentServing(const std::vector<std::string>& roots, const std::string& limit = "8");
 
 /// The contents of all files, for messages.
@@ -31,7 +31,7 @@ public:
     /// Parses each text once.
     bool isDocument(const std::string& text) override;
 
-    /// What the queue makes of a configuration and a list, after each action.
+    /// The results of the queue over a configuration and a list, after each action.
     std::map<std::pair<std::string, std::string>, std::vector<FilePair>> results;
     bool isRejected = false;
     int judged = 0;                                 ///< how often the validator was asked
@@ -40,19 +40,19 @@ public:
     std::map<std::string, bool> documents;          ///< by text
 };
 
-/// Readings of files on the host "alpha".
+/// Recoveries on the host "alpha".
 ///
-/// In the beginning a session is open: its queue adds "/pump", with the root class Pump, to a framework whose last
-/// commit has removed "/gone", with the root class Gone.
+/// Initially a session is open. Its queue adds "/pump" with the root class Pump; the framework's last commit removed
+/// "/gone" with the root class Gone.
 class RecoveryTest : public testing::Test
 {
 protected:
     RecoveryTest();
 
-    /// Reads the files, with `assumption` or without one.
+    /// Decides the recovery of the files, with or without an assumption.
     Recovery read(std::optional<Assumption> assumption = std::nullopt);
 
-    /// The files are as they shall be, or become so, whatever is assumed.
+    /// Expects this recovery without an assumption and with each one.
     void expectClear(Found found, const FrameworkContents& after);
 
     /// Nothing is to be done.

@@ -6,7 +6,7 @@
 namespace QMT::Test
 {
 
-/// A new directory that lives as long as the object, with everything in it.
+/// A temporary directory, removed with its content when the object is destroyed.
 class TemporaryDirectory
 {
 public:
@@ -23,7 +23,7 @@ public:
     /// The path of `relative` in the directory.
     std::string path(const std::string& relative) const;
 
-    /// Makes a file in the directory and returns its path.
+    /// Creates a file in the directory and returns its path.
     std::string write(const std::string& relative, const std::string& content) const;
 
 private:

@@ -8,8 +8,8 @@
 namespace QMT::Test
 {
 
-/// A framework directory of its own, to which the environment variable QORPATH points as long as the object lives. It
-/// begins with an empty list of model files and a configuration whose only handler is the placeholder.
+/// A temporary framework directory, named by the environment variable QORPATH while the object lives. Initially the
+/// model file list is empty and the placeholder is the only handler.
 class TemporaryFramework
 {
 public:
@@ -23,25 +23,25 @@ public:
     /// The framework directory, without a trailing slash.
     const std::string& path() const;
 
-    // The files, live, and with ".tmp" and ".bak".
+    // The paths of the files; the argument is empty, ".tmp" or ".bak".
 
     std::string configuration(const std::string& suffix = std::string()) const;
     std::string list(const std::string& suffix = std::string()) const;
     std::string session() const;
     std::string lock() const;
 
-    // Expectations of the content of both live files, and of both backups.
+    // Expect these contents of both live files, or of both backups.
 
     void expectLive(const std::string& configuration, const std::string& list) const;
     void expectBackups(const std::string& configuration, const std::string& list) const;
 
-    /// Makes a model file of the root class `rootClass` and returns its path.
+    /// Creates a model file with the root class `rootClass` and returns its path.
     std::string model(const std::string& name, const std::string& rootClass) const;
 
-    /// Makes a model file with `content` and returns its path.
+    /// Creates a model file with `content` and returns its path.
     std::string file(const std::string& name, const std::string& content) const;
 
-    /// The configuration that a new framework begins with.
+    /// The initial configuration.
     static const std::string PLACEHOLDER_CONFIGURATION;
 
 private:

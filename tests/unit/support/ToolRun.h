@@ -9,7 +9,7 @@
 namespace QMT::Test
 {
 
-/// What one run of the tool left behind, apart from files.
+/// The output and exit status of one run of the tool.
 struct ToolRun
 {
     int status = 0;
@@ -17,12 +17,12 @@ struct ToolRun
     Messages systemLog;
     std::string output;
 
-    /// The lines that the application framework itself wrote to the console.
+    /// The lines on the console from the application framework itself.
     std::string frameworkLog;
 };
 
-/// Runs the tool's objects with the options `arguments` from construction to destruction, as the process would. The
-/// framework directory is the one that QORPATH names; the message about the missing agent is left out.
+/// Runs the tool's objects with the options `arguments`, from construction to destruction, like the process. QORPATH
+/// names the framework directory; the message about the missing agent is omitted.
 ToolRun runTool(const std::vector<std::string>& arguments);
 
 } // namespace QMT::Test

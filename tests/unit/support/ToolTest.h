@@ -18,11 +18,11 @@ inline const std::string NEW_SESSION = "Starting new session:\nUse -s to list qu
 inline const std::string UPDATED = "Updated session file with new entry.";
 inline const std::string COMPLETED = "Operation completed.";
 
-/// Whole runs of the tool on a temporary framework, on the host "this-host".
+/// Complete runs of the tool on a temporary framework, on the host "this-host".
 class ToolTest : public testing::Test
 {
 protected:
-    /// Makes the session of `host` with the session file `queue`, and the working copies as a session begins.
+    /// Creates a session of `host` with the session file `queue` and fresh working copies.
     void givenSession(const std::string& queue, const std::string& host = "this-host") const
     {
         writeFile(framework.lock(), host);

@@ -13,7 +13,7 @@
 namespace QMT::Test
 {
 
-/// One handler of a configuration document, as the tests describe it.
+/// One handler of a configuration document.
 struct Handler
 {
     std::string name;
@@ -22,7 +22,7 @@ struct Handler
     std::string trVersion = "1";
 };
 
-/// The text of a configuration document with `handlers`, exactly as the editor writes it.
+/// A configuration document with `handlers`, in the editor's exact format.
 std::string configurationOf(const std::vector<Handler>& handlers);
 
 /// A document editor whose tool works on a temporary framework. The working copy of the configuration does not exist,
@@ -32,7 +32,7 @@ class XmlTest : public ImplTest
 protected:
     XmlTest();
 
-    /// Makes `name` the handler of the action being committed.
+    /// Sets the handler of the current action.
     void workOn(const std::string& name);
 
     /// The document of `text`, which is well-formed.
@@ -44,7 +44,7 @@ protected:
     /// Whether the editor has written the working copy.
     bool isWritten() const;
 
-    /// What the editor has written to the working copy.
+    /// The content of the working copy.
     std::string written() const;
 
     CQorModelTool tool;
