@@ -11,7 +11,7 @@
 namespace QMT
 {
 
-/// What a command answers, in both forms; the program writes one of them.
+/// The answer of a command, in both forms; the program writes one of them.
 struct Answer
 {
     Status status = Status::YES;
@@ -24,10 +24,10 @@ struct Answer
     /// The same for a person, ready for a terminal: names and contents in it have been through printable().
     std::string text;
 
-    /// The messages of an edit, for standard error, before what went wrong; not escaped. One may have several lines.
+    /// The messages of an edit, for standard error, before the error; not escaped. A message may have several lines.
     std::vector<std::string> messages;
 
-    /// What went wrong, for standard error and, unless the status is YES or NO, for the key "error"; not escaped.
+    /// The error, for standard error and, unless the status is YES or NO, for the key "error"; not escaped.
     std::string error;
 
     /// An answer for a failure, without keys.

@@ -21,8 +21,8 @@ public:
     /// Adds the options to `options`.
     static void define(Poco::Util::OptionSet& options);
 
-    /// Records one of them, in the order of the command line; false for any other option. Throws a
-    /// Poco::SyntaxException with a message when it is misplaced.
+    /// Records an option, in the order of the command line; false for an option of another kind. Throws a
+    /// Poco::SyntaxException with a message when the option is misplaced.
     bool take(const std::string& name, const std::string& value);
 
     /// Checks the last action too. Throws like take.

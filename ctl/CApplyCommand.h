@@ -10,7 +10,7 @@
 namespace QMT
 {
 
-/// Carries out actions as one transaction: all of them, or none.
+/// Executes actions as one transaction: all of them, or none.
 class CApplyCommand : public CCommand
 {
 public:

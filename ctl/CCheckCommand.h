@@ -6,7 +6,7 @@
 namespace QMT
 {
 
-/// Looks for everything that is wrong with a framework and says how to fix it. Changes nothing.
+/// Reports all faults of a framework with their remedies. Changes nothing.
 class CCheckCommand : public CCommand
 {
 public:

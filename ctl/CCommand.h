@@ -15,7 +15,7 @@ class OptionSet;
 namespace QMT
 {
 
-/// One command of the companion: its options, and what it does. An object serves one call.
+/// One command of the companion, with its options. An object serves one call.
 class CCommand
 {
 public:
@@ -42,11 +42,11 @@ public:
     /// Checks the options together, after the last one was taken. Throws like takeOption.
     virtual void checkOptions() const;
 
-    /// The keys of its own that an answer has even when the work could not be done. Usually none.
+    /// The command's own keys that even the answer of a failed call has. Usually none.
     virtual Poco::JSON::Object keysOfFailure() const;
 
-    /// Does the work on the framework directory `qorPath`, which exists. A Poco::Exception that leaves it becomes the
-    /// status CANNOT with the exception's text, so a message that names the file is all that it needs.
+    /// Runs the command on the framework directory `qorPath`, which exists. A Poco::Exception that it throws becomes
+    /// the status CANNOT with the exception's text as the error, so the text must name the file.
     virtual Answer run(const std::string& qorPath) = 0;
 };
 

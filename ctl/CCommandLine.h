@@ -12,15 +12,15 @@
 namespace QMT
 {
 
-/// A command line of the companion, parsed: the command, and the options that every command has. The command
-/// itself takes its own options as they come.
+/// Parses a command line of the companion: the command, and the options that every command has. The command
+/// receives its own options in their order.
 class CCommandLine
 {
 public:
     /// `words` is the command line without the program's name.
     ///
-    /// error() reports what is wrong with it; the command, and whether JSON is wanted, are then known as far as they
-    /// could be determined.
+    /// error() reports an invalid command line. The command and the wish for JSON are then known as far as they could
+    /// be determined.
     explicit CCommandLine(const std::vector<std::string>& words);
     ~CCommandLine();
     CCommandLine(const CCommandLine&) = delete;
@@ -28,7 +28,7 @@ public:
     CCommandLine(CCommandLine&&) = delete;
     CCommandLine& operator=(CCommandLine&&) = delete;
 
-    /// What is wrong; empty when nothing is.
+    /// The error in the command line, or an empty string.
     const std::string& error() const;
 
     /// The command, or null when none is given or known.

@@ -17,17 +17,17 @@
 namespace QMT
 {
 
-/// Looks for everything that is wrong with a framework, once. Changes nothing.
+/// Finds all faults of a framework, once. Changes nothing.
 class CFrameworkCheck
 {
 public:
-    /// `qorPath` is the framework directory. Touches nothing.
+    /// `qorPath` is the framework directory. Accesses no file.
     explicit CFrameworkCheck(const std::string& qorPath);
 
     /// All findings, in the order of their numbers and then of the files.
     ///
-    /// Throws a Poco::FileException that names the file when one is there and cannot be read, unless it is a live file,
-    /// which is a finding; and a Poco::Exception when there is no room to try a queue, or no process for the validator.
+    /// Throws a Poco::FileException that names an existing file that cannot be read; for a live file that is a finding
+    /// instead. Throws a Poco::Exception when there is no room to try a queue, or no process for the validator.
     std::vector<Finding> findAll();
 
 private:

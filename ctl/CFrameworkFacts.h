@@ -12,15 +12,15 @@ namespace QMT
 class CFrameworkFacts : public CRecoveryFacts
 {
 public:
-    /// Touches nothing.
+    /// Accesses no file.
     explicit CFrameworkFacts(const std::string& qorPath);
 
     std::string hostName() override;
 
-    /// Throws a Poco::FileException when there is no room for copies to try the queue on.
+    /// Throws a Poco::FileException when there is no room for the copies on which the queue is tried.
     std::vector<FilePair> queueResults(const FilePair& base, const std::string& session) override;
 
-    /// Throws a Poco::Exception when there is no process for the validator.
+    /// Throws a Poco::Exception when no process can be created for the validator.
     bool isLiveListRejected() override;
 
     std::string rootClassOf(const std::string& modelFile) override;

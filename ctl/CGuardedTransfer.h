@@ -14,15 +14,15 @@ namespace QMT
 
 class CKeptFile;
 
-/// Another run has changed the files of a running transaction. Nothing more may be changed then.
+/// Another run has changed the files of a running transaction, which must then change no more files.
 class CInterference : public std::runtime_error
 {
 public:
     using std::runtime_error::runtime_error;
 };
 
-/// Installs the files of a transaction so that each holds at every moment its old content or its new one, whole and
-/// with its attributes, and checks before each change of a live file that all is as the transaction left it.
+/// Installs the files of a transaction atomically, with their attributes. Before each change of a live file it checks
+/// that the files are as the transaction left them.
 class CGuardedTransfer : public CTransfer
 {
 public:
@@ -45,7 +45,7 @@ public:
     /// live files hold what it last read or wrote. Throws a Poco::FileException when they cannot be read.
     void check() const;
 
-    /// Puts a live file back, unless it holds what it held before. Throws like check.
+    /// Restores a live file unless it has its old content. Throws like check.
     void putBack(const std::string& path, const CKeptFile& before);
 
     /// The attributes of live files and backups that could not be kept, one line each.

@@ -10,7 +10,7 @@
 namespace QMT
 {
 
-/// A logger for the tool's operations that keeps their messages for the answer. One object at a time.
+/// A logger that records the messages of the tool's operations for the answer. There is one object at a time.
 class CMessageLog
 {
 public:

@@ -6,7 +6,7 @@
 namespace QMT
 {
 
-/// Shows what is installed, who serves it, whose session is open, and whether there is a backup. Changes nothing.
+/// Shows the installed models, their handlers, the open session with its owner, and the backup. Changes nothing.
 class CShowCommand : public CCommand
 {
 public:

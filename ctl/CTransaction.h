@@ -14,16 +14,16 @@ namespace QMT
 
 class CQorModelTool;
 
-/// Installs a pair of files whose content is known, all or nothing, in a session of its own, by the steps of a commit.
+/// Installs a pair of files with known content, all or nothing, in a session of its own, with the steps of a commit.
 ///
-/// Each step is synced before the next one begins, and after each a recovery can tell from the files how to
-/// undo it: the lock file has its own content; the queue exists as long as a live file may have been replaced and
-/// the other one not; the working copies are there while the backups are those of an earlier commit.
+/// Each step is synced before the next one begins, and after each step a recovery can find out from the files how to
+/// undo it. The lock file has a content of its own. The queue exists while one live file may have been replaced and
+/// the other not. The working copies exist while the backups are those of an earlier commit.
 class CTransaction
 {
 public:
     /// For the framework directory `qorPath`, whose live files hold `live` and shall hold `wanted`. `logger`, not
-    /// owned, gets the messages. The caller lock must be held. Touches nothing.
+    /// owned, gets the messages. The caller lock must be held. Accesses no file.
     CTransaction(const std::string& qorPath, const FilePair& live, const FilePair& wanted, Poco::Logger& logger);
     ~CTransaction();
     CTransaction(const CTransaction&) = delete;
@@ -31,17 +31,17 @@ public:
     CTransaction(CTransaction&&) = delete;
     CTransaction& operator=(CTransaction&&) = delete;
 
-    /// Opens the session. False, and nothing is left of it, when another one has been opened meanwhile or the live
-    /// files are no longer what they were. Throws a Poco::FileException when it cannot be opened, with nothing left
-    /// of it, and a std::runtime_error like commit().
+    /// Opens the session. False when another session was opened or the live files were changed meanwhile. Throws a
+    /// Poco::FileException when the session cannot be opened, and a std::runtime_error like commit(). After false and
+    /// the former exception no file of the session is left.
     [[nodiscard]] bool open();
 
-    /// Installs the files as the result of `queue`, and runs the validator. When it accepts or does not
-    /// exist, the session is over and all is synced; when it rejects, everything is as it was before open().
+    /// Installs the files as the result of `queue`, and runs the validator. If it accepts or does not exist, the
+    /// session is ended and everything is synced. If it rejects, all files are as before open().
     ///
-    /// Throws a std::runtime_error that tells whether everything is as it was or the session stays, and a CInterference
-    /// when another run has interfered. A signal that CSignalCatcher has caught counts as a failure, unless the
-    /// validator has accepted.
+    /// Throws a std::runtime_error whose text says whether all files are as before or the session stays, and a
+    /// CInterference when another run has interfered. A signal caught by CSignalCatcher counts as a failure, unless
+    /// the validator has accepted.
     Judgement commit(const CommandQueue& queue);
 
     /// The attributes of live files and backups that could not be kept, one line each.
@@ -67,7 +67,7 @@ private:
     CQorModelToolImpl _impl;
     std::unique_ptr<CQorModelTool> _tool;
 
-    // As they were before the session. What was there of a session without a lock file is put back, too.
+    // The files before the session, including the leftovers of a session without a lock file, which are restored too.
     std::vector<std::unique_ptr<CKeptFile>> _leftovers;
     std::unique_ptr<CKeptFile> _configuration;
     std::unique_ptr<CKeptFile> _list;

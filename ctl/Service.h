@@ -12,13 +12,13 @@ class Document;
 namespace QMT
 {
 
-/// Who serves a root class in a configuration document, with one handler in view.
+/// The handlers that serve a root class in a configuration document, with regard to one handler.
 struct Service
 {
-    bool isPlaceholderFirst = false;  ///< the first handler is the placeholder, which a new one takes over
-    bool isHandlerKnown = false;      ///< the handler is there
-    bool isByHandler = false;         ///< it serves the root class
-    std::optional<std::string> other; ///< another one that does; its name may be empty
+    bool isPlaceholderFirst = false;  ///< the first handler is the placeholder, which a new handler replaces
+    bool isHandlerKnown = false;      ///< the handler exists
+    bool isByHandler = false;         ///< the handler serves the root class
+    std::optional<std::string> other; ///< another handler that serves it; the name may be empty
 };
 
 /// Looks `handler` and `rootClass` up. An empty root class is served by none.
