@@ -5,7 +5,7 @@ set(CMAKE_SYSTEM_NAME Linux)
 set(CMAKE_C_COMPILER ${CMAKE_LIBRARY_ARCHITECTURE}-gcc)
 set(CMAKE_CXX_COMPILER ${CMAKE_LIBRARY_ARCHITECTURE}-g++)
 
-# Normalised: a path below the root is used unchanged only when it begins with exactly the root's path.
+# The path must be normalised: CMake uses a path below the root unchanged only if it begins with the exact root path.
 get_filename_component(default_sysroot "${CMAKE_CURRENT_LIST_DIR}/../build/sysroot-${QMT_ARCHITECTURE}" ABSOLUTE)
 set(QMT_SYSROOT "${default_sysroot}" CACHE PATH "Debian's ${QMT_ARCHITECTURE} packages, unpacked")
 if(NOT EXISTS "${QMT_SYSROOT}/usr/include/Poco/Poco.h")
@@ -20,7 +20,7 @@ set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
 
-# The program finds its libraries where the target keeps them and needs no path of the build directory.
+# The program finds its libraries in the target's default directories and needs no RPATH.
 set(CMAKE_SKIP_BUILD_RPATH ON)
 
 # Tests that CMake starts run under user-mode emulation.

@@ -13,7 +13,7 @@ foreach(flag IN ITEMS -fstack-protector-strong -fstack-clash-protection -fcf-pro
         target_compile_options(qmt_hardening INTERFACE $<$<CONFIG:Release,RelWithDebInfo>:${flag}>)
     endif()
 endforeach()
-# The C library's headers know what the compiler can do; they take 3 for 2 where it knows no dynamic sizes.
+# The C library's headers reduce level 3 to 2 if the compiler does not support dynamic object sizes.
 set(CMAKE_REQUIRED_FLAGS "-O2 -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=3")
 check_cxx_source_compiles("#include <features.h>\nstatic_assert(__USE_FORTIFY_LEVEL == 3);\nint main() {}" HAVE_FORTIFY_3)
 unset(CMAKE_REQUIRED_FLAGS)
@@ -23,6 +23,6 @@ target_compile_options(qmt_hardening INTERFACE
     $<$<CONFIG:Release,RelWithDebInfo>:-D_FORTIFY_SOURCE=${fortify}>
     $<$<CONFIG:Release,RelWithDebInfo>:-D_GLIBCXX_ASSERTIONS>)
 target_link_options(qmt_hardening INTERFACE -Wl,-z,relro -Wl,-z,now -Wl,--as-needed)
-# Functions that a program never calls are left out of it.
+# The linker drops functions that are never called.
 target_compile_options(qmt_hardening INTERFACE $<$<CONFIG:Release>:-ffunction-sections>)
 target_link_options(qmt_hardening INTERFACE $<$<CONFIG:Release>:-Wl,--gc-sections>)

@@ -1,4 +1,4 @@
-# What an installation consists of besides the programs. The documents go where Debian's package of the same name has them.
+# The installed files besides the programs. The documents go to the documentation directory of Debian's package.
 set(QMT_DOCUMENTS_DIR "${CMAKE_INSTALL_DATAROOTDIR}/doc/qor-mim-tool")
 
 install(TARGETS qor_mim_tool qor_mim_ctl RUNTIME DESTINATION ${CMAKE_INSTALL_SBINDIR})
@@ -10,7 +10,7 @@ foreach(program qor_mim_tool qor_mim_ctl)
     install(FILES completions/_${program} DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/zsh/vendor-completions)
 endforeach()
 
-# Operators get their pages; those of developers are of no use without the sources.
+# Only the operators' pages are installed; the developers' pages are useless without the sources.
 install(DIRECTORY docs DESTINATION ${QMT_DOCUMENTS_DIR} FILES_MATCHING PATTERN "*.md" PATTERN development EXCLUDE)
 install(DIRECTORY examples/framework DESTINATION ${QMT_DOCUMENTS_DIR}/examples USE_SOURCE_PERMISSIONS)
 install(PROGRAMS examples/try DESTINATION ${QMT_DOCUMENTS_DIR}/examples)

@@ -1,5 +1,5 @@
-# The warnings of our own build. The list names what any of the two compilers offers; each compiler gets what it knows.
-# They are errors unless QMT_WARNINGS_AS_ERRORS is off, so that somebody else's newer compiler does not break a build.
+# The warnings of our own build. The list has those of both compilers; each compiler gets the ones that it supports.
+# They are errors unless QMT_WARNINGS_AS_ERRORS is off, so that a newer compiler need not break the build.
 include(CheckCXXCompilerFlag)
 
 option(QMT_WARNINGS_AS_ERRORS "Treat compiler warnings as errors" OFF)
