@@ -1,10 +1,10 @@
 # Completion of qor_mim_ctl for bash.
 #
-# Models and handlers are found as for qor_mim_tool, whose completion lies beside this one. Nothing here runs a program,
-# and a machine without a framework gets no candidates and no message.
+# Models and handlers are found as for qor_mim_tool, whose completion is in the same directory. No program is run.
+# Without a framework there are no candidates and no messages.
 # shellcheck shell=bash
 
-# The functions of the tool's completion, unless a completion of the tool has brought them already.
+# Sources the functions of the tool's completion unless they are defined already.
 _qor_mim_ctl_shared()
 {
     local here=${BASH_SOURCE[0]%/*} file
@@ -15,7 +15,7 @@ _qor_mim_ctl_shared()
     done
 }
 
-# The framework directory that the line names, as the variable QORPATH, in which the tool's functions look.
+# Prints the framework directory that the line names, if any.
 _qor_mim_ctl_named_framework()
 {
     local index
@@ -27,7 +27,7 @@ _qor_mim_ctl_named_framework()
     done
 }
 
-# The lines that the function `$1` finds in the framework of this line.
+# The output lines of the function `$1` for the framework of this line.
 _qor_mim_ctl_find()
 {
     local named
@@ -57,7 +57,7 @@ _qor_mim_ctl()
     _init_completion -s || return
     _qor_mim_ctl_shared
 
-    # An option that has its value already is no business of the word after it.
+    # An option with an attached value does not apply to the next word.
     [[ $prev == --*=* ]] && prev=
     case $prev in
         --add)

@@ -1,11 +1,10 @@
 # Completion of qor_mim_tool for bash.
 #
-# Nothing here runs the tool or any other part of the framework, and a machine without a framework gets no candidates
-# and no message.
+# No program of the framework is run, nor the tool. Without a framework there are no candidates and no messages.
 # shellcheck shell=bash
 
-# The framework directory, as the beginning of a path. The tool asks the framework's agent first; a completion starts
-# no programs of the framework, so it looks only where the tool looks next.
+# The framework directory, as a path prefix. The tool asks the framework's agent first; a completion runs no programs of
+# the framework, so it uses only the tool's other sources.
 _qor_mim_tool_directory()
 {
     local directory=/opt/qor
@@ -17,7 +16,7 @@ _qor_mim_tool_directory()
     printf '%s' "${directory:+$directory/}"
 }
 
-# Model files for the word `$cur`. What is staged from one directory is to be found from another.
+# Model files for the word `$cur`, as absolute paths, since the commit may run in another directory.
 _qor_mim_tool_absolute_file()
 {
     [[ $cur == [/~\"\']* ]] || printf -v cur '%q/%s' "$PWD" "$cur"
@@ -33,8 +32,7 @@ _qor_mim_tool_models()
     sed -e 's/^[[:space:]]*//' -e 's/[[:space:]]*$//' -e '/^$/d' "$list" 2>/dev/null
 }
 
-# The names of the handlers in the configuration, one a line. A tag ends a record; what stands in comments is passed
-# over.
+# The names of the handlers in the configuration, one a line. Records end with a tag; comments are skipped.
 _qor_mim_tool_handlers()
 {
     local configuration
@@ -57,8 +55,8 @@ _qor_mim_tool_handlers()
         }' "$configuration" 2>/dev/null
 }
 
-# Offers those lines of standard input that begin with what is typed. Quoting what the shell would otherwise read as
-# its own is readline's work for file names and ours for the rest.
+# Offers the lines of standard input that begin with the typed text. Readline quotes special characters in file names;
+# this function quotes them in other candidates.
 _qor_mim_tool_offer()
 {
     local kind=$1 typed=$2 quoted=false line
@@ -96,8 +94,8 @@ _qor_mim_tool_long_name()
     esac
 }
 
-# What makes no sense any more after the option `$1`: no option may be given twice, and some contradict each other. A
-# removal has to come before its handler.
+# The options excluded by the option `$1`: no option may be given twice, some contradict each other, and a removal must
+# precede its handler.
 _qor_mim_tool_excluded()
 {
     case $1 in
@@ -108,7 +106,7 @@ _qor_mim_tool_excluded()
     esac
 }
 
-# The options that may follow those on the line; the letters only when the word has but one dash.
+# The options that may follow those on the line; short options only if the word has a single dash.
 _qor_mim_tool_options()
 {
     local excluded=' ' word option letters=
@@ -127,7 +125,7 @@ _qor_mim_tool()
     local cur prev words cword split
     _init_completion -s || return
 
-    # An option that has its value already is no business of the word after it.
+    # An option with an attached value does not apply to the next word.
     [[ $prev == --*=* || $prev == -[!-]?* ]] && prev=
     case $(_qor_mim_tool_long_name "$prev") in
         --addModelFile)
