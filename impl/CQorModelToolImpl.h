@@ -206,8 +206,8 @@ public:
                                                        std::string& handler, std::string& moVersion,
                                                        std::string& trVersion);
 
-    /// Splits a queue entry into its fields, by the operation for its kind. False, after messages, when the text has
-    /// no separator where its kind needs one; the fields are empty then.
+    /// Splits a queue entry into the fields of `action`, which is new, by the operation for its kind. False, after
+    /// messages, when the text has no separator where its kind needs one; the fields are empty then.
     [[nodiscard]] bool splitEntry(const CommandQueueEntry& entry, Action& action);
 
     // ---- Session lock (SessionLock.cpp) ----

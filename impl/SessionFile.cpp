@@ -140,7 +140,6 @@ bool CQorModelToolImpl::saveFIFO()
 
 bool CQorModelToolImpl::splitEntry(const CommandQueueEntry& entry, Action& action)
 {
-    action = Action();
     action.kind = entry.first;
     switch (entry.first)
     {
