@@ -107,6 +107,24 @@ TEST_F(ApplyCommand, UndoesWhenTheValidatorRejects)
     expectUnchanged();
 }
 
+TEST_F(ApplyCommand, KeepsTheQueueForRecoverWhenItsUndoFails)
+{
+    const std::string pipe = framework.model("pipe.xml", "Pipe");
+    const std::string error = "Input/output error: " + framework.list();
+    installation.setValidator("exit 1");
+    const FailingCall failing("rename", framework.list(), EIO, 1);
+
+    EXPECT_EQ(thrownBy(
+                  [&] {
+                      apply({{"add", pump}, {"add", pump}, {"add", pipe}});
+                  }),
+              error + "; the previous files could not be put back: File access error: " + error +
+                  "; call qor_mim_ctl recover");
+
+    EXPECT_EQ(readFile(framework.session()), "0:" + pump + "\n0:" + pipe + "\n");
+    EXPECT_EQ(readFile(framework.lock()), "qor_mim_ctl@alpha");
+}
+
 TEST_F(ApplyCommand, WarnsOfLostAttributes)
 {
     const FailingCall failing("fchmod", framework.list() + ".replacement", EPERM);
