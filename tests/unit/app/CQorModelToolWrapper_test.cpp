@@ -23,7 +23,7 @@ TEST_F(Application, PrintsHelpAndRunsTheDriverWithoutAnyOption)
 
     EXPECT_EQ(run.status, 0);
     EXPECT_EQ(run.output.substr(0, FIRST_HELP_LINE.size()), FIRST_HELP_LINE);
-    EXPECT_EQ(run.log, told({COMPLETED}));
+    EXPECT_EQ(run.log, info({COMPLETED}));
     EXPECT_EQ(run.systemLog, Messages());
 }
 
@@ -33,7 +33,7 @@ TEST_F(Application, PrintsHelpAndRunsTheDriverWhenAskedForHelp)
 
     EXPECT_EQ(run.status, 0);
     EXPECT_EQ(run.output.substr(0, FIRST_HELP_LINE.size()), FIRST_HELP_LINE);
-    EXPECT_EQ(run.log, told({COMPLETED}));
+    EXPECT_EQ(run.log, info({COMPLETED}));
 }
 
 TEST_F(Application, PrintsHelpAndCommitsWhenAskedForBoth)
@@ -44,7 +44,7 @@ TEST_F(Application, PrintsHelpAndCommitsWhenAskedForBoth)
 
     EXPECT_EQ(run.status, 0);
     EXPECT_EQ(run.output.substr(0, FIRST_HELP_LINE.size()), FIRST_HELP_LINE);
-    EXPECT_EQ(run.log, told({"Unable to find model file, skipping removal.", COMPLETED}));
+    EXPECT_EQ(run.log, info({"Unable to find model file, skipping removal.", COMPLETED}));
     EXPECT_FALSE(exists(framework.lock()));
 }
 
@@ -54,7 +54,7 @@ TEST_F(Application, PrintsNoHelpWhenAnotherOptionIsGiven)
 
     EXPECT_EQ(run.status, 0);
     EXPECT_EQ(run.output, "");
-    EXPECT_EQ(run.log, told({"There are no pending actions.", COMPLETED}));
+    EXPECT_EQ(run.log, info({"There are no pending actions.", COMPLETED}));
 }
 
 TEST_F(Application, EndsWithTheStatusOfTheDriver)
@@ -100,7 +100,7 @@ TEST_F(Application, HandlesOptionsInCommandLineOrder)
     const ToolRun run = runTool({"--status", "-o2", "-s"});
 
     EXPECT_EQ(run.status, 78);
-    EXPECT_EQ(run.log, told({"There are no pending actions.", "handleManagedObjectVersion: 2"}));
+    EXPECT_EQ(run.log, info({"There are no pending actions.", "handleManagedObjectVersion: 2"}));
 }
 
 TEST_F(Application, RunsWithoutAnEditorInAnInvalidEnvironment)
@@ -111,10 +111,10 @@ TEST_F(Application, RunsWithoutAnEditorInAnInvalidEnvironment)
 
     EXPECT_EQ(run.status, 0);
     ASSERT_EQ(run.log.size(), 4U);
-    EXPECT_EQ(run.log[0], told({"There are no pending actions."})[0]);
+    EXPECT_EQ(run.log[0], info({"There are no pending actions."})[0]);
     EXPECT_EQ(run.log[1].second.find("Unable to create directory structure: "), 0U);
     EXPECT_EQ(run.log[2], std::make_pair(4, std::string("Invaild environment, exiting.")));
-    EXPECT_EQ(run.log[3], told({COMPLETED})[0]);
+    EXPECT_EQ(run.log[3], info({COMPLETED})[0]);
     ASSERT_EQ(run.systemLog.size(), 2U);
     EXPECT_EQ(run.systemLog[1], std::make_pair(4, std::string("Invalid Environment, exiting")));
 }

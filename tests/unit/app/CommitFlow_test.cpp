@@ -57,7 +57,7 @@ TEST_F(CommitFlow, RollbackDropsThePendingSession)
     const ToolRun run = runTool({"--rollback"});
 
     EXPECT_EQ(run.status, 0);
-    EXPECT_EQ(run.log, told({"Rolling back."}));
+    EXPECT_EQ(run.log, info({"Rolling back."}));
     EXPECT_EQ(run.systemLog, Messages());
     expectNoSession();
     framework.expectLive(before, "/m/old.xml\n");
@@ -73,7 +73,7 @@ TEST_F(CommitFlow, RollbackUndoesTheLastCommitWithoutASession)
     const ToolRun run = runTool({"--rollback"});
 
     EXPECT_EQ(run.status, 0);
-    EXPECT_EQ(run.log, told({"Rolling back.", COMPLETED}));
+    EXPECT_EQ(run.log, info({"Rolling back.", COMPLETED}));
     EXPECT_EQ(run.systemLog, (Messages{{LOG_INFO, "lock file not present, Rolling back."}}));
     framework.expectLive("old configuration", "old list");
     EXPECT_TRUE(exists(framework.session()));
@@ -88,7 +88,7 @@ TEST_F(CommitFlow, RollbackSkipsTheSystemLogWhenItThrows)
     const ToolRun run = runTool({"--rollback"});
 
     EXPECT_EQ(run.status, 70);
-    EXPECT_EQ(run.log, told({"Rolling back."}));
+    EXPECT_EQ(run.log, info({"Rolling back."}));
     EXPECT_EQ(run.systemLog, SILENCE);
 }
 
@@ -101,7 +101,7 @@ TEST_F(CommitFlow, CommitIsRejectedTogetherWithARollback)
     const ToolRun run = runTool({"--commit", "--rollback"});
 
     EXPECT_EQ(run.status, 0);
-    EXPECT_EQ(run.log, told({"Invalid command!\nSeparate calls to commit and rollback."}));
+    EXPECT_EQ(run.log, info({"Invalid command!\nSeparate calls to commit and rollback."}));
     EXPECT_EQ(run.systemLog, Messages());
     EXPECT_EQ(readFile(framework.session()), "0:/m/a.xml\n");
     EXPECT_TRUE(exists(framework.lock()));
@@ -112,7 +112,7 @@ TEST_F(CommitFlow, CommitDoesNothingWithoutASession)
     const ToolRun run = runTool({"--commit"});
 
     EXPECT_EQ(run.status, 0);
-    EXPECT_EQ(run.log, told({"There is nothing to commit!"}));
+    EXPECT_EQ(run.log, info({"There is nothing to commit!"}));
     EXPECT_EQ(run.systemLog, (Messages{{LOG_INFO, "lock file not present, There is nothing to commit."}}));
     EXPECT_FALSE(exists(framework.configuration(".bak")));
 }
@@ -126,7 +126,7 @@ TEST_F(CommitFlow, CommitDropsTheSessionOfAChangedConfiguration)
     const ToolRun run = runTool({"--commit"});
 
     EXPECT_EQ(run.status, 0);
-    EXPECT_EQ(run.log, told({"Unable to commit!\nRolling back..."}));
+    EXPECT_EQ(run.log, info({"Unable to commit!\nRolling back..."}));
     EXPECT_EQ(run.systemLog,
               (Messages{{LOG_INFO, "check of qor.cfg or Model files failed, Unable to commit rolling back"}}));
     expectNoSession();
@@ -143,7 +143,7 @@ TEST_F(CommitFlow, CommitDropsTheSessionOfAChangedList)
     const ToolRun run = runTool({"--commit"});
 
     EXPECT_EQ(run.status, 0);
-    EXPECT_EQ(run.log, told({"Unable to commit!\nRolling back..."}));
+    EXPECT_EQ(run.log, info({"Unable to commit!\nRolling back..."}));
     expectNoSession();
     framework.expectLive(before, "changed");
 }
@@ -156,7 +156,7 @@ TEST_F(CommitFlow, CommitSkipsTheListsOfAChangedConfiguration)
 
     const ToolRun run = runTool({"--commit"});
 
-    EXPECT_EQ(run.log, told({"Unable to commit!\nRolling back..."}));
+    EXPECT_EQ(run.log, info({"Unable to commit!\nRolling back..."}));
     EXPECT_EQ(run.systemLog,
               (Messages{{LOG_INFO, "check of qor.cfg or Model files failed, Unable to commit rolling back"}}));
 }
@@ -354,7 +354,7 @@ TEST_F(ValidatedCommit, IsCompletedWhenTheValidatorAccepts)
     const ToolRun run = runTool({"--commit"});
 
     EXPECT_EQ(run.status, 0);
-    EXPECT_EQ(run.log, told({COMPLETED}));
+    EXPECT_EQ(run.log, info({COMPLETED}));
     EXPECT_EQ(run.systemLog, Messages());
     EXPECT_EQ(run.output, "");
     EXPECT_EQ(readFile(installation.path("list")), "/m/old.xml\n" + model + "\n");

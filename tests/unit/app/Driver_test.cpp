@@ -22,7 +22,7 @@ TEST_F(Driver, SucceedsWhenThereIsNothingToDo)
     const ToolRun run = runTool({"-o", "2"});
 
     EXPECT_EQ(run.status, 0);
-    EXPECT_EQ(run.log, told({"handleManagedObjectVersion: 2", COMPLETED}));
+    EXPECT_EQ(run.log, info({"handleManagedObjectVersion: 2", COMPLETED}));
     EXPECT_EQ(run.systemLog, Messages());
     expectNothingStaged();
 }
@@ -32,7 +32,7 @@ TEST_F(Driver, RejectsAnAdditionWithARemoval)
     const ToolRun run = runTool({"-a", "/m/a.xml", "-x", "/m/b.xml"});
 
     EXPECT_EQ(run.status, 0);
-    EXPECT_EQ(run.log, told({"Invalid command!\nSeparate calls to add and remove of model files."}));
+    EXPECT_EQ(run.log, info({"Invalid command!\nSeparate calls to add and remove of model files."}));
     EXPECT_EQ(run.systemLog, Messages());
     expectNothingStaged();
 }
@@ -46,7 +46,7 @@ TEST_F(Driver, RejectsARemovalWithAnAddition)
         const ToolRun run = runTool(arguments);
 
         EXPECT_EQ(run.status, 0);
-        EXPECT_EQ(run.log, told({"Invalid command!\nSeparate calls to add and remove of model files."}));
+        EXPECT_EQ(run.log, info({"Invalid command!\nSeparate calls to add and remove of model files."}));
         expectNothingStaged();
     }
 }
@@ -56,7 +56,7 @@ TEST_F(Driver, RejectsAHandlerBeforeARemoval)
     const ToolRun run = runTool({"-m", "h", "-x", "/m/b.xml"});
 
     EXPECT_EQ(run.status, 0);
-    EXPECT_EQ(run.log, told({"Invalid command!"}));
+    EXPECT_EQ(run.log, info({"Invalid command!"}));
     expectNothingStaged();
 }
 
@@ -64,7 +64,7 @@ TEST_F(Driver, RejectsAHandlerBeforeAnAdditionAndARemoval)
 {
     const ToolRun run = runTool({"-m", "h", "-a", "/m/a.xml", "-x", "/m/b.xml"});
 
-    EXPECT_EQ(run.log, told({"Invalid command!"}));
+    EXPECT_EQ(run.log, info({"Invalid command!"}));
 }
 
 TEST_F(Driver, KeepsTheSessionOfARejectedCommand)
@@ -74,7 +74,7 @@ TEST_F(Driver, KeepsTheSessionOfARejectedCommand)
     const ToolRun run = runTool({"-a", "/m/a.xml", "-x", "/m/b.xml", "--commit"});
 
     EXPECT_EQ(run.status, 0);
-    EXPECT_EQ(run.log, told({"Invalid command!\nSeparate calls to add and remove of model files."}));
+    EXPECT_EQ(run.log, info({"Invalid command!\nSeparate calls to add and remove of model files."}));
     EXPECT_EQ(readFile(framework.session()), "0:/m/a.xml\n");
     EXPECT_TRUE(exists(framework.lock()));
 }
@@ -84,7 +84,7 @@ TEST_F(Driver, StagesBeforeFindingNothingToCommit)
     const ToolRun run = runTool({"-x", "/m/a.xml", "--commit"});
 
     EXPECT_EQ(run.status, 0);
-    EXPECT_EQ(run.log, told({NEW_SESSION, UPDATED, "--removeModelFile=/m/a.xml", "There is nothing to commit!"}));
+    EXPECT_EQ(run.log, info({NEW_SESSION, UPDATED, "--removeModelFile=/m/a.xml", "There is nothing to commit!"}));
     EXPECT_EQ(run.systemLog,
               (Messages{{7, "--removeModelFile=/m/a.xml"}, {6, "lock file not present, There is nothing to commit."}}));
     EXPECT_EQ(readFile(framework.session()), "2:/m/a.xml\n");
@@ -97,7 +97,7 @@ TEST_F(Driver, StagesAndCommitsInOneRunOfAnOpenSession)
     const ToolRun run = runTool({"-x", "/m/b.xml", "--commit"});
 
     EXPECT_EQ(run.status, 0);
-    EXPECT_EQ(run.log, told({UPDATED, "--removeModelFile=/m/b.xml", "Unable to find model file, skipping removal.",
+    EXPECT_EQ(run.log, info({UPDATED, "--removeModelFile=/m/b.xml", "Unable to find model file, skipping removal.",
                              "Unable to find model file, skipping removal.", COMPLETED}));
     EXPECT_FALSE(exists(framework.lock()));
 }
@@ -109,7 +109,7 @@ TEST_F(Driver, StagesAndRollsBackInOneRun)
     const ToolRun run = runTool({"-x", "/m/b.xml", "--rollback"});
 
     EXPECT_EQ(run.status, 0);
-    EXPECT_EQ(run.log, told({UPDATED, "--removeModelFile=/m/b.xml", "Rolling back."}));
+    EXPECT_EQ(run.log, info({UPDATED, "--removeModelFile=/m/b.xml", "Rolling back."}));
     EXPECT_FALSE(exists(framework.session()));
     EXPECT_FALSE(exists(framework.lock()));
 }

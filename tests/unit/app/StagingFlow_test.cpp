@@ -22,7 +22,7 @@ protected:
         const ToolRun run = runTool(arguments);
 
         EXPECT_EQ(run.status, 0);
-        EXPECT_EQ(run.log, told({NEW_SESSION, UPDATED, line, COMPLETED}));
+        EXPECT_EQ(run.log, info({NEW_SESSION, UPDATED, line, COMPLETED}));
         EXPECT_EQ(run.systemLog, (Messages{{LOG_DEBUG, line}}));
         EXPECT_EQ(run.output, "");
         EXPECT_EQ(readFile(framework.session()), entry + "\n");
@@ -48,7 +48,7 @@ TEST_F(StagingFlow, StagesAHandlerWithEmptyVersions)
 {
     const ToolRun run = runTool({"--modelHandler=h", "--managedObjectVersion=", "--transactionalResourceVersion="});
 
-    EXPECT_EQ(run.log, told({"handleManagedObjectVersion: ", NEW_SESSION, UPDATED,
+    EXPECT_EQ(run.log, info({"handleManagedObjectVersion: ", NEW_SESSION, UPDATED,
                              " --modelHandler=h --managedObjectVersion= --transactionalResourceVersion=", COMPLETED}));
     EXPECT_EQ(readFile(framework.session()), "1:h||\n");
 }
@@ -64,7 +64,7 @@ TEST_F(StagingFlow, StagesAnAdditionWithItsHandlerInEitherOrder)
         "--addModelFile=/m/a.xml --modelHandler=h --managedObjectVersion=1 --transactionalResourceVersion=3";
 
     expectStaged({"-a", "/m/a.xml", "-m", "h", "-t", "3"}, "3:/m/a.xml|h|1|3", line);
-    EXPECT_EQ(runTool({"--rollback"}).log, told({"Rolling back."}));
+    EXPECT_EQ(runTool({"--rollback"}).log, info({"Rolling back."}));
     expectStaged({"-t", "3", "-m", "h", "-a", "/m/a.xml"}, "3:/m/a.xml|h|1|3", line);
 }
 
@@ -72,7 +72,7 @@ TEST_F(StagingFlow, StagesARemovalWithVersionsItDoesNotShow)
 {
     const ToolRun run = runTool({"-x", "/m/a.xml", "-m", "h", "-o", "2", "-t", "3"});
 
-    EXPECT_EQ(run.log, told({"handleManagedObjectVersion: 2", NEW_SESSION, UPDATED,
+    EXPECT_EQ(run.log, info({"handleManagedObjectVersion: 2", NEW_SESSION, UPDATED,
                              "--removeModelFile=/m/a.xml --modelHandler=h", COMPLETED}));
     EXPECT_EQ(readFile(framework.session()), "4:/m/a.xml|h|2|3\n");
 }
@@ -103,7 +103,7 @@ TEST_F(StagingFlow, EndsWithStatus70WhenALiveFileIsMissing)
     const ToolRun run = runTool({"-a", "/m/a.xml"});
 
     EXPECT_EQ(run.status, 70);
-    EXPECT_EQ(run.log, told({NEW_SESSION}));
+    EXPECT_EQ(run.log, info({NEW_SESSION}));
     EXPECT_FALSE(exists(framework.lock()));
     EXPECT_FALSE(exists(framework.session()));
 }
@@ -132,7 +132,7 @@ TEST_F(StagingFlow, JoinsTheOpenSessionOfThisHost)
     const ToolRun run = runTool({"-a", "/m/a.xml"});
 
     EXPECT_EQ(run.status, 0);
-    EXPECT_EQ(run.log, told({UPDATED, "--addModelFile=/m/a.xml", COMPLETED}));
+    EXPECT_EQ(run.log, info({UPDATED, "--addModelFile=/m/a.xml", COMPLETED}));
     EXPECT_EQ(run.systemLog, (Messages{{LOG_DEBUG, "--addModelFile=/m/a.xml"}}));
     EXPECT_EQ(readFile(framework.session()), "2:/m/old.xml\n0:/m/a.xml\n");
     EXPECT_EQ(readFile(framework.configuration(".tmp")), TemporaryFramework::PLACEHOLDER_CONFIGURATION);
@@ -171,7 +171,7 @@ TEST_F(LockWait, GivesUpAfter31AttemptsASecondApart)
     const ToolRun run = runTool({"-a", "/m/a.xml"});
 
     EXPECT_EQ(run.status, 0);
-    EXPECT_EQ(run.log, told({REFUSAL}));
+    EXPECT_EQ(run.log, info({REFUSAL}));
     EXPECT_EQ(run.systemLog, (Messages{{LOG_DEBUG, "--addModelFile=/m/a.xml"}, {LOG_INFO, REFUSAL}}));
     EXPECT_EQ(sleep.sleeps(), std::vector<unsigned int>(30, 1));
     EXPECT_EQ(readFile(framework.lock()), "other-host");
@@ -186,7 +186,7 @@ TEST_F(LockWait, StartsASessionWhenTheLockIsReleasedAfter5Seconds)
     const ToolRun run = runTool({"-a", "/m/a.xml"});
 
     EXPECT_EQ(run.status, 0);
-    EXPECT_EQ(run.log, told({NEW_SESSION, UPDATED, "--addModelFile=/m/a.xml", COMPLETED}));
+    EXPECT_EQ(run.log, info({NEW_SESSION, UPDATED, "--addModelFile=/m/a.xml", COMPLETED}));
     EXPECT_EQ(run.systemLog, (Messages{{LOG_DEBUG, "--addModelFile=/m/a.xml"}}));
     EXPECT_EQ(sleep.sleeps().size(), 5U);
     EXPECT_EQ(readFile(framework.lock()), "this-host");
@@ -201,7 +201,7 @@ TEST_F(LockWait, StartsASessionAtThe30thAttempt)
 
     const ToolRun run = runTool({"-a", "/m/a.xml"});
 
-    EXPECT_EQ(run.log, told({NEW_SESSION, UPDATED, "--addModelFile=/m/a.xml", COMPLETED}));
+    EXPECT_EQ(run.log, info({NEW_SESSION, UPDATED, "--addModelFile=/m/a.xml", COMPLETED}));
     EXPECT_EQ(sleep.sleeps().size(), 29U);
 }
 
@@ -214,7 +214,7 @@ TEST_F(LockWait, RefusesTheLockOfTheLastAttemptAndLeavesIt)
     const std::string refusal =
         "WARNING: Session already in progress and locked by: this-host\nPending action canceled.";
     EXPECT_EQ(run.status, 0);
-    EXPECT_EQ(run.log, told({refusal}));
+    EXPECT_EQ(run.log, info({refusal}));
     EXPECT_EQ(run.systemLog, (Messages{{LOG_DEBUG, "--addModelFile=/m/a.xml"}, {LOG_INFO, refusal}}));
     EXPECT_EQ(sleep.sleeps().size(), 30U);
     EXPECT_EQ(readFile(framework.lock()), "this-host");
@@ -240,7 +240,7 @@ TEST_F(LockWait, DropsTheStagedActionAndTheCommitOfARefusedRun)
     const ToolRun run = runTool({"-a", "/m/a.xml", "--commit"});
 
     EXPECT_EQ(run.status, 0);
-    EXPECT_EQ(run.log, told({REFUSAL}));
+    EXPECT_EQ(run.log, info({REFUSAL}));
     EXPECT_EQ(readFile(framework.session()), "0:/m/theirs.xml\n");
 }
 
@@ -250,7 +250,7 @@ TEST_F(LockWait, KeepsActionsLoadedByAnEarlierStatus)
 
     const ToolRun run = runTool({"--status", "-a", "/m/a.xml"});
 
-    EXPECT_EQ(run.log, told({"Queued actions:", "--addModelFile=/m/theirs.xml", NEW_SESSION, UPDATED,
+    EXPECT_EQ(run.log, info({"Queued actions:", "--addModelFile=/m/theirs.xml", NEW_SESSION, UPDATED,
                              "--addModelFile=/m/a.xml", COMPLETED}));
     EXPECT_EQ(readFile(framework.session()), "0:/m/theirs.xml\n0:/m/a.xml\n");
 }
@@ -261,7 +261,7 @@ TEST_F(LockWait, AnnouncesTheLastActionLoadedByALaterStatus)
 
     const ToolRun run = runTool({"-a", "/m/a.xml", "--status"});
 
-    EXPECT_EQ(run.log, told({"Queued actions:", "--addModelFile=/m/a.xml", "--addModelFile=/m/theirs.xml", NEW_SESSION,
+    EXPECT_EQ(run.log, info({"Queued actions:", "--addModelFile=/m/a.xml", "--addModelFile=/m/theirs.xml", NEW_SESSION,
                              UPDATED, "--addModelFile=/m/theirs.xml", COMPLETED}));
     EXPECT_EQ(run.systemLog, (Messages{{LOG_DEBUG, "--addModelFile=/m/theirs.xml"}}));
     EXPECT_EQ(readFile(framework.session()), "0:/m/a.xml\n0:/m/theirs.xml\n");
@@ -275,7 +275,7 @@ TEST_F(LockWait, ShowsAnEmptyLineForAnUnknownKindLoadedLater)
     const ToolRun run = runTool({"-a", "/m/a.xml", "--status"});
 
     EXPECT_EQ(run.log,
-              told({"Queued actions:", "--addModelFile=/m/a.xml", "unknown", NEW_SESSION, UPDATED, "", COMPLETED}));
+              info({"Queued actions:", "--addModelFile=/m/a.xml", "unknown", NEW_SESSION, UPDATED, "", COMPLETED}));
     EXPECT_EQ(run.systemLog, (Messages{{LOG_DEBUG, ""}}));
     EXPECT_EQ(readFile(framework.session()), "0:/m/a.xml\n7:unknown\n");
 }
@@ -287,7 +287,7 @@ TEST_F(LockWait, ShowsFormatCharactersOfAnOwnerUnchanged)
     const ToolRun run = runTool({"-a", "/m/a.xml"});
 
     const std::string refusal = "WARNING: Session already in progress and locked by: %s%n\nPending action canceled.";
-    EXPECT_EQ(run.log, told({refusal}));
+    EXPECT_EQ(run.log, info({refusal}));
     EXPECT_EQ(run.systemLog[1], std::make_pair(LOG_INFO, refusal));
 }
 

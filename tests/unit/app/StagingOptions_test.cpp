@@ -177,7 +177,7 @@ TEST_F(StagingOptions, RecordAndLogTheManagedObjectVersion)
     EXPECT_EQ(impl.moVersion(), "2");
     EXPECT_EQ(impl.trVersion(), "1");
     EXPECT_TRUE(tool.isCmdGiven());
-    EXPECT_EQ(log.messages(), told({"handleManagedObjectVersion: 2"}));
+    EXPECT_EQ(log.messages(), info({"handleManagedObjectVersion: 2"}));
     EXPECT_EQ(systemLog.messages(), SILENCE);
 }
 

@@ -34,7 +34,7 @@ TEST_F(StatusReport, ReportsThatNothingIsPending)
 {
     report();
 
-    EXPECT_EQ(log.messages(), told({"There are no pending actions."}));
+    EXPECT_EQ(log.messages(), info({"There are no pending actions."}));
     EXPECT_EQ(systemLog.messages(), SILENCE);
     EXPECT_TRUE(tool.isCmdGiven());
     EXPECT_TRUE(impl.request().statusRequested);
@@ -54,7 +54,7 @@ TEST_F(StatusReport, ListsEveryKindOfActionOldestFirst)
 
     EXPECT_EQ(
         log.messages(),
-        told({TITLE, "--addModelFile=/m/a.xml",
+        info({TITLE, "--addModelFile=/m/a.xml",
               "--modelHandler=h --managedObjectVersion=1 --transactionalResourceVersion=2",
               "--removeModelFile=/m/b.xml",
               "--addModelFile=/m/c.xml --modelHandler=h --managedObjectVersion=3 --transactionalResourceVersion=4",
@@ -70,7 +70,7 @@ TEST_F(StatusReport, ShowsEmptyVersions)
     report();
 
     EXPECT_EQ(log.messages(),
-              told({TITLE, "--modelHandler=h --managedObjectVersion= --transactionalResourceVersion="}));
+              info({TITLE, "--modelHandler=h --managedObjectVersion= --transactionalResourceVersion="}));
 }
 
 TEST_F(StatusReport, ShowsEmptyFieldsForATextWithoutSeparators)
@@ -102,7 +102,7 @@ TEST_F(StatusReport, LoadsTheQueueOfAnotherHostsSession)
 
     report();
 
-    EXPECT_EQ(log.messages(), told({TITLE, "--addModelFile=/m/a.xml", "--removeModelFile=/m/b.xml"}));
+    EXPECT_EQ(log.messages(), info({TITLE, "--addModelFile=/m/a.xml", "--removeModelFile=/m/b.xml"}));
     EXPECT_EQ(readFile(framework.session()), "0:/m/a.xml\n2:/m/b.xml\n");
     EXPECT_EQ(readFile(framework.lock()), "other-host");
 }
@@ -114,7 +114,7 @@ TEST_F(StatusReport, DoesNotLoadTheQueueOfThisHostsSessionAgain)
 
     report();
 
-    EXPECT_EQ(log.messages(), told({"There are no pending actions."}));
+    EXPECT_EQ(log.messages(), info({"There are no pending actions."}));
 }
 
 TEST_F(StatusReport, DoesNotLoadAQueueWithoutASession)
@@ -123,7 +123,7 @@ TEST_F(StatusReport, DoesNotLoadAQueueWithoutASession)
 
     report();
 
-    EXPECT_EQ(log.messages(), told({"There are no pending actions."}));
+    EXPECT_EQ(log.messages(), info({"There are no pending actions."}));
 }
 
 } // namespace

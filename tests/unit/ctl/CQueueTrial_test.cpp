@@ -81,7 +81,7 @@ TEST_F(QueueTrial, ApplyNextLogsTheMessagesOfTheEdit)
 
     EXPECT_EQ(trial.applyNext(), ActionResult::FAILED);
 
-    EXPECT_EQ(log.messages(), told({"Cannot find the model file: /missing"}));
+    EXPECT_EQ(log.messages(), info({"Cannot find the model file: /missing"}));
     EXPECT_EQ(trial.result(), base);
 }
 

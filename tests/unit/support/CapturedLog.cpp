@@ -5,7 +5,7 @@
 namespace QMT::Test
 {
 
-Messages told(const std::vector<std::string>& texts)
+Messages info(const std::vector<std::string>& texts)
 {
     Messages messages;
     for (const std::string& text : texts)

@@ -20,8 +20,8 @@ namespace QMT::Test
 /// Messages with their priorities: those of the library for a logger, those of syslog for the system log.
 using Messages = std::vector<std::pair<int, std::string>>;
 
-/// `texts` at the logger's priority information.
-Messages told(const std::vector<std::string>& texts);
+/// Messages of the priority information with `texts`.
+Messages info(const std::vector<std::string>& texts);
 
 /// The logger "ConsoleLogger" at level information, which records its messages. There is one at a time.
 class CapturedLog

@@ -50,7 +50,7 @@ TEST_F(DefaultComponent, TakesOverThePlaceholderAndAddsTheRootClass)
     EXPECT_EQ(verify(model), 1);
 
     EXPECT_EQ(written(), configurationOf({{"h", {"R"}, "5", "6"}, {"a", {"A"}}}));
-    EXPECT_EQ(log.messages(), told({"Replaced default QOR component tag with: h", "Found handler: h"}));
+    EXPECT_EQ(log.messages(), info({"Replaced default QOR component tag with: h", "Found handler: h"}));
     EXPECT_EQ(systemLog.messages(), SILENCE);
 }
 
@@ -61,7 +61,7 @@ TEST_F(DefaultComponent, WritesTheNewNameBeforeAddingTheRootClass)
 
     EXPECT_EQ(verify(model), 1);
 
-    EXPECT_EQ(log.messages(), told({"Replaced default QOR component tag with: h", "Unable to wite updated XML file!",
+    EXPECT_EQ(log.messages(), info({"Replaced default QOR component tag with: h", "Unable to wite updated XML file!",
                                     "Found handler: h", "Unable to wite updated XML file!"}));
 }
 
@@ -72,7 +72,7 @@ TEST_F(DefaultComponent, TakesOverThePlaceholderWithoutAModel)
     EXPECT_EQ(verify(""), 1);
 
     EXPECT_EQ(written(), configurationOf({{"h", {"D"}, "5", "6"}}));
-    EXPECT_EQ(log.messages(), told({"Replaced default QOR component tag with: h"}));
+    EXPECT_EQ(log.messages(), info({"Replaced default QOR component tag with: h"}));
 }
 
 TEST_F(DefaultComponent, KeepsASecondInterfaceOfAnotherName)
@@ -86,7 +86,7 @@ TEST_F(DefaultComponent, KeepsASecondInterfaceOfAnotherName)
     EXPECT_EQ(textOf(document),
               "<participants>\n\t<participant>\n\t\t<managedObject compName=\"h\" version=\"5\"/>\n"
               "\t\t<txResource compName=\"other\" version=\"2\"/>\n\t</participant>\n</participants>\n");
-    EXPECT_EQ(log.messages(), told({"Replaced default QOR component tag with: h"}));
+    EXPECT_EQ(log.messages(), info({"Replaced default QOR component tag with: h"}));
 }
 
 TEST_F(DefaultComponent, TakesOverAPlaceholderWithOneInterface)
@@ -126,7 +126,7 @@ TEST_F(DefaultComponent, TakesOverThePlaceholderForAnUnreadableModel)
     EXPECT_EQ(verify("/nonexistent/model.xml"), 1);
 
     EXPECT_EQ(written(), configurationOf({{"h", {}, "5", "6"}}));
-    EXPECT_EQ(log.messages(), told({"Replaced default QOR component tag with: h", "Found handler: h",
+    EXPECT_EQ(log.messages(), info({"Replaced default QOR component tag with: h", "Found handler: h",
                                     "Unable to parse and get the root class name from the model file."}));
 }
 
@@ -148,7 +148,7 @@ TEST_F(DefaultComponent, FailsWithoutPlaceholderAndModel)
     EXPECT_EQ(verify(""), 0);
 
     expectUnchanged(before);
-    EXPECT_EQ(log.messages(), told({"Default model handler not found, ignoring modelHandler update!"}));
+    EXPECT_EQ(log.messages(), info({"Default model handler not found, ignoring modelHandler update!"}));
 }
 
 TEST_F(DefaultComponent, FailsInADocumentWithoutHandlers)
@@ -171,7 +171,7 @@ TEST_F(DefaultComponent, AddsARootClassToItsHandler)
     EXPECT_EQ(verify(model), 1);
 
     EXPECT_EQ(written(), configurationOf({{"a", {"A"}}, {"h", {"H", "R"}}}));
-    EXPECT_EQ(log.messages(), told({"Found handler: h"}));
+    EXPECT_EQ(log.messages(), info({"Found handler: h"}));
 }
 
 TEST_F(DefaultComponent, AddsAHandlerForANewRootClass)
@@ -181,7 +181,7 @@ TEST_F(DefaultComponent, AddsAHandlerForANewRootClass)
     EXPECT_EQ(verify(model), 1);
 
     EXPECT_EQ(written(), configurationOf({{"a", {"A"}}, {"h", {"R"}, "5", "6"}}));
-    EXPECT_EQ(log.messages(), told({"Adding new handler: h with root class: R"}));
+    EXPECT_EQ(log.messages(), info({"Adding new handler: h with root class: R"}));
 }
 
 TEST_F(DefaultComponent, AcceptsARootClassItsHandlerServes)
@@ -192,7 +192,7 @@ TEST_F(DefaultComponent, AcceptsARootClassItsHandlerServes)
     EXPECT_EQ(verify(model), 1);
 
     expectUnchanged(before);
-    EXPECT_EQ(log.messages(), told({"Model handler : h for Root element: R already exists"}));
+    EXPECT_EQ(log.messages(), info({"Model handler : h for Root element: R already exists"}));
 }
 
 TEST_F(DefaultComponent, RefusesARootClassAnotherHandlerServes)
@@ -203,7 +203,7 @@ TEST_F(DefaultComponent, RefusesARootClassAnotherHandlerServes)
     EXPECT_EQ(verify(model), 0);
 
     expectUnchanged(before);
-    EXPECT_EQ(log.messages(), told({"Model handler : H for Root element: R already exists"}));
+    EXPECT_EQ(log.messages(), info({"Model handler : H for Root element: R already exists"}));
 }
 
 TEST_F(DefaultComponent, RefusesARootClassServedWithoutAHandlerName)
@@ -226,7 +226,7 @@ TEST_F(DefaultComponent, AcceptsAModelWithoutARootElement)
     EXPECT_EQ(verify(framework.file("model.xml", "<m/>")), 1);
 
     expectUnchanged(before);
-    EXPECT_EQ(log.messages(), told({"Unable to locate root class in model file."}));
+    EXPECT_EQ(log.messages(), info({"Unable to locate root class in model file."}));
 }
 
 TEST_F(DefaultComponent, RefusesAnUnreadableModel)
@@ -237,7 +237,7 @@ TEST_F(DefaultComponent, RefusesAnUnreadableModel)
     EXPECT_EQ(verify("/nonexistent/model.xml"), 0);
 
     expectUnchanged(before);
-    EXPECT_EQ(log.messages(), told({"Unable to parse and get the root class name from the model file.", "Aborting"}));
+    EXPECT_EQ(log.messages(), info({"Unable to parse and get the root class name from the model file.", "Aborting"}));
 }
 
 TEST_F(DefaultComponent, RefusesAHandlerOutsideAParticipant)

@@ -107,7 +107,7 @@ TEST_F(Handlers, RemoveByNodeReportsSuccessWhenTheWriteFails)
 
     EXPECT_EQ(parser.removeModelHandler(document, CElementWalk::first(*document, "participant"), "a"), 1);
 
-    EXPECT_EQ(log.messages(), told({"Unable to wite updated XML file!", "Removed handler: a"}));
+    EXPECT_EQ(log.messages(), info({"Unable to wite updated XML file!", "Removed handler: a"}));
 }
 
 TEST_F(Handlers, RemoveByNodeFailsForTheLastOne)

@@ -67,7 +67,7 @@ TEST_F(RootEntries, AddAppendsTheRootAndKeepsTheVersions)
     EXPECT_EQ(add(), 1);
 
     EXPECT_EQ(written(), configurationOf({{"a", {"A"}}, {"h", {"H", "R"}, "8", "9"}}));
-    EXPECT_EQ(log.messages(), told({"Found handler: h"}));
+    EXPECT_EQ(log.messages(), info({"Found handler: h"}));
     EXPECT_EQ(systemLog.messages(), SILENCE);
 }
 
@@ -79,7 +79,7 @@ TEST_F(RootEntries, AddSkipsARootThatIsThere)
     EXPECT_EQ(add(), 1);
 
     expectUnchanged(before);
-    EXPECT_EQ(log.messages(), told({"Found handler: h", "Root element R already exist in h\nSkipping add."}));
+    EXPECT_EQ(log.messages(), info({"Found handler: h", "Root element R already exist in h\nSkipping add."}));
 }
 
 TEST_F(RootEntries, AddSkipsARootOfAnotherElementName)
@@ -89,7 +89,7 @@ TEST_F(RootEntries, AddSkipsARootOfAnotherElementName)
 
     EXPECT_EQ(add(), 1);
 
-    EXPECT_EQ(log.messages(), told({"Found handler: h", "Root element R already exist in h\nSkipping add."}));
+    EXPECT_EQ(log.messages(), info({"Found handler: h", "Root element R already exist in h\nSkipping add."}));
     EXPECT_FALSE(isWritten());
 }
 
@@ -109,7 +109,7 @@ TEST_F(RootEntries, AddRegistersANewHandler)
     EXPECT_EQ(add(), 1);
 
     EXPECT_EQ(written(), configurationOf({{"a", {"R"}}, {"H", {}}, {"h", {"R"}, "5", "6"}}));
-    EXPECT_EQ(log.messages(), told({"Adding new handler: h with root class: R"}));
+    EXPECT_EQ(log.messages(), info({"Adding new handler: h with root class: R"}));
 }
 
 TEST_F(RootEntries, AddUsesTheFirstOfTwoParticipants)
@@ -119,7 +119,7 @@ TEST_F(RootEntries, AddUsesTheFirstOfTwoParticipants)
     EXPECT_EQ(add(), 1);
 
     EXPECT_EQ(written(), configurationOf({{"h", {"A", "R"}}, {"h", {"B"}}}));
-    EXPECT_EQ(log.messages(), told({"Found handler: h"}));
+    EXPECT_EQ(log.messages(), info({"Found handler: h"}));
 }
 
 TEST_F(RootEntries, AddSkipsAParticipantWithoutRoots)
@@ -133,7 +133,7 @@ TEST_F(RootEntries, AddSkipsAParticipantWithoutRoots)
                          "\t\t</participant>\n\t\t<participant>\n\t\t\t<roots>\n\t\t\t\t<root name=\"R\"/>\n"
                          "\t\t\t</roots>\n\t\t\t<managedObject compName=\"h\"/>\n\t\t</participant>\n"
                          "\t</participants>\n</qor>\n");
-    EXPECT_EQ(log.messages(), told({"Found handler: h", "Found handler: h"}));
+    EXPECT_EQ(log.messages(), info({"Found handler: h", "Found handler: h"}));
 }
 
 TEST_F(RootEntries, AddWritesAHandlerWithoutRootsUnchanged)
@@ -145,7 +145,7 @@ TEST_F(RootEntries, AddWritesAHandlerWithoutRootsUnchanged)
 
     EXPECT_EQ(textOf(document), before);
     EXPECT_EQ(written(), before);
-    EXPECT_EQ(log.messages(), told({"Found handler: h"}));
+    EXPECT_EQ(log.messages(), info({"Found handler: h"}));
 }
 
 TEST_F(RootEntries, AddUsesTheFirstRootsChildOfTheParticipant)
@@ -177,7 +177,7 @@ TEST_F(RootEntries, AddWritesAnEmptyNameWithoutARootElement)
     EXPECT_EQ(add(), 1);
 
     EXPECT_EQ(written(), configurationOf({{"h", {"H", ""}}}));
-    EXPECT_EQ(log.messages(), told({"Found handler: h", "Unable to locate root class in model file."}));
+    EXPECT_EQ(log.messages(), info({"Found handler: h", "Unable to locate root class in model file."}));
 }
 
 TEST_F(RootEntries, AddRepeatsAnEmptyNameWithoutARootElement)
@@ -199,7 +199,7 @@ TEST_F(RootEntries, AddRegistersNoHandlerWithoutARootElement)
     EXPECT_EQ(add(), 1);
 
     EXPECT_EQ(written(), before);
-    EXPECT_EQ(log.messages(), told({"Unable to locate root class in model file.",
+    EXPECT_EQ(log.messages(), info({"Unable to locate root class in model file.",
                                     "cannot add model file without root class to qor.cfg"}));
 }
 
@@ -212,7 +212,7 @@ TEST_F(RootEntries, AddFailsForAnUnreadableModel)
     EXPECT_EQ(add(), 0);
 
     expectUnchanged(before);
-    EXPECT_EQ(log.messages(), told({"Found handler: h", UNREADABLE}));
+    EXPECT_EQ(log.messages(), info({"Found handler: h", UNREADABLE}));
 }
 
 TEST_F(RootEntries, AddOfANewHandlerFailsForAnUnreadableModel)
@@ -266,7 +266,7 @@ TEST_F(RootEntries, AddIgnoresAHandlerWithoutAttributes)
 
     EXPECT_EQ(add(), 1);
 
-    EXPECT_EQ(log.messages(), told({"Adding new handler:  with root class: R"}));
+    EXPECT_EQ(log.messages(), info({"Adding new handler:  with root class: R"}));
 }
 
 TEST_F(RootEntries, AddFindsANamelessHandlerWithAttributes)
@@ -276,7 +276,7 @@ TEST_F(RootEntries, AddFindsANamelessHandlerWithAttributes)
 
     EXPECT_EQ(add(), 1);
 
-    EXPECT_EQ(log.messages(), told({"Found handler: "}));
+    EXPECT_EQ(log.messages(), info({"Found handler: "}));
     EXPECT_EQ(written(), "<participants>\n"
                          "\t<participant>\n"
                          "\t\t<roots>\n"
@@ -295,7 +295,7 @@ TEST_F(RootEntries, AddReportsAFailedWriteAndKeepsTheRoot)
     EXPECT_EQ(add(), 1);
 
     EXPECT_EQ(textOf(document), configurationOf({{"h", {"R"}}}));
-    EXPECT_EQ(log.messages(), told({"Found handler: h", "Unable to wite updated XML file!"}));
+    EXPECT_EQ(log.messages(), info({"Found handler: h", "Unable to wite updated XML file!"}));
 }
 
 TEST_F(RootEntries, AddWritesOnceForANewHandler)
@@ -305,7 +305,7 @@ TEST_F(RootEntries, AddWritesOnceForANewHandler)
 
     EXPECT_EQ(add(), 1);
 
-    EXPECT_EQ(log.messages(), told({"Adding new handler: h with root class: R", "Unable to wite updated XML file!"}));
+    EXPECT_EQ(log.messages(), info({"Adding new handler: h with root class: R", "Unable to wite updated XML file!"}));
 }
 
 // ---- modifyRoot, ENTRY_REMOVE_ROOT ----
@@ -317,7 +317,7 @@ TEST_F(RootEntries, RemoveRootLeavesOtherHandlersAlone)
     EXPECT_EQ(remove(), 1);
 
     EXPECT_EQ(written(), configurationOf({{"a", {"R"}}, {"h", {"H", "I"}}}));
-    EXPECT_EQ(log.messages(), told({"Found handler: h", "Removed root entry R from h"}));
+    EXPECT_EQ(log.messages(), info({"Found handler: h", "Removed root entry R from h"}));
     EXPECT_EQ(systemLog.messages(), SILENCE);
 }
 
@@ -337,7 +337,7 @@ TEST_F(RootEntries, RemoveRootRemovesTheHandlerWithItsLastRoot)
     EXPECT_EQ(remove(), 1);
 
     EXPECT_EQ(written(), configurationOf({{"a", {"A"}}}));
-    EXPECT_EQ(log.messages(), told({"Found handler: h", "Removed root entry R from h", "Removed handler: h"}));
+    EXPECT_EQ(log.messages(), info({"Found handler: h", "Removed root entry R from h", "Removed handler: h"}));
 }
 
 TEST_F(RootEntries, RemoveRootWritesBeforeRemovingTheHandler)
@@ -348,7 +348,7 @@ TEST_F(RootEntries, RemoveRootWritesBeforeRemovingTheHandler)
     EXPECT_EQ(remove(), 1);
 
     EXPECT_EQ(log.messages(),
-              told({"Found handler: h", "Unable to wite updated XML file!", "Removed root entry R from h",
+              info({"Found handler: h", "Unable to wite updated XML file!", "Removed root entry R from h",
                     "Unable to wite updated XML file!", "Removed handler: h"}));
 }
 
@@ -360,7 +360,7 @@ TEST_F(RootEntries, RemoveRootFailsForTheLastRootOfAll)
     EXPECT_EQ(remove(), 0);
 
     expectUnchanged(before);
-    EXPECT_EQ(log.messages(), told({"Found handler: h", "Unable to remove root entry"}));
+    EXPECT_EQ(log.messages(), info({"Found handler: h", "Unable to remove root entry"}));
 }
 
 TEST_F(RootEntries, RemoveRootLeavesTheOnlyHandlerItsOtherRoots)
@@ -381,7 +381,7 @@ TEST_F(RootEntries, RemoveRootWritesUnchangedForAMissingRoot)
 
     EXPECT_EQ(textOf(document), before);
     EXPECT_EQ(written(), before);
-    EXPECT_EQ(log.messages(), told({"Found handler: h", "Unable to find root entry R in h"}));
+    EXPECT_EQ(log.messages(), info({"Found handler: h", "Unable to find root entry R in h"}));
 }
 
 TEST_F(RootEntries, RemoveRootSearchesLaterParticipants)
@@ -391,7 +391,7 @@ TEST_F(RootEntries, RemoveRootSearchesLaterParticipants)
     EXPECT_EQ(remove(), 1);
 
     EXPECT_EQ(written(), configurationOf({{"h", {"A"}}, {"h", {"B"}}, {"h", {"R"}}}));
-    EXPECT_EQ(log.messages(), told({"Found handler: h", "Unable to find root entry R in h", "Found handler: h",
+    EXPECT_EQ(log.messages(), info({"Found handler: h", "Unable to find root entry R in h", "Found handler: h",
                                     "Removed root entry R from h"}));
 }
 
@@ -415,7 +415,7 @@ TEST_F(RootEntries, RemoveRootSkipsAHandlerWithoutRoots)
     EXPECT_EQ(remove(), 1);
 
     EXPECT_EQ(written(), before);
-    EXPECT_EQ(log.messages(), told({"Found handler: h"}));
+    EXPECT_EQ(log.messages(), info({"Found handler: h"}));
 }
 
 TEST_F(RootEntries, RemoveRootRemovesNothingWithoutARootElement)
@@ -427,7 +427,7 @@ TEST_F(RootEntries, RemoveRootRemovesNothingWithoutARootElement)
     EXPECT_EQ(remove(), 1);
 
     EXPECT_EQ(written(), before);
-    EXPECT_EQ(log.messages(), told({"Found handler: h", "Unable to locate root class in model file.",
+    EXPECT_EQ(log.messages(), info({"Found handler: h", "Unable to locate root class in model file.",
                                     "Unable to find root entry  in h"}));
 }
 
@@ -440,7 +440,7 @@ TEST_F(RootEntries, RemoveRootFailsForAnUnreadableModel)
     EXPECT_EQ(remove(), 0);
 
     expectUnchanged(before);
-    EXPECT_EQ(log.messages(), told({"Found handler: h", UNREADABLE}));
+    EXPECT_EQ(log.messages(), info({"Found handler: h", UNREADABLE}));
 }
 
 TEST_F(RootEntries, RemoveRootDoesNotCountOtherElementNames)
@@ -451,7 +451,7 @@ TEST_F(RootEntries, RemoveRootDoesNotCountOtherElementNames)
     EXPECT_EQ(remove(), 1);
 
     // One root is left in the list, which therefore counts as the handler's last.
-    EXPECT_EQ(log.messages(), told({"Found handler: h", "Removed root entry R from h", "Removed handler: h"}));
+    EXPECT_EQ(log.messages(), info({"Found handler: h", "Removed root entry R from h", "Removed handler: h"}));
     EXPECT_EQ(written(), "<participants>\n\t<participant/>\n</participants>\n");
 }
 
@@ -465,7 +465,7 @@ TEST_F(RootEntries, RemoveHandlerRemovesItsFirstParticipant)
     EXPECT_EQ(modify(CmdEntryAction::ENTRY_REMOVE_HANDLER), 1);
 
     EXPECT_EQ(written(), configurationOf({{"a", {"A"}}, {"h", {"S"}}}));
-    EXPECT_EQ(log.messages(), told({"Found handler: h", "Removed handler: h"}));
+    EXPECT_EQ(log.messages(), info({"Found handler: h", "Removed handler: h"}));
 }
 
 TEST_F(RootEntries, RemoveHandlerFailsForTheOnlyHandler)
@@ -476,7 +476,7 @@ TEST_F(RootEntries, RemoveHandlerFailsForTheOnlyHandler)
     EXPECT_EQ(modify(CmdEntryAction::ENTRY_REMOVE_HANDLER), 0);
 
     expectUnchanged(before);
-    EXPECT_EQ(log.messages(), told({"Found handler: h", "Unable to remove handle as this is the last entry"}));
+    EXPECT_EQ(log.messages(), info({"Found handler: h", "Unable to remove handle as this is the last entry"}));
 }
 
 TEST_F(RootEntries, RemoveHandlerReportsAMissingHandler)
@@ -487,7 +487,7 @@ TEST_F(RootEntries, RemoveHandlerReportsAMissingHandler)
     EXPECT_EQ(modify(CmdEntryAction::ENTRY_REMOVE_HANDLER), 1);
 
     expectUnchanged(before);
-    EXPECT_EQ(log.messages(), told({"Unable to locate and remove handler: h from qor.cfg"}));
+    EXPECT_EQ(log.messages(), info({"Unable to locate and remove handler: h from qor.cfg"}));
 }
 
 // ---- existsRoot ----
@@ -513,7 +513,7 @@ TEST_F(ExistsRoot, FindsTheServingHandler)
 
     EXPECT_TRUE(found);
     EXPECT_EQ(servedBy, "b");
-    EXPECT_EQ(log.messages(), told({"Model handler : b for Root element: R already exists"}));
+    EXPECT_EQ(log.messages(), info({"Model handler : b for Root element: R already exists"}));
     EXPECT_FALSE(isWritten());
 }
 
@@ -596,7 +596,7 @@ TEST_F(ExistsRoot, ReturnsNoRootClassWithoutARootElement)
 
     EXPECT_FALSE(found);
     EXPECT_EQ(servedBy, "as it was");
-    EXPECT_EQ(log.messages(), told({"Unable to locate root class in model file."}));
+    EXPECT_EQ(log.messages(), info({"Unable to locate root class in model file."}));
 }
 
 TEST_F(ExistsRoot, FailsForAnUnreadableModel)
@@ -607,7 +607,7 @@ TEST_F(ExistsRoot, FailsForAnUnreadableModel)
     EXPECT_EQ(ask(), 0);
 
     EXPECT_FALSE(found);
-    EXPECT_EQ(log.messages(), told({UNREADABLE}));
+    EXPECT_EQ(log.messages(), info({UNREADABLE}));
 }
 
 } // namespace
