@@ -13,7 +13,7 @@ import frameworks  # noqa: E402
 import sandbox  # noqa: E402
 
 
-@pytest.fixture(autouse=True)
+@pytest.fixture(autouse=True, scope="session")
 def tracing() -> None:
     """Skip under proot: it traces the program itself, so that strace cannot."""
     if sandbox.find_launcher() != "bwrap":
