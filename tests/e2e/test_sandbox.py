@@ -112,17 +112,19 @@ def test_killed_program_leaves_nothing_behind(boxed: Sandbox) -> None:
     assert list(Path("/tmp").glob(f"proo*-{run.launcher_pid}-*")) == []
 
 
-def test_program_ends_with_its_caller(framework: Framework, tmp_path: Path) -> None:
+def test_program_ends_with_its_caller(framework: Framework) -> None:
     script = (f"from sandbox import *\n"
               f"Sandbox(Path({str(framework.root)!r}), launcher={find_launcher()!r})"
               f".launch('sh', '-c', 'echo started; sleep 5 >&-; echo survived', stdout=sys.stdout, console=sys.stderr)\n"
               f"input()\n")
-    caller = subprocess.Popen(["/usr/bin/python3", "-c", script], cwd=LAUNCHER.parent, stdin=subprocess.PIPE,
-                              stdout=subprocess.PIPE, text=True, env={**os.environ, "TMPDIR": str(tmp_path)})
-    assert caller.stdout is not None
-    assert caller.stdout.readline() == "started\n"
-    caller.kill()
-    assert caller.communicate()[0] == ""
+    # Near, since a sandbox of a far directory uses /tmp, where a killed caller would leave it.
+    with tempfile.TemporaryDirectory() as scratch:
+        caller = subprocess.Popen(["/usr/bin/python3", "-c", script], cwd=LAUNCHER.parent, stdin=subprocess.PIPE,
+                                  stdout=subprocess.PIPE, text=True, env={**os.environ, "TMPDIR": scratch})
+        assert caller.stdout is not None
+        assert caller.stdout.readline() == "started\n"
+        caller.kill()
+        assert caller.communicate()[0] == ""
 
 
 def test_log_is_read_below_a_long_path(boxed: Sandbox, tmp_path: Path, monkeypatch: pytest.MonkeyPatch) -> None:
