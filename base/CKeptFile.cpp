@@ -42,7 +42,10 @@ CKeptFile::CKeptFile(const std::string& path)
 
 CKeptFile::~CKeptFile()
 {
-    static_cast<void>(::close(_file));
+    if (_file >= 0)
+    {
+        static_cast<void>(::close(_file));
+    }
 }
 
 const std::optional<std::string>& CKeptFile::content() const

@@ -36,7 +36,10 @@ public:
 
     ~CNewFile()
     {
-        static_cast<void>(::close(_file));
+        if (_file >= 0)
+        {
+            static_cast<void>(::close(_file));
+        }
         if (!_isKept)
         {
             static_cast<void>(::unlink(_path.c_str()));
