@@ -44,6 +44,7 @@ done
 """
 """Recovers each framework, answers the question if there is one, and recovers again."""
 CUT_AT_LINE_END = "a list that was cut at a line's end is taken for whole"
+RESTORED_TO_LINE_END = "a list that was restored up to a line's end is taken for whole, beside another document"
 BATCH = 200
 TIMEOUT = 600.0
 
@@ -58,7 +59,7 @@ class Case:
     backups: frozenset[frameworks.Pair]
 
     def digest(self) -> bytes:
-        """Tells it from other cases; the files of all would not fit into the memory."""
+        """A key of the case: the files of all cases would not fit into the memory."""
         parts = (self.files, self.pairs, self.backups)
         return hashlib.sha256(repr([self.assume, *(sorted(part, key=repr) for part in parts)]).encode()).digest()
 
@@ -98,9 +99,10 @@ def _judged(directory: Path, case: Case) -> tuple[str, str]:
     if again["status"] not in (0, ASKED) or again["found"] not in ("nothing", "unclear"):
         wrong.append(f"a second recovery finds {again.get('found')}")
     live, backups = frameworks.live(files), frameworks.backups(files)
-    if not wrong and (_is_cut_at_line_end(live, case.pairs) or _is_cut_at_line_end(backups, case.backups) or
-                      _is_put_back_to_line_end(live, case)):
+    if not wrong and (_is_cut_at_line_end(live, case.pairs) or _is_cut_at_line_end(backups, case.backups)):
         return CUT_AT_LINE_END, ""
+    if not wrong and backups in case.backups and _is_restored_to_line_end(live, case):
+        return RESTORED_TO_LINE_END, ""
     if live not in case.pairs:
         wrong.append("the live files are not a complete, matching pair")
     if backups not in case.backups:
@@ -117,11 +119,11 @@ def _is_cut_at_line_end(pair: frameworks.Pair, pairs: Collection[frameworks.Pair
         configuration == other and (whole or b"").startswith(lines) for other, whole in pairs)
 
 
-def _is_put_back_to_line_end(live: frameworks.Pair, case: Case) -> bool:
-    """Whether a rollback of a rejected commit had put back the list up to the end of a line, and not the document."""
+def _is_restored_to_line_end(live: frameworks.Pair, case: Case) -> bool:
+    """Whether a rollback had restored the list up to the end of a line, and not yet the document."""
     files = dict(case.files)
     (configuration, lines), (_, backup) = live, frameworks.backups(files)
-    return (lines is not None and lines[-1:] == b"\n" and frameworks.LOCK not in files and
+    return (live not in case.pairs and lines is not None and lines[-1:] == b"\n" and frameworks.LOCK not in files and
             backup != lines and (backup or b"").startswith(lines) and configuration in {pair[0] for pair in case.pairs})
 
 
