@@ -117,8 +117,8 @@ def test_program_ends_with_its_caller(framework: Framework) -> None:
               f"Sandbox(Path({str(framework.root)!r}), launcher={find_launcher()!r})"
               f".launch('sh', '-c', 'echo started; sleep 5 >&-; echo survived', stdout=sys.stdout, console=sys.stderr)\n"
               f"input()\n")
-    # Near, since a sandbox of a far directory uses /tmp, where a killed caller would leave it.
-    with tempfile.TemporaryDirectory() as scratch:
+    # With a long path, the sandbox itself would use /tmp, where a killed caller leaves its files.
+    with tempfile.TemporaryDirectory(prefix="qmt-", dir="/tmp") as scratch:
         caller = subprocess.Popen(["/usr/bin/python3", "-c", script], cwd=LAUNCHER.parent, stdin=subprocess.PIPE,
                                   stdout=subprocess.PIPE, text=True, env={**os.environ, "TMPDIR": scratch})
         assert caller.stdout is not None
