@@ -1,7 +1,7 @@
 # Completion of qor_mim_ctl for bash.
 #
-# Models and handlers are found as for qor_mim_tool, whose completion is in the same directory. No program is run.
-# Without a framework there are no candidates and no messages.
+# Models and handlers are found as for qor_mim_tool, whose completion is in the same directory. No program of the
+# framework is run. Without a framework there are no candidates and no messages.
 # shellcheck shell=bash
 
 # Sources the functions of the tool's completion unless they are defined already.

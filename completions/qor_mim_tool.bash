@@ -1,6 +1,6 @@
 # Completion of qor_mim_tool for bash.
 #
-# No program of the framework is run, nor the tool. Without a framework there are no candidates and no messages.
+# Neither the tool nor a program of the framework is run. Without a framework there are no candidates and no messages.
 # shellcheck shell=bash
 
 # The framework directory, as a path prefix. The tool asks the framework's agent first; a completion runs no programs of

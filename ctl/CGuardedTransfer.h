@@ -21,7 +21,7 @@ public:
     using std::runtime_error::runtime_error;
 };
 
-/// Installs the files of a transaction atomically, with their attributes. Before each change of a live file it checks
+/// Installs each file of a transaction atomically, with its attributes. Before each change of a live file it checks
 /// that the files are as the transaction left them.
 class CGuardedTransfer : public CTransfer
 {

@@ -28,7 +28,8 @@ public:
     /// The validator's verdict; none if it was not needed.
     const std::optional<bool>& verdict() const;
 
-    /// Assumes from now on that the validator rejects the live list, or accepts it, instead of running it.
+    /// From now on the validator is not run: it counts as rejecting the live list if `isRejected`, otherwise as
+    /// accepting it.
     void suppose(bool isRejected);
 
 private:

@@ -13,7 +13,7 @@ namespace QMT
 void CRecoveryReading::readLocked(Recovery& recovery)
 {
     restoreLive(recovery);
-    // Somebody may have decided to leave a file missing.
+    // The question is open, or the assumption leaves a file missing.
     if (recovery.found == Found::UNCLEAR || !recovery.after.live.configuration || !recovery.after.live.list)
     {
         return;

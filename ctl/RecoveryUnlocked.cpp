@@ -126,7 +126,7 @@ void CRecoveryReading::askForPair(Recovery& recovery, const std::string& questio
     }
 }
 
-/// The list is complete, and its backup exists unless both are missing. A rollback restores the list first.
+/// The list is not torn. Its backup exists, or there is no backup at all. A rollback restores the list first.
 void CRecoveryReading::readTornDocument(Recovery& recovery)
 {
     const Text& document = _now.live.configuration;

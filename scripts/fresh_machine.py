@@ -97,7 +97,7 @@ class Machine:
                   *(["ca-certificates"] if any("https:" in text for text in texts) else [])]
         access = subprocess.run(["apt-config", "dump"], check=True, capture_output=True, text=True).stdout.splitlines()
         options = [f"--aptopt={line}" for line in access if ACCESS.match(line)]
-        # The mount namespace removes its mounts, even if it is killed.
+        # The mounts end with the mount namespace, even if mmdebstrap is killed.
         self._outside("unshare", "--mount", "mmdebstrap", "--mode=root", "--variant=apt",
                       f"--include={','.join(wanted)}", *options, release, str(self.root), str(archive))
         shutil.copy("/etc/resolv.conf", self.root / "etc")

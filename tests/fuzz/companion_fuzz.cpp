@@ -1,5 +1,5 @@
 // Framework files with any bytes. Every answer of the companion is one JSON object with the exit status, reading
-// commands change nothing, and a change is made completely or not at all.
+// commands change no live file, and a change is made completely or not at all.
 #include "FuzzedTool.h"
 
 #include "ctl/Companion.h"
@@ -99,7 +99,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
     ask({"recover", "--dry-run"});
     if (livePair() != before)
     {
-        FuzzedTool::find("a question changes a live file");
+        FuzzedTool::find("a reading command changes a live file");
     }
     const std::vector<std::string> call = {"apply", "--add=" + modelFile(), "--handler=powerHandler"};
     if (ask(call).status != 0)

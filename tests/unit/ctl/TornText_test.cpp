@@ -50,7 +50,7 @@ TEST(IsNulFilledFrom, IsFalseForAnOriginalWithNul)
     EXPECT_FALSE(isNulFilledFrom("a" + nul(1), "a" + nul(1) + "b"));
 }
 
-TEST(IsCutFrom, IsTrueForAPrefixOrPadding)
+TEST(IsTornCopyOf, IsTrueForAPrefixOrPadding)
 {
     EXPECT_TRUE(isTornCopyOf("a", "abc"));
     EXPECT_TRUE(isTornCopyOf("a" + nul(1), "abc"));

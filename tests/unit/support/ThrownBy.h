@@ -7,8 +7,8 @@
 namespace QMT::Test
 {
 
-/// What the exception that `call` throws says: one of the library's its kind and its message, any other its text. Empty
-/// when there is none.
+/// The text of the exception that `call` throws: the display text of one of the library's, what() of any other. Empty
+/// when nothing is thrown.
 std::string thrownBy(const std::function<void()>& call);
 
 } // namespace QMT::Test
