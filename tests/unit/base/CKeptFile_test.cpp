@@ -74,7 +74,7 @@ TEST_F(KeptFile, PutBackRemovesAFileThatWasMissing)
 
 TEST_F(KeptFile, ConstructorThrowsForADirectoryOrPipe)
 {
-    const int before = openFileCount();
+    const std::ptrdiff_t before = openFileCount();
     putDirectoryAt(path);
     EXPECT_EQ(thrownBy([&] { CKeptFile{path}; }), "File access error: " + path);
 
@@ -87,7 +87,7 @@ TEST_F(KeptFile, ConstructorThrowsForADirectoryOrPipe)
 TEST_F(KeptFile, DestructorClosesTheFile)
 {
     writeFile(path, "");
-    const int before = openFileCount();
+    const std::ptrdiff_t before = openFileCount();
 
     {
         const CKeptFile kept(path);

@@ -44,7 +44,7 @@ TEST_F(DiskSync, SyncFileThrowsWhenFsyncFails)
 
 TEST_F(DiskSync, SyncFileClosesTheFile)
 {
-    const int before = openFileCount();
+    const std::ptrdiff_t before = openFileCount();
 
     syncFile(path);
 

@@ -150,7 +150,7 @@ TEST_F(FileReplacement, ReplaceResumesAnInterruptedOrShortWrite)
 
 TEST_F(FileReplacement, ReplaceKeepsTheFileWhenFsyncOrCloseFails)
 {
-    const int before = openFileCount();
+    const std::ptrdiff_t before = openFileCount();
     for (const std::string call : {"fsync", "close"})
     {
         const FailingCall failing(call, path + ".replacement", EIO);

@@ -53,10 +53,10 @@ bool exists(const std::string& path)
     return std::filesystem::exists(std::filesystem::symlink_status(path));
 }
 
-int openFileCount()
+std::ptrdiff_t openFileCount()
 {
     const std::filesystem::directory_iterator files("/proc/self/fd");
-    return static_cast<int>(std::distance(begin(files), end(files)));
+    return std::distance(begin(files), end(files));
 }
 
 void putFullDeviceAt(const std::string& path)

@@ -1,6 +1,7 @@
 #ifndef QMT_TEST_Files_INCLUDED
 #define QMT_TEST_Files_INCLUDED
 
+#include <cstddef>
 #include <string>
 
 namespace QMT::Test
@@ -22,7 +23,7 @@ void setModificationTime(const std::string& path, long seconds);
 bool exists(const std::string& path);
 
 /// How many files the process has open.
-int openFileCount();
+std::ptrdiff_t openFileCount();
 
 /// Replaces the file at `path` by a link to /dev/full: it can be opened, but every write fails.
 void putFullDeviceAt(const std::string& path);
