@@ -69,11 +69,11 @@ bool CRecoveryReading::isDocumentTorn()
 
 void CRecoveryReading::restoreLive(Recovery& recovery)
 {
-    const bool isListHurt = isListTorn();
-    const bool isConfigurationHurt = isDocumentTorn();
-    if (isListHurt || isConfigurationHurt)
+    const bool hasTornList = isListTorn();
+    const bool hasTornDocument = isDocumentTorn();
+    if (hasTornList || hasTornDocument)
     {
-        restoreTorn(recovery, isListHurt, isConfigurationHurt);
+        restoreTorn(recovery, hasTornList, hasTornDocument);
         return;
     }
     if (isEditing())

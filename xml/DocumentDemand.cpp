@@ -25,7 +25,7 @@ class Meter : public Poco::XML::DefaultHandler
 public:
     unsigned int maximumDepth() const
     {
-        return _deepest;
+        return _maximumDepth;
     }
 
     std::size_t names() const
@@ -37,7 +37,7 @@ public:
                       const Poco::XML::Attributes& attributes) override
     {
         ++_depth;
-        _deepest = std::max(_deepest, _depth);
+        _maximumDepth = std::max(_maximumDepth, _depth);
         _names.insert(name);
         for (int i = 0; i < attributes.getLength(); ++i)
         {
@@ -52,7 +52,7 @@ public:
 
 private:
     unsigned int _depth = 0;
-    unsigned int _deepest = 0;
+    unsigned int _maximumDepth = 0;
     std::unordered_set<XMLString> _names;
 };
 
