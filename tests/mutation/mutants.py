@@ -215,7 +215,8 @@ class Scan:
             if token.text in KEPT or depths[index] != 0:
                 continue
             end = self.end_of_statement(index)
-            if end is not None:
+            # Nothing uses a deleted function, with or without its declaration.
+            if end is not None and self.text(end - 1) != "delete":
                 yield self.mutant(token.start, self.tokens[end].end, ";", "dropped statement")
 
     # --- the text between tokens ---

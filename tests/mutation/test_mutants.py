@@ -40,3 +40,7 @@ def test_comments_and_directives_stay() -> None:
 
 def test_loop_header_keeps_its_parts() -> None:
     assert not any("(i = 0; ;" in text for text in changed("void f() { for (i = 0; ok(i); ++i) { g(); } }"))
+
+
+def test_deleted_function_stays() -> None:
+    assert changed("class A { A(const A&) = delete; };") == set()
