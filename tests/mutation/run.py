@@ -173,7 +173,7 @@ def check_original(toolchain: Toolchain, end_to_end: bool) -> None:
     failed = run_unit_tests(HOME / "unit_tests", None)
     if failed is None and end_to_end:
         checked(link_programs(toolchain, HOME, {}), "the programs")
-        failed = run_end_to_end_tests(HOME)
+        failed = run_end_to_end_tests(HOME, "")
     if failed is not None:
         sys.exit(f"{failed}: fails on the unchanged program")
 
@@ -253,14 +253,16 @@ def run_unit_tests(program: Path, chosen: list[str] | None) -> str | None:
     return (failed[:1] or started[-1:] or [b"start"])[0].decode()
 
 
-@functools.lru_cache(maxsize=None)
-def end_to_end_files() -> tuple[str, ...]:
-    return tuple(str(path) for path in sorted(END_TO_END.glob("test_*.py")) if path.name not in OTHER_TESTS)
+def end_to_end_files(mutated: str) -> list[str]:
+    """The end-to-end tests that test the programs, those of the mutated program first."""
+    files = [path for path in sorted(END_TO_END.glob("test_*.py")) if path.name not in OTHER_TESTS]
+    is_companion = mutated.startswith("ctl/")
+    return [str(path) for path in sorted(files, key=lambda path: path.name.startswith("test_ctl_") != is_companion)]
 
 
-def run_end_to_end_tests(place: Path) -> str | None:
+def run_end_to_end_tests(place: Path, mutated: str) -> str | None:
     """The first failing test of the programs in ``place``, or None."""
-    command = ["/usr/bin/python3", "-m", "pytest", "-x", "-q", "-p", "no:cacheprovider", *end_to_end_files()]
+    command = ["/usr/bin/python3", "-m", "pytest", "-x", "-q", "-p", "no:cacheprovider", *end_to_end_files(mutated)]
     environment = {**os.environ, "QOR_MIM_TOOL": str(place / "qor_mim_tool")}
     try:
         run = subprocess.run(
@@ -302,7 +304,7 @@ class Bench:
             return {"status": SURVIVED, "by": "unit tests alone"}
         if not link_programs(self.toolchain, self.place, objects):
             return {"status": NOT_COMPILED, "by": ""}
-        by = run_end_to_end_tests(self.place)
+        by = run_end_to_end_tests(self.place, mutant.file)
         return {"status": KILLED[1] if by else SURVIVED, "by": by or ""}
 
     def compile(self, mutant: Mutant) -> dict[str, Path] | None:
