@@ -1,4 +1,4 @@
-"""docs/messages.md explains every message of the program, in its words, and no other.
+"""docs/messages.md explains every message of the program, verbatim, and no other.
 
 Texts are compared piece by piece: a message of several lines, or with a name filled in, has several pieces.
 """
@@ -15,7 +15,7 @@ TOOL_FOLDERS = [folder for folder in FOLDERS if folder != "ctl"]
 LITERAL = re.compile(r'"((?:[^"\\\n]|\\.)*)"')
 # What the program fills in: a conversion in the sources, a word in capitals on the page.
 FILLED_IN = r"%\w|\b(?!QOR |FIFO |XML |WARNING)[A-Z]{3,}\b:?"
-# POCO's names of exceptions, which the page explains.
+# Names of POCO's exceptions, which the program prints as messages.
 OF_THE_LIBRARY = {"Exception", "Assertion violation"}
 # Texts of exceptions that the program catches itself, and the head of the help text.
 NEVER_SHOWN = {"qor_mim_tool v1.0", "Failed to invoke: qorea", ", retval", "The file would replace itself"}

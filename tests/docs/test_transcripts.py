@@ -57,7 +57,7 @@ def test_transcript_matches_the_program(document: Path, heading: str, tmp_path: 
     assert [playback.play(step) for step in steps] == [step.answer for step in steps]
 
 
-def test_every_command_in_a_document_is_played() -> None:
+def test_sections_contain_every_command_of_a_document() -> None:
     assert {"operations.md", "files.md"} <= {document.name for document, _ in SECTIONS}
     for document in DOCUMENTS:
         text = document.read_text(encoding="utf-8")
@@ -75,7 +75,7 @@ def test_rewrite_updates_the_transcripts(tmp_path: Path) -> None:
     assert document.read_text(encoding="utf-8") == text
 
 
-def test_output_comes_in_the_order_of_a_terminal(tmp_path: Path) -> None:
+def test_playback_keeps_the_order_of_a_terminal(tmp_path: Path) -> None:
     said = answer(Playback(tmp_path), "qor_mim_tool --help")
     assert said.index("Using QOR path") < said.index("usage:") < said.index("Operation completed.")
 
@@ -98,7 +98,7 @@ def start_demo(scratch: Path, stdout: int = subprocess.PIPE, **env: str) -> subp
 
 
 def read_until(stream: IO[bytes], wanted: bytes) -> bytes:
-    """What a stream holds up to the first occurrence of ``wanted``."""
+    """Read a stream until ``wanted`` has occurred; return what was read."""
     said = b""
     while wanted not in said and (chunk := os.read(stream.fileno(), 4096)):
         said += chunk
@@ -106,7 +106,7 @@ def read_until(stream: IO[bytes], wanted: bytes) -> bytes:
 
 
 def is_emptied(directory: Path) -> bool:
-    """Wait until a directory is empty, which a killed demonstration's last process sees to."""
+    """Wait until a directory is empty.  A separate process of the demonstration empties it, even after SIGKILL."""
     for _ in range(600):
         if not any(directory.iterdir()):
             return True
@@ -145,7 +145,7 @@ def test_demo_leaves_nothing_when_ended_by_a_signal(scratch: Path, number: signa
     assert is_emptied(scratch)
 
 
-def test_demo_ends_quietly_when_its_reader_is_gone(scratch: Path) -> None:
+def test_demo_ends_silently_when_its_reader_is_gone(scratch: Path) -> None:
     with start_demo(scratch) as demo:
         read_until(demo.stdout, b"alpha$")
         demo.stdout.close()
@@ -154,7 +154,7 @@ def test_demo_ends_quietly_when_its_reader_is_gone(scratch: Path) -> None:
 
 
 @pytest.mark.parametrize("env, coloured", [({}, True), ({"NO_COLOR": "1"}, False), ({"TERM": "dumb"}, False)])
-def test_demo_is_coloured_on_a_terminal(scratch: Path, env: dict[str, str], coloured: bool) -> None:
+def test_demo_uses_colours_on_a_terminal_that_has_them(scratch: Path, env: dict[str, str], coloured: bool) -> None:
     master, slave = pty.openpty()
     with open(master, "rb", buffering=0) as terminal, start_demo(scratch, slave, **env) as demo:
         os.close(slave)

@@ -1,4 +1,4 @@
-"""Links and file names in the documents are valid, and the version stands in one place."""
+"""Links and file names in the documents are valid, and only one file has the version."""
 from __future__ import annotations
 
 import re
@@ -81,14 +81,14 @@ def test_every_named_file_exists(document: Path) -> None:
     ("[a](there.md#gone)", ["there.md#gone"]),
     ("[a](#gone)", ["#gone"]),
 ])
-def test_dead_links_are_found(tmp_path: Path, link: str, dead: list[str]) -> None:
+def test_dead_links_finds_every_missing_target(tmp_path: Path, link: str, dead: list[str]) -> None:
     (tmp_path / "there.md").write_text("## A heading with `code_and` signs!\n", encoding="utf-8")
     document = tmp_path / "document.md"
     document.write_text(f"# Here\n\n{link}\n", encoding="utf-8")
     assert dead_links(document) == dead
 
 
-def test_version_stands_in_one_place() -> None:
+def test_version_is_in_one_file_only() -> None:
     """A release changes one line; whatever else shows the version takes it from there."""
     shown = [f"VERSION {version()}", f"Version: {version()}"]
     holders = [str(path.relative_to(PROJECT)) for path in files()
