@@ -30,15 +30,15 @@ def changed(source: str) -> set[str]:
         ("void f() { l->warning(t); }", "void f() { l->information(t); }"),
     ],
 )
-def test_fault_is_made(source: str, expected: str) -> None:
+def test_scan_makes_the_fault(source: str, expected: str) -> None:
     assert expected in changed(source)
 
 
-def test_comments_and_directives_stay() -> None:
+def test_scan_skips_comments_and_directives() -> None:
     assert changed('#include "a.h"\n// if (a == 3)\n/* "text" */\n') == set()
 
 
-def test_loop_header_keeps_its_parts() -> None:
+def test_scan_keeps_the_parts_of_a_loop_header() -> None:
     assert not any("(i = 0; ;" in text for text in changed("void f() { for (i = 0; ok(i); ++i) { g(); } }"))
 
 

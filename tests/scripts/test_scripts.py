@@ -1,4 +1,4 @@
-"""The scripts as commands: what they say of themselves, and how they set a machine up."""
+"""The usage of every script, and the set-up of a machine."""
 from __future__ import annotations
 
 import os
@@ -39,21 +39,21 @@ class Machine:
         self.stub("sleep", 'echo "sleep $1" >>$ASKED')
 
     def stub(self, name: str, script: str) -> None:
-        """Put a program of our own in the place of one of the machine."""
+        """Replace a program of the machine by a shell script."""
         (self.programs / name).write_text(f"#!/usr/bin/bash\n{script}\n")
         (self.programs / name).chmod(0o755)
 
     @property
     def environment(self) -> dict[str, str]:
-        """All that a script gets to see."""
+        """The whole environment of a script."""
         return {"PATH": str(self.programs), "ASKED": str(self.asked), "PACKAGE_LIST": str(self.list)}
 
     def requests(self) -> list[str]:
-        """What was asked of the package manager."""
+        """The recorded calls of the package manager."""
         return self.asked.read_text().splitlines() if self.asked.exists() else []
 
     def setup(self, *args: str) -> subprocess.CompletedProcess[str]:
-        """Run the set-up without a terminal."""
+        """Run ``scripts/setup`` without a terminal."""
         return subprocess.run([str(PROJECT / "scripts" / "setup"), *args], env=self.environment, text=True,
                               capture_output=True, stdin=subprocess.DEVNULL, start_new_session=True, check=False)
 
@@ -65,7 +65,7 @@ def machine(tmp_path: Path) -> Machine:
 
 
 @pytest.mark.parametrize("script", SCRIPTS, ids=lambda path: path.name)
-def test_help_prints_the_usage_and_does_nothing(script: Path, tmp_path: Path) -> None:
+def test_help_prints_the_usage_and_does_nothing_else(script: Path, tmp_path: Path) -> None:
     for name in ("bash", "dirname", "realpath", "sed"):
         (tmp_path / name).symlink_to(f"/usr/bin/{name}")
     answer = subprocess.run([str(script), "--help"], env={"PATH": str(tmp_path)}, capture_output=True, text=True,
@@ -74,35 +74,35 @@ def test_help_prints_the_usage_and_does_nothing(script: Path, tmp_path: Path) ->
     assert answer.stdout.startswith(f"usage: scripts/{script.name}")
 
 
-def test_setup_touches_nothing_when_everything_is_there(machine: Machine) -> None:
+def test_setup_does_nothing_when_nothing_is_missing(machine: Machine) -> None:
     assert machine.setup("one").stdout == "setup: nothing to install\n"
     assert machine.requests() == []
 
 
-def test_setup_installs_what_is_missing_and_upgrades_its_dependencies(machine: Machine) -> None:
+def test_setup_installs_packages_and_upgrades_dependencies(machine: Machine) -> None:
     assert machine.setup("one", "two").returncode == 0
     assert machine.requests() == ["update", "install first second", "install --only-upgrade library",
                                   "apt-mark -qq auto library"]
 
 
-def test_setup_takes_the_name_that_the_release_knows(machine: Machine) -> None:
+def test_setup_installs_the_name_that_the_release_has(machine: Machine) -> None:
     assert machine.setup("three").returncode == 0
     assert machine.requests()[1] == "install old"
 
 
-def test_setup_accepts_either_name(machine: Machine) -> None:
+def test_setup_accepts_either_installed_name(machine: Machine) -> None:
     machine.stub("dpkg-query", 'for last; do :; done; [ "$last" = old ] && printf installed')
     assert machine.setup("three").stdout == "setup: nothing to install\n"
 
 
-def test_setup_refuses_a_name_that_no_release_knows(machine: Machine) -> None:
+def test_setup_fails_for_a_package_that_no_release_has(machine: Machine) -> None:
     machine.stub("apt-cache", "exit 100")
     answer = machine.setup("three")
     assert answer.returncode == 1
     assert "setup: no package of this release is called new|old\n" in answer.stderr
 
 
-def test_setup_upgrades_when_asked(machine: Machine) -> None:
+def test_setup_upgrades_installed_packages_on_request(machine: Machine) -> None:
     assert machine.setup("--upgrade", "one").returncode == 0
     assert machine.requests()[:3] == ["update", "install first", "install --only-upgrade library"]
 
@@ -118,12 +118,12 @@ def test_setup_waits_for_another_package_manager(machine: Machine) -> None:
     assert machine.requests()[0] == "sleep 5"
 
 
-def test_setup_fails_when_apt_does(machine: Machine) -> None:
+def test_setup_fails_when_apt_fails(machine: Machine) -> None:
     machine.stub("apt-get", "exit 100")
     assert machine.setup("two").returncode == 1
 
 
-def test_setup_prints_the_command_where_no_password_can_be_typed(machine: Machine) -> None:
+def test_setup_prints_its_command_without_a_terminal(machine: Machine) -> None:
     machine.stub("id", "echo 1000")
     machine.stub("sudo", '[ "$1" = -n ] && exit 1')
     answer = machine.setup("two")
@@ -131,7 +131,7 @@ def test_setup_prints_the_command_where_no_password_can_be_typed(machine: Machin
     assert answer.stderr.endswith(f"PACKAGE_LIST={machine.list} {PROJECT}/scripts/setup two\n")
 
 
-def test_setup_lets_sudo_ask_for_a_password_on_a_terminal(machine: Machine) -> None:
+def test_setup_lets_sudo_ask_on_a_terminal(machine: Machine) -> None:
     machine.stub("id", "echo 1000")
     machine.stub("sudo", 'read -rp "password: " word </dev/tty 2>/dev/tty; [ "$word" = sesame ] && exec "$@"')
     terminal = pexpect.spawn(str(PROJECT / "scripts" / "setup"), ["two"], env=machine.environment, encoding="utf-8")
@@ -142,6 +142,6 @@ def test_setup_lets_sudo_ask_for_a_password_on_a_terminal(machine: Machine) -> N
     assert machine.requests()[1] == "install second"
 
 
-def test_setup_knows_its_groups(machine: Machine) -> None:
+def test_setup_refuses_an_unknown_group(machine: Machine) -> None:
     answer = machine.setup("four")
     assert (answer.returncode, answer.stderr) == (2, "setup: no package in: four\n")
