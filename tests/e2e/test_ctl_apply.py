@@ -51,7 +51,7 @@ def backups(framework: Framework) -> Framework:
     return framework
 
 
-def test_apply_does_what_a_commit_does(framework: Framework, tool: Sandbox, tmp_path: Path) -> None:
+def test_apply_makes_the_same_files_as_a_commit(framework: Framework, tool: Sandbox, tmp_path: Path) -> None:
     """The files are those that the tool makes of the same actions, backups included."""
     twin = Framework.create(tmp_path / "twin")
     twin_tool = Sandbox(twin.root)
@@ -88,7 +88,7 @@ def test_apply_can_be_rolled_back(framework: Framework, tool: Sandbox) -> None:
     assert state(framework) == before
 
 
-def test_apply_changes_nothing_twice(framework: Framework, tool: Sandbox) -> None:
+def test_apply_changes_nothing_when_repeated(framework: Framework, tool: Sandbox) -> None:
     """A repeated call finds nothing to do, and touches no file."""
     framework.script(VALIDATOR, "exit 0")
     companion.answer(tool, "apply", *ADD_PUMP)
@@ -103,7 +103,7 @@ def test_apply_changes_nothing_twice(framework: Framework, tool: Sandbox) -> Non
     assert (state(framework), attributes(framework, *BOTH, *BACKUPS)) == before
 
 
-def test_apply_refuses_as_a_whole(backups: Framework, tool: Sandbox) -> None:
+def test_apply_refuses_all_actions_when_one_would_fail(backups: Framework, tool: Sandbox) -> None:
     """One harmful action prevents all others."""
     before = state(backups), attributes(backups, *BOTH, *BACKUPS)
 
@@ -167,8 +167,7 @@ def test_apply_asks_the_validator_about_the_live_list(framework: Framework, tool
     assert not framework.path(LOCK).exists()
 
 
-def test_apply_without_a_validator(framework: Framework, tool: Sandbox) -> None:
-    """The answer says that there was no validator."""
+def test_apply_reports_a_missing_validator(framework: Framework, tool: Sandbox) -> None:
     framework.remove(VALIDATOR)
 
     done = companion.answer(tool, "apply", *ADD_PUMP)
@@ -176,7 +175,7 @@ def test_apply_without_a_validator(framework: Framework, tool: Sandbox) -> None:
     assert (done["status"], done["result"], done["validator"]) == (0, "applied", "absent")
 
 
-def test_apply_needs_no_room_elsewhere(framework: Framework, tool: Sandbox) -> None:
+def test_apply_makes_its_copies_elsewhere_without_tmpdir(framework: Framework, tool: Sandbox) -> None:
     """When copies cannot be made in the usual place, another one is used."""
     done = companion.answer(tool.with_env(TMPDIR="/opt/missing"), "apply", *ADD_PUMP)
 
@@ -204,7 +203,7 @@ def test_apply_keeps_attributes(framework: Framework, tool: Sandbox) -> None:
             assert kept[:3] + kept[4:] == wanted[name][:3] + wanted[name][4:]
 
 
-def test_apply_makes_the_callers_lock_like_the_list(framework: Framework, tool: Sandbox) -> None:
+def test_apply_creates_the_callers_lock_with_the_lists_mode(framework: Framework, tool: Sandbox) -> None:
     """The file stays, for everyone who may edit the list."""
     framework.path(LIST).chmod(0o660)
 
@@ -254,8 +253,8 @@ def test_apply_waits_for_a_session_to_end(framework: Framework, tool: Sandbox) -
 
 
 @pytest.mark.parametrize("command", [("apply", *ADD_PUMP), ("plan",), ("plan", *ADD_PUMP), ("check",)])
-def test_apply_keeps_other_callers_out(framework: Framework, tool: Sandbox, command: tuple[str, ...]) -> None:
-    """While another caller holds the lock, all commands are refused."""
+def test_commands_are_busy_while_another_caller_has_the_lock(framework: Framework, tool: Sandbox,
+                                                             command: tuple[str, ...]) -> None:
     framework.write(CALLER_LOCK, "")
     before = state(framework)
     with framework.path(CALLER_LOCK).open("r+b") as lock:
@@ -268,7 +267,7 @@ def test_apply_keeps_other_callers_out(framework: Framework, tool: Sandbox, comm
     assert state(framework) == before
 
 
-def test_twelve_concurrent_calls_all_succeed(framework: Framework, tool: Sandbox) -> None:
+def test_apply_succeeds_for_twelve_concurrent_callers(framework: Framework, tool: Sandbox) -> None:
     """In some order, one after the other."""
     names = [f"/opt/qor/models/m{number}.xml" for number in range(12)]
     for number, name in enumerate(names):
@@ -289,7 +288,8 @@ def test_twelve_concurrent_calls_all_succeed(framework: Framework, tool: Sandbox
                                     "echo /edited >>etc/model/model_file_list.cfg", "echo '<edited/>' >etc/qor.cfg",
                                     "rm etc/qor.cfg"])
 @pytest.mark.parametrize("verdict", [0, 1])
-def test_apply_notices_another_run(framework: Framework, tool: Sandbox, action: str, verdict: int) -> None:
+def test_apply_stops_when_another_run_interferes(framework: Framework, tool: Sandbox, action: str,
+                                                 verdict: int) -> None:
     """Interference while the validator runs is noticed, and nothing more is changed."""
     framework.script(VALIDATOR, f"cd /opt/qor; {action}; mkdir kept; cp -r etc kept; exit {verdict}")
 
@@ -328,7 +328,6 @@ def test_apply_restores_the_files_when_a_signal_ends_it(backups: Framework, tool
 
 
 def test_apply_does_nothing_when_a_signal_ends_its_wait(framework: Framework, tool: Sandbox) -> None:
-    """Then nothing is done."""
     framework.session(f"0:{VALVE}\n")
     before = state(framework)
     run = companion.start(tool, "apply", *ADD_PUMP, "--wait=60", "--json")
@@ -341,7 +340,7 @@ def test_apply_does_nothing_when_a_signal_ends_its_wait(framework: Framework, to
     assert state(framework) == before
 
 
-def test_apply_without_a_reader(framework: Framework, tool: Sandbox) -> None:
+def test_apply_ends_with_status_4_when_it_cannot_answer(framework: Framework, tool: Sandbox) -> None:
     """An answer that cannot be written is status 4; repeating the call reports the state."""
     with Path("/dev/full").open("wb") as full:
         run = tool.with_env(TMPDIR="/opt/scratch").launch(*companion.command(), "apply", *ADD_PUMP, "--json",
@@ -358,7 +357,7 @@ def test_apply_without_a_reader(framework: Framework, tool: Sandbox) -> None:
 
 @pytest.mark.unsound("the backups there were are no document")
 @pytest.mark.skipif("QOR_SANDBOX_WRITABLE" in os.environ, reason="coverage counters are files of limited size, too")
-def test_apply_on_a_full_disk(backups: Framework, tool: Sandbox) -> None:
+def test_apply_undoes_everything_on_a_full_disk(backups: Framework, tool: Sandbox) -> None:
     """Wherever the disk fills up, everything is installed or everything is as it was."""
     backups.write(LIST, BASE + "\n" + "".join(f"/opt/qor/models/more{number}.xml\n" for number in range(30)))
     before = state(backups), attributes(backups, *BOTH, *BACKUPS)
@@ -395,7 +394,7 @@ def test_apply_rejects_wrong_options(framework: Framework, tool: Sandbox, option
 
 @pytest.mark.unsound("a live file is missing")
 @pytest.mark.parametrize("name", [CONFIG, LIST, "etc/model"])
-def test_apply_needs_the_framework(framework: Framework, tool: Sandbox, name: str) -> None:
+def test_apply_names_what_is_missing_in_the_framework(framework: Framework, tool: Sandbox, name: str) -> None:
     """The missing file is named."""
     framework.path(name).rename(framework.path("away"))
 
@@ -406,7 +405,7 @@ def test_apply_needs_the_framework(framework: Framework, tool: Sandbox, name: st
 
 
 @pytest.mark.skipif(os.geteuid() != 0, reason="only root can give files away")
-def test_apply_tells_what_it_could_not_keep(framework: Framework, tool: Sandbox) -> None:
+def test_apply_warns_of_owners_that_it_cannot_keep(framework: Framework, tool: Sandbox) -> None:
     """The program may not change owners in the sandbox, and reports it."""
     os.chown(framework.path(LIST), 1234, 2345)
     framework.path(LIST).chmod(0o666)

@@ -167,7 +167,7 @@ def test_check_finds_what_its_remedy_ends(sound: Framework, tool: Sandbox, happe
 
 
 @pytest.mark.unsound("the list has no line feed at its end")
-def test_check_prints_text(sound: Framework, tool: Sandbox) -> None:
+def test_check_prints_findings_as_text(sound: Framework, tool: Sandbox) -> None:
     sound.write(LIST, SOUND_LIST.removesuffix("\n"))
 
     assert companion.run(tool, "check") == Result(1, f"""\

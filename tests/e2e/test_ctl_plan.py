@@ -29,12 +29,12 @@ def added(file: str, handler: str, result: str, *messages: str, mo: str = "1", t
             "transactionalResourceVersion": tr, "result": result, "messages": list(messages)}
 
 
-def test_plan_of_nothing(tool: Sandbox) -> None:
+def test_plan_reports_nothing_staged_without_a_session(tool: Sandbox) -> None:
     """Without a session there is nothing to commit."""
     assert companion.answer(tool, "plan") == without_actions("nothing-staged")
 
 
-def test_plan_of_a_session(framework: Framework, tool: Sandbox) -> None:
+def test_plan_shows_the_outcome_of_each_staged_action(framework: Framework, tool: Sandbox) -> None:
     """Each action is shown with its outcome; nothing changes, and nothing is left behind."""
     tool.run("--addModelFile", PUMP, "--modelHandler", "pumpHandler")
     tool.run("--addModelFile", BASE)
@@ -78,7 +78,7 @@ def test_plan_reports_failures_and_the_verdict(framework: Framework, tool: Sandb
          "messages": ["Unable to locate model handler.\nAborting."]}]
 
 
-def test_plan_goes_no_further_than_a_commit(framework: Framework, tool: Sandbox) -> None:
+def test_plan_stops_where_a_commit_stops(framework: Framework, tool: Sandbox) -> None:
     """An action that ends a commit leaves the others undone."""
     framework.write(CONFIG, config(participant("VELDA_OAM_COMPONENT")))
     framework.session(f"3:|handler|1|1\n0:{PUMP}\n")
@@ -90,16 +90,14 @@ def test_plan_goes_no_further_than_a_commit(framework: Framework, tool: Sandbox)
     assert plan["diff"]["model_file_list.cfg"] == ""
 
 
-def test_plan_notices_a_change_meanwhile(framework: Framework, tool: Sandbox) -> None:
-    """An edited live file is reported before a malformed one."""
+def test_plan_reports_an_edit_before_a_malformed_document(framework: Framework, tool: Sandbox) -> None:
     framework.session(f"0:{PUMP}\n")
     framework.write(CONFIG, "<qor>")
 
     assert companion.answer(tool, "plan") == without_actions("changed-meanwhile")
 
 
-def test_plan_needs_a_document(framework: Framework, tool: Sandbox) -> None:
-    """A malformed document is an error."""
+def test_plan_fails_for_a_malformed_document(framework: Framework, tool: Sandbox) -> None:
     framework.write(CONFIG, "<qor>")
     framework.session(f"0:{PUMP}\n")
 
@@ -111,7 +109,7 @@ def test_plan_needs_a_document(framework: Framework, tool: Sandbox) -> None:
 
 
 @pytest.mark.parametrize("name", [CONFIG, LIST])
-def test_plan_needs_the_live_files(framework: Framework, tool: Sandbox, name: str) -> None:
+def test_plan_fails_without_a_live_file(framework: Framework, tool: Sandbox, name: str) -> None:
     """A live file that is missing is named."""
     framework.remove(name)
 
@@ -121,15 +119,14 @@ def test_plan_needs_the_live_files(framework: Framework, tool: Sandbox, name: st
     assert f"/opt/qor/{name}" in plan["error"]
 
 
-def test_plan_of_an_empty_session(framework: Framework, tool: Sandbox) -> None:
+def test_plan_reports_nothing_staged_for_an_invalid_queue(framework: Framework, tool: Sandbox) -> None:
     """A lock file without a queue commits nothing."""
     framework.session("garbage")
 
     assert companion.answer(tool, "plan") == without_actions("nothing-staged")
 
 
-def test_plan_of_actions(framework: Framework, tool: Sandbox, work: Path) -> None:
-    """With the options of apply it previews those, whatever is staged."""
+def test_plan_previews_given_actions_instead_of_the_session(framework: Framework, tool: Sandbox, work: Path) -> None:
     framework.session(f"0:{VALVE}\n")
     (work / "own.xml").write_text('<m><class name="Own"><root/></class></m>')
     before = framework.snapshot()
@@ -145,7 +142,7 @@ def test_plan_of_actions(framework: Framework, tool: Sandbox, work: Path) -> Non
     assert framework.snapshot() == before
 
 
-def test_plan_of_actions_already_in_effect(tool: Sandbox) -> None:
+def test_plan_succeeds_for_actions_in_effect(tool: Sandbox) -> None:
     """Nothing left to do succeeds, and the validator is not asked."""
     plan = companion.answer(tool, "plan", f"--add={BASE}")
 
@@ -172,8 +169,8 @@ def test_plan_of_actions_already_in_effect(tool: Sandbox) -> None:
     ([f"--add={VALVE}", "--handler=\udcff"], "no UTF-8"),
     ([f"--remove={BASE}", "--handler=baseHandler", f"--remove={AUX}", "--handler=auxHandler"], "last handler stays"),
 ])
-def test_plan_refuses(framework: Framework, tool: Sandbox, options: list[str], reason: str) -> None:
-    """An action that apply would refuse fails with the reason."""
+def test_plan_refuses_what_apply_would_refuse(framework: Framework, tool: Sandbox, options: list[str],
+                                              reason: str) -> None:
     framework.write("models/pump", "")
     framework.write(LIST, f"{BASE}\n/gone\n/opt/qor/models/pump\n{PUMP}.old\n")
     before = framework.snapshot()
@@ -223,15 +220,14 @@ def test_plan_rejects_wrong_options(framework: Framework, tool: Sandbox, options
     assert framework.snapshot() == before
 
 
-def test_plan_needs_room_for_copies(tool: Sandbox) -> None:
-    """Without a directory for the copies the plan fails."""
+def test_plan_fails_without_room_for_copies(tool: Sandbox) -> None:
     plan = companion.answer(tool.with_env(TMPDIR="/opt/missing"), "plan", f"--add={PUMP}")
 
     assert plan["status"] == 4
     assert "/opt/missing" in plan["error"]
 
 
-def test_plan_makes_no_directory(framework: Framework, tool: Sandbox) -> None:
+def test_plan_creates_no_missing_directory(framework: Framework, tool: Sandbox) -> None:
     """A framework without its directories stays as it is."""
     shutil.rmtree(framework.path("etc"))
     before = framework.snapshot()

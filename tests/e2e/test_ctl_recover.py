@@ -48,7 +48,7 @@ def cut(framework: Framework) -> Framework:
     return framework
 
 
-def test_recover_an_interrupted_commit(cut: Framework, tool: Sandbox) -> None:
+def test_recover_undoes_an_interrupted_commit(cut: Framework, tool: Sandbox) -> None:
     """The files from before the commit are restored, the queue is kept, and the replaced files are copied."""
     before = cut.snapshot()
     planned = companion.answer(tool, "recover", "--dry-run")
@@ -69,7 +69,7 @@ def test_recover_an_interrupted_commit(cut: Framework, tool: Sandbox) -> None:
 
 
 @pytest.mark.unsound("nothing was mended")
-def test_recover_for_people(cut: Framework, tool: Sandbox) -> None:
+def test_recover_dry_run_prints_the_steps_as_text(cut: Framework, tool: Sandbox) -> None:
     result = companion.run(tool, "recover", "--dry-run")
 
     assert result == Result(0, "found: commit-interrupted\n" + "".join(f"  {step}\n" for step in STEPS), "", [])
@@ -118,7 +118,7 @@ def test_recover_waits_for_another_caller(cut: Framework, tool: Sandbox) -> None
 
 
 @pytest.mark.skipif("QOR_SANDBOX_WRITABLE" in os.environ, reason="coverage counters are files of limited size, too")
-def test_recover_on_a_full_disk(cut: Framework, tool: Sandbox) -> None:
+def test_recover_changes_nothing_on_a_full_disk(cut: Framework, tool: Sandbox) -> None:
     """Without room for the copy nothing is changed, and no part of the copy is left."""
     before = cut.snapshot()
     console = []
@@ -145,7 +145,7 @@ def test_recover_keeps_attributes(cut: Framework, tool: Sandbox) -> None:
     assert [stat.S_IMODE(cut.path(name).stat().st_mode) for name in (LIST, CONFIG_TMP)] == [0o640, 0o604]
 
 
-def test_recover_judges_what_an_apply_had_installed(framework: Framework, tool: Sandbox) -> None:
+def test_recover_undoes_an_apply_that_the_validator_rejects(framework: Framework, tool: Sandbox) -> None:
     """If the validator rejects the result, the old files are restored and the session is removed."""
     framework.script(VALIDATOR, "exit 1")
     framework.write(CONFIG, NEW_CONFIG)
@@ -209,7 +209,7 @@ def test_recover_changes_nothing_on_a_healthy_framework(framework: Framework, to
         assert framework.changes(before) == {}, name
 
 
-def test_recover_judges_what_a_killed_commit_has_installed(framework: Framework, tool: Sandbox) -> None:
+def test_recover_undoes_a_killed_commit_that_is_rejected(framework: Framework, tool: Sandbox) -> None:
     """Only the lock file is left, as after an interruption between the last two removals."""
     tool.run(*STAGE)
     tool.run("--commit")
@@ -235,7 +235,7 @@ def test_recover_rejects_wrong_options(framework: Framework, tool: Sandbox, opti
     assert framework.changes(before) == {}
 
 
-def test_recover_that_cannot_answer_has_recovered(framework: Framework, tool: Sandbox) -> None:
+def test_recover_completes_without_a_reader_of_its_answer(framework: Framework, tool: Sandbox) -> None:
     """A repeated call reports the state."""
     framework.write(CONFIG_BAK, config(participant("older", "Older")))
     framework.write(LIST_BAK, f"{BASE}\n{AUX}\n")

@@ -30,7 +30,7 @@ OVERVIEW = {"command": "show", "framework": "/opt/qor", "status": 0, "models": [
             "handlers": HANDLERS, "session": None, "backup": None}
 
 
-def test_show_a_session_until_it_is_committed(framework: Framework, tool: Sandbox, other: Sandbox) -> None:
+def test_show_reports_a_session_until_it_is_committed(framework: Framework, tool: Sandbox, other: Sandbox) -> None:
     """The session is shown with host and actions, and the commit's backup afterwards; no file is changed."""
     assert companion.answer(tool, "show") == OVERVIEW
     tool.run("--addModelFile", PUMP, "--modelHandler", "auxHandler", "--managedObjectVersion", "2")
@@ -70,8 +70,7 @@ no backup
 """, "", [])
 
 
-def test_show_every_model_file_of_the_list(framework: Framework, tool: Sandbox) -> None:
-    """For a model file without a root class, the answer has the reason that check reports."""
+def test_show_reports_every_model_file_of_the_list(framework: Framework, tool: Sandbox) -> None:
     framework.write(LIST, f"{ROOTLESS}\n\n {AUX} \n{NAMELESS}\n{BROKEN}\n{MISSING}\nmodels/base.xml\n{AUX}\n")
 
     assert companion.answer(tool, "show")["models"] == [
@@ -80,8 +79,7 @@ def test_show_every_model_file_of_the_list(framework: Framework, tool: Sandbox) 
         listed(AUX, "Aux", "auxHandler")]
 
 
-def test_show_a_new_framework(framework: Framework, tool: Sandbox) -> None:
-    """The placeholder is distinguished from a handler."""
+def test_show_distinguishes_the_placeholder_of_a_new_framework(framework: Framework, tool: Sandbox) -> None:
     framework.write(CONFIG, config(participant("VELDA_OAM_COMPONENT", mo="7")))
     framework.write(LIST, "")
 
@@ -92,8 +90,8 @@ def test_show_a_new_framework(framework: Framework, tool: Sandbox) -> None:
 @pytest.mark.parametrize(("lock", "host", "this_host", "is_apply"), [
     ("alpha\n", "alpha", True, False), ("", None, False, False), ("qor_mim_ctl@alpha", "alpha", True, True),
     ("qor_mim_ctl@beta", "beta", False, True)])
-def test_show_whose_session_it_is(framework: Framework, tool: Sandbox, lock: str, host: str | None, this_host: bool,
-                                  is_apply: bool) -> None:
+def test_show_names_the_owner_of_a_session(framework: Framework, tool: Sandbox, lock: str, host: str | None,
+                                           this_host: bool, is_apply: bool) -> None:
     framework.session(f"0:{PUMP}\n", host=lock)
 
     session = companion.answer(tool, "show")["session"]
@@ -101,7 +99,7 @@ def test_show_whose_session_it_is(framework: Framework, tool: Sandbox, lock: str
     assert (session["host"], session["thisHost"], session.get("apply", False)) == (host, this_host, is_apply)
 
 
-def test_show_a_queue_up_to_its_fault(framework: Framework, tool: Sandbox) -> None:
+def test_show_reports_a_queue_up_to_its_fault(framework: Framework, tool: Sandbox) -> None:
     framework.session("1:h|2\n1:h\n5:odd\n2:/m\nx:/n\n0:/o\n")
 
     assert companion.answer(tool, "show")["session"]["actions"] == [
@@ -113,8 +111,8 @@ def test_show_a_queue_up_to_its_fault(framework: Framework, tool: Sandbox) -> No
     (CONFIG, None, "handlers", "the file is missing"), (LIST, None, "models", "the file is missing"),
     (CONFIG, b"<qor>", "handlers", "the document cannot be parsed"),
     (CONFIG, b"<a>" * 200_000, "handlers", "the document cannot be parsed")])
-def test_show_what_there_is_of_a_broken_framework(framework: Framework, tool: Sandbox, name: str,
-                                                  content: bytes | None, key: str, why: str) -> None:
+def test_show_reports_the_intact_parts_of_a_broken_framework(framework: Framework, tool: Sandbox, name: str,
+                                                             content: bytes | None, key: str, why: str) -> None:
     """The answer has all its keys, and the message names the file."""
     if content is None:
         framework.remove(name)
@@ -140,7 +138,7 @@ def test_show_names_a_directory_in_place_of_a_file(framework: Framework, tool: S
     assert (answer["status"], answer["error"]) == (4, f"the file cannot be read: {installed(name)}")
 
 
-def test_show_without_a_framework(tool: Sandbox, framework: Framework) -> None:
+def test_show_keeps_its_keys_without_a_framework(tool: Sandbox, framework: Framework) -> None:
     """Agent, environment and default directory name no framework."""
     framework.script("qorea/bin/qorea", "echo /opt/nowhere")
 
@@ -151,8 +149,7 @@ def test_show_without_a_framework(tool: Sandbox, framework: Framework) -> None:
         "backup": None, "error": "the framework directory cannot be determined"}
 
 
-def test_show_without_a_model_directory(framework: Framework, tool: Sandbox) -> None:
-    """show does not create it."""
+def test_show_creates_no_model_directory(framework: Framework, tool: Sandbox) -> None:
     framework.remove(LIST)
     framework.path("etc/model").rmdir()
     before = framework.snapshot()
@@ -191,7 +188,7 @@ def test_show_escapes_control_characters(framework: Framework, tool: Sandbox) ->
     assert answer["handlers"][0]["name"] == "a\nb"
 
 
-def test_show_a_huge_list(framework: Framework, tool: Sandbox) -> None:
+def test_show_reports_40000_models(framework: Framework, tool: Sandbox) -> None:
     framework.write(LIST, f"{BASE}\n" * 20_000 + f"{MISSING}\n" * 20_000)
 
     models = companion.answer(tool, "show")["models"]
@@ -200,7 +197,7 @@ def test_show_a_huge_list(framework: Framework, tool: Sandbox) -> None:
     assert models[19_999:20_001] == [listed(BASE, "Base", "baseHandler"), listed(MISSING, None, exists=False)]
 
 
-def test_show_many_handlers_and_models(framework: Framework, tool: Sandbox) -> None:
+def test_show_reports_3000_handlers_and_models(framework: Framework, tool: Sandbox) -> None:
     count = 3000
     for number in range(count):
         framework.write(f"models/{number}.xml", model(f"Class{number}"))
@@ -215,7 +212,7 @@ def test_show_many_handlers_and_models(framework: Framework, tool: Sandbox) -> N
 
 
 @pytest.mark.parametrize("words", [("--wait=1",), ("--json", "--json"), ("--qor-path=",), ("extra",), ("--add=/m",)])
-def test_show_takes_no_other_option(tool: Sandbox, framework: Framework, words: tuple[str, ...]) -> None:
+def test_show_rejects_options_of_other_commands(tool: Sandbox, framework: Framework, words: tuple[str, ...]) -> None:
     before = framework.snapshot()
 
     result = companion.run(tool, "show", *words)
@@ -226,15 +223,14 @@ def test_show_takes_no_other_option(tool: Sandbox, framework: Framework, words: 
 
 @pytest.mark.parametrize("words", [(), ("--json",)])
 @pytest.mark.parametrize("output", [">/dev/full", ">&-"])
-def test_show_that_cannot_be_written_does_not_count(tool: Sandbox, output: str, words: tuple[str, ...]) -> None:
+def test_show_fails_when_its_answer_cannot_be_written(tool: Sandbox, output: str, words: tuple[str, ...]) -> None:
     """The disk is full, or standard output is closed."""
     result = tool.execute("/bin/sh", "-c", f'"$@" {output}', "sh", *companion.command(), "show", *words)
 
     assert (result.status, result.console) == (4, "qor_mim_ctl: the answer could not be written\n")
 
 
-def test_show_while_another_caller_works(framework: Framework, tool: Sandbox) -> None:
-    """The lock of another caller does not matter."""
+def test_show_ignores_the_lock_of_another_caller(framework: Framework, tool: Sandbox) -> None:
     script = ("import fcntl, subprocess, sys\n"
               "with open('/opt/qor/etc/model/qor_mim_ctl.lock', 'w') as file:\n"
               "    fcntl.lockf(file, fcntl.LOCK_EX)\n"

@@ -53,7 +53,7 @@ def test_standard_library_checks_its_preconditions() -> None:
 
 
 @pytest.mark.parametrize("flag", ["-D_FORTIFY_SOURCE=3", "-ftrivial-auto-var-init=zero"])
-def test_program_is_compiled_with(flag: str) -> None:
+def test_program_is_compiled_with_the_flag(flag: str) -> None:
     """These two flags leave no trace in the program file."""
     rules = tool_path().parent / "build.ninja"
     if not rules.exists():

@@ -33,7 +33,7 @@ def test_report_precedes_the_verdict_in_a_file_with_both(tool: Sandbox, framewor
         console(f"Cannot find the model file: {MISSING}") + "judged\n\n\n" + console(FAILED, path=None))
 
 
-def test_validator_killed_by_a_signal_rejects(tool: Sandbox, framework: Framework) -> None:
+def test_commit_is_undone_when_a_signal_kills_the_validator(tool: Sandbox, framework: Framework) -> None:
     framework.script(VALIDATOR, "echo $$ | tee /opt/qor/pid; kill -9 $$")
     before = framework.snapshot()
     framework.session(ADD)
@@ -46,7 +46,7 @@ def test_validator_killed_by_a_signal_rejects(tool: Sandbox, framework: Framewor
 
 
 @pytest.mark.parametrize("broken", ["not executable", "directory", "no program"])
-def test_validator_that_cannot_be_run_rejects(tool: Sandbox, framework: Framework, broken: str) -> None:
+def test_commit_is_undone_when_the_validator_cannot_run(tool: Sandbox, framework: Framework, broken: str) -> None:
     framework.remove(VALIDATOR)
     if broken == "directory":
         framework.path(VALIDATOR).mkdir()
