@@ -1,5 +1,5 @@
 #!/usr/bin/python3
-"""Draw the README's terminal picture from a real run: ``picture.py [FILE]``."""
+"""Draw the README's picture of a terminal from a real run: ``picture.py [FILE]``."""
 from __future__ import annotations
 
 import sys

@@ -1,5 +1,5 @@
-// The C++ library brings its streams compiled, but not for link-time optimisation. Here the optimiser sees what counts:
-// the writer of documents hands over each single byte through these.
+// The C++ library has its streams in compiled form, which link-time optimisation cannot inline. These instantiations
+// make it inline the functions that the document writer calls for every byte.
 #include <ios>
 #include <ostream>
 #include <streambuf>
