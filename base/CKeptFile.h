@@ -26,8 +26,9 @@ public:
     /// The content; none when the file was missing.
     const std::optional<std::string>& content() const;
 
-    /// Restores the file at the path, access and modification times included; removes it when it was
-    /// missing. The result is synced on return. Returns what could not be kept, one line each. Throws like replaceFile.
+    /// Restores the file, access and modification times included, or removes it when it was missing. The content, or
+    /// the removal, is synced on return. Returns the attributes that could not be kept, one line each. Throws like
+    /// replaceFile.
     std::vector<std::string> putBack() const;
 
 private:

@@ -6,10 +6,10 @@
 namespace QMT
 {
 
-/// Blocks all signals but those for the program's own faults (SIGSEGV and the like), while the object lives. One
-/// that arrives meanwhile is delivered when the object is destroyed.
+/// Blocks all signals but those for the program's own faults (SIGSEGV and the like) during its lifetime. A blocked
+/// signal is delivered when the object is destroyed.
 ///
-/// For steps that must not be left half-done. Do not start a process meanwhile: it would inherit the block.
+/// For steps that must not be left incomplete. Start no process during that time: it would inherit the block.
 class CSignalBlock
 {
 public:

@@ -9,8 +9,8 @@
 namespace QMT
 {
 
-/// Records the signals that would end the program while the object lives, so that work can be finished or undone
-/// first. A signal that is ignored stays so. Child programs get the signals' defaults back. One object at a time.
+/// Records, during its lifetime, the signals that would end the program, so that work can be finished or undone first.
+/// An ignored signal stays ignored. Child programs get the signals' defaults back. One object at a time.
 class CSignalCatcher
 {
 public:

@@ -6,8 +6,8 @@
 namespace QMT
 {
 
-/// How the files of a transaction are copied and moved. This class does it like the tool: see copyFile and
-/// moveFile. Derived classes may keep more attributes, or check before a change.
+/// Copies and moves the files of a transaction. This class uses copyFile and moveFile, whose errors and results
+/// apply. Derived classes may keep more attributes, or check before a change.
 class CTransfer
 {
 public:

@@ -95,8 +95,8 @@ std::vector<std::string> copyAttributes(const std::string& from, int to, const s
     copyOwnership(wanted, to, lost, name);
     const Attributes source = attributesOf(from);
     const Attributes inherited = attributesOf(to);
-    // An inherited access control list would change the meaning of the mode, so it goes first; one of the source's own
-    // sets the mode again, so it comes last.
+    // An inherited access control list would change the meaning of the mode, so it is removed first; that of the source
+    // changes the mode itself, so it is set last.
     for (const auto& [attribute, value] : inherited)
     {
         if (source.count(attribute) == 0)

@@ -18,15 +18,17 @@ namespace QMT
 /// interrupted call left there is overwritten.
 ///
 /// Throws a Poco::FileException (or a subclass) that names the file and has errno as its code; the file is then
-/// unchanged.
+/// unchanged. When the directory cannot be synced, throws a Poco::WriteFileException that names the directory; the file
+/// is replaced by then.
 std::vector<std::string> replaceFile(const std::string& path, const std::string& content, const std::string& like);
 
-/// Creates the file at `path`, which must not exist, with `content`, which is synced on return; its name is not.
-/// Otherwise like replaceFile; a file that could not be written completely is removed again.
+/// Creates the file at `path` with `content`, which is synced on return; its name is not. An existing file or link at
+/// `path` is an error with the code EEXIST. Otherwise like replaceFile; a file that could not be written completely is
+/// removed again.
 std::vector<std::string> createFile(const std::string& path, const std::string& content, const std::string& like);
 
-/// Removes the file at `path`, or the link that stands there; the removal is synced on return. A missing file
-/// is not an error. Throws like replaceFile.
+/// Removes the file or the link at `path`; the removal is synced on return. A missing file is not an error. Throws like
+/// replaceFile.
 void removeFile(const std::string& path);
 
 } // namespace QMT

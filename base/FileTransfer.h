@@ -6,7 +6,8 @@
 namespace QMT
 {
 
-/// Copies the file at `from` to `to`, replacing the content of an existing file there.
+/// Copies the file at `from` to `to`, replacing the content of an existing file there. An existing directory at `to`
+/// gets the file under its old name.
 ///
 /// Throws a Poco::FileException (or a subclass) when that fails, also when one name leads to a pipe, or both
 /// to the same file, which the copy would truncate. The file at `to` may be incomplete after a failure.

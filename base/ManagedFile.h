@@ -11,7 +11,7 @@ struct ManagedFile
 {
     std::string live;        ///< what others read
     std::string workingCopy; ///< what a transaction edits
-    std::string backup;      ///< what a rollback puts back
+    std::string backup;      ///< what a rollback restores
 
     /// The file `name` in the directory `directory` below `root`, each with or without a trailing slash. Touches no
     /// file.

@@ -19,7 +19,7 @@ namespace QMT
 namespace
 {
 
-/// Far above any file that is read here. It keeps a huge sparse file out of memory.
+/// Far above the size of any configuration or model file. It keeps a huge sparse file out of memory.
 const std::streamoff MAX_SIZE = 1 << 30;
 
 /// Whether `file` can be read at all. A directory opens like a file and may claim any size, so the size alone must not

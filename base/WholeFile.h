@@ -30,8 +30,8 @@ enum class ReadResult
 /// stays. Also false when the write, the flush or the close fails; the content may then be incomplete.
 [[nodiscard]] bool writeWholeFile(const std::string& path, const std::string& content);
 
-/// Whether `path` is a symbolic link owned by another user, who could have put it there so that another file is read
-/// or overwritten in place of the one meant.
+/// Whether `path` is a symbolic link owned by another user, who could have made it to redirect a read or a write to
+/// another file.
 [[nodiscard]] bool isLinkOfAnother(const std::string& path);
 
 /// Whether `path` leads to a pipe, which must not be opened as a file: open may block forever.
