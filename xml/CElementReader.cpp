@@ -31,7 +31,12 @@ bool CElementReader::read(const std::string& xml)
     {
         return false;
     }
-    return _deepest <= MAX_NESTING_DEPTH;
+    return !isTooDeep();
+}
+
+bool CElementReader::isTooDeep() const
+{
+    return _deepest > MAX_NESTING_DEPTH;
 }
 
 void CElementReader::startElement(const std::string&, const std::string&, const std::string& name,

@@ -9,7 +9,7 @@
 namespace QMT
 {
 
-/// Reads the elements of an XML text as they come, without building a document: for callers that only look.
+/// Reports the elements of an XML text while it is parsed, without building a document. An object reads one text.
 class CElementReader : private Poco::XML::DefaultHandler
 {
 public:
@@ -19,19 +19,22 @@ public:
     CElementReader(CElementReader&&) = delete;
     CElementReader& operator=(CElementReader&&) = delete;
 
-    /// Reads the text `xml`. False where CXMLParser::parseFile returns null; elements before the error
-    /// may have been reported by then.
+    /// Reads the text `xml`. False where CXMLParser::parseFile returns null; elements before the error may have been
+    /// reported by then.
     [[nodiscard]] bool read(const std::string& xml);
+
+    /// Whether the elements read so far are nested deeper than MAX_NESTING_DEPTH.
+    bool isTooDeep() const;
 
 protected:
     using Attributes = Poco::XML::Attributes;
 
     CElementReader();
 
-    /// An element begins; those that begin before it ends are inside it.
+    /// Called where an element begins; those that begin before it ends are inside it.
     virtual void begin(const std::string& tag, const Attributes& attributes) = 0;
 
-    /// The innermost open element ends.
+    /// Called where the innermost open element ends.
     virtual void end() = 0;
 
 private:

@@ -1,9 +1,6 @@
 #include "xml/DocumentDemand.h"
 
-#include <Poco/Exception.h>
-#include <Poco/SAX/Attributes.h>
-#include <Poco/SAX/DefaultHandler.h>
-#include <Poco/SAX/SAXParser.h>
+#include "xml/CElementReader.h"
 
 #include <algorithm>
 #include <unordered_set>
@@ -17,64 +14,44 @@ namespace
 /// Up to this number, one name for each tag and each "=" makes a small pool, and the text need not be parsed.
 const std::size_t MAX_UNCOUNTED_NAMES = 20000;
 
-using Poco::XML::XMLString;
-
-/// Measures what the parser reports, with entities expanded.
-class Meter : public Poco::XML::DefaultHandler
+/// Collects the element and attribute names, with entities expanded.
+class NameReader : public CElementReader
 {
 public:
-    unsigned int maximumDepth() const
-    {
-        return _maximumDepth;
-    }
-
-    std::size_t names() const
+    std::size_t count() const
     {
         return _names.size();
     }
 
-    void startElement(const XMLString&, const XMLString&, const XMLString& name,
-                      const Poco::XML::Attributes& attributes) override
+protected:
+    void begin(const std::string& tag, const Attributes& attributes) override
     {
-        ++_depth;
-        _maximumDepth = std::max(_maximumDepth, _depth);
-        _names.insert(name);
+        _names.insert(tag);
         for (int i = 0; i < attributes.getLength(); ++i)
         {
             _names.insert(attributes.getQName(i));
         }
     }
 
-    void endElement(const XMLString&, const XMLString&, const XMLString&) override
+    void end() override
     {
-        --_depth;
     }
 
 private:
-    unsigned int _depth = 0;
-    unsigned int _maximumDepth = 0;
-    std::unordered_set<XMLString> _names;
+    std::unordered_set<std::string> _names;
 };
 
 std::optional<std::size_t> measureByParsing(const std::string& xml)
 {
-    Meter meter;
-    Poco::XML::SAXParser parser;
-    parser.setFeature(Poco::XML::XMLReader::FEATURE_NAMESPACES, false);
-    parser.setContentHandler(&meter);
-    try
-    {
-        parser.parseString(xml);
-    }
-    catch (const Poco::Exception&) // NOLINT(bugprone-empty-catch): loading the text will report the error
-    {
-    }
-    if (meter.maximumDepth() > MAX_NESTING_DEPTH)
+    NameReader names;
+    // Loading the text will report malformed markup.
+    static_cast<void>(names.read(xml));
+    if (names.isTooDeep())
     {
         return std::nullopt;
     }
     // An element and an attribute of one name may be two names to the pool.
-    return 2 * meter.names();
+    return 2 * names.count();
 }
 
 std::size_t countOf(const std::string& text, const std::string& wanted)
@@ -87,13 +64,13 @@ std::size_t countOf(const std::string& text, const std::string& wanted)
     return count;
 }
 
-/// At least as many as there are: in UTF-16, "<" has a zero byte on either side.
+/// At least the number of start tags: comments and CDATA sections may hold more of them.
 std::size_t countStartTags(const std::string& xml)
 {
     return countOf(xml, "<") - countOf(xml, "</") - countOf(xml, "<!") - countOf(xml, "<?");
 }
 
-/// A document type declaration may add elements and attributes that do not stand in the text as such.
+/// A document type declaration may add elements and attributes that the text does not contain.
 bool hasDocumentType(const std::string& xml)
 {
     return xml.find("<!DOCTYPE") != std::string::npos || xml.find('\0') != std::string::npos;
