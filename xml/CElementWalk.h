@@ -13,7 +13,7 @@ namespace QMT
 {
 
 /// Visits the elements of one name below a node, in document order and in one pass. The library's list of the same
-/// elements walks the document anew for each index, so that a loop over it is quadratic.
+/// elements walks the document again for each index, so that a loop over it is quadratic.
 ///
 /// The node and its document are not owned and outlive the walk. An element just visited must not be removed before the
 /// next step.

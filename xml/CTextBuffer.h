@@ -7,15 +7,15 @@
 namespace QMT
 {
 
-/// Collects in one string what is written to a stream.
+/// A stream buffer that collects the written text in one string.
 ///
-/// The document writer hands over its text byte by byte, which this class is made for. A string stream would need
-/// a copy of the text at the end, too. When memory runs out, the stream goes bad.
+/// It is fast for the document writer, which writes byte by byte, and saves the copy of the whole text that a string
+/// stream returns. When memory runs out, the stream goes bad.
 class CTextBuffer : public std::streambuf
 {
 public:
-    /// Makes room for `expectedSize` bytes, so that a text of about that size is never moved. Throws a std::bad_alloc
-    /// when there is none.
+    /// Allocates `expectedSize` bytes, so that a text of up to that size is never moved. Throws a std::bad_alloc when
+    /// that fails.
     explicit CTextBuffer(std::string::size_type expectedSize);
 
     /// Everything written so far; valid until the next write.

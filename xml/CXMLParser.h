@@ -49,8 +49,8 @@ public:
     static constexpr int SUCCESS = 1;
     static constexpr int NO_ROOT_CLASS = 2; ///< the model file has no root element
 
-    /// Fixes the path of the working copy by the framework directory of `tool`; touches no file. Neither `tool` nor
-    /// `logger` is owned; they may be gone before the object, whose destructor uses neither.
+    /// Takes the path of the working copy from the framework directory of `tool`; touches no file. Neither `tool` nor
+    /// `logger` is owned; they may be destroyed before the object, whose destructor uses neither.
     CXMLParser(CQorModelTool& tool, Poco::Logger* logger);
     ~CXMLParser();
     CXMLParser(const CXMLParser&) = delete;
@@ -126,9 +126,10 @@ public:
 
     /// Finds out whether a handler serves the root class of the model file at `modelFile`, and which.
     ///
-    /// Returns 1 with the answer in `found` and `handlerName`; a document with other than one participants element and
-    /// participants with other than one roots element count as not serving. Returns 2 when the model has no root
-    /// element, 0 after a message when it cannot be read; `found` is then false.
+    /// Returns 1 with the answer in `found`. The name of the serving handler is in `handlerName`, which is untouched
+    /// when there is none. A document with other than one participants element and participants with other than one
+    /// roots element count as not serving. Returns 2 when the model has no root element, 0 after a message when it
+    /// cannot be read; `found` is then false.
     [[nodiscard]] int existsRoot(Poco::XML::Document* doc, const std::string& modelFile, bool& found,
                                  std::string& handlerName);
 
@@ -140,7 +141,8 @@ public:
     ///
     /// Returns 1 when that is done or not needed; 0, mostly after a message, when the document has no handler, when
     /// another handler serves the root class, when there is no placeholder for a handler without a model file, or when
-    /// the model file cannot be used.
+    /// the model file cannot be used. After a takeover the result is 1 even when the root class could not be added.
+    /// Writes the document when the placeholder's second interface is taken over, and when modifyRoot does.
     [[nodiscard]] int verifySetDefaultComponent(Poco::XML::Document* doc, const std::string& modelFile,
                                                 const std::string& handler, const std::string& moVersion,
                                                 const std::string& trVersion);
@@ -171,8 +173,7 @@ private:
 
     Poco::Path _workingConfiguration;
 
-    // The size of the last text that was read from the working copy or made of a document: how much room the next one
-    // will need.
+    // The size of the last text that was read from the working copy or written: an estimate for the next one.
     std::string::size_type _workingTextSize = 0;
 
     bool _isAllWritten = true;

@@ -10,7 +10,7 @@ namespace QMT::DocumentModel
 inline const std::string PARTICIPANTS = "participants";    ///< container of all handlers
 inline const std::string PARTICIPANT = "participant";      ///< one handler
 inline const std::string ROOTS = "roots";                  ///< container of a handler's root classes
-inline const std::string ROOT = "root";                    ///< one root class; in a model file: the mark of its owner
+inline const std::string ROOT = "root";                    ///< one root class; in a model file: marks its parent as one
 inline const std::string MANAGED_OBJECT = "managedObject"; ///< the handler's managed object interface
 inline const std::string TX_RESOURCE = "txResource";       ///< the handler's transactional resource interface
 

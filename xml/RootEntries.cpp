@@ -184,7 +184,7 @@ int CXMLParser::finishEdit(RootEdit& edit, const std::string& moVersion, const s
             return FAILURE;
         }
         const int added = addHandler(*edit.doc, edit.handler, edit.rootClass, moVersion, trVersion);
-        // A model without a root class needs no handler; with one, there was no place for the handler.
+        // A model without a root class needs no handler; with one, the document has no participants element.
         if (added == FAILURE && !edit.rootClass.empty())
         {
             return FAILURE;
