@@ -4,10 +4,9 @@
 #include "base/CTransfer.h"
 #include "base/DiskSync.h"
 #include "base/Existence.h"
+#include "base/FileError.h"
 #include "base/FileTransfer.h"
 
-#include <Poco/Error.h>
-#include <Poco/Exception.h>
 #include <Poco/File.h>
 #include <Poco/Path.h>
 
@@ -28,7 +27,7 @@ bool isThere(const std::string& path)
     const Existence existence = existenceOf(path);
     if (existence == Existence::UNKNOWN)
     {
-        throw Poco::FileException(Poco::Error::getMessage(Poco::Error::last()), path);
+        throwFileError(path);
     }
     return existence == Existence::PRESENT;
 }
@@ -68,7 +67,7 @@ void CQorModelToolImpl::installWorkingCopies()
         refuseLinkOfAnother(file->backup);
         refuseLinkOfAnother(file->workingCopy);
     }
-    // Or else a power cut could shorten a live file and its working copy alike, and nothing would show it.
+    // Otherwise a power cut could shorten a live file and its working copy alike, and go unnoticed.
     syncFile(list.workingCopy);
     syncFile(configuration.workingCopy);
     install(list);
@@ -112,7 +111,7 @@ bool CQorModelToolImpl::rollBack()
     {
         putBack(configuration);
     }
-    // The backup's path, on purpose: the configuration put back keeps the mode and group of its backup.
+    // The backup's path, on purpose: the restored configuration keeps the mode and group of its backup.
     adjustOwnershipOf(configuration.backup);
     return true;
 }
