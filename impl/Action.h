@@ -9,7 +9,7 @@
 namespace QMT
 {
 
-/// The kinds of queued action. The numbers stand in the session file and never change.
+/// The kinds of queued action. The session file holds their numbers, which never change.
 enum class CmdID : std::int32_t
 {
     AddModelFile = 0,

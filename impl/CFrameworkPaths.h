@@ -8,9 +8,8 @@
 namespace QMT
 {
 
-/// The names of all files of a framework in one place. Those of the document come from the layer that edits it.
-///
-/// An object of this class names the files of one framework directory; it touches none of them.
+/// The paths of all files of one framework directory. Those of the configuration document come from configurationFile.
+/// Touches no file.
 class CFrameworkPaths
 {
 public:
@@ -42,16 +41,16 @@ public:
     /// Where the companion copies files before a recovery at the time `stamp`.
     std::string recoveryDirectory(const std::string& stamp) const;
 
-    /// The framework directory when nothing names another one.
+    /// The default framework directory.
     static const std::string DEFAULT_QOR_PATH;
 
-    /// The executable that knows the framework directory.
+    /// The framework agent, which prints the framework directory.
     static const std::string AGENT;
 
-    /// The file whose first line names the framework directory. It does not follow the framework directory.
+    /// The file whose first line names the framework directory. Always below the default framework directory.
     static std::string environmentFile();
 
-    /// The model validator. It does not follow the framework directory. The doubled slash in its path stays.
+    /// The model validator. Always below the default framework directory, with a doubled slash.
     static std::string validator();
 
 private:

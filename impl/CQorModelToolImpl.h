@@ -40,8 +40,8 @@ struct Request
     bool removeStaged = false;      ///< --removeModelFile before any --modelHandler
     bool removeWithHandler = false; ///< a removal and a handler, in either order
     bool handlerStaged = false;     ///< --modelHandler before any addition or removal
-    bool statusRequested = false;   ///< for the record
-    bool newSession = false;        ///< for the record: there was no lock file at start-up
+    bool statusRequested = false;   ///< recorded, but not used
+    bool newSession = false;        ///< there was no lock file at start-up; recorded, but not used
     bool commandGiven = false;      ///< any option at all
 
     std::string modelFile;    ///< path given to --addModelFile or --removeModelFile
@@ -75,15 +75,15 @@ struct Judgement
 
     Verdict verdict = Verdict::ABSENT;
     std::string report;  ///< what the validator wrote
-    std::string message; ///< why it could not be waited for, or that it ended abnormally; mostly empty
+    std::string message; ///< the error when it could not be waited for or ended abnormally; otherwise empty
 };
 
 /// Everything the tool does to files and processes: the session file and its queue, the session lock, the model file
 /// list, the framework directory, backups and checksums, installing and rolling back, and the model validator.
 ///
 /// File errors are caught inside the operations and reported by a message and a result. backupFiles, cfgBackup,
-/// commitCompleted and rollBack let the Poco::Exception reach the caller, and so do an existence test of an empty
-/// path and a validator that cannot be started.
+/// commitCompleted with its two halves, and rollBack let the Poco::Exception reach the caller, and so do an existence
+/// test of an empty path and a validator that cannot be started.
 ///
 /// The object owns the queue and the document editor. The logger is not owned; no destructor uses it, since it may be
 /// gone by then.
@@ -113,11 +113,11 @@ public:
         /// Joins `args` with single blanks.
         std::string serialize(const std::vector<std::string>& args) const;
 
-        /// Asks the agent for the framework directory and leaves its answer, less the blanks, tabs and line feeds at
-        /// its end, in `dir`. An answer of nothing but such characters is kept.
+        /// Asks the agent for the framework directory and appends its answer, without the blanks, tabs and line
+        /// feeds at its end, to `dir`, which must be empty. An answer of nothing but such characters is kept.
         ///
         /// Waits for the agent to end before it reads. Throws a Poco::Exception when the agent cannot be run or ends
-        /// with a status other than 0; `dir` then holds whatever the agent printed.
+        /// with a status other than 0; `dir` then holds what the agent printed.
         void getEnvDir(std::string& dir) const;
     };
 
@@ -169,30 +169,31 @@ public:
 
     // ---- Session file and queue (SessionFile.cpp) ----
 
-    /// Reads the whole file at `path` into `content`. A missing file is no failure and leaves `content` as it was.
-    /// False, with a line in the system log, when readWholeFile fails.
+    /// Reads the whole file at `path` into `content`. A file that is missing or cannot be opened is no failure and
+    /// leaves `content` as it was. False, with a line in the system log, when readWholeFile returns FAILED.
     [[nodiscard]] static bool loadFile(const std::string& path, std::string& content);
 
-    /// Whether the session file exists. When that is unknown: false, and saveFIFO refuses to overwrite it until
-    /// the queue has been loaded.
+    /// Whether the session file exists. When that is unknown: false, and saveFIFO refuses to overwrite it until the
+    /// queue has been loaded.
     [[nodiscard]] bool isFIFOFile();
 
-    /// Adds the actions of the session file to the queue. False when the file is missing (silently) or cannot be read;
-    /// true otherwise, even when tokenizeFIFO found the file invalid.
+    /// Adds the actions of the session file to the queue. False when the file is missing (silently) or, after messages,
+    /// when it is a link of another user or cannot be read; true otherwise, even when tokenizeFIFO found it invalid. A
+    /// file that cannot be opened counts as empty.
     bool loadFIFO();
 
     /// Parses the session file and pushes its actions to the front of the queue, in the order of the file.
     ///
-    /// Returns QUEUE_VALID, or QUEUE_INVALID after a message when the file has no complete actions or a kind that is no
-    /// number; the actions before such a kind stay queued.
+    /// Returns QUEUE_VALID, or QUEUE_INVALID after a message: when an action is incomplete or there is none, and then
+    /// the queue is unchanged, or when a kind is not a number, and then the actions before it stay queued.
     int tokenizeFIFO();
 
     /// Writes the whole queue to the session file, oldest action first, one "kind:text" a line, and waits until it is
     /// on the disk, with the names of the lock file and of the list's working copy. False, after messages, when that
     /// failed; the file may then be incomplete. Signals are blocked until it is written.
     ///
-    /// Also false, with the file untouched, when an earlier session may exist that could not be examined, from the
-    /// framework directory to the session file: its actions would be lost.
+    /// Also false, with the file untouched, when the framework directory, the lock file or the session file could not
+    /// be examined and the queue was not loaded: the actions of an open session would be lost.
     bool saveFIFO();
 
     /// Splits the text of a handler action into its three fields. A missing second separator gives both versions the
@@ -215,8 +216,8 @@ public:
     /// This machine's host name.
     static std::string getHostName();
 
-    /// Whether a session is open, on any host. When that is unknown: false, and saveFIFO refuses to write
-    /// until the queue has been loaded or a lock file of our own is made.
+    /// Whether a session is open, on any host. When that is unknown: false, and saveFIFO refuses to write until the
+    /// queue has been loaded or createLockFile has created the lock file.
     [[nodiscard]] bool isLockFile();
 
     /// Opens a session of this host: creates the lock file with the host name as its content. The content is on the
@@ -233,7 +234,7 @@ public:
 
     // ---- Model file list (ModelFileList.cpp); all on the working copy, a missing one counts as empty ----
 
-    /// Whether `path` exists, as whatever kind of file. Throws a Poco::Exception when `path` is empty.
+    /// Whether a file of any kind exists at `path`. Throws a Poco::Exception when `path` is empty.
     [[nodiscard]] static bool verifyFileExist(const std::string& path);
 
     /// True when `entry` is MISSING: when it is not even a part of some line.
@@ -247,8 +248,8 @@ public:
     /// that cannot be read, and then stays as it was, or cannot be written, and then may be incomplete, is reported.
     bool removeModelFileEntry(const std::string& entry);
 
-    /// Adds the model file `path` to the list unless it is there already; `alreadyListed` says so. False, after a
-    /// message, when the model file does not exist or the list cannot be written.
+    /// Adds the model file `path` to the list unless it is there already, which sets `alreadyListed`. False, after a
+    /// message, when the model file does not exist or updateModelFile fails. Throws like verifyFileExist.
     [[nodiscard]] bool addModelFileEntry(const std::string& path, bool& alreadyListed);
 
     // ---- Installation environment (Environment.cpp) ----
@@ -276,11 +277,11 @@ public:
     /// then, names included.
     bool cfgBackup();
 
-    /// Removes working copies, session file and lock file, as far as they exist, and waits until the disk has no names
-    /// of them. Returns true, whatever failed.
+    /// Removes working copies, session file and lock file, as far as they exist, and syncs the removals. Returns true;
+    /// failures are ignored.
     bool cleanupTmp();
 
-    /// The CRC-32 of the file's content; that of no bytes when the file is missing or cannot be read.
+    /// The CRC-32 of the file's content; 0, that of an empty file, when the file is missing or cannot be read.
     [[nodiscard]] static std::uint32_t checksumFile(const std::string& path);
 
     /// Whether the live list has the checksum of its working copy. A missing file has that of an empty one; one that is
@@ -310,11 +311,11 @@ public:
     void adjustOwnership(std::uint32_t group);
 
     /// Makes the working copies live, keeps the previous files as backups, and ends the session: session file and lock
-    /// file are removed. The list goes first; a failure stops the sequence where it is, a signal does not. Returns
-    /// true, when all of it is on the disk.
+    /// file are removed. The list is installed first; a failure stops the sequence where it is, a signal does not.
+    /// Returns true when all of it is on the disk.
     ///
-    /// There must be backups of both live files, see cfgBackup: together with them, a matching pair is on the
-    /// disk at every moment.
+    /// There must be backups of both live files, see cfgBackup: together with them, a matching pair is on the disk at
+    /// every moment.
     bool commitCompleted();
 
     /// The first half of commitCompleted: makes the working copies live and removes the session file.
@@ -323,12 +324,12 @@ public:
     /// The second half: removes the lock file. Returns when the removals are synced.
     void endSession();
 
-    /// Puts the backups back, unless a session is open or there is no backup of the list. False when there is no live
-    /// list, true otherwise, with the result synced. Throws a Poco::FileException, too, when stat does not tell
-    /// which of the files are there. Signals are blocked until all is done.
+    /// Restores the backups, unless a session is open or there is no backup of the list. False when there is no live
+    /// list, true otherwise, with the result synced. Throws a Poco::FileException also when stat cannot decide whether
+    /// one of the files exists. Signals are blocked during the call.
     bool rollBack();
 
-    /// Whether there is a backup of the list, which rollBack would put back.
+    /// Whether there is a backup of the list, which rollBack would restore.
     [[nodiscard]] bool hasBackup() const;
 
     /// Sets the mode of `path`; a failure goes to the system log only.
@@ -339,21 +340,20 @@ public:
 
     // ---- Validation (Validation.cpp) ----
 
-    /// Runs the model validator on the list at `list`, a path as the validator is to see it. Messages tell of a missing
-    /// validator and of an abnormal end; the report is left to the caller. Throws a Poco::Exception when there is no
-    /// process or pipe to run it with.
+    /// Runs the model validator on the list at `list`, a path that is passed on unchanged. Reports a missing validator
+    /// and an abnormal end by messages; the report is left to the caller. Throws a Poco::Exception when the process or
+    /// its pipe cannot be created.
     [[nodiscard]] Judgement judge(const std::string& list);
 
     /// Whether the model validator exists; messages when not.
     [[nodiscard]] bool verifyModelTool();
 
-    /// Runs the model validator on the live list. True when it REJECTED the list or ended abnormally, its report then
-    /// standing on standard output; false when it accepted or does not exist. Throws a Poco::Exception when there is no
-    /// process or pipe to run it with; the list stays live then, unjudged.
+    /// Runs the model validator on the live list. True, with the report on standard output, when it rejected the list
+    /// or ended abnormally; false when it accepted or does not exist. Throws like judge.
     [[nodiscard]] bool checkModelCfgValidity();
 
-    /// Waits for the child `pid` to end. Returns its exit status, or -1 after messages, whose text is appended to
-    /// `message`, when it could not be waited for or ended by a signal.
+    /// Waits for the child `pid` to end. Returns its exit status, 0 when there is no such child, or -1 after messages,
+    /// whose text is appended to `message`, when it could not be waited for or ended by a signal.
     int wait(int pid, std::string& message);
 
 private:
@@ -385,7 +385,7 @@ private:
     QorEa _agent;
     std::unique_ptr<CXMLParser> _parser;
     CommandQueue _queue;
-    bool _isSessionUnknown = false; ///< there may be one that could not be examined
+    bool _isSessionUnknown = false; ///< there may be a session that could not be examined
     bool _isQueueLoaded = false;
 
     // Determined once, at the start of the run.
