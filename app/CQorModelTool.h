@@ -64,7 +64,8 @@ public:
     /// The logger given to the constructor.
     Poco::Logger* logger() const;
 
-    // The option handlers take the option's name, which none of them uses, and its value.
+    // The option handlers take the option's name, which none of them uses, and its value. The first three only record
+    // that the option was given.
 
     void handleHelp(const std::string& name, const std::string& value);
     void handleCommit(const std::string& name, const std::string& value);
@@ -97,8 +98,8 @@ public:
     /// Runs what was asked for: rejects contradictions, stages, rolls back, commits. `args` is not used.
     ///
     /// Returns the exit status: 0, or -1 when a commit failed. A Poco::Exception leaves the operation when a file
-    /// cannot be examined, copied, moved, synced or removed, when the validator cannot be started,
-    /// and when an action's model file has no name.
+    /// cannot be examined, copied, moved, synced or removed, when the validator cannot be started, and when the path of
+    /// an action's model file is empty.
     int main(const std::vector<std::string>& args);
 
     /// Whether the open session belongs to this host. False, after messages, when there is no readable lock file.

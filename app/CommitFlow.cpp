@@ -81,16 +81,15 @@ int CQorModelTool::commitSession()
 
 void CQorModelTool::undoRejected()
 {
-    // A concurrent staging call opens a session, perhaps twice, and rollBack changes nothing during a
-    // session.
+    // A concurrent staging call may open a session, even repeatedly, and rollBack changes nothing during a session.
     const int MAX_ATTEMPTS = 10;
 
     const CSignalBlock block;
     for (int attempt = 0; attempt < MAX_ATTEMPTS; ++attempt)
     {
-        const bool isConsidered = _impl->rollBack();
+        const bool hasLiveList = _impl->rollBack();
         _impl->cleanupTmp();
-        if (!isConsidered || !_impl->hasBackup())
+        if (!hasLiveList || !_impl->hasBackup())
         {
             return;
         }

@@ -4,8 +4,7 @@
 namespace QMT
 {
 
-/// The whole run of the tool, from a process as its caller left it to the exit status. `argc` and `argv` are those of
-/// main.
+/// Runs the tool in a process as its caller started it. `argc` and `argv` are those of main.
 ///
 /// Returns the driver's result, or 78 when the options cannot be processed, or 70 when an exception ended the driver.
 /// An exception of another kind leaves the operation after all objects are cleaned up.

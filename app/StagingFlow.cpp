@@ -49,8 +49,8 @@ void CQorModelTool::completeNewestEntry()
     const Request& request = _impl->request();
     const Action action = {entry.first, request.modelFile, request.modelHandler, _impl->moVersion(),
                            _impl->trVersion()};
-    // The newest entry is another host's when --status has listed its session behind the staging option. So the kind is
-    // that of the entry, and the text of the kinds that are complete already stays.
+    // A --status after the staging option loads another host's session, whose entry is then the newest. So the kind of
+    // that entry decides, and a text that is already complete stays.
     switch (entry.first)
     {
     case CmdID::ModelHandler:
