@@ -62,7 +62,7 @@ TEST_F(RecoveryMemory, ParsesADocumentOnce)
     EXPECT_FALSE(memory.isDocument("<qor>"));
 }
 
-TEST_F(RecoveryMemory, KnowsTheHost)
+TEST_F(RecoveryMemory, HostNameReturnsThatOfTheFacts)
 {
     EXPECT_EQ(memory.hostName(), "alpha");
 }

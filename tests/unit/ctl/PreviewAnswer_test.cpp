@@ -56,7 +56,10 @@ TEST(PreviewAnswer, AnswerOfNamesEveryFailedAction)
     EXPECT_EQ(answer.status, Status::NO);
     EXPECT_EQ(answer.error, "failed: /a; /c");
     EXPECT_EQ(answer.text, "refused\n  failed   /a\n  done     /b\n  failed   /c\n");
-    EXPECT_NE(jsonOf(answer).find(R"({"file":"/a","messages":[],"result":"failed"})"), std::string::npos);
+    EXPECT_EQ(jsonOf(answer), R"({"result":"refused","actions":[{"file":"/a","messages":[],"result":"failed"},)"
+                              R"({"file":"/b","messages":[],"result":"done"},)"
+                              R"({"file":"/c","messages":[],"result":"failed"}],)"
+                              R"("validator":"not-asked","report":""})");
 }
 
 TEST(PreviewAnswer, AnswerOfDoesNotChangeTheActions)

@@ -41,8 +41,6 @@ TEST_F(RecoveryBackups, KeepsBackupsAfterAnAdditionWithoutAHandler)
 
 TEST_F(RecoveryBackups, KeepsBackupsAfterARemovalWithoutAHandler)
 {
-    now.live.list = "";
-    now.backup.list = "";
     now.live.list = "/other\n";
     now.backup.list = "/other\n/base\n";
 
@@ -78,7 +76,7 @@ TEST_F(RecoveryBackups, AsksWhenAModelOfTheBackupAloneIsUnserved)
     expectAsked();
 }
 
-TEST_F(RecoveryBackups, AsksUnderALockFileToo)
+TEST_F(RecoveryBackups, AsksDuringASessionToo)
 {
     now = withSession(old, {old.configuration, older.list});
 
@@ -117,14 +115,14 @@ TEST_F(RecoveryBackups, KeepsABackupThatEndsLikeTheWorkingList)
     expectNothing();
 }
 
-TEST_F(RecoveryBackups, AreRemovedWhereOnlyATornFileWasLikeThem)
+TEST_F(RecoveryBackups, RemovesBackupsThatEqualOnlyATornFile)
 {
     now = {{"<qor>", old.list}, old, {"<qor>", old.list}, std::nullopt, "alpha"};
 
     expectClear(Found::COMMIT_INTERRUPTED, withoutSession(old, FilePair()));
 }
 
-TEST_F(RecoveryBackups, StayBesideATornFileThatIsToStay)
+TEST_F(RecoveryBackups, KeepsBackupsBesideATornFileThatStays)
 {
     now = withSession({"<qor>", old.list}, {documentServing({"Base"}), "/ba"});
     now.workingCopy.configuration = "<other>";

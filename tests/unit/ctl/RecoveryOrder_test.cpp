@@ -39,7 +39,7 @@ TEST_F(RecoveryOrder, IsEmptyWithoutAStep)
     EXPECT_EQ(order(), Lines());
 }
 
-TEST_F(RecoveryOrder, IsTheUsualOneWhereThatIsSafe)
+TEST_F(RecoveryOrder, KeepsTheUsualOrderWhereItIsSafe)
 {
     now.session = "3:/pu";
     now.backup = old;
@@ -47,7 +47,7 @@ TEST_F(RecoveryOrder, IsTheUsualOneWhereThatIsSafe)
     EXPECT_EQ(order(), Lines({session, list + ".tmp", configuration + ".tmp", lock}));
 }
 
-TEST_F(RecoveryOrder, LeavesNoLockFileAloneThatWouldBeJudged)
+TEST_F(RecoveryOrder, LeavesNoLoneLockFileThatWouldBeJudged)
 {
     now = {committed, committed, old, std::nullopt, "alpha"};
 
@@ -70,7 +70,7 @@ TEST_F(RecoveryOrder, RemovesTheBackupOfTheConfigurationFirst)
     EXPECT_EQ(order(), Lines({configuration + ".bak", list + ".bak"}));
 }
 
-TEST_F(RecoveryOrder, RemovesLeftoversBeforeThatBackupWhereItMustWait)
+TEST_F(RecoveryOrder, RemovesLeftoversBeforeABackupThatMustWait)
 {
     now = withoutSession({"", old.list}, {"", "/ba"});
     now.workingCopy.configuration = old.configuration;
@@ -86,7 +86,7 @@ TEST_F(RecoveryOrder, RemovesTheBackupOfTheListFirstInARollback)
     EXPECT_EQ(order(), Lines({list + ".bak", configuration, configuration + ".bak"}));
 }
 
-TEST_F(RecoveryOrder, AsksOnTheWayRatherThanJudgingWhatTheEndLeavesUnclear)
+TEST_F(RecoveryOrder, AsksOnTheWayWhenTheEndIsUnclear)
 {
     now = withSession({old.configuration, older.list}, older);
     now.lock = "qor_mim_ctl@alpha";

@@ -157,7 +157,7 @@ TEST_F(RecoveryProperties, ChangesFilesExactlyWhenSomethingIsFound)
     }
 }
 
-TEST_F(RecoveryProperties, NothingIsLeftToBeDone)
+TEST_F(RecoveryProperties, FindsNothingTheSecondTime)
 {
     for (int state = 0; state < STATES; ++state)
     {
@@ -172,7 +172,7 @@ TEST_F(RecoveryProperties, NothingIsLeftToBeDone)
     }
 }
 
-TEST_F(RecoveryProperties, StepsMayBeInterruptedBetweenAnyTwo)
+TEST_F(RecoveryProperties, ReachesTheSameEndAfterAnInterruption)
 {
     for (int state = 0; state < STATES && !HasFatalFailure(); ++state)
     {
@@ -187,7 +187,7 @@ TEST_F(RecoveryProperties, StepsMayBeInterruptedBetweenAnyTwo)
     }
 }
 
-TEST_F(RecoveryProperties, StepsOfAnAnswerMayBeInterruptedBetweenAnyTwo)
+TEST_F(RecoveryProperties, ReachesTheEndOfAnAnswerAfterAnInterruption)
 {
     for (int state = 0; state < STATES && !HasFatalFailure(); ++state)
     {

@@ -81,7 +81,7 @@ TEST_F(RecoveryUnlocked, FindsNothingWithAListThatWasEmptyBefore)
     expectNothing();
 }
 
-TEST_F(RecoveryUnlocked, IsNothingWithALastLineWithoutLineFeed)
+TEST_F(RecoveryUnlocked, FindsNothingWithALastLineWithoutLineFeed)
 {
     now.live.list = *old.list + "/base2";
 

@@ -258,17 +258,6 @@ TEST_F(Actions, RemoveWithHandlerFailsWithoutASeparator)
     expectLive({{"a", {"A", "M"}}}, model + "\n");
 }
 
-// ---- What is none of these ----
-
-TEST_F(Actions, UnknownKindIsSkipped)
-{
-    const ToolRun run = commit("7:" + model);
-
-    EXPECT_EQ(run.status, 0);
-    EXPECT_EQ(run.log, (Messages{DONE}));
-    expectLive({{"a", {"A"}}}, "");
-}
-
 TEST_F(Actions, RemoveWithHandlerFailsForAnEmptyPath)
 {
     const ToolRun run = commit("4:|a|1|1");
@@ -285,6 +274,17 @@ TEST_F(Actions, RemoveWithUnknownHandlerEndsWith70ForAnEmptyPath)
     EXPECT_EQ(run.status, 70);
     EXPECT_EQ(run.log, Messages());
     EXPECT_TRUE(exists(framework.lock()));
+}
+
+// ---- An unknown kind ----
+
+TEST_F(Actions, UnknownKindIsSkipped)
+{
+    const ToolRun run = commit("7:" + model);
+
+    EXPECT_EQ(run.status, 0);
+    EXPECT_EQ(run.log, (Messages{DONE}));
+    expectLive({{"a", {"A"}}}, "");
 }
 
 /// Actions applied to a document, without a session.

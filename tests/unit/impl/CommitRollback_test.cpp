@@ -155,7 +155,7 @@ TEST_F(CommitRollback, CommitCompletedStopsWithoutAWorkingConfig)
     EXPECT_TRUE(exists(framework.lock()));
 }
 
-TEST_F(CommitRollback, CommitCompletedInstallsNothingWhenACopySyncFails)
+TEST_F(CommitRollback, CommitCompletedInstallsNothingWhenASyncFails)
 {
     makeSession();
     for (const std::string& path : {framework.list(".tmp"), framework.configuration(".tmp")})

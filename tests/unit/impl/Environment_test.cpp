@@ -370,6 +370,16 @@ TEST_F(Environment, GetEnvDirFailsWithoutTheDefaultDirectory)
     EXPECT_EQ(systemLog.messages(), SILENCE);
 }
 
+TEST_F(Environment, GetEnvDirAcceptsAFileWithATrailingSlash)
+{
+    installation->setAgent("printf " + framework.file("file", "") + "/");
+    dir.clear();
+
+    EXPECT_TRUE(impl.getEnvDir(dir));
+
+    EXPECT_EQ(dir, framework.path() + "/models/file/");
+}
+
 // ---- validateEnvironment ----
 
 TEST_F(Environment, ValidateKeepsAnExistingModelDirectory)
@@ -417,16 +427,6 @@ TEST_F(Environment, ValidateFailsForAFileInPlaceOfTheDirectory)
     const std::string path = impl.qorPath() + "/etc/model/";
     EXPECT_EQ(log.messages(), (Messages{{Message::PRIO_WARNING, "Unable to create directory structure: " + path}}));
     EXPECT_EQ(systemLog.messages(), (Messages{{LOG_WARNING, "unable to create directory structure " + path}}));
-}
-
-TEST_F(Environment, GetEnvDirAcceptsAFileWithATrailingSlash)
-{
-    installation->setAgent("printf " + framework.file("file", "") + "/");
-    dir.clear();
-
-    EXPECT_TRUE(impl.getEnvDir(dir));
-
-    EXPECT_EQ(dir, framework.path() + "/models/file/");
 }
 
 TEST_F(Environment, ValidateReportsTheFirstPathThatIsTooLong)

@@ -157,8 +157,6 @@ TEST_F(SessionFile, LoadFIFOReportsAnUnreadableFile)
                                               {LOG_WARNING, "Unable to open existing FIFO file"}}));
 }
 
-// ---- tokenizeFIFO ----
-
 TEST_F(SessionFile, LoadFIFOReportsALinkOfAnotherUser)
 {
     std::filesystem::create_symlink(framework.file("target", "0:a\n"), framework.session());
@@ -169,6 +167,8 @@ TEST_F(SessionFile, LoadFIFOReportsALinkOfAnotherUser)
     EXPECT_EQ(impl.queue(), CommandQueue());
     EXPECT_EQ(log.messages(), (Messages{{Message::PRIO_CRITICAL, "Unable to open existing FIFO file!"}}));
 }
+
+// ---- tokenizeFIFO ----
 
 TEST_F(SessionFile, TokenizeFIFOPushesTheNewestToTheFront)
 {
