@@ -9,12 +9,19 @@ import companion
 import pytest
 from framework import (AUX, BASE, BROKEN, CONFIG, LIST, MISSING, NAMELESS, PUMP, ROOTLESS,
                        VALIDATOR, VALVE, Framework, config, participant)
-from sandbox import Sandbox
+from sandbox import Result, Sandbox
 
 pytestmark = pytest.mark.unsound("what the stories begin with is broken")
 
 NO_DIFF = {"qor.cfg": "", "model_file_list.cfg": ""}
 PREFIX = "ConsoleLogger: "
+# The difference that the addition of PUMP with a new handler makes.
+ADDED_PUMP = {
+    "qor.cfg": "--- qor.cfg\n+++ qor.cfg\n@@ -14,6 +14,13 @@\n"
+               + "".join(f" {line}\n" for line in participant("auxHandler", "Aux").splitlines()[-3:])
+               + "".join(f"+{line}\n" for line in participant("pumpHandler", "Pump").splitlines())
+               + ' \t</participants>\n \t<limits requests="8"/>\n </qor>\n',
+    "model_file_list.cfg": f"--- model_file_list.cfg\n+++ model_file_list.cfg\n@@ -1 +1,2 @@\n {BASE}\n+{PUMP}\n"}
 
 
 def without_actions(result: str, **more: object) -> dict[str, object]:
@@ -49,14 +56,7 @@ def test_plan_shows_the_outcome_of_each_staged_action(framework: Framework, tool
             {"kind": "AddModelFile", "file": BASE, "result": "skipped",
              "messages": [f"Modelfile entry already exists: {BASE}\nSkipping adding of modelfile."]}],
         "validator": "accepted", "report": "",
-        "diff": {
-            "qor.cfg": "--- qor.cfg\n+++ qor.cfg\n@@ -14,6 +14,13 @@\n"
-                       '\t\t\t<managedObject compName="auxHandler" ifName="PelOamSpiManagedObject" version="1"/>\n'
-                       '\t\t\t<txResource compName="auxHandler" ifName="PelOamSpiTransactionalResource" version="1"/>\n'
-                       "\t\t</participant>\n".replace("\t\t\t<", " \t\t\t<").replace("\t\t</", " \t\t</")
-                       + "".join(f"+{line}\n" for line in participant("pumpHandler", "Pump").splitlines())
-                       + ' \t</participants>\n \t<limits requests="8"/>\n </qor>\n',
-            "model_file_list.cfg": f"--- model_file_list.cfg\n+++ model_file_list.cfg\n@@ -1 +1,2 @@\n {BASE}\n+{PUMP}\n"}}
+        "diff": ADDED_PUMP}
     assert framework.snapshot() == before
 
 
@@ -101,22 +101,17 @@ def test_plan_fails_for_a_malformed_document(framework: Framework, tool: Sandbox
     framework.write(CONFIG, "<qor>")
     framework.session(f"0:{PUMP}\n")
 
-    plan = companion.answer(tool, "plan")
-
-    assert plan.keys() == {"command", "framework", "status", "error"}
-    assert plan["status"] == 4
-    assert "/opt/qor/etc/qor.cfg" in plan["error"]
+    assert companion.answer(tool, "plan") == {
+        "command": "plan", "framework": "/opt/qor", "status": 4,
+        "error": "Bad data format: the document cannot be parsed: /opt/qor/etc/qor.cfg"}
 
 
 @pytest.mark.parametrize("name", [CONFIG, LIST])
 def test_plan_fails_without_a_live_file(framework: Framework, tool: Sandbox, name: str) -> None:
-    """A live file that is missing is named."""
     framework.remove(name)
 
-    plan = companion.answer(tool, "plan", f"--add={PUMP}")
-
-    assert plan["status"] == 4
-    assert f"/opt/qor/{name}" in plan["error"]
+    assert companion.answer(tool, "plan", f"--add={PUMP}") == {
+        "command": "plan", "framework": "/opt/qor", "status": 4, "error": f"File not found: /opt/qor/{name}"}
 
 
 def test_plan_reports_nothing_staged_for_an_invalid_queue(framework: Framework, tool: Sandbox) -> None:
@@ -146,7 +141,8 @@ def test_plan_succeeds_for_actions_in_effect(tool: Sandbox) -> None:
     """Nothing left to do succeeds, and the validator is not asked."""
     plan = companion.answer(tool, "plan", f"--add={BASE}")
 
-    assert (plan["status"], plan["result"], plan["validator"], plan["diff"]) == (0, "would-succeed", "not-asked", NO_DIFF)
+    assert (plan["status"], plan["result"], plan["validator"]) == (0, "would-succeed", "not-asked")
+    assert plan["diff"] == NO_DIFF
 
 
 @pytest.mark.parametrize("options, reason", [
@@ -187,8 +183,8 @@ def test_plan_expects_a_new_handler_for_the_placeholder(framework: Framework, to
     """An existing handler would be registered twice."""
     framework.write(CONFIG, config(participant("VELDA_OAM_COMPONENT"), participant("auxHandler", "Aux")))
 
-    plan = companion.answer(tool, "plan", f"--add={PUMP}", "--handler=auxHandler", f"--add={PUMP}", "--handler=pumpHandler",
-                            f"--add={VALVE}", "--handler=auxHandler")
+    plan = companion.answer(tool, "plan", f"--add={PUMP}", "--handler=auxHandler", f"--add={PUMP}",
+                            "--handler=pumpHandler", f"--add={VALVE}", "--handler=auxHandler")
 
     assert [action["result"] for action in plan["actions"]] == ["failed", "done", "done"]
     assert "placeholder" in plan["actions"][0]["messages"][0]
@@ -196,14 +192,13 @@ def test_plan_expects_a_new_handler_for_the_placeholder(framework: Framework, to
 
 def test_plan_prints_text(tool: Sandbox) -> None:
     """Outcomes and difference go to standard output, messages and failures to standard error."""
-    result = companion.run(tool, "plan", f"--add={PUMP}", "--handler=pumpHandler", f"--add={MISSING}")
+    addition = (f"--addModelFile={PUMP} --modelHandler=pumpHandler --managedObjectVersion=1 "
+                "--transactionalResourceVersion=1")
 
-    assert result.status == 1
-    assert f"\n  failed   --addModelFile={MISSING}\n" in result.stdout
-    assert f"\n+{PUMP}\n" in result.stdout
-    assert result.console == ("Adding new handler: pumpHandler with root class: Pump\n"
-                              "the model file does not exist\n"
-                              f"qor_mim_ctl: failed: --addModelFile={MISSING}\n")
+    assert companion.run(tool, "plan", f"--add={PUMP}", "--handler=pumpHandler", f"--add={MISSING}") == Result(
+        1, f"would-fail\n  done     {addition}\n  failed   --addModelFile={MISSING}\n" + "".join(ADDED_PUMP.values()),
+        "Adding new handler: pumpHandler with root class: Pump\nthe model file does not exist\n"
+        f"qor_mim_ctl: failed: --addModelFile={MISSING}\n", [])
 
 
 @pytest.mark.parametrize("options", [["--handler=h"], ["--add="], ["--wait=1"], ["--add=/a", "--mo-version=1"],
@@ -221,10 +216,9 @@ def test_plan_rejects_wrong_options(framework: Framework, tool: Sandbox, options
 
 
 def test_plan_fails_without_room_for_copies(tool: Sandbox) -> None:
-    plan = companion.answer(tool.with_env(TMPDIR="/opt/missing"), "plan", f"--add={PUMP}")
-
-    assert plan["status"] == 4
-    assert "/opt/missing" in plan["error"]
+    assert companion.answer(tool.with_env(TMPDIR="/opt/missing"), "plan", f"--add={PUMP}") == {
+        "command": "plan", "framework": "/opt/qor", "status": 4,
+        "error": "Cannot create file: No such file or directory: /opt/missing"}
 
 
 def test_plan_creates_no_missing_directory(framework: Framework, tool: Sandbox) -> None:

@@ -7,7 +7,7 @@ from xml.etree import ElementTree
 
 import pytest
 
-from expect import COMPLETED, FAILED, answer, staged
+from expect import COMPLETED, FAILED, NEW_SESSION, NOTHING_PENDING, WARNING, Bare, answer, staged, warning
 from framework import (AGENT, BASE, CONFIG, CONFIG_TMP, LIST, LIST_TMP, LOCK, PUMP, SESSION, VALIDATOR, Framework,
                        config, installed, participant)
 from sandbox import Result, Sandbox
@@ -137,7 +137,7 @@ def test_unusual_model_is_installed(tool: Sandbox, framework: Framework, content
     framework.write(WORLD, content)
     result = commit_addition(tool, f"--addModelFile={HOSTILE}", "--modelHandler=baseHandler")
     assert (result.status, COMPLETED in result.console) == (0, True)
-    assert HOSTILE in framework.read(LIST)
+    assert framework.read(LIST) == f"{BASE}\n{HOSTILE}\n"
     assert root_classes(framework) == ["Base", root_class, "Aux"]
 
 
@@ -384,18 +384,22 @@ def test_qorpath_that_is_a_file_is_invalid(tool: Sandbox, framework: Framework) 
     framework.script(AGENT, "exit 1")
     before = framework.snapshot()
     result = tool.with_env(QORPATH=installed(CONFIG)).run(f"--addModelFile={PUMP}")
-    assert exited(result) and result.status != 0
-    assert "Unable to create directory structure: " in result.console
-    assert "Invaild environment, exiting." in result.console
+    reason = f"not a directory: {installed(CONFIG)}/etc"
+    assert result == answer(
+        "Exception", warning(f"Unable to create directory structure: {reason}"),
+        warning("Invaild environment, exiting."), NEW_SESSION,
+        Bare(f"Cannot open file: not a directory: {installed(CONFIG)}/etc/qor.cfg"), path=None, status=70,
+        syslog=[(WARNING, f"unable to create directory structure {reason}"), (WARNING, "Invalid Environment, exiting")])
     assert framework.changes(before) == {}
 
 
 def test_qorpath_of_80000_characters_is_invalid(tool: Sandbox, framework: Framework) -> None:
     framework.script(AGENT, "exit 1")
     # Below /proc not even root can make a directory, so none is left behind on the machine.
-    result = tool.with_env(QORPATH="/proc" + "/x" * 40_000).run("--status")
-    assert exited(result)
-    assert "Invaild environment, exiting." in result.console
+    assert tool.with_env(QORPATH="/proc" + "/x" * 40_000).run("--status") == answer(
+        "Exception", NOTHING_PENDING, warning("Unable to create directory structure: /proc/x"),
+        warning("Invaild environment, exiting."), COMPLETED, path=None,
+        syslog=[(WARNING, "unable to create directory structure /proc/x"), (WARNING, "Invalid Environment, exiting")])
 
 
 def test_configuration_of_3000_handlers_is_edited(tool: Sandbox, framework: Framework) -> None:
