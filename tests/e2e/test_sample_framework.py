@@ -72,32 +72,30 @@ def test_validator_needs_a_list(tool: Sandbox) -> None:
     ('<m><c name="A"><root/></c></m>', ""),
     ('<?xml version="1.0"?><!DOCTYPE m><!-- < --><m a="x>y"><c name=\'A\'><root  /><![CDATA[<<]]></c ></m>\n', ""),
     ('<!DOCTYPE m [<!ENTITY e "x">]><m name="A"><root/>&e; &#65; &amp;</m>', ""),
-    ("", "no document element"),
-    ("text", "text outside the document element"),
+    ("", "line 1: no document element"),
+    ("text", "line 1: text outside the document element"),
     ("<m>\n<c>\n</m>", "line 3: </m> where </c> is due"),
-    ("<m>", "<m> is never closed"),
-    ("</m>", "</m> closes nothing"),
-    ('<m name="A"><root/></m><n/>', "<n> after the end of the document element"),
-    ('<m name="A"><root/></m> more', "text outside the document element"),
-    ('<m name="A', "tag without end"),
-    ("<m name=A><root/></m>", "malformed attribute in <m>"),
-    ("<m name='A'><root/>this & that</m>", '"&" without a reference'),
-    ("<m name='A' of='this&that'><root/></m>", '"&" without a reference'),
-    ('<m name="A" name="B"><root/></m>', "attribute name twice in <m>"),
-    ('<m name="<"><root/></m>', "\"<\" in attribute name"),
-    ("<m><!-- <root/></m>", "comment without end"),
-    ("<m><![CDATA[</m>", "CDATA section without end"),
-    ("<1/>", "malformed tag"),
-    ("<m><root/></m>", "the root class has no name"),
-    ("<root/>", "the root class has no name"),
+    ("<m>", "line 1: <m> is never closed"),
+    ("</m>", "line 1: </m> closes nothing"),
+    ('<m name="A"><root/></m><n/>', "line 1: <n> after the end of the document element"),
+    ('<m name="A"><root/></m> more', "line 1: text outside the document element"),
+    ('<m name="A', "line 1: tag without end"),
+    ("<m name=A><root/></m>", "line 1: malformed attribute in <m>"),
+    ("<m name='A'><root/>this & that</m>", 'line 1: "&" without a reference'),
+    ("<m name='A' of='this&that'><root/></m>", 'line 1: "&" without a reference'),
+    ('<m name="A" name="B"><root/></m>', "line 1: attribute name twice in <m>"),
+    ('<m name="<"><root/></m>', "line 1: \"<\" in attribute name"),
+    ("<m><!-- <root/></m>", "line 1: comment without end"),
+    ("<m><![CDATA[</m>", "line 1: CDATA section without end"),
+    ("<1/>", "line 1: malformed tag"),
+    ("<m><root/></m>", "line 1: the root class has no name"),
+    ("<root/>", "line 1: the root class has no name"),
     ("<m/>", "no root class"),
 ])
 def test_validator_judges_a_model(tool: Sandbox, framework: Framework, text: str, complaint: str) -> None:
     framework.write("models/judged.xml", text)
-    status, report = judge(tool, framework, f"{MODELS}/judged.xml")
-    assert status == (1 if complaint else 0)
-    assert report.startswith(f"{MODELS}/judged.xml: " if complaint else "")
-    assert report.endswith(f"{complaint}\n" if complaint else "")
+    judged = f"{MODELS}/judged.xml"
+    assert judge(tool, framework, judged) == ((1, f"{judged}: {complaint}\n") if complaint else (0, ""))
 
 
 def test_commit_fails_for_a_bad_model(tool: Sandbox, framework: Framework) -> None:

@@ -13,7 +13,8 @@ from xml.etree import ElementTree
 
 import pytest
 
-from expect import COMPLETED, NEW_SESSION, UPDATED, answer, staged
+from expect import (COMPLETED, DEBUG, INFO, NEW_SESSION, ROLLING_BACK, UPDATED, WARNING, Bare, answer, critical,
+                    staged)
 from framework import (AGENT, BASE, CONFIG, CONFIG_TMP, LIST, LIST_TMP, LOCK, PUMP, SESSION, VALIDATOR, Framework,
                        installed)
 import sandbox
@@ -281,21 +282,25 @@ def read_only(tool: Sandbox, monkeypatch: pytest.MonkeyPatch) -> Callable[..., S
     return after
 
 
-@pytest.mark.parametrize("earlier, words, status, message", [
-    ((), STAGE, 70, f"File is read-only: {installed(CONFIG_TMP)}"),
-    ((), ("--commit",), 0, "There is nothing to commit!"),
-    ((STAGE,), STAGE, 0, "Unable to write to FIFO file!"),
-    ((STAGE,), ("--status",), 0, "Queued actions:"),
-    ((STAGE,), ("--commit",), 70, f"File is read-only: {installed(f'{CONFIG}.bak')}"),
-    ((STAGE,), ("--rollback",), 0, "Rolling back."),
-    ((STAGE, ("--commit",)), ("--rollback",), 70, f"File is read-only: {installed(LIST)}"),
+LINE = " ".join((*STAGE, "--managedObjectVersion=1", "--transactionalResourceVersion=1"))
+
+
+@pytest.mark.parametrize("earlier, words, expected", [
+    ((), STAGE, answer(NEW_SESSION, Bare(f"File is read-only: {installed(CONFIG_TMP)}"), status=70)),
+    ((), ("--commit",), answer("There is nothing to commit!",
+                               syslog=[(INFO, "lock file not present, There is nothing to commit.")])),
+    ((STAGE,), STAGE, answer(UPDATED, LINE, critical("Unable to write to FIFO file!"), COMPLETED,
+                             syslog=[(DEBUG, LINE), (WARNING, "Unable to write to FIFO file")])),
+    ((STAGE,), ("--status",), answer("Queued actions:", LINE, COMPLETED)),
+    ((STAGE,), ("--commit",), answer(Bare(f"File is read-only: {installed(f'{CONFIG}.bak')}"), status=70)),
+    ((STAGE,), ("--rollback",), answer(ROLLING_BACK)),
+    ((STAGE, ("--commit",)), ("--rollback",), answer(
+        ROLLING_BACK, Bare(f"File is read-only: {installed(LIST)}"), status=70)),
 ], ids=["open", "commit without a session", "join", "status", "commit", "drop", "undo"])
 def test_read_only_framework_stays_as_it_is(read_only: Callable[..., Sandbox], framework: Framework,
-                                            earlier: tuple[tuple[str, ...], ...], words: tuple[str, ...], status: int,
-                                            message: str) -> None:
+                                            earlier: tuple[tuple[str, ...], ...], words: tuple[str, ...],
+                                            expected: Result) -> None:
     tool = read_only(*earlier)
     before = framework.snapshot()
-    result = tool.run(*words)
-    assert result.status == status
-    assert message in result.console
+    assert tool.run(*words) == expected
     assert framework.changes(before) == {}
