@@ -112,7 +112,7 @@ def violations_after_kill(scenario: Scenario, framework: Framework, before: Pair
     if live(framework) not in (before, after):
         yield "the live files are neither those before nor those after"
     if not scenario.is_accepted and live(framework) != before:
-        yield "what was rejected is live"
+        yield "a rejected configuration is live"
     if backups(framework) not in ((None, None), OLDER if scenario.has_backups else (None, None), before):
         yield f"the backups were not live together (before the recovery: {was})"
     for name in (LOCK, SESSION, CONFIG_TMP, LIST_TMP):
@@ -132,18 +132,18 @@ def violations_after_error(scenario: Scenario, framework: Framework, call: calls
     if result.status == 0:
         # A failed existence test counts as "absent", as in the tool: the validator is skipped, and the answer says so.
         if live(framework) != after and "validator: absent" not in result.stdout:
-            yield "status 0, and the files are not those after"
+            yield "status 0, but the files are not those after"
         return
     if result.status not in (1, 3, 4):
         yield f"status {result.status}"
     if not result.console and not (call.name == "write" and call.to_stream):
-        yield "not a word"
+        yield "no message"
     if "qor_mim_ctl recover" in result.console and framework.path(LOCK).exists():
         return
     if (live(framework), backups(framework)) == (after, before) and "the answer could not" in result.console:
         return
     if (live(framework), backups(framework)) != (before, wanted):
-        yield f"status {result.status}, and the files are not those before: {result.console}"
+        yield f"status {result.status}, but the files are not those before: {result.console}"
     for name in (LOCK, SESSION, CONFIG_TMP, LIST_TMP):
         if framework.path(name).exists():
             yield f"{name} is left: {result.console}"

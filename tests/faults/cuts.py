@@ -112,11 +112,11 @@ def violation(chain: Chain, left: disk.Left) -> str:
     """The violation in a state, or the empty string."""
     if not left.running:
         done = chain.steps[left.answers - 1].after if left.answers else chain.steps[0].before
-        return "" if left.files == done else "the run had answered, and the disk has something else"
+        return "" if left.files == done else "the run had answered, but the disk has other contents"
     step = chain.steps[left.answers]
     live = frameworks.live(left.files)
     if step.keeps_live_files and live not in step.pairs:
-        return "live files have changed that nobody touched"
+        return "a run that keeps the live files has changed them"
     if not judge.is_whole(step.pairs, left.files):
         return "no matching pair"
     if _hides_torn_file(step, left.files):

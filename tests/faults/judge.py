@@ -36,14 +36,14 @@ EXCUSED_BY: Mapping[str, Collection[str]] = {
 }
 DROPPED = "Unable to commit!"
 
-UNDISTURBED = "as if nothing had happened"
-INCOMPLETE = "installed a file that could not be written whole, as told"
-LEFT_OUT = "an action is left out, as told"
-QUEUE_CHANGED = "the queue is not whole, as told"
+UNDISTURBED = "same result as without the fault"
+INCOMPLETE = "an incomplete file installed, with a message"
+LEFT_OUT = "an action skipped, with a message"
+QUEUE_CHANGED = "the queue incomplete, with a message"
 
 # Failures that the tool ignores without a message, by design.
-CLEANUP = "left over, unsaid: clearing away ignores what it cannot remove"
-EXISTENCE_TEST = "not seen and not touched, unsaid: an existence test that fails answers no"
+CLEANUP = "files left over, without a message: the cleanup ignores what it cannot remove"
+EXISTENCE_TEST = "nothing changed, without a message: a failed existence test counts as absent"
 
 
 @dataclasses.dataclass(frozen=True)
@@ -89,19 +89,19 @@ def judge(prepared: frameworks.Prepared, result: sandbox.Result, files: dict[str
     if files == prepared.state and result.status == prepared.result.status:
         outcome = UNDISTURBED
     elif result.status < 0:
-        outcome = "ended by the run-time's report"
+        outcome = "ended by an uncaught exception"
     elif result.status in (0, 255):
         outcome, wrong = _judge_ended(prepared, result.status, files, said, silence)
         violations += wrong
     else:
         outcome = f"reported, status {result.status}"
         if not result.console:
-            violations.append(f"status {result.status}, but nothing was said")
+            violations.append(f"status {result.status} without a message")
     return Verdict(outcome, tuple(violations), said)
 
 
 def _judge_ended(prepared: frameworks.Prepared, status: int, files: dict[str, bytes], said: tuple[str, ...],
-           silence: str) -> tuple[str, list[str]]:
+                 silence: str) -> tuple[str, list[str]]:
     """The outcome of a run that completed, and the changes that its messages do not report."""
     messages = [message for message in EXCUSED_BY if any(message in line for line in said)]
     excused = {thing for message in messages for thing in EXCUSED_BY[message]}
@@ -109,7 +109,7 @@ def _judge_ended(prepared: frameworks.Prepared, status: int, files: dict[str, by
     live = frameworks.live(files)
     if live not in prepared.explained:
         outcome = INCOMPLETE
-        wrong += [f"{name} is live and explained by nothing" for place, name in enumerate((CONFIGURATION, LIST))
+        wrong += [f"no message explains the live {name}" for place, name in enumerate((CONFIGURATION, LIST))
                   if name not in excused and live[place] not in {pair[place] for pair in prepared.explained}]
         wrong += [] if excused & {CONFIGURATION, LIST} else ["the live files do not match"]
     elif live not in prepared.versions or (_is_dropped(prepared, files) and excused & {CONFIGURATION, LIST}):
@@ -122,10 +122,10 @@ def _judge_ended(prepared: frameworks.Prepared, status: int, files: dict[str, by
     if not messages:
         outcome = silence
         if not silence:
-            wrong.append(f"another result, and nothing was said of it: {_difference(prepared, files)}")
+            wrong.append(f"another result without a message: {_difference(prepared, files)}")
         elif silence == EXISTENCE_TEST and any(files.get(name) != prepared.before.get(name)
                                                for name in (CONFIGURATION, LIST, SESSION)):
-            wrong.append("not seen, and changed")
+            wrong.append("files changed after a failed existence test")
     return outcome, wrong
 
 

@@ -146,7 +146,7 @@ class Report:
 
     def table(self) -> str:
         """The table of outcomes, in Markdown."""
-        lines = ["| how it was broken | tried | violations | what came of it |", "|---|---|---|---|"]
+        lines = ["| fault | cases | violations | outcomes |", "|---|---|---|---|"]
         for kind in KINDS:
             chosen = [record for record in self.records if _kind(record["fault"]) == kind]
             if not chosen:
@@ -173,7 +173,7 @@ def _kind(fault: str) -> str:
 def _sweep(report: Report, wanted: argparse.Namespace) -> None:
     disks = wanted.only is None and full_disk.can_mount()
     if not wanted.only and not disks:
-        print("no file system can be mounted here: full disks are left out")
+        print("skipped: full disks, since no file system can be mounted here")
     with frameworks.scratch() as directory:
         for scenario, size in _scenarios(wanted.quick):
             prepared = frameworks.prepare(scenario, size, directory)
@@ -189,7 +189,7 @@ def main(argv: Sequence[str]) -> int:
     """Sweep and print the table; return 1 if there are violations."""
     wanted = _arguments(argv)
     if sandbox.find_launcher() != "bwrap":
-        print("left out: where proot stands in for bubblewrap, nothing else can trace the program")
+        print("skipped: where proot replaces bubblewrap, it is the only tracer of the program")
         return 0
     report = Report(Journal(None if wanted.quick else _journal_path()))
     if wanted.only != CUTS:

@@ -21,15 +21,15 @@ COMMANDS = {"stage": STAGE, "commit": ("--commit",), "rollback": ("--rollback",)
 EFFECT = (b"powerHandler", b"power.xml")
 """What the queue of the open session adds to the configuration and to the list."""
 
-IN_ORDER = "as one after the other"
+IN_ORDER = "same result as in one of the two orders"
 UNDONE = "an earlier commit is undone"
 REJECTED = "a rejected configuration is live"
-TOUCHED = "live files have changed that nobody touched"
-STATUS = "looking has changed something"
+TOUCHED = "commands that keep the live files have changed them"
+STATUS = "--status has changed a file"
 NEVER = (UNDONE, REJECTED, TOUCHED, STATUS)
-BROKEN = "left open: a live file is missing or torn"
-MIXED = "left open: the two live files do not match"
-SESSION = "left open: the live files match, the session is not as in either order"
+BROKEN = "not promised: a live file is missing or torn"
+MIXED = "not promised: the two live files do not match"
+SESSION = "not promised: the live files match, but the session is not as in either order"
 
 
 @dataclasses.dataclass(frozen=True)
@@ -182,7 +182,7 @@ class Race:
         if "rollback" not in commands and (live == self.original or _is_undone(self.plan, outcome, live)):
             return UNDONE
         if self.plan.rejected and live not in (self.before, self.original):
-            return REJECTED if "stage" in commands else f"left open: {REJECTED}"
+            return REJECTED if "stage" in commands else f"not promised: {REJECTED}"
         return SESSION if live in [self.before, *(frameworks.live(other.files) for other in self.serial)] else MIXED
 
 

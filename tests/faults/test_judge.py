@@ -1,4 +1,4 @@
-"""What the judge counts as a violation, and what a message excuses."""
+"""The judge: which results are violations, and which of them a message excuses."""
 from __future__ import annotations
 
 from collections.abc import Callable
@@ -20,7 +20,7 @@ def _judged(prepared: frameworks.Prepared, files: dict[str, bytes], said: str = 
 
 
 def _left_out(prepared: frameworks.Prepared) -> frameworks.Pair:
-    """A pair where only the list lacks something."""
+    """A pair where only the list lacks an action."""
     return next(pair for pair in prepared.explained - set(prepared.versions)
                 if pair[0] == prepared.versions[-1][0] and pair[1] != prepared.versions[0][1])
 
@@ -30,7 +30,7 @@ def test_judge_accepts_the_run_without_faults(prepared: Get) -> None:
     assert _judged(ready, ready.state) == judge.Verdict(judge.UNDISTURBED)
 
 
-def test_judge_rejects_files_that_are_complete_nowhere(prepared: Get) -> None:
+def test_judge_rejects_a_framework_without_a_complete_pair(prepared: Get) -> None:
     ready = prepared("commit")
     assert "no matching pair is left" in _judged(ready, {name: b"" for name in ready.state}).violations
 
@@ -81,4 +81,5 @@ def test_judge_rejects_a_change_after_a_failed_stat(prepared: Get) -> None:
     ready = prepared("commit")
     assert _judged(ready, ready.before, silence=judge.EXISTENCE_TEST) == judge.Verdict(judge.EXISTENCE_TEST)
     files = {**ready.before, SESSION: b"0:another\n"}
-    assert "not seen, and changed" in _judged(ready, files, silence=judge.EXISTENCE_TEST).violations
+    violations = _judged(ready, files, silence=judge.EXISTENCE_TEST).violations
+    assert "files changed after a failed existence test" in violations

@@ -36,7 +36,7 @@ def _contents(trace: disk.Trace, model: str) -> set[bytes]:
 
 
 @pytest.mark.parametrize("model", disk.MODELS)
-def test_unsynced_content_may_be_lost_in_whole_or_in_part(model: str) -> None:
+def test_unsynced_content_may_be_lost_wholly_or_partly(model: str) -> None:
     assert _contents(_trace(*REPLACE), model) == {OLD, NEW, *LOST}
 
 
@@ -66,7 +66,7 @@ def test_names_of_two_directories_are_ordered_in_one_journal(model: str, states:
     assert _files(trace, model) == states
 
 
-def test_synced_file_has_no_durable_name() -> None:
+def test_fsync_makes_a_new_name_durable_only_in_a_journal() -> None:
     trace = _trace(*REPLACE, SYNC_FILE, files={})
     assert _files(trace, disk.ORDERED) == [{"file": NEW}]
     assert _files(trace, disk.POSIX) == [{}, {"file": NEW}]
@@ -80,8 +80,8 @@ def test_rename_keeps_at_least_one_name(model: str) -> None:
     assert {} not in _files(trace, model)
 
 
-def test_unsupported_call_is_an_error() -> None:
-    with pytest.raises(NotImplementedError):
+def test_trace_rejects_an_unsupported_call() -> None:
+    with pytest.raises(NotImplementedError, match="^link"):
         _trace('link("/opt/qor/etc/file", "/opt/qor/etc/other") = 0')
 
 
@@ -94,13 +94,12 @@ def test_power_cut_leaves_no_bad_state(chains: list[cuts.Chain]) -> None:
     assert [(chain.name, found) for chain in chains for found in cuts.bad_states(chain, chain.trace)] == []
 
 
-def test_every_run_needs_its_syncs(chains: list[cuts.Chain]) -> None:
+def test_leaving_out_all_syncs_allows_a_bad_state(chains: list[cuts.Chain]) -> None:
     for chain in chains:
         assert any(cuts.bad_states(chain, chain.trace.without([*chain.trace.sites, disk.IDLE]))), chain.name
 
 
-def test_no_sync_can_be_left_out(chains: list[cuts.Chain]) -> None:
-    """Without any one of them, some run may leave a bad state."""
+def test_leaving_out_any_sync_allows_a_bad_state(chains: list[cuts.Chain]) -> None:
     sites = {site for chain in chains for site in chain.trace.sites}
     assert len(sites) > len(frameworks.SCENARIOS)
     for site in sites:

@@ -14,14 +14,14 @@ def _harm(race: Race, orders: list[races.Order]) -> list[str]:
     return [f"{order}: {judged}" for order in orders if (judged := race.judge(race.interleave(order))) in races.NEVER]
 
 
-def test_race_is_reproducible(tmp_path: Path) -> None:
+def test_interleave_repeats_a_race_exactly(tmp_path: Path) -> None:
     race = Race(Plan(("stage", "commit"), True, False, False), tmp_path)
     first, second = race.interleave((0, 9, 40, 3)), race.interleave((0, 9, 40, 3))
     assert (first.calls, first.files) == (second.calls, second.files)
     assert len(first.calls[0]) > 20 and len(first.calls[1]) > 100
 
 
-def test_rejected_commit_is_undone_during_a_new_session(tmp_path: Path) -> None:
+def test_commit_is_undone_during_a_new_session_when_rejected(tmp_path: Path) -> None:
     """A session is staged between the end of the commit's session and the restoring of the previous files."""
     race = Race(Plan(("stage", "commit"), True, True, True), tmp_path)
     calls = race.serial[1].calls[1]
@@ -35,7 +35,7 @@ def test_rejected_commit_is_undone_during_a_new_session(tmp_path: Path) -> None:
     assert _harm(race, [(1, looks, opened, again, END) for again in range(1, 25)]) == []
 
 
-def test_commit_of_changed_files_undoes_no_other_commit(tmp_path: Path) -> None:
+def test_commit_of_changed_files_keeps_another_commit(tmp_path: Path) -> None:
     """One commit finishes after both have seen the session and before the other one compares the files."""
     race = Race(Plan(("commit", "commit"), True, False, False), tmp_path)
     compares = race.serial[0].calls[0].index(f"open /opt/qor/etc/{races.frameworks.CONFIGURATION}")
