@@ -46,8 +46,7 @@ Answer runCommand(const CCommandLine& commandLine, std::optional<std::string>& f
     }
 }
 
-void writeJson(const CCommand* command, const std::optional<std::string>& framework, const Answer& answer,
-               std::ostream& out)
+std::string jsonOf(const CCommand* command, const std::optional<std::string>& framework, const Answer& answer)
 {
     Poco::JSON::Object object(Poco::JSON_PRESERVE_KEY_ORDER);
     object.set("command", command == nullptr ? Poco::Dynamic::Var() : Poco::Dynamic::Var(command->name()));
@@ -63,14 +62,14 @@ void writeJson(const CCommand* command, const std::optional<std::string>& framew
     }
     std::ostringstream text;
     object.stringify(text);
-    out << validUtf8(text.str()) << "\n";
+    return validUtf8(text.str()) + "\n";
 }
 
-/// The status to end with, once all of the answer has been written to `out`.
-int finish(Status status, std::ostream& out, std::ostream& console)
+/// Writes the answer `text` to `out`. Returns the status to end with.
+int finish(Status status, const std::string& text, std::ostream& out, std::ostream& console)
 {
-    out.flush();
-    if (!out.good())
+    // An answer without a text cannot be lost.
+    if (!text.empty() && !(out << text << std::flush))
     {
         console << "qor_mim_ctl: the answer could not be written" << std::endl;
         return static_cast<int>(Status::CANNOT);
@@ -85,13 +84,13 @@ int runCompanion(const std::vector<std::string>& words, std::ostream& out, std::
     const CCommandLine commandLine(words);
     if (commandLine.isHelpWanted())
     {
-        commandLine.displayHelp(out);
-        return finish(Status::YES, out, console);
+        std::ostringstream help;
+        commandLine.displayHelp(help);
+        return finish(Status::YES, help.str(), out, console);
     }
     if (commandLine.isVersionWanted())
     {
-        out << "qor_mim_ctl " QMT_VERSION "\n";
-        return finish(Status::YES, out, console);
+        return finish(Status::YES, "qor_mim_ctl " QMT_VERSION "\n", out, console);
     }
     std::optional<std::string> framework;
     const Answer answer = commandLine.error().empty()
@@ -105,15 +104,9 @@ int runCompanion(const std::vector<std::string>& words, std::ostream& out, std::
     {
         console << "qor_mim_ctl: " << printable(answer.error) << std::endl;
     }
-    if (commandLine.isJsonWanted())
-    {
-        writeJson(commandLine.command(), framework, answer, out);
-    }
-    else
-    {
-        out << answer.text;
-    }
-    return finish(answer.status, out, console);
+    const std::string text =
+        commandLine.isJsonWanted() ? jsonOf(commandLine.command(), framework, answer) : answer.text;
+    return finish(answer.status, text, out, console);
 }
 
 } // namespace QMT

@@ -259,6 +259,16 @@ TEST_F(Companion, ReportsAnAnswerThatCannotBeWritten)
     }
 }
 
+TEST_F(Companion, KeepsTheStatusWithoutAnAnswer)
+{
+    std::ostringstream closed;
+    closed.setstate(std::ios::badbit);
+
+    EXPECT_EQ(runCompanion({"recover", "--bogus"}, closed, console), 2);
+
+    EXPECT_EQ(console.str(), "qor_mim_ctl: Unknown option specified: bogus (see qor_mim_ctl --help)\n");
+}
+
 } // namespace
 
 } // namespace QMT::Test
