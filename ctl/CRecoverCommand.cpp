@@ -195,7 +195,7 @@ Answer CRecoverCommand::executeSteps(const std::string& qorPath, const Recovery&
     }
     catch (const Poco::Exception& exc)
     {
-        return Answer::failure(Status::CANNOT, exc.message() + "; the files as they were are in " + copy +
+        return Answer::failure(Status::CANNOT, exc.displayText() + "; the files as they were are in " + copy +
                                                    "; call qor_mim_ctl recover again");
     }
     Answer answer = answerOf(recovery, steps, copy);

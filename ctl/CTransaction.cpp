@@ -25,7 +25,7 @@ void requireNoSignal()
 {
     if (CSignalCatcher::caught() != 0)
     {
-        throw Poco::RuntimeException("ended by the signal " + std::to_string(CSignalCatcher::caught()));
+        throw Poco::SignalException("ended by the signal " + std::to_string(CSignalCatcher::caught()));
     }
 }
 
@@ -127,7 +127,7 @@ Judgement CTransaction::commit(const CommandQueue& queue)
     }
     catch (const Poco::Exception& exc)
     {
-        giveUp(exc.message(), [this] { undo(); });
+        giveUp(exc.displayText(), [this] { undo(); });
     }
     catch (const std::bad_alloc& exc)
     {
@@ -168,7 +168,7 @@ void CTransaction::saveQueue()
     const std::string path = _paths.sessionFile();
     if (!_impl.saveFIFO() || readWholeFile(path, _session) != ReadResult::READ)
     {
-        throw Poco::WriteFileException("the file cannot be written", path);
+        throw Poco::WriteFileException(path);
     }
 }
 

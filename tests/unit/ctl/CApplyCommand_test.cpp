@@ -110,7 +110,7 @@ TEST_F(ApplyCommand, UndoesWhenTheValidatorRejects)
 TEST_F(ApplyCommand, KeepsTheQueueForRecoverWhenItsUndoFails)
 {
     const std::string pipe = framework.model("pipe.xml", "Pipe");
-    const std::string error = "Input/output error: " + framework.list();
+    const std::string error = "File access error: Input/output error: " + framework.list();
     installation.setValidator("exit 1");
     const FailingCall failing("rename", framework.list(), EIO, 1);
 
@@ -118,8 +118,7 @@ TEST_F(ApplyCommand, KeepsTheQueueForRecoverWhenItsUndoFails)
                   [&] {
                       apply({{"add", pump}, {"add", pump}, {"add", pipe}});
                   }),
-              error + "; the previous files could not be put back: File access error: " + error +
-                  "; call qor_mim_ctl recover");
+              error + "; the previous files could not be put back: " + error + "; call qor_mim_ctl recover");
 
     EXPECT_EQ(readFile(framework.session()), "0:" + pump + "\n0:" + pipe + "\n");
     EXPECT_EQ(readFile(framework.lock()), "qor_mim_ctl@alpha");

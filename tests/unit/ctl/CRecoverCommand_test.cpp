@@ -335,7 +335,7 @@ TEST_F(RecoverCommand, NamesTheCopyWhenAStepFails)
 
     const std::string text = console.str();
     const std::string begin =
-        "qor_mim_ctl: Input/output error: " + framework.list() + "; the files as they were are in ";
+        "qor_mim_ctl: File access error: Input/output error: " + framework.list() + "; the files as they were are in ";
     const std::string end = "; call qor_mim_ctl recover again\n";
     ASSERT_GT(text.size(), begin.size() + end.size());
     const std::string copy = text.substr(begin.size(), text.size() - begin.size() - end.size());

@@ -203,20 +203,20 @@ TEST_F(Transaction, CommitUndoesEverythingWhereverItFails)
         std::string error;
     };
     const auto failing = [](const std::string& name, const std::string& path) {
-        return Call{name, path, "Input/output error: " + path};
+        return Call{name, path, "File access error: Input/output error: " + path};
     };
     const std::vector<Call> calls = {
         failing("unlink", framework.list(".bak")),
         failing("unlink", framework.configuration(".bak")),
         failing("rename", framework.list(".bak")),
         failing("rename", framework.configuration(".bak")),
-        {"open", framework.session(), "the file cannot be written: " + framework.session()},
+        {"open", framework.session(), "Cannot write file: " + framework.session()},
         failing("unlink", framework.list(".tmp")),
         failing("rename", framework.list()),
-        {"fsync", framework.list() + ".replacement", "Input/output error: " + framework.list()},
+        {"fsync", framework.list() + ".replacement", "File access error: Input/output error: " + framework.list()},
         failing("unlink", framework.configuration(".tmp")),
         failing("rename", framework.configuration()),
-        {"unlink", framework.lock(), framework.lock()}};
+        {"unlink", framework.lock(), "I/O error: " + framework.lock()}};
     for (const Call& call : calls)
     {
         SCOPED_TRACE(call.name + " " + call.path);
@@ -247,7 +247,9 @@ TEST_F(Transaction, CommitUndoesEverythingWhicheverSyncFails)
         }
         catch (const std::runtime_error& exc)
         {
-            EXPECT_NE(std::string(exc.what()).find("; the previous files are back"), std::string::npos) << exc.what();
+            const std::string failure = exc.what();
+            EXPECT_EQ(failure.rfind("Cannot write file: " + directoryOf(framework.lock()) + "/", 0), 0U) << failure;
+            EXPECT_NE(failure.find("; the previous files are back"), std::string::npos) << failure;
         }
         hasFailed = failing.failures() > 0;
         if (hasFailed)
@@ -290,9 +292,8 @@ TEST_F(Transaction, CommitAsksForARecoveryWhenItsUndoFails)
 
     const std::string failure = failureOf(transaction);
 
-    const std::string error = "Input/output error: " + framework.configuration();
-    EXPECT_EQ(failure, error + "; the previous files could not be put back: File access error: " + error +
-                           "; call qor_mim_ctl recover");
+    const std::string error = "File access error: Input/output error: " + framework.configuration();
+    EXPECT_EQ(failure, error + "; the previous files could not be put back: " + error + "; call qor_mim_ctl recover");
     EXPECT_EQ(now().lock, "qor_mim_ctl@alpha");
     EXPECT_EQ(now().session, "0:/first\n2:/second\n");
     EXPECT_EQ(now().backup, BEFORE);
@@ -304,7 +305,7 @@ TEST_F(Transaction, CommitUndoesEverythingAfterASignal)
     ASSERT_TRUE(transaction.open());
     ASSERT_EQ(::raise(SIGTERM), 0);
 
-    EXPECT_EQ(failureOf(transaction), "ended by the signal 15; the previous files are back");
+    EXPECT_EQ(failureOf(transaction), "Signal received: ended by the signal 15; the previous files are back");
 
     expectUntouched();
 }
