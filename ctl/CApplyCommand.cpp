@@ -8,15 +8,11 @@
 #include "ctl/CTransaction.h"
 #include "ctl/PreviewAnswer.h"
 #include "ctl/SessionOwner.h"
-#include "ctl/Waiting.h"
 
 #include <Poco/Exception.h>
 #include <Poco/JSON/Array.h>
 #include <Poco/Util/Option.h>
 #include <Poco/Util/OptionSet.h>
-
-#include <algorithm>
-#include <chrono>
 
 namespace QMT
 {
@@ -91,12 +87,6 @@ Answer answerOf(const Preview& preview, const std::vector<std::string>& lost)
     return answer;
 }
 
-unsigned int secondsUntil(std::chrono::steady_clock::time_point end)
-{
-    const auto left = std::chrono::duration_cast<std::chrono::seconds>(end - std::chrono::steady_clock::now());
-    return static_cast<unsigned int>(std::max<std::int64_t>(left.count(), 0));
-}
-
 } // namespace
 
 std::string CApplyCommand::name() const
@@ -136,38 +126,38 @@ void CApplyCommand::checkOptions() const
 Answer CApplyCommand::run(const std::string& qorPath)
 {
     const CSignalCatcher catcher;
-    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(_wait);
+    const Deadline deadline = deadlineIn(_wait);
     CCallerLock lock(qorPath);
     bool isTaken = false;
-    static_cast<void>(waitFor(_wait,
-                              [&]
-                              {
-                                  isTaken = lock.takeWithin(0);
-                                  return isTaken || hasEnded();
-                              }));
+    const auto isDecided = [&]
+    {
+        isTaken = lock.tryToTake();
+        return isTaken || hasEnded();
+    };
+    static_cast<void>(waitUntil(deadline, isDecided));
     if (hasEnded())
     {
         return Answer::failure(Status::CANNOT, "ended by a signal, and nothing was done");
     }
-    return isTaken ? runAlone(qorPath, secondsUntil(end)) : Answer::failure(Status::BUSY, lock.holder());
+    return isTaken ? runAlone(qorPath, deadline) : Answer::failure(Status::BUSY, lock.holder());
 }
 
-Answer CApplyCommand::runAlone(const std::string& qorPath, unsigned int secondsLeft) const
+Answer CApplyCommand::runAlone(const std::string& qorPath, Deadline deadline) const
 {
     std::optional<Answer> answer;
     std::string session;
-    static_cast<void>(waitFor(secondsLeft,
-                              [&]
-                              {
-                                  if (const std::optional<SessionOwner> owner = ownerIn(readFramework(qorPath)))
-                                  {
-                                      session = describe(*owner);
-                                      return owner->isApply || hasEnded();
-                                  }
-                                  answer = attempt(qorPath);
-                                  session = "another session was opened meanwhile";
-                                  return answer.has_value() || hasEnded();
-                              }));
+    const auto isDecided = [&]
+    {
+        if (const std::optional<SessionOwner> owner = ownerIn(readFramework(qorPath)))
+        {
+            session = describe(*owner);
+            return owner->isApply || hasEnded();
+        }
+        answer = attempt(qorPath);
+        session = "another session was opened meanwhile";
+        return answer.has_value() || hasEnded();
+    };
+    static_cast<void>(waitUntil(deadline, isDecided));
     if (answer)
     {
         return *answer;

@@ -4,6 +4,7 @@
 #include "ctl/CActionOptions.h"
 #include "ctl/CCommand.h"
 #include "ctl/Preview.h"
+#include "ctl/Waiting.h"
 
 #include <optional>
 
@@ -22,7 +23,7 @@ public:
     Answer run(const std::string& qorPath) override;
 
 private:
-    Answer runAlone(const std::string& qorPath, unsigned int secondsLeft) const;
+    Answer runAlone(const std::string& qorPath, Deadline deadline) const;
     std::optional<Answer> attempt(const std::string& qorPath) const;
 
     CActionOptions _options;

@@ -1,6 +1,5 @@
 #include "ctl/CCallerLock.h"
 
-#include "ctl/Waiting.h"
 #include "impl/CFrameworkPaths.h"
 
 namespace QMT
@@ -27,9 +26,9 @@ CCallerLock::CCallerLock(const std::string& qorPath)
 {
 }
 
-bool CCallerLock::takeWithin(unsigned int seconds)
+bool CCallerLock::tryToTake()
 {
-    return waitFor(seconds, [this] { return _lock.tryToTake(); });
+    return _lock.tryToTake();
 }
 
 std::string CCallerLock::holder() const

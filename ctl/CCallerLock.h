@@ -17,11 +17,11 @@ public:
     /// the model file list. Throws a Poco::FileException that names the file on failure.
     explicit CCallerLock(const std::string& qorPath);
 
-    /// Takes the lock, retrying for up to `seconds` while another caller holds it. Returns whether it was taken.
-    /// Throws a Poco::FileException when the file system does not support record locks.
-    [[nodiscard]] bool takeWithin(unsigned int seconds);
+    /// Takes the lock unless another caller holds it. Returns whether it was taken. Throws a Poco::FileException when
+    /// the file system does not support record locks.
+    [[nodiscard]] bool tryToTake();
 
-    /// A message that names the holder, for use after takeWithin has failed.
+    /// A message that names the holder, for use after tryToTake has failed.
     std::string holder() const;
 
     /// A message that names the holder of the lock of `qorPath`; empty if it is free. Creates no file, takes no lock.

@@ -5,7 +5,6 @@
 #include "ctl/CFrameworkFacts.h"
 #include "ctl/PrintedText.h"
 #include "ctl/RecoveryOrder.h"
-#include "ctl/Waiting.h"
 
 #include <Poco/DateTimeFormatter.h>
 #include <Poco/Exception.h>
@@ -13,9 +12,6 @@
 #include <Poco/Timestamp.h>
 #include <Poco/Util/Option.h>
 #include <Poco/Util/OptionSet.h>
-
-#include <algorithm>
-#include <chrono>
 
 namespace QMT
 {
@@ -136,32 +132,27 @@ Answer CRecoverCommand::run(const std::string& qorPath)
     if (_isDryRun)
     {
         const std::string holder = CCallerLock::holderOf(qorPath);
-        return holder.empty() ? runAlone(qorPath, 0) : Answer::failure(Status::BUSY, holder);
+        return holder.empty() ? runAlone(qorPath, deadlineIn(0)) : Answer::failure(Status::BUSY, holder);
     }
-    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(_wait);
+    const Deadline deadline = deadlineIn(_wait);
     CCallerLock lock(qorPath);
-    if (!lock.takeWithin(_wait))
-    {
-        return Answer::failure(Status::BUSY, lock.holder());
-    }
-    const auto left = std::chrono::duration_cast<std::chrono::seconds>(end - std::chrono::steady_clock::now());
-    return runAlone(qorPath, static_cast<unsigned int>(std::max<std::int64_t>(left.count(), 0)));
+    const bool isTaken = waitUntil(deadline, [&lock] { return lock.tryToTake(); });
+    return isTaken ? runAlone(qorPath, deadline) : Answer::failure(Status::BUSY, lock.holder());
 }
 
-Answer CRecoverCommand::runAlone(const std::string& qorPath, unsigned int secondsLeft) const
+Answer CRecoverCommand::runAlone(const std::string& qorPath, Deadline deadline) const
 {
     CFrameworkFacts framework(qorPath);
     CRecoveryMemory facts(framework);
     FrameworkContents now;
     SessionOwner owner;
-    const bool isOurs = waitFor(secondsLeft,
-                                [&]
-                                {
-                                    now = readFramework(qorPath);
-                                    owner = sessionOwner(now.lock.value_or(""), facts.hostName());
-                                    return _isForced || !now.lock || owner.mayBeOurs();
-                                });
-    if (!isOurs)
+    const auto isOurs = [&]
+    {
+        now = readFramework(qorPath);
+        owner = sessionOwner(now.lock.value_or(""), facts.hostName());
+        return _isForced || !now.lock || owner.mayBeOurs();
+    };
+    if (!waitUntil(deadline, isOurs))
     {
         return Answer::failure(Status::BUSY, "the host " + owner.host + " has a session open (--force ends it)");
     }

@@ -4,6 +4,7 @@
 #include "ctl/CCommand.h"
 #include "ctl/Recovery.h"
 #include "ctl/RecoverySteps.h"
+#include "ctl/Waiting.h"
 
 #include <optional>
 #include <string>
@@ -23,7 +24,7 @@ public:
     Answer run(const std::string& qorPath) override;
 
 private:
-    Answer runAlone(const std::string& qorPath, unsigned int secondsLeft) const;
+    Answer runAlone(const std::string& qorPath, Deadline deadline) const;
     Answer executeSteps(const std::string& qorPath, const Recovery& recovery,
                         const std::vector<RecoveryStep>& steps) const;
 

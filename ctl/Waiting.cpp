@@ -2,19 +2,21 @@
 
 #include <Poco/Thread.h>
 
-#include <chrono>
-
 namespace QMT
 {
 
-bool waitFor(unsigned int seconds, const std::function<bool()>& isDone)
+Deadline deadlineIn(unsigned int seconds)
+{
+    return std::chrono::steady_clock::now() + std::chrono::seconds(seconds);
+}
+
+bool waitUntil(Deadline deadline, const std::function<bool()>& isDone)
 {
     const long PAUSE = 50; // milliseconds
 
-    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(seconds);
     while (!isDone())
     {
-        if (std::chrono::steady_clock::now() >= end)
+        if (std::chrono::steady_clock::now() >= deadline)
         {
             return false;
         }

@@ -209,6 +209,19 @@ TEST_F(ApplyCommand, EndsOnASignalWhileWaiting)
     expectUnchanged();
 }
 
+TEST_F(ApplyCommand, WaitsAShortTimeForASession)
+{
+    writeFile(framework.lock(), "beta");
+    // Only the first look at the session succeeds.
+    const FailingCall failing("fopen", framework.lock(), EIO, 1);
+
+    EXPECT_EQ(thrownBy(
+                  [&] {
+                      apply({{"add", pump}, {"wait", "1"}});
+                  }),
+              "File access error: the file cannot be read: " + framework.lock());
+}
+
 TEST_F(ApplyCommand, ReportsASessionThatOpensMeanwhile)
 {
     // The lock file was not there when it was looked for.

@@ -33,22 +33,22 @@ TEST_F(CallerLock, ConstructorCreatesTheFileWithTheListsMode)
     EXPECT_EQ(status.st_mode & 07777, 0640U);
 }
 
-TEST_F(CallerLock, TakeWithinSucceedsAndLeavesTheFile)
+TEST_F(CallerLock, TryToTakeSucceedsAndLeavesTheFile)
 {
     {
         CCallerLock lock(framework.path());
-        EXPECT_TRUE(lock.takeWithin(0));
+        EXPECT_TRUE(lock.tryToTake());
     }
     EXPECT_EQ(readFile(path), "");
 }
 
-TEST_F(CallerLock, TakeWithinFailsAndNamesTheHolder)
+TEST_F(CallerLock, TryToTakeFailsAndNamesTheHolder)
 {
     const LockHolder holder(path);
     CCallerLock lock(framework.path());
     const std::string told = "another caller, process " + std::to_string(holder.process()) + ", has the lock " + path;
 
-    EXPECT_FALSE(lock.takeWithin(0));
+    EXPECT_FALSE(lock.tryToTake());
     EXPECT_EQ(lock.holder(), told);
     EXPECT_EQ(CCallerLock::holderOf(framework.path()), told);
 }

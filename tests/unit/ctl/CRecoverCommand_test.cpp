@@ -274,6 +274,17 @@ TEST_F(RecoverCommand, WaitsForTheSessionOfAnotherHost)
     framework.expectLive(oldConfiguration, "/base\n");
 }
 
+TEST_F(RecoverCommand, WaitsAShortTimeForASession)
+{
+    writeFile(framework.lock(), "beta");
+    // Only the first look at the session succeeds.
+    const FailingCall failing("fopen", framework.lock(), EIO, 1);
+
+    EXPECT_EQ(run({"--wait=1"}), 4);
+
+    EXPECT_EQ(console.str(), "qor_mim_ctl: File access error: the file cannot be read: " + framework.lock() + "\n");
+}
+
 TEST_F(RecoverCommand, EndsAnApply)
 {
     writeFile(framework.lock(), "qor_mim_ctl@alpha");

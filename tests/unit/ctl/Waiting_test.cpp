@@ -8,29 +8,29 @@ namespace QMT::Test
 namespace
 {
 
-TEST(WaitFor, AsksOnceWithZeroSeconds)
+TEST(WaitUntil, AsksOnceWithZeroSeconds)
 {
     int asked = 0;
 
-    EXPECT_FALSE(waitFor(0, [&asked] { return ++asked > 1; }));
+    EXPECT_FALSE(waitUntil(deadlineIn(0), [&asked] { return ++asked > 1; }));
 
     EXPECT_EQ(asked, 1);
 }
 
-TEST(WaitFor, ReturnsAtTheFirstYes)
+TEST(WaitUntil, ReturnsAtTheFirstYes)
 {
     int asked = 0;
 
-    EXPECT_TRUE(waitFor(600, [&asked] { return ++asked == 3; }));
+    EXPECT_TRUE(waitUntil(deadlineIn(600), [&asked] { return ++asked == 3; }));
 
     EXPECT_EQ(asked, 3);
 }
 
-TEST(WaitFor, ReturnsFalseAfterTheTimeout)
+TEST(WaitUntil, ReturnsFalseAfterTheTimeout)
 {
     int asked = 0;
 
-    EXPECT_FALSE(waitFor(1, [&asked] { return ++asked == 0; }));
+    EXPECT_FALSE(waitUntil(deadlineIn(1), [&asked] { return ++asked == 0; }));
 
     EXPECT_GT(asked, 1);
 }
