@@ -1,9 +1,9 @@
 #include "ctl/CCheckCommand.h"
 
-#include "ctl/CCallerLock.h"
 #include "ctl/CFrameworkCheck.h"
 #include "ctl/Emphasis.h"
 #include "ctl/PrintedText.h"
+#include "ctl/UndisturbedLook.h"
 
 #include <Poco/JSON/Array.h>
 
@@ -43,6 +43,22 @@ std::string textOf(const Finding& finding)
            " [" + nameOf(finding.id) + "]\n  remedy: " + printable(finding.remedy) + "\n";
 }
 
+Answer answerOf(const std::vector<Finding>& findings)
+{
+    const bool isSound = std::none_of(findings.begin(), findings.end(), [](const Finding& f) { return isError(f.id); });
+    Array::Ptr array = Poco::makeShared<Array>();
+    Answer answer;
+    for (const Finding& finding : findings)
+    {
+        array->add(keysOf(finding));
+        answer.text += textOf(finding);
+    }
+    answer.status = isSound ? Status::YES : Status::NO;
+    answer.keys.set("findings", array);
+    answer.text += findings.empty() ? "no findings\n" : "";
+    return answer;
+}
+
 } // namespace
 
 std::string CCheckCommand::name() const
@@ -57,30 +73,7 @@ std::string CCheckCommand::summary() const
 
 Answer CCheckCommand::run(const std::string& qorPath)
 {
-    std::string holder = CCallerLock::holderOf(qorPath);
-    if (!holder.empty())
-    {
-        return Answer::failure(Status::BUSY, holder);
-    }
-    const std::vector<Finding> findings = CFrameworkCheck(qorPath).findAll();
-    // A concurrent change by another caller may look like an interruption.
-    holder = CCallerLock::holderOf(qorPath);
-    if (!holder.empty())
-    {
-        return Answer::failure(Status::BUSY, holder);
-    }
-    const bool isSound = std::none_of(findings.begin(), findings.end(), [](const Finding& f) { return isError(f.id); });
-    Array::Ptr array = Poco::makeShared<Array>();
-    Answer answer;
-    for (const Finding& finding : findings)
-    {
-        array->add(keysOf(finding));
-        answer.text += textOf(finding);
-    }
-    answer.status = isSound ? Status::YES : Status::NO;
-    answer.keys.set("findings", array);
-    answer.text += findings.empty() ? "no findings\n" : "";
-    return answer;
+    return lookUndisturbed(qorPath, [&qorPath] { return answerOf(CFrameworkCheck(qorPath).findAll()); });
 }
 
 } // namespace QMT

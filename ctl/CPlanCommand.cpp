@@ -1,10 +1,10 @@
 #include "ctl/CPlanCommand.h"
 
-#include "ctl/CCallerLock.h"
 #include "ctl/CQueueTrial.h"
 #include "ctl/PreviewAnswer.h"
 #include "ctl/PrintedText.h"
 #include "ctl/SilentLogger.h"
+#include "ctl/UndisturbedLook.h"
 #include "ctl/UnifiedDiff.h"
 
 namespace QMT
@@ -100,13 +100,9 @@ void CPlanCommand::checkOptions() const
 
 Answer CPlanCommand::run(const std::string& qorPath)
 {
-    const std::string holder = CCallerLock::holderOf(qorPath);
-    if (!holder.empty())
-    {
-        return Answer::failure(Status::BUSY, holder);
-    }
     const std::vector<Action> actions = _options.actions();
-    return actions.empty() ? planSession(qorPath) : planActions(qorPath, actions);
+    const auto plan = [&] { return actions.empty() ? planSession(qorPath) : planActions(qorPath, actions); };
+    return lookUndisturbed(qorPath, plan);
 }
 
 } // namespace QMT

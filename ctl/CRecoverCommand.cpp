@@ -5,6 +5,7 @@
 #include "ctl/CFrameworkFacts.h"
 #include "ctl/PrintedText.h"
 #include "ctl/RecoveryOrder.h"
+#include "ctl/UndisturbedLook.h"
 
 #include <Poco/DateTimeFormatter.h>
 #include <Poco/Exception.h>
@@ -131,8 +132,7 @@ Answer CRecoverCommand::run(const std::string& qorPath)
 {
     if (_isDryRun)
     {
-        const std::string holder = CCallerLock::holderOf(qorPath);
-        return holder.empty() ? runAlone(qorPath, deadlineIn(0)) : Answer::failure(Status::BUSY, holder);
+        return lookUndisturbed(qorPath, [&] { return runAlone(qorPath, deadlineIn(0)); });
     }
     const Deadline deadline = deadlineIn(_wait);
     CCallerLock lock(qorPath);

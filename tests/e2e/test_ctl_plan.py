@@ -1,6 +1,8 @@
 """The companion's preview of a commit, and of an apply."""
 from __future__ import annotations
 
+import fcntl
+import os
 import random
 import shutil
 from pathlib import Path
@@ -219,6 +221,20 @@ def test_plan_fails_without_room_for_copies(tool: Sandbox) -> None:
     assert companion.answer(tool.with_env(TMPDIR="/opt/missing"), "plan", f"--add={PUMP}") == {
         "command": "plan", "framework": "/opt/qor", "status": 4,
         "error": "Cannot create file: No such file or directory: /opt/missing"}
+
+
+def test_plan_notices_a_caller_that_comes_meanwhile(framework: Framework, tool: Sandbox) -> None:
+    """What it has read may be another caller's half-made work."""
+    os.mkfifo(framework.path("gate"))
+    framework.script(VALIDATOR, "read word </opt/qor/gate")
+    framework.write("etc/model/qor_mim_ctl.lock", "")
+    run = companion.start(tool, "plan", f"--add={PUMP}", "--json")
+    with framework.path("etc/model/qor_mim_ctl.lock").open("r+b") as lock:
+        with framework.path("gate").open("w") as gate:
+            fcntl.lockf(lock, fcntl.LOCK_EX)
+            gate.write("go\n")
+
+        assert companion.parsed(run.wait())["status"] == 3
 
 
 def test_plan_creates_no_missing_directory(framework: Framework, tool: Sandbox) -> None:
