@@ -1,5 +1,6 @@
 #include "ctl/CPlanCommand.h"
 
+#include "base/CSignalCatcher.h"
 #include "ctl/CQueueTrial.h"
 #include "ctl/PreviewAnswer.h"
 #include "ctl/PrintedText.h"
@@ -102,7 +103,14 @@ Answer CPlanCommand::run(const std::string& qorPath)
 {
     const std::vector<Action> actions = _options.actions();
     const auto plan = [&] { return actions.empty() ? planSession(qorPath) : planActions(qorPath, actions); };
-    return lookUndisturbed(qorPath, plan);
+    // The scratch directory is to be removed, and a signal may have ended the validator, too.
+    const CSignalCatcher catcher;
+    Answer answer = lookUndisturbed(qorPath, plan);
+    if (CSignalCatcher::caught() != 0)
+    {
+        return Answer::failure(Status::CANNOT, "ended by a signal, and nothing was done");
+    }
+    return answer;
 }
 
 } // namespace QMT

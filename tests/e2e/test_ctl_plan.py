@@ -237,6 +237,16 @@ def test_plan_notices_a_caller_that_comes_meanwhile(framework: Framework, tool: 
         assert companion.parsed(run.wait())["status"] == 3
 
 
+def test_plan_leaves_nothing_when_a_signal_ends_it(framework: Framework, tool: Sandbox, work: Path) -> None:
+    """The scratch directory is removed, and the validator's verdict counts no more."""
+    framework.script(VALIDATOR, "kill -TERM $PPID; exit 1")
+
+    ended = companion.answer(tool, "plan", f"--add={PUMP}")
+
+    assert (ended["status"], ended["error"]) == (4, "ended by a signal, and nothing was done")
+    assert not list(work.iterdir())
+
+
 def test_plan_creates_no_missing_directory(framework: Framework, tool: Sandbox) -> None:
     """A framework without its directories stays as it is."""
     shutil.rmtree(framework.path("etc"))
