@@ -91,7 +91,7 @@ std::string CRecoverCommand::name() const
 
 std::string CRecoverCommand::summary() const
 {
-    return "Brings a framework back after a power cut, a kill or a full disk.";
+    return "Bring a framework back after a power cut, a kill or a full disk.";
 }
 
 void CRecoverCommand::defineOptions(Poco::Util::OptionSet& options) const

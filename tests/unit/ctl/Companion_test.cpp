@@ -75,7 +75,7 @@ TEST_F(Companion, ShowsItsCommandsAndOptions)
                          "  plan      Tell what a commit of the open session, or an apply of the actions given, would "
                          "do.\n"
                          "  apply     Add and remove models in one transaction, all or nothing.\n"
-                         "  recover   Brings a framework back after a power cut, a kill or a full disk.\n"
+                         "  recover   Bring a framework back after a power cut, a kill or a full disk.\n"
                          "\n" +
                              COMMON_OPTIONS);
     EXPECT_EQ(console.str(), "");
@@ -111,7 +111,7 @@ TEST_F(Companion, ShowsTheOptionsOfRecover)
 
     EXPECT_EQ(out.str(),
               "usage: qor_mim_ctl recover [OPTION]...\n"
-              "Brings a framework back after a power cut, a kill or a full disk.\n\n" +
+              "Bring a framework back after a power cut, a kill or a full disk.\n\n" +
                   COMMON_OPTIONS + "--dry-run       Tell what would be done, and change nothing.\n" + WAIT_OPTION +
                   "--assume=RUN    What was interrupted, where the files do not tell: commit, rollback or nothing.\n"
                   "--force         End the session of another host too.\n");
