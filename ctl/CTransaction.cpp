@@ -25,7 +25,7 @@ void requireNoSignal()
 {
     if (CSignalCatcher::caught() != 0)
     {
-        throw Poco::SignalException("ended by the signal " + std::to_string(CSignalCatcher::caught()));
+        throw Poco::SignalException(std::to_string(CSignalCatcher::caught()));
     }
 }
 

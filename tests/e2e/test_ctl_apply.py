@@ -321,7 +321,7 @@ def test_apply_restores_the_files_when_a_signal_ends_it(backups: Framework, tool
     ended = companion.answer(tool, "apply", *ADD_PUMP)
 
     assert ended["status"] == 4
-    assert ended["error"] == "ended by the signal 2; the previous files are back"
+    assert ended["error"] == "Signal received: 2; the previous files are back"
     assert (state(backups), attributes(backups, *BOTH, *BACKUPS)) == before
 
 

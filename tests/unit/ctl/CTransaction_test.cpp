@@ -305,7 +305,7 @@ TEST_F(Transaction, CommitUndoesEverythingAfterASignal)
     ASSERT_TRUE(transaction.open());
     ASSERT_EQ(::raise(SIGTERM), 0);
 
-    EXPECT_EQ(failureOf(transaction), "Signal received: ended by the signal 15; the previous files are back");
+    EXPECT_EQ(failureOf(transaction), "Signal received: 15; the previous files are back");
 
     expectUntouched();
 }
