@@ -98,8 +98,8 @@ Preview tryQueue(const FilePair& base, const std::string& session, const std::st
         if (!tryNext(trial, log, tried, needsValidation))
         {
             // The commit ends here, with nothing installed and nothing judged.
-            needsValidation = false;
-            break;
+            preview.after = base;
+            return preview;
         }
         const Meaning after(trial);
         if (tried.outcome == Outcome::DONE && after == before)

@@ -89,7 +89,7 @@ def test_plan_stops_where_a_commit_stops(framework: Framework, tool: Sandbox) ->
 
     assert (plan["result"], plan["validator"]) == ("would-fail", "not-asked")
     assert [action["result"] for action in plan["actions"]] == ["failed", "failed"]
-    assert plan["diff"]["model_file_list.cfg"] == ""
+    assert plan["diff"] == NO_DIFF
 
 
 def test_plan_reports_an_edit_before_a_malformed_document(framework: Framework, tool: Sandbox) -> None:
