@@ -40,9 +40,13 @@ Answer answerOf(const Preview& preview)
                     preview);
 }
 
-/// By the check of a commit.
-bool areLiveFilesUntouched(const std::string& qorPath)
+/// By the check of a commit, which takes a missing working copy for an empty one. It then comes to grief later.
+bool areLiveFilesUntouched(const std::string& qorPath, const FilePair& workingCopy)
 {
+    if (!workingCopy.configuration || !workingCopy.list)
+    {
+        return false;
+    }
     CQorModelToolImpl impl(&silentLogger());
     impl.qorPath() = qorPath;
     return impl.crcCheckQORFiles() && impl.crcCheckModelFiles();
@@ -56,7 +60,7 @@ Answer planSession(const std::string& qorPath)
     {
         return withoutActions("nothing-staged");
     }
-    if (!areLiveFilesUntouched(qorPath))
+    if (!areLiveFilesUntouched(qorPath, now.workingCopy))
     {
         return withoutActions("changed-meanwhile");
     }

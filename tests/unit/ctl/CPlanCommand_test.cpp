@@ -132,6 +132,14 @@ TEST_F(PlanCommand, ReportsAnEditBeforeParsing)
     expectNoActions(plan(), "changed-meanwhile");
 }
 
+TEST_F(PlanCommand, ReportsALostWorkingCopyOfAnEmptyList)
+{
+    openSession("0:" + pump + "\n");
+    std::filesystem::remove(framework.list(".tmp"));
+
+    expectNoActions(plan(), "changed-meanwhile");
+}
+
 TEST_F(PlanCommand, PreviewsGivenActionsInsteadOfTheSession)
 {
     installation.setValidator("exit 0");
