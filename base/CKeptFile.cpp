@@ -1,5 +1,6 @@
 #include "base/CKeptFile.h"
 
+#include "base/Existence.h"
 #include "base/FileReplacement.h"
 #include "base/WholeFile.h"
 
@@ -53,11 +54,28 @@ const std::optional<std::string>& CKeptFile::content() const
     return _content;
 }
 
+bool CKeptFile::isInPlace() const
+{
+    if (!_content)
+    {
+        return existenceOf(_path) == Existence::ABSENT;
+    }
+    struct stat now = {};
+    std::string content;
+    return ::stat(_path.c_str(), &now) == 0 && now.st_dev == _status.st_dev && now.st_ino == _status.st_ino &&
+           readWholeFile(_path, content) == ReadResult::READ && content == _content;
+}
+
 std::vector<std::string> CKeptFile::putBack() const
 {
     if (!_content)
     {
         removeFile(_path);
+        return std::vector<std::string>();
+    }
+    // What keeps a file from being replaced keeps it from being put back, too.
+    if (isInPlace())
+    {
         return std::vector<std::string>();
     }
     std::vector<std::string> lost = replaceFile(_path, *_content, nameOf(_file));

@@ -26,9 +26,12 @@ public:
     /// The content; none when the file was missing.
     const std::optional<std::string>& content() const;
 
-    /// Restores the file, access and modification times included, or removes it when it was missing. The content, or
-    /// the removal, is synced on return. Returns the attributes that could not be kept, one line each. Throws like
-    /// replaceFile.
+    /// Whether it has neither been replaced nor changed, or is still missing.
+    bool isInPlace() const;
+
+    /// Restores the file, access and modification times included, unless it is in place; removes it when it was missing.
+    /// The content, or the removal, is synced on return. Returns the attributes that could not be kept, one line each.
+    /// Throws like replaceFile.
     std::vector<std::string> putBack() const;
 
 private:

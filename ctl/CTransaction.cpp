@@ -214,11 +214,14 @@ void CTransaction::restoreLiveFiles()
 /// that led from these backups to the live files.
 void CTransaction::restoreBackups()
 {
-    static_cast<void>(_impl.backupFiles());
-    removeFile(_paths.sessionFile());
-    removeBackups();
-    static_cast<void>(_listBackup->putBack());
-    static_cast<void>(_configurationBackup->putBack());
+    if (!_configurationBackup->isInPlace() || !_listBackup->isInPlace())
+    {
+        static_cast<void>(_impl.backupFiles());
+        removeFile(_paths.sessionFile());
+        removeBackups();
+        static_cast<void>(_listBackup->putBack());
+        static_cast<void>(_configurationBackup->putBack());
+    }
     _areBackupsTouched = false;
 }
 

@@ -72,6 +72,42 @@ TEST_F(KeptFile, PutBackRemovesAFileThatWasMissing)
     EXPECT_FALSE(exists(path));
 }
 
+TEST_F(KeptFile, PutBackLeavesAFileThatIsInPlace)
+{
+    writeFile(path, "as it was");
+    const CKeptFile kept(path);
+    const struct stat before = status();
+    const FailingCall failing("rename", path, EPERM);
+
+    EXPECT_TRUE(kept.putBack().empty());
+
+    EXPECT_EQ(status().st_ino, before.st_ino);
+    EXPECT_EQ(readFile(path), "as it was");
+}
+
+TEST_F(KeptFile, IsInPlaceTellsAReplacedOrChangedFile)
+{
+    writeFile(path, "as it was");
+    const CKeptFile kept(path);
+    EXPECT_TRUE(kept.isInPlace());
+
+    writeFile(path, "changed");
+    EXPECT_FALSE(kept.isInPlace());
+
+    writeFile(directory.path("other"), "as it was");
+    std::filesystem::rename(directory.path("other"), path);
+    EXPECT_FALSE(kept.isInPlace());
+}
+
+TEST_F(KeptFile, IsInPlaceTellsAFileThatWasMissing)
+{
+    const CKeptFile kept(path);
+    EXPECT_TRUE(kept.isInPlace());
+
+    writeFile(path, "new");
+    EXPECT_FALSE(kept.isInPlace());
+}
+
 TEST_F(KeptFile, ConstructorThrowsForADirectoryOrPipe)
 {
     const std::ptrdiff_t before = openFileCount();
@@ -100,6 +136,7 @@ TEST_F(KeptFile, PutBackReturnsAModeThatCannotBeSet)
 {
     writeFile(path, "as it was");
     const CKeptFile kept(path);
+    std::filesystem::remove(path);
     const FailingCall failing("fchmod", path + ".replacement", EPERM);
 
     EXPECT_EQ(kept.putBack(), std::vector<std::string>{"the mode of " + path + " could not be kept"});

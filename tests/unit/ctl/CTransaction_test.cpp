@@ -232,6 +232,24 @@ TEST_F(Transaction, CommitUndoesEverythingWhereverItFails)
     }
 }
 
+TEST_F(Transaction, CommitUndoesEverythingAroundALockedFile)
+{
+    const std::vector<std::pair<std::string, std::string>> calls = {{"unlink", framework.configuration(".bak")},
+                                                                    {"rename", framework.list()},
+                                                                    {"rename", framework.configuration()}};
+    for (const auto& [call, path] : calls)
+    {
+        SCOPED_TRACE(path);
+        CTransaction another(framework.path(), BEFORE, AFTER, silentLogger());
+        ASSERT_TRUE(another.open());
+        const FailingCall failing(call, path, EPERM);
+
+        EXPECT_EQ(failureOf(another),
+                  "File access error: Operation not permitted: " + path + "; the previous files are back");
+        expectUntouched();
+    }
+}
+
 TEST_F(Transaction, CommitUndoesEverythingWhicheverSyncFails)
 {
     int spared = 0;
