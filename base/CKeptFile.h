@@ -29,9 +29,9 @@ public:
     /// Whether it has neither been replaced nor changed, or is still missing.
     bool isInPlace() const;
 
-    /// Restores the file, access and modification times included, unless it is in place; removes it when it was missing.
-    /// The content, or the removal, is synced on return. Returns the attributes that could not be kept, one line each.
-    /// Throws like replaceFile.
+    /// Restores the file, access and modification times included, unless it is in place; removes it when it was
+    /// missing. The content, or the removal, is synced on return. Returns the attributes that could not be kept, one
+    /// line each. Throws like replaceFile.
     std::vector<std::string> putBack() const;
 
 private:
