@@ -1,6 +1,8 @@
 #include "ctl/CActionOptions.h"
 
 #include <Poco/Exception.h>
+#include <Poco/Util/Option.h>
+#include <Poco/Util/OptionSet.h>
 
 #include <gtest/gtest.h>
 
@@ -41,6 +43,18 @@ void expectAction(const Action& action, CmdID kind, const std::string& text)
 {
     EXPECT_EQ(action.kind, kind);
     EXPECT_EQ(action.text(), text);
+}
+
+TEST(ActionOptions, DefineAllowsEachOptionForEachAction)
+{
+    Poco::Util::OptionSet options;
+
+    CActionOptions::define(options);
+
+    for (const Poco::Util::Option& option : options)
+    {
+        EXPECT_TRUE(option.repeatable()) << option.fullName();
+    }
 }
 
 TEST(ActionOptions, TakeStartsAnActionAtEachAddAndRemove)
