@@ -41,7 +41,7 @@ CFrameworkCheck::CFrameworkCheck(const std::string& qorPath)
       _liveFiles({{_paths.configuration(), &FilePair::configuration, FindingId::CONFIGURATION_MISSING,
                    FindingId::CONFIGURATION_UNREADABLE},
                   {_paths.modelFileList(), &FilePair::list, FindingId::LIST_MISSING, FindingId::LIST_UNREADABLE}}),
-      _facts(qorPath), _remedies(qorPath)
+      _framework(qorPath), _facts(_framework), _remedies(qorPath)
 {
 }
 
@@ -156,7 +156,7 @@ void CFrameworkCheck::checkContents()
     }
     for (Finding& finding : found)
     {
-        // Editing what an interruption left would make it look like somebody's work.
+        // Once edited, a file that an interruption left would no longer be recovered.
         finding.remedy =
             isInterrupted() ? interruptionRemedy() + "; then, if it is still there: " + finding.remedy : finding.remedy;
         _findings.push_back(finding);

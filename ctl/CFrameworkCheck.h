@@ -2,6 +2,7 @@
 #define QMT_CFrameworkCheck_INCLUDED
 
 #include "ctl/CFrameworkFacts.h"
+#include "ctl/CRecoveryMemory.h"
 #include "ctl/CRemedies.h"
 #include "ctl/Finding.h"
 #include "ctl/FrameworkContents.h"
@@ -27,7 +28,8 @@ public:
     /// All findings, in the order of their numbers and then of the files.
     ///
     /// Throws a Poco::FileException that names an existing file that cannot be read; for a live file that is a finding
-    /// instead. Throws a Poco::Exception when there is no room to try a queue, or no process for the validator.
+    /// instead. Throws a Poco::Exception when there is no room to try a queue, or the validator's process cannot be
+    /// created.
     std::vector<Finding> findAll();
 
 private:
@@ -69,7 +71,8 @@ private:
 
     const CFrameworkPaths _paths;
     const std::vector<LiveFile> _liveFiles;
-    CFrameworkFacts _facts;
+    CFrameworkFacts _framework;
+    CRecoveryMemory _facts;
     CRemedies _remedies;
 
     FrameworkContents _now; ///< a live file that cannot be read has no content in it

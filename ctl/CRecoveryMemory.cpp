@@ -14,17 +14,16 @@ std::string CRecoveryMemory::hostName()
     return _facts.hostName();
 }
 
-std::vector<FilePair> CRecoveryMemory::queueResults(const FilePair& base, const std::string& session)
+const std::vector<FilePair>& CRecoveryMemory::queueResults(const FilePair& base, const std::string& session)
 {
-    const auto question = std::make_pair(base, session);
-    const auto known = std::find_if(_results.begin(), _results.end(),
-                                    [&question](const auto& results) { return results.first == question; });
-    if (known != _results.end())
+    const auto isKnown = [&](const QueueResults& known) { return known.base == base && known.session == session; };
+    const auto known = std::find_if(_queueResults.begin(), _queueResults.end(), isKnown);
+    if (known != _queueResults.end())
     {
-        return known->second;
+        return known->results;
     }
-    _results.emplace_back(question, _facts.queueResults(base, session));
-    return _results.back().second;
+    _queueResults.push_back({base, session, _facts.queueResults(base, session)});
+    return _queueResults.back().results;
 }
 
 bool CRecoveryMemory::isLiveListRejected()

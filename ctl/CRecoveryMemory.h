@@ -3,27 +3,31 @@
 
 #include "ctl/Recovery.h"
 
+#include <list>
 #include <map>
 #include <optional>
 #include <string>
-#include <utility>
 #include <vector>
 
 namespace QMT
 {
 
-/// A cache of facts, for decisions about many states of the same files.
-class CRecoveryMemory : public CRecoveryFacts
+/// A cache of facts, for decisions about many states of the same files. It has the operations of CRecoveryFacts; each
+/// fact but the host name is found out once.
+class CRecoveryMemory
 {
 public:
     /// `facts` is not owned and outlives the object.
     explicit CRecoveryMemory(CRecoveryFacts& facts);
 
-    std::string hostName() override;
-    std::vector<FilePair> queueResults(const FilePair& base, const std::string& session) override;
-    bool isLiveListRejected() override;
-    std::string rootClassOf(const std::string& modelFile) override;
-    bool isDocument(const std::string& text) override;
+    std::string hostName();
+
+    /// The result is valid as long as the object.
+    const std::vector<FilePair>& queueResults(const FilePair& base, const std::string& session);
+
+    bool isLiveListRejected();
+    std::string rootClassOf(const std::string& modelFile);
+    bool isDocument(const std::string& text);
 
     /// The validator's verdict; none if it was not needed.
     const std::optional<bool>& verdict() const;
@@ -33,11 +37,19 @@ public:
     void suppose(bool isRejected);
 
 private:
+    /// The results of one queue over one pair.
+    struct QueueResults
+    {
+        FilePair base;
+        std::string session;
+        std::vector<FilePair> results;
+    };
+
     CRecoveryFacts& _facts;
     std::optional<bool> _verdict;
     std::map<std::string, std::string> _rootClasses;
     std::map<std::string, bool> _documents;
-    std::vector<std::pair<std::pair<FilePair, std::string>, std::vector<FilePair>>> _results;
+    std::list<QueueResults> _queueResults;
 };
 
 } // namespace QMT

@@ -1,11 +1,10 @@
 #ifndef QMT_CRecoveryReading_INCLUDED
 #define QMT_CRecoveryReading_INCLUDED
 
-#include "ctl/Recovery.h"
+#include "ctl/CRecoveryMemory.h"
 
 #include <optional>
 #include <string>
-#include <utility>
 #include <vector>
 
 namespace QMT
@@ -18,7 +17,7 @@ namespace QMT
 class CRecoveryReading
 {
 public:
-    CRecoveryReading(const FrameworkContents& now, const SessionOwner& owner, CRecoveryFacts& facts,
+    CRecoveryReading(const FrameworkContents& now, const SessionOwner& owner, CRecoveryMemory& facts,
                      std::optional<Assumption> assumption);
 
     Recovery decide();
@@ -98,15 +97,13 @@ private:
     // The input. The files, the owner and the facts are not owned and outlive the object.
     const FrameworkContents& _now;
     const SessionOwner& _owner;
-    CRecoveryFacts& _facts;
+    CRecoveryMemory& _facts;
     const std::optional<Assumption> _assumption;
 
-    // Derived from the files.
     const std::string _queue; ///< the complete lines of the session file
-    std::vector<std::pair<FilePair, Results>> _results;
 
     bool _hasAsked = false;
-    bool _isGivenUp = false; ///< a live file stays torn, as the assumption says
+    bool _isGivenUp = false; ///< by the assumption, a live file stays torn
 
     // Set by restoreLive.
     bool _areWorkingCopiesStale = false; ///< edited by the commit, or copies of files that were restored

@@ -18,7 +18,7 @@ bool CRecoveryFacts::isDocument(const std::string& text)
     return !CXMLParser::parseFile(text).isNull();
 }
 
-Recovery decideRecovery(const FrameworkContents& now, const SessionOwner& owner, CRecoveryFacts& facts,
+Recovery decideRecovery(const FrameworkContents& now, const SessionOwner& owner, CRecoveryMemory& facts,
                         std::optional<Assumption> assumption)
 {
     CRecoveryReading reading(now, owner, facts, assumption);
@@ -37,7 +37,7 @@ Recovery decideRecovery(const FrameworkContents& now, const SessionOwner& owner,
     return recovery;
 }
 
-CRecoveryReading::CRecoveryReading(const FrameworkContents& now, const SessionOwner& owner, CRecoveryFacts& facts,
+CRecoveryReading::CRecoveryReading(const FrameworkContents& now, const SessionOwner& owner, CRecoveryMemory& facts,
                                    std::optional<Assumption> assumption)
     : _now(now), _owner(owner), _facts(facts), _assumption(assumption), _queue(completeLines(now.session.value_or("")))
 {
@@ -118,15 +118,10 @@ bool CRecoveryReading::isWholeList(const Text& text)
 
 const CRecoveryReading::Results& CRecoveryReading::resultsOver(const FilePair& base)
 {
-    const auto known =
-        std::find_if(_results.begin(), _results.end(), [&base](const auto& results) { return results.first == base; });
-    if (known != _results.end())
-    {
-        return known->second;
-    }
+    static const Results NONE;
+
     const bool isPair = base.configuration && base.list && !_queue.empty();
-    _results.emplace_back(base, isPair ? _facts.queueResults(base, _queue) : Results());
-    return _results.back().second;
+    return isPair ? _facts.queueResults(base, _queue) : NONE;
 }
 
 bool CRecoveryReading::isResultOf(const FilePair& base, FileOfPair file, const Text& text)

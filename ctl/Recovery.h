@@ -11,6 +11,8 @@
 namespace QMT
 {
 
+class CRecoveryMemory;
+
 /// The kind of run that was interrupted, as far as the files show it.
 enum class Found
 {
@@ -37,7 +39,7 @@ struct Recovery
     std::string question;    ///< why the state is unclear, for the answer; otherwise empty
 };
 
-/// Facts beside the files that the decision needs.
+/// Facts that the decision needs besides the files.
 class CRecoveryFacts
 {
 public:
@@ -52,7 +54,8 @@ public:
     virtual std::string hostName() = 0;
 
     /// The results of a commit of the session file `session` over `base`, which has both files: the pair after each
-    /// action, in order. Empty when the document cannot be parsed or there is no action.
+    /// action, in order, up to an action that ends the commit. Empty when the document cannot be parsed or there is no
+    /// action.
     virtual std::vector<FilePair> queueResults(const FilePair& base, const std::string& session) = 0;
 
     /// Whether the framework's validator rejects the live list. False without a validator.
@@ -66,10 +69,10 @@ public:
 };
 
 /// Decides how to recover the files `now`. `owner` is the owner of the open session, if there is one. `assumption`
-/// answers a question. No file is changed.
+/// answers a question. Changes no file. `facts` may be used for other states of the same framework, too.
 ///
 /// Does not guess: if two interpretations end differently and there is no assumption, the files stay as they are.
-Recovery decideRecovery(const FrameworkContents& now, const SessionOwner& owner, CRecoveryFacts& facts,
+Recovery decideRecovery(const FrameworkContents& now, const SessionOwner& owner, CRecoveryMemory& facts,
                         std::optional<Assumption> assumption);
 
 } // namespace QMT

@@ -2,6 +2,7 @@
 #include "ctl/TornText.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace QMT
 {

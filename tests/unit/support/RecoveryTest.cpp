@@ -1,5 +1,7 @@
 #include "support/RecoveryTest.h"
 
+#include "ctl/CRecoveryMemory.h"
+
 namespace QMT::Test
 {
 
@@ -73,7 +75,8 @@ RecoveryTest::RecoveryTest()
 
 Recovery RecoveryTest::read(std::optional<Assumption> assumption)
 {
-    return decideRecovery(now, sessionOwner(now.lock.value_or(""), "alpha"), facts, assumption);
+    CRecoveryMemory memory(facts);
+    return decideRecovery(now, sessionOwner(now.lock.value_or(""), "alpha"), memory, assumption);
 }
 
 void RecoveryTest::expectClear(Found found, const FrameworkContents& after)
