@@ -1,5 +1,7 @@
 #include "ctl/SessionOwner.h"
 
+#include "ctl/TornText.h"
+
 #include <Poco/Ascii.h>
 
 #include <algorithm>
@@ -25,11 +27,6 @@ bool startsWith(const std::string& text, const std::string& start)
     return text.compare(0, start.size(), start) == 0;
 }
 
-bool isProperPrefix(const std::string& text, const std::string& whole)
-{
-    return text.size() < whole.size() && startsWith(whole, text);
-}
-
 } // namespace
 
 bool SessionOwner::mayBeOurs() const
@@ -42,12 +39,12 @@ SessionOwner sessionOwner(const std::string& lock, const std::string& thisHost)
     const std::string word = firstWord(lock);
     const std::string ours = applyLockContent(thisHost);
     SessionOwner owner;
-    owner.isApply = startsWith(word, APPLY_MARK) || (!word.empty() && isProperPrefix(word, APPLY_MARK) &&
-                                                     !isProperPrefix(word, thisHost) && word != thisHost);
+    owner.isApply = startsWith(word, APPLY_MARK) ||
+                    (!word.empty() && isPrefixOf(word, APPLY_MARK) && !isPrefixOf(word, thisHost) && word != thisHost);
     owner.host = startsWith(word, APPLY_MARK) ? word.substr(APPLY_MARK.size()) : word;
     owner.isThisHost = word == thisHost || word == ours;
-    owner.isCutShort = !owner.isThisHost && (lock.find('\0') != std::string::npos || isProperPrefix(word, thisHost) ||
-                                             isProperPrefix(word, ours));
+    owner.isCutShort = !owner.isThisHost &&
+                       (lock.find('\0') != std::string::npos || isPrefixOf(word, thisHost) || isPrefixOf(word, ours));
     return owner;
 }
 
