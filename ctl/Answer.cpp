@@ -11,4 +11,14 @@ Answer Answer::failure(Status status, const std::string& error)
     return answer;
 }
 
+Poco::JSON::Array::Ptr arrayOf(const std::vector<std::string>& texts)
+{
+    Poco::JSON::Array::Ptr array = Poco::makeShared<Poco::JSON::Array>();
+    for (const std::string& text : texts)
+    {
+        array->add(text);
+    }
+    return array;
+}
+
 } // namespace QMT

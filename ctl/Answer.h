@@ -3,6 +3,7 @@
 
 #include "ctl/Status.h"
 
+#include <Poco/JSON/Array.h>
 #include <Poco/JSON/Object.h>
 
 #include <string>
@@ -21,7 +22,7 @@ struct Answer
     /// has none.
     Poco::JSON::Object keys = Poco::JSON::Object(Poco::JSON_PRESERVE_KEY_ORDER);
 
-    /// The same for a person, ready for a terminal: names and contents in it have been through printable().
+    /// The answer as text, ready for a terminal: names and contents in it have been through printable().
     std::string text;
 
     /// The messages of an edit, for standard error, before the error; not escaped. A message may have several lines.
@@ -33,6 +34,9 @@ struct Answer
     /// An answer for a failure, without keys.
     static Answer failure(Status status, const std::string& error);
 };
+
+/// The JSON array of `texts`.
+Poco::JSON::Array::Ptr arrayOf(const std::vector<std::string>& texts);
 
 } // namespace QMT
 

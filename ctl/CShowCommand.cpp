@@ -32,16 +32,6 @@ Object::Ptr newObject()
     return Poco::makeShared<Object>(Poco::JSON_PRESERVE_KEY_ORDER);
 }
 
-Array::Ptr arrayOf(const Names& names)
-{
-    Array::Ptr array = Poco::makeShared<Array>();
-    for (const std::string& name : names)
-    {
-        array->add(name);
-    }
-    return array;
-}
-
 Var modelKeys(const std::optional<std::vector<ServedModel>>& models)
 {
     if (!models)

@@ -44,16 +44,6 @@ std::string nameOf(const std::optional<Judgement>& judgement)
     return "absent";
 }
 
-Array::Ptr arrayOf(const std::vector<std::string>& texts)
-{
-    Array::Ptr array = Poco::makeShared<Array>();
-    for (const std::string& text : texts)
-    {
-        array->add(text);
-    }
-    return array;
-}
-
 Array::Ptr actionsOf(const Preview& preview)
 {
     Array::Ptr actions = Poco::makeShared<Array>();
