@@ -10,7 +10,6 @@
 #include "ctl/SessionOwner.h"
 
 #include <Poco/Exception.h>
-#include <Poco/JSON/Array.h>
 #include <Poco/Util/Option.h>
 #include <Poco/Util/OptionSet.h>
 
@@ -20,9 +19,7 @@ namespace QMT
 namespace
 {
 
-const std::string WAIT = "wait";
-
-/// Whose session keeps a transaction from being begun; nobody's when it can.
+/// The owner of the open session, for which a transaction must wait; nothing when no session is open.
 std::optional<SessionOwner> ownerIn(const FrameworkContents& now)
 {
     if (!now.lock)
@@ -42,7 +39,7 @@ std::string describe(const SessionOwner& owner)
     return host + " has a session open";
 }
 
-bool hasEnded()
+bool isEndRequested()
 {
     return CSignalCatcher::caught() != 0;
 }
@@ -65,13 +62,11 @@ Answer answerOf(const Preview& preview, const std::string& result, Status status
                 const std::vector<std::string>& warnings)
 {
     Answer answer = answerOf(preview, result, status);
-    Poco::JSON::Array::Ptr array = Poco::makeShared<Poco::JSON::Array>();
     for (const std::string& warning : warnings)
     {
-        array->add(warning);
         answer.messages.push_back("warning: " + warning);
     }
-    answer.keys.set("warnings", array);
+    answer.keys.set("warnings", arrayOf(warnings));
     return answer;
 }
 
@@ -102,8 +97,7 @@ std::string CApplyCommand::summary() const
 void CApplyCommand::defineOptions(Poco::Util::OptionSet& options) const
 {
     CActionOptions::define(options);
-    options.addOption(Poco::Util::Option(WAIT, "", "How long to wait for another caller or session; 0 unless given.")
-                          .argument("SECONDS"));
+    options.addOption(waitOption());
 }
 
 void CApplyCommand::takeOption(const std::string& name, const std::string& value)
@@ -132,10 +126,10 @@ Answer CApplyCommand::run(const std::string& qorPath)
     const auto isDecided = [&]
     {
         isTaken = lock.tryToTake();
-        return isTaken || hasEnded();
+        return isTaken || isEndRequested();
     };
     static_cast<void>(waitUntil(deadline, isDecided));
-    if (hasEnded())
+    if (isEndRequested())
     {
         return Answer::failure(Status::CANNOT, "ended by a signal, and nothing was done");
     }
@@ -151,18 +145,18 @@ Answer CApplyCommand::runAlone(const std::string& qorPath, Deadline deadline) co
         if (const std::optional<SessionOwner> owner = ownerIn(readFramework(qorPath)))
         {
             session = describe(*owner);
-            return owner->isApply || hasEnded();
+            return owner->isApply || isEndRequested();
         }
         answer = attempt(qorPath);
         session = "another session was opened meanwhile";
-        return answer.has_value() || hasEnded();
+        return answer.has_value() || isEndRequested();
     };
     static_cast<void>(waitUntil(deadline, isDecided));
     if (answer)
     {
         return *answer;
     }
-    if (hasEnded())
+    if (isEndRequested())
     {
         return Answer::failure(Status::CANNOT, "ended by a signal, and nothing was done");
     }
@@ -174,7 +168,7 @@ std::optional<Answer> CApplyCommand::attempt(const std::string& qorPath) const
 {
     const CFrameworkPaths paths(qorPath);
     const FilePair live = bothLiveFiles(readFramework(qorPath), paths);
-    // The framework is about to be changed, so there is always a place for copies if there is room at all.
+    // The last place is in the framework directory, which is about to be written anyway.
     Preview preview = tryActions(live, _options.actions(), paths.configuration().live, false,
                                  {CQueueTrial::defaultPlace(), "/dev/shm", "/run", "/var/tmp", paths.modelDirectory()});
     if (preview.has(Outcome::FAILED))

@@ -217,6 +217,11 @@ void CCommandLine::displayHelp(std::ostream& out) const
     formatter.format(out);
 }
 
+Option waitOption()
+{
+    return Option("wait", "", "How long to wait for another caller or session; 0 unless given.").argument("SECONDS");
+}
+
 unsigned int secondsOf(const std::string& option, const std::string& text)
 {
     const std::string::size_type MAX_DIGITS = 6;

@@ -9,6 +9,11 @@
 #include <string>
 #include <vector>
 
+namespace Poco::Util
+{
+class Option;
+} // namespace Poco::Util
+
 namespace QMT
 {
 
@@ -19,8 +24,7 @@ class CCommandLine
 public:
     /// `words` is the command line without the program's name.
     ///
-    /// error() reports an invalid command line. The command and the wish for JSON are then known as far as they could
-    /// be determined.
+    /// error() reports an invalid command line. command() and isJsonWanted() then return what could be determined.
     explicit CCommandLine(const std::vector<std::string>& words);
     ~CCommandLine();
     CCommandLine(const CCommandLine&) = delete;
@@ -57,6 +61,9 @@ private:
     bool _json = false;
     std::optional<std::string> _qorPath;
 };
+
+/// The option --wait of the commands that can wait for another caller or session.
+Poco::Util::Option waitOption();
 
 /// The number of seconds that `text`, the value of the option `option`, stands for. Throws a Poco::SyntaxException with
 /// a message when it is not a number of at most six digits.

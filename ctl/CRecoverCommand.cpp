@@ -22,7 +22,6 @@ namespace
 
 const std::string DRY_RUN = "dry-run";
 const std::string FORCE = "force";
-const std::string WAIT = "wait";
 const std::string ASSUME = "assume";
 
 std::string nameOf(Found found)
@@ -99,8 +98,7 @@ void CRecoverCommand::defineOptions(Poco::Util::OptionSet& options) const
     using Poco::Util::Option;
 
     options.addOption(Option(DRY_RUN, "", "Tell what would be done, and change nothing."));
-    options.addOption(
-        Option(WAIT, "", "How long to wait for another caller or session; 0 unless given.").argument("SECONDS"));
+    options.addOption(waitOption());
     options.addOption(Option(ASSUME, "",
                              "What was interrupted, where the files do not tell: commit, rollback or "
                              "nothing.")
@@ -118,13 +116,13 @@ void CRecoverCommand::takeOption(const std::string& name, const std::string& val
     {
         _isForced = true;
     }
-    else if (name == WAIT)
+    else if (name == ASSUME)
     {
-        _wait = secondsOf(name, value);
+        _assumption = assumptionNamed(value);
     }
     else
     {
-        _assumption = assumptionNamed(value);
+        _wait = secondsOf(name, value);
     }
 }
 
