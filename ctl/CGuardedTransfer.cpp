@@ -47,7 +47,7 @@ void CGuardedTransfer::copy(const std::string& from, const std::string& to)
     const std::vector<std::string> lost = replaceFile(to, contentOf(from), from);
     if (std::any_of(_live.begin(), _live.end(), [&to](const Expected& file) { return file.paths.backup == to; }))
     {
-        keep(lost);
+        addLost(lost);
     }
 }
 
@@ -58,7 +58,7 @@ void CGuardedTransfer::move(const std::string& from, const std::string& to)
         return;
     }
     check();
-    // Without its working copy a live file that is new cannot be taken for one that was there before.
+    // Without its working copy, a new live file cannot be taken for the previous one.
     removeFile(from);
     Expected& file = expectedOf(to);
     if (file.content == file.wanted)
@@ -66,7 +66,7 @@ void CGuardedTransfer::move(const std::string& from, const std::string& to)
         return;
     }
     file.next = file.wanted;
-    keep(replaceFile(to, file.wanted, to));
+    addLost(replaceFile(to, file.wanted, to));
     file.content = file.wanted;
 }
 
@@ -96,7 +96,7 @@ void CGuardedTransfer::putBack(const std::string& path, const CKeptFile& before)
     }
     file.content = *before.content();
     file.next = contentOf(path);
-    keep(before.putBack());
+    addLost(before.putBack());
     file.next = file.content;
 }
 
@@ -115,13 +115,12 @@ bool CGuardedTransfer::isLive(const std::string& path) const
     return std::any_of(_live.begin(), _live.end(), [&path](const Expected& file) { return file.paths.live == path; });
 }
 
-/// While a file is being written, or when that failed, it holds the old content or the new one.
 bool CGuardedTransfer::isAsExpected(const Expected& file)
 {
     return holds(file.paths.live, file.content) || (file.next != file.content && holds(file.paths.live, file.next));
 }
 
-void CGuardedTransfer::keep(const std::vector<std::string>& lost)
+void CGuardedTransfer::addLost(const std::vector<std::string>& lost)
 {
     for (const std::string& line : lost)
     {

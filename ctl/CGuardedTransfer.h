@@ -26,8 +26,8 @@ public:
 class CGuardedTransfer : public CTransfer
 {
 public:
-    /// For the framework directory `qorPath`, whose lock file shall hold `lock` and whose live files hold `live` and
-    /// shall hold `wanted`.
+    /// For the framework directory `qorPath`, whose lock file will hold `lock`. The transaction changes the content of
+    /// the live files from `live` to `wanted`; both pairs have both files.
     CGuardedTransfer(const std::string& qorPath, const std::string& lock, const FilePair& live, const FilePair& wanted);
     ~CGuardedTransfer() override;
     CGuardedTransfer(const CGuardedTransfer&) = delete;
@@ -35,36 +35,36 @@ public:
     CGuardedTransfer(CGuardedTransfer&&) = delete;
     CGuardedTransfer& operator=(CGuardedTransfer&&) = delete;
 
-    /// Copies a live file, with its attributes.
+    /// Copies a live file atomically, with its attributes. Throws a Poco::FileException on failure.
     void copy(const std::string& from, const std::string& to) override;
 
-    /// Makes a working copy live. A live file is left where it is: its backup has been made by copy.
+    /// Removes the working copy `from` and gives the live file `to` its wanted content. Throws like check and
+    /// replaceFile. A live file as `from` is left where it is: its backup has been made by copy.
     void move(const std::string& from, const std::string& to) override;
 
     /// Throws a CInterference, which names both live files, unless the lock file is that of the transaction and the
     /// live files hold what it last read or wrote. Throws a Poco::FileException when they cannot be read.
     void check() const;
 
-    /// Restores a live file unless it has its old content. Throws like check.
+    /// Restores the live file at `path` unless it has its old content. Throws like check and replaceFile.
     void putBack(const std::string& path, const CKeptFile& before);
 
     /// The attributes of live files and backups that could not be kept, one line each.
     const std::vector<std::string>& lost() const;
 
 private:
-    /// What a live file shall hold, and what it may hold while it is being written.
     struct Expected
     {
         ManagedFile paths;
-        std::string content;
-        std::string next;
-        std::string wanted;
+        std::string content; ///< the live file holds this,
+        std::string next;    ///< or this while it is being written and when that failed
+        std::string wanted;  ///< the content after the transaction
     };
 
     Expected& expectedOf(const std::string& path);
     bool isLive(const std::string& path) const;
     static bool isAsExpected(const Expected& file);
-    void keep(const std::vector<std::string>& lost);
+    void addLost(const std::vector<std::string>& lost);
 
     const CFrameworkPaths _paths;
     const std::string _lock;

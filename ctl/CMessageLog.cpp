@@ -15,7 +15,7 @@ const std::string NAME = "qor_mim_ctl.messages";
 
 } // namespace
 
-class CMessageLog::CKeeper : public Poco::Channel
+class CMessageLog::CChannel : public Poco::Channel
 {
 public:
     void log(const Poco::Message& message) override
@@ -26,9 +26,9 @@ public:
     std::vector<std::string> messages;
 };
 
-CMessageLog::CMessageLog() : _keeper(Poco::makeAuto<CKeeper>())
+CMessageLog::CMessageLog() : _channel(Poco::makeAuto<CChannel>())
 {
-    logger().setChannel(_keeper);
+    logger().setChannel(_channel);
     logger().setLevel(Poco::Message::PRIO_INFORMATION);
 }
 
@@ -44,7 +44,7 @@ Poco::Logger& CMessageLog::logger() const
 
 std::vector<std::string> CMessageLog::take()
 {
-    return std::exchange(_keeper->messages, {});
+    return std::exchange(_channel->messages, {});
 }
 
 } // namespace QMT

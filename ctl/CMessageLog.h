@@ -27,9 +27,9 @@ public:
     std::vector<std::string> take();
 
 private:
-    class CKeeper;
+    class CChannel;
 
-    Poco::AutoPtr<CKeeper> _keeper;
+    Poco::AutoPtr<CChannel> _channel;
 };
 
 } // namespace QMT

@@ -17,12 +17,12 @@ using Steps = std::vector<RecoveryStep>;
 /// Which steps are done.
 using Done = std::set<std::size_t>;
 
-/// What an interrupted recovery comes to.
+/// How a second recovery ends after an interruption, from best to worst.
 enum class End
 {
-    SAME,
-    ASKED,
-    OTHER
+    SAME,  ///< with the same files
+    ASKED, ///< with a question
+    OTHER  ///< with other files
 };
 
 class CSearch
@@ -70,7 +70,7 @@ private:
         return false;
     }
 
-    /// Backups that are no pair go in the order in which a commit makes them.
+    /// Backups are changed in the order in which a commit makes them, if that is asked for.
     bool isAllowed(std::size_t step, const Done& done) const
     {
         FrameworkContents any;
@@ -110,8 +110,8 @@ private:
         End end = End::SAME;
         for (const bool isRejected : {false, true})
         {
-            const bool isSaid = _verdict && left.live.list == _now.live.list;
-            _facts.suppose(isSaid ? *_verdict : isRejected);
+            const bool isKnown = _verdict && left.live.list == _now.live.list;
+            _facts.suppose(isKnown ? *_verdict : isRejected);
             const SessionOwner owner = sessionOwner(left.lock.value_or(""), _facts.hostName());
             const Recovery recovery = decideRecovery(left, owner, _facts, _assumption);
             if (recovery.found == Found::UNCLEAR)
@@ -134,7 +134,7 @@ private:
     const std::optional<bool> _verdict;
     std::map<Done, End> _ends;
 
-    // What is being looked for.
+    // The current search.
     End _worst = End::SAME;
     bool _isConfigurationFirst = true;
     std::set<Done> _tried;
