@@ -10,7 +10,7 @@
 namespace QMT
 {
 
-// A queued action in both forms of an answer.
+// A queued action in both forms of an answer, JSON and text.
 
 /// The JSON object of an action: its kind and the fields that the kind has.
 Poco::JSON::Object::Ptr actionKeys(const Action& action);

@@ -23,7 +23,7 @@ namespace QMT
 namespace
 {
 
-/// Why `value` cannot stand in a queue, a list or a document; empty when it can.
+/// Why `value` is not allowed in a queue, a list or a document; empty when it is.
 std::string faultOf(const std::string& what, const std::string& value)
 {
     if (validUtf8(value) != value)
@@ -173,7 +173,7 @@ bool CActionChecks::isInEffect(const Action& action, const Facts& facts)
     {
         return facts.isListed && (!hasHandler(action) || facts.service.isByHandler);
     }
-    // A handler that is not there serves nothing, whatever the root class of a model that is gone was.
+    // The root class of a missing model file is unknown: only a handler that does not exist surely does not serve it.
     const bool isServed = facts.rootClass.empty() ? facts.service.isHandlerKnown : facts.service.isByHandler;
     return !facts.isListed && (!hasHandler(action) || !isServed);
 }

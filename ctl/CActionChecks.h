@@ -20,7 +20,8 @@ public:
     /// `trial`, whose document is loaded, and `log`, which has the trial's messages, are not owned.
     CActionChecks(CQueueTrial& trial, CMessageLog& log);
 
-    /// Tries the next action; `wanted` may have a relative path.
+    /// Tries the next action; `wanted` may have a relative path. Throws a Poco::FileException when the copies of the
+    /// files cannot be edited.
     TriedAction tryNext(const Action& wanted);
 
 private:
@@ -37,7 +38,8 @@ private:
     std::map<std::string, std::string> _rootClasses; ///< of the model files met so far
 };
 
-/// `path`, made absolute against the working directory.
+/// `path`, made absolute against the working directory and normalised, unless that would make it name another file. An
+/// absolute path is returned unchanged, and so is any path when there is no working directory.
 std::string absolutePath(const std::string& path);
 
 } // namespace QMT

@@ -15,12 +15,12 @@ public:
     /// For the framework directory `qorPath`.
     explicit CRemedies(const std::string& qorPath);
 
-    /// From now on a change of the file at `live` has to be made in its working copy at `workingCopy` too: a session is
-    /// open, and its commit would take a difference for somebody else's work and undo itself.
+    /// From now on a remedy that changes the file at `live` also copies it to its working copy at `workingCopy`: a
+    /// commit drops the open session when a live file differs from its working copy.
     void keepEqual(const std::string& live, const std::string& workingCopy);
 
-    /// A call of the companion with these words. It names the framework directory if the companion would find another
-    /// one without it; to know that, the framework agent is run.
+    /// A call of the companion with `words`, and with --qor-path if the companion would find another framework
+    /// directory without it. The first call runs the framework agent to find out.
     std::string call(const std::string& words);
 
     /// An edit of the file at `path`, described by `what`.
@@ -33,7 +33,7 @@ private:
     std::string copyOf(const std::string& path, const std::string& introduction) const;
 
     const std::string _qorPath;
-    std::optional<std::string> _qorPathOption; ///< once it is known
+    std::optional<std::string> _qorPathOption; ///< set by the first call
     std::map<std::string, std::string> _workingCopies;
 };
 

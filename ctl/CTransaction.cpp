@@ -68,8 +68,8 @@ bool CTransaction::open()
     _leftovers.push_back(std::make_unique<CKeptFile>(_paths.configuration().workingCopy));
     try
     {
-        // As in a staging call, the working copies come first. Without a lock file they are nobody's, and those of a
-        // session that is opened in this moment would be the same.
+        // As in a staging call, the working copies are made before the lock file. Without one they belong to no
+        // session, and a session that is opened at the same time makes the same copies.
         _impl.backupFiles();
         createFile(_paths.lockFile(), ownLock(), _paths.modelFileList().live);
     }
@@ -154,9 +154,8 @@ void CTransaction::makeBackups()
     _impl.cfgBackup();
 }
 
-/// The configuration's goes first and comes last when an earlier pair is put back, and the list's comes last when a new
-/// pair is made: a backup of the list alone is never taken for half of a pair, and one of the configuration alone only
-/// for what a commit has just begun to make.
+/// The configuration's backup is removed first, restored last and made first. So a recovery never takes a backup of the
+/// list alone for half of a pair, and one of the configuration alone only for the first that a commit makes.
 void CTransaction::removeBackups() const
 {
     removeFile(_paths.configuration().backup);
@@ -177,7 +176,7 @@ const std::vector<std::string>& CTransaction::lost() const
     return _transfer.lost();
 }
 
-/// May be called again after a failure: what is done already is not repeated.
+/// May be called again after a failure: completed steps are not repeated.
 void CTransaction::undo()
 {
     if (_isLockRemoved && (_areLiveFilesTouched || _areBackupsTouched))
@@ -202,16 +201,16 @@ void CTransaction::undo()
 
 void CTransaction::restoreLiveFiles()
 {
-    // It is gone when both files have been installed, and one of them alone must not be taken for both. It must not be
-    // met half-written either.
+    // The session file is gone once both files are installed. It marks a pair that may be replaced by half, so it must
+    // be back, and complete, before one of them is restored.
     static_cast<void>(replaceFile(_paths.sessionFile(), _session, _paths.modelFileList().live));
     _transfer.putBack(_paths.configuration().live, *_configuration);
     _transfer.putBack(_paths.modelFileList().live, *_list);
     _areLiveFilesTouched = false;
 }
 
-/// The working copies tell that the session has not come to its end, the session file must not be taken for the one
-/// that led from these backups to the live files.
+/// The working copies show that the session has not ended. The session file is removed, because its actions do not lead
+/// from the restored backups to the live files.
 void CTransaction::restoreBackups()
 {
     if (!_configurationBackup->isInPlace() || !_listBackup->isInPlace())
@@ -225,9 +224,8 @@ void CTransaction::restoreBackups()
     _areBackupsTouched = false;
 }
 
-/// As when the tool drops a session, the working copy of the configuration goes last: with it a lock file is never
-/// taken for what an installed commit leaves, and nothing else is left that a session which begins in this moment would
-/// miss.
+/// As when the tool drops a session, the working copy of the configuration is removed last, here by restoreLeftovers: a
+/// lock file beside it is never taken for that of an installed commit.
 void CTransaction::close()
 {
     if (!_isLockRemoved)
@@ -258,7 +256,7 @@ void CTransaction::restoreLeftovers() const
 {
     for (const std::unique_ptr<CKeptFile>& file : _leftovers)
     {
-        // Under a lock file they are those of another session now, which needs working copies of the same content.
+        // With a lock file, these files belong to another session by now, whose working copies have the same content.
         if (existenceOf(_paths.lockFile()) == Existence::ABSENT)
         {
             static_cast<void>(file->putBack());

@@ -17,13 +17,13 @@ class CQorModelTool;
 /// Installs a pair of files with known content, all or nothing, in a session of its own, with the steps of a commit.
 ///
 /// Each step is synced before the next one begins, and after each step a recovery can find out from the files how to
-/// undo it. The lock file has a content of its own. The queue exists while one live file may have been replaced and
-/// the other not. The working copies exist while the backups are those of an earlier commit.
+/// undo it. The lock file holds applyLockContent. The session file exists while one live file may have been replaced
+/// and the other not. The working copies exist while the backups are those of an earlier commit.
 class CTransaction
 {
 public:
-    /// For the framework directory `qorPath`, whose live files hold `live` and shall hold `wanted`. `logger`, not
-    /// owned, gets the messages. The caller lock must be held. Accesses no file.
+    /// For the framework directory `qorPath`. The content of the live files is to change from `live` to `wanted`; both
+    /// pairs have both files. `logger`, not owned, gets the messages. The caller lock must be held. Accesses no file.
     CTransaction(const std::string& qorPath, const FilePair& live, const FilePair& wanted, Poco::Logger& logger);
     ~CTransaction();
     CTransaction(const CTransaction&) = delete;
@@ -33,7 +33,7 @@ public:
 
     /// Opens the session. False when another session was opened or the live files were changed meanwhile. Throws a
     /// Poco::FileException when the session cannot be opened, and a std::runtime_error like commit(). After false and
-    /// the former exception no file of the session is left.
+    /// a Poco::FileException no file of the session is left.
     [[nodiscard]] bool open();
 
     /// Installs the files as the result of `queue`, and runs the validator. If it accepts or does not exist, the

@@ -21,7 +21,7 @@ struct Handler
     bool isPlaceholder() const;
 };
 
-/// What the configuration document says.
+/// The handlers of a configuration document.
 struct Configuration
 {
     std::vector<Handler> handlers;  ///< in document order

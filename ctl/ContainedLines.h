@@ -8,8 +8,8 @@
 namespace QMT
 {
 
-/// Finds the lines that are part of another, different one, each once and with one of those that contain it, in the
-/// order of `lines`. Lines longer than a path can be are left out. Fast for many lines.
+/// Finds each line that is part of another, different line. Returns pairs of such a line and one that contains it, each
+/// line once, in the order of `lines`. Ignores lines that are longer than a path can be. Fast for many lines.
 std::vector<std::pair<std::string, std::string>> findContainedLines(const std::vector<std::string>& lines);
 
 } // namespace QMT

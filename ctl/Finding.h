@@ -44,13 +44,13 @@ std::string nameOf(FindingId id);
 /// Whether the framework does not work with it, or will not; others are warnings.
 bool isError(FindingId id);
 
-/// One thing that is wrong. Its strings may hold any bytes.
+/// One fault or warning. Its strings may hold any bytes.
 struct Finding
 {
     FindingId id = FindingId::AGENT_MISSING;
-    std::optional<std::string> file; ///< the file to fix, if it is one
+    std::optional<std::string> file; ///< the file to fix, if there is one
     std::string text;                ///< what is wrong, without the file's name
-    std::string remedy;              ///< a command or an edit that makes it go away and loses nothing
+    std::string remedy;              ///< a command or an edit that resolves it and loses nothing
 };
 
 } // namespace QMT

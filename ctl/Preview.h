@@ -43,11 +43,12 @@ struct Preview
     bool isRejected() const;
 };
 
-/// Tries what a commit of the session file `session` would do with `base`, both files of which are there. `document` is
-/// the configuration document's name in messages.
+/// Tries what a commit of the session file with the content `session` would do with `base`, which has both files.
+/// `document` is the configuration document's name in messages. The validator judges the list when the commit would ask
+/// it.
 ///
-/// Throws a Poco::Exception when there is no room for copies, or the document cannot be parsed, or there is no process
-/// for the validator.
+/// Throws a Poco::Exception when there is no room for copies, the document cannot be parsed, or the validator's process
+/// cannot be created.
 Preview tryQueue(const FilePair& base, const std::string& session, const std::string& document);
 
 /// Tries `actions` as a transaction of the companion: those already in effect are skipped, those that would do harm are

@@ -23,7 +23,7 @@ namespace
 using Text = std::optional<std::string>;
 using Steps = std::vector<RecoveryStep>;
 
-/// One of the files, and where it is.
+/// One of the files and its path.
 struct File
 {
     ManagedContent content;
@@ -74,7 +74,7 @@ bool isNoRoom(int error)
     return error == ENOSPC || error == EDQUOT || error == EFBIG;
 }
 
-/// A new directory, and with it whatever is in it unless it is kept.
+/// A new directory, which is removed with its contents unless it is kept.
 class CNewDirectory
 {
 public:
@@ -136,7 +136,7 @@ std::string contentOf(const std::string& path)
     return content;
 }
 
-/// The files that a step would lose, with their contents.
+/// The paths and contents of the existing files that the steps replace or remove.
 std::vector<std::pair<std::string, std::string>> filesToCopy(const Steps& steps)
 {
     std::vector<std::pair<std::string, std::string>> files;

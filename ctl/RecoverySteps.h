@@ -32,8 +32,8 @@ std::vector<RecoveryStep> recoverySteps(const std::string& qorPath, const Framew
 /// and the message has the number of bytes needed.
 std::string copyAside(const std::string& qorPath, const std::string& stamp, const std::vector<RecoveryStep>& steps);
 
-/// Executes the step and syncs it. Returns the file attributes that were not kept, one line each. Throws a
-/// Poco::FileException on failure; the file is then unchanged.
+/// Executes the step and syncs it. Returns the file attributes that were not kept, one line each. Throws like
+/// replaceFile and removeFile.
 std::vector<std::string> execute(const RecoveryStep& step);
 
 } // namespace QMT

@@ -12,7 +12,7 @@ class Document;
 namespace QMT
 {
 
-/// The handlers that serve a root class in a configuration document, with regard to one handler.
+/// Whether one handler of a configuration document, or another one, serves a root class.
 struct Service
 {
     bool isPlaceholderFirst = false;  ///< the first handler is the placeholder, which a new handler replaces

@@ -55,8 +55,8 @@ void CFrameworkCheck::decideInterruption()
     }
 }
 
-/// The lock file of an interrupted staging call may stand beside the backups of an older commit, like that of an
-/// interrupted commit beside its own.
+/// The lock file of an interrupted staging call beside the backups of an older commit looks like that of an interrupted
+/// commit beside its own.
 bool CFrameworkCheck::isInterrupted() const
 {
     const bool isStale = _now.lock && !_now.session && !_owner.isApply && _recovery.after.live == _now.live;

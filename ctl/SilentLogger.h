@@ -9,7 +9,7 @@ class Logger;
 namespace QMT
 {
 
-/// A logger that discards the messages of the tool's operations. It lives until the process ends.
+/// A logger that discards the messages of the tool's operations. It exists until the process ends.
 Poco::Logger& silentLogger();
 
 } // namespace QMT

@@ -11,7 +11,7 @@ enum class Status
     NO = 1,    ///< problems found, would fail, refused, or a decision is needed
     USAGE = 2, ///< the command line is wrong; nothing was done
     BUSY = 3,  ///< another caller or an open session; nothing was done
-    CANNOT = 4 ///< cannot tell or cannot do; the message names the file
+    CANNOT = 4 ///< cannot find out or cannot do; the message names the file
 };
 
 } // namespace QMT

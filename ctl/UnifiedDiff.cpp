@@ -198,7 +198,7 @@ private:
         }
     }
 
-    /// Lines that stand once in both parts, in an order that both have.
+    /// Lines that occur once in both parts, in an order that both have.
     Pairs anchors(const Range& range) const
     {
         struct Place

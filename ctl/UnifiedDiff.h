@@ -7,10 +7,10 @@ namespace QMT
 {
 
 /// The unified difference of two texts by lines, three lines of context around each change; empty when they are equal.
-/// `name` stands in both header lines. A text whose last line has no line feed is marked as usual.
+/// Both header lines hold `name`. A text whose last line has no line feed is marked as usual.
 ///
-/// The difference is always correct. It is the shortest one for texts that differ little; in large texts that differ
-/// much, lines that stand once in both are found, and what is between them may count as replaced as a whole.
+/// The difference is always correct. It is the shortest one for texts that differ little. In large texts that differ
+/// much, lines that occur once in both are matched, and the lines between them may count as replaced as a whole.
 std::string unifiedDiff(const std::string& name, const std::string& before, const std::string& after);
 
 } // namespace QMT
