@@ -35,7 +35,7 @@ ReadResult readAll(std::ifstream& file, std::string& content)
 {
     file.seekg(0, std::ios::end);
     const std::streamoff size = file.tellg();
-    // A string of 32-bit sizes holds a byte less.
+    // On a 32-bit system a string holds a byte less.
     const std::streamoff limit = std::min<std::streamoff>(MAX_SIZE, static_cast<std::streamoff>(content.max_size()));
     if (size < 0 || size > limit || !isReadable(file))
     {

@@ -89,7 +89,7 @@ bool CQorModelToolImpl::useExistingDirectory(const std::string& found, std::stri
 {
     if (!Poco::File(found).exists())
     {
-        // Records whether it may exist all the same.
+        // Records that it may exist all the same, when stat fails.
         static_cast<void>(checkExistence(found));
         return false;
     }

@@ -18,7 +18,7 @@ namespace QMT
 namespace
 {
 
-/// The lines of the list at `path`, one string; nothing when it is missing or cannot be read.
+/// The text of the list at `path`; empty when it is missing or cannot be read.
 std::string readList(const std::string& path)
 {
     std::string content;
@@ -29,8 +29,8 @@ std::string readList(const std::string& path)
     return content;
 }
 
-/// The lines of the list at `path`, which is about to be rewritten: an existing one that cannot be read must not be
-/// taken for an empty one, unless it is.
+/// The text of the list at `path`, which is about to be rewritten; nothing when it cannot be read, unless it is empty:
+/// its lines would be lost.
 std::optional<std::string> readListForEdit(const std::string& path)
 {
     std::string content;

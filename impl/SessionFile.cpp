@@ -17,7 +17,7 @@ namespace
 {
 
 /// Moves the text up to the first separator from `rest` to `field`. Without a separator `rest` stays whole and `field`
-/// becomes all of it: the position after "no position" is 0.
+/// becomes all of it: npos + 1 is 0.
 void takeField(std::string& rest, std::string& field)
 {
     const std::string::size_type separator = rest.find(FIELD_SEPARATOR);
@@ -128,7 +128,7 @@ bool CQorModelToolImpl::saveFIFO()
     }
     const std::string path = paths().sessionFile();
     const CSignalBlock block;
-    // Our queue lacks the actions of a session that could not be examined.
+    // The queue lacks the actions of a session that could not be examined.
     if ((_isSessionUnknown && !_isQueueLoaded) || !writeDurably(path, lines))
     {
         _logger->critical("Unable to write to FIFO file!");

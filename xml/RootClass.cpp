@@ -38,7 +38,7 @@ int CXMLParser::findRootClass(Poco::XML::Document& model, std::string& rootClass
     {
         return NO_ROOT_CLASS;
     }
-    // Above the document element stands the document, which has no attributes.
+    // The parent of the document element is the document, which has no attributes.
     const auto* const owner = dynamic_cast<const Element*>(root->parentNode());
     rootClass = owner == nullptr ? std::string() : owner->getAttribute(DocumentModel::NAME);
     return rootClass.empty() ? FAILURE : SUCCESS;
