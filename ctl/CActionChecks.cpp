@@ -222,7 +222,7 @@ void CActionChecks::apply(const Action& action, TriedAction& tried)
     const Facts facts = factsOf(action);
     const bool isHandlerDone = !hasHandler(action) || facts.service.isByHandler != isRemoval(action);
     const bool isListRight = _trial.list() == (isFailed ? listBefore : listAfter(action, listBefore));
-    // The tool's operations ignore a file that cannot be read or written, or do everything but the list's part.
+    // The tool's operations may ignore that a copy cannot be read or written, or edit the document but not the list.
     if (!isListRight || !_trial.isDocumentWritten() || (isFailed && isHandlerDone))
     {
         throw Poco::FileException("the copies of the files cannot be edited: " +

@@ -40,7 +40,7 @@ Answer answerOf(const Preview& preview)
                     preview);
 }
 
-/// By the check of a commit, which takes a missing working copy for an empty one and would fail later.
+/// Uses the check of a commit, which takes a missing working copy for an empty one and would fail later.
 bool areLiveFilesUntouched(const std::string& qorPath, const FilePair& workingCopy)
 {
     if (!workingCopy.configuration || !workingCopy.list)

@@ -56,7 +56,7 @@ private:
         ROOTS
     };
 
-    /// An element that has not ended, and the index of the handler to which it belongs, if it matters at all.
+    /// An element that has not ended, and the index of its handler unless it is ELSEWHERE.
     struct Open
     {
         Place place = Place::ELSEWHERE;

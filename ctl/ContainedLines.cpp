@@ -17,8 +17,9 @@ bool startsWith(std::string_view text, std::string_view start)
     return text.substr(0, start.size()) == start;
 }
 
-/// Finds containers by a search for each place where a line may begin within another: the longest line that the rest
-/// of the text begins with is the last line before it in the order of bytes, or a beginning of that one.
+/// Finds containers by a binary search for each position at which one line may begin within another. In byte order, the
+/// longest line that is a prefix of the rest is the last line that is not greater than the rest, or a prefix of that
+/// one.
 class ContainerSearch
 {
 public:
@@ -45,19 +46,19 @@ public:
 private:
     static constexpr std::size_t NONE = static_cast<std::size_t>(-1);
 
-    /// Links each line to the longest other one that it begins with: all of those precede it, and only they remain
-    /// when those that it does not begin with are dropped.
+    /// Links each line to the longest other one that is a prefix of it. In byte order, the prefixes of a line precede
+    /// it.
     void linkPrefixes()
     {
-        std::vector<std::size_t> open;
+        std::vector<std::size_t> prefixes;
         for (std::size_t line = 0; line < _lines.size(); ++line)
         {
-            while (!open.empty() && !startsWith(_lines[line], _lines[open.back()]))
+            while (!prefixes.empty() && !startsWith(_lines[line], _lines[prefixes.back()]))
             {
-                open.pop_back();
+                prefixes.pop_back();
             }
-            _beginnings.push_back(open.empty() ? NONE : open.back());
-            open.push_back(line);
+            _longestPrefixes.push_back(prefixes.empty() ? NONE : prefixes.back());
+            prefixes.push_back(line);
             _mayBegin[static_cast<unsigned char>(_lines[line].front())] = true;
         }
     }
@@ -65,7 +66,7 @@ private:
     void search(std::size_t container)
     {
         const std::string_view text = _lines[container];
-        mark(_beginnings[container], container);
+        mark(_longestPrefixes[container], container);
         for (std::size_t position = 1; position < text.size(); ++position)
         {
             if (_mayBegin[static_cast<unsigned char>(text[position])])
@@ -81,22 +82,22 @@ private:
         std::size_t line = behind == _lines.begin() ? NONE : static_cast<std::size_t>(behind - _lines.begin()) - 1;
         while (line != NONE && !startsWith(rest, _lines[line]))
         {
-            line = _beginnings[line];
+            line = _longestPrefixes[line];
         }
         return line;
     }
 
-    /// A line that is marked has marked those that it begins with.
+    /// The prefixes of a line that is marked are marked already.
     void mark(std::size_t line, std::size_t container)
     {
-        for (; line != NONE && _containers[line] == NONE; line = _beginnings[line])
+        for (; line != NONE && _containers[line] == NONE; line = _longestPrefixes[line])
         {
             _containers[line] = container;
         }
     }
 
     std::vector<std::string_view> _lines;
-    std::vector<std::size_t> _beginnings;
+    std::vector<std::size_t> _longestPrefixes;
     std::vector<std::size_t> _containers;
     std::array<bool, UCHAR_MAX + 1> _mayBegin = {};
 };

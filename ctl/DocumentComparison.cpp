@@ -20,7 +20,7 @@ namespace QMT
 namespace
 {
 
-/// The document's text without what stands inside `participants`; nothing when it cannot be parsed.
+/// The document's text without the contents of `participants`; nothing when it cannot be parsed.
 std::optional<std::string> withoutParticipants(const std::string& text)
 {
     CXMLParser::DocumentPtr document = CXMLParser::parseFile(text);

@@ -13,7 +13,8 @@ namespace
 
 using Names = std::vector<std::string>;
 
-/// The handlers that have something, under its name; the names in the order of their first occurrence.
+/// The handlers that have a handler name, or a root class, by that name. The names are in the order in which they occur
+/// first.
 class Owners
 {
 public:

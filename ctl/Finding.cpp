@@ -14,7 +14,7 @@ struct Kind
     bool isError;
 };
 
-/// In the order of the numbers.
+/// In the order of FindingId.
 constexpr std::array<Kind, 26> KINDS = {{{"agent-missing", false},
                                          {"validator-missing", false},
                                          {"configuration-missing", true},

@@ -23,15 +23,16 @@ Recovery decideRecovery(const FrameworkContents& now, const SessionOwner& owner,
 {
     CRecoveryReading reading(now, owner, facts, assumption);
     Recovery recovery = reading.decide();
-    // Restored and removed files may decide about others, as in a second recovery. One pass has been enough so far.
+    // As in a second recovery, the restored and removed files may decide about others. More than one further reading
+    // has never been needed.
     const int FURTHER_READINGS = 4;
     const std::optional<Assumption> answer = reading.hasAsked() ? assumption : std::nullopt;
-    bool isMoving = recovery.found != Found::UNCLEAR;
-    for (int further = 0; isMoving && further < FURTHER_READINGS; ++further)
+    bool isChanging = recovery.found != Found::UNCLEAR;
+    for (int further = 0; isChanging && further < FURTHER_READINGS; ++further)
     {
         const SessionOwner left = sessionOwner(recovery.after.lock.value_or(""), facts.hostName());
         const Recovery next = CRecoveryReading(recovery.after, left, facts, answer).decide();
-        isMoving = !(next.after == recovery.after);
+        isChanging = !(next.after == recovery.after);
         recovery.after = next.after;
     }
     return recovery;

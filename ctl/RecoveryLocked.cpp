@@ -207,7 +207,7 @@ bool CRecoveryReading::isEditing()
                                         isDifferent(_now.workingCopy.list, _now.live.list));
 }
 
-/// The live list is being moved to its backup, or a power cut removed the name of a backup.
+/// Whether the live list is being moved to its backup, or a power cut removed the name of a backup.
 CRecoveryReading::Answered CRecoveryReading::isBackingUpList()
 {
     const FilePair& backup = _now.backup;
@@ -233,7 +233,7 @@ CRecoveryReading::Answered CRecoveryReading::isBackingUpList()
     return isEdited(live, &FilePair::list) ? Answered::UNKNOWN : Answered::NO;
 }
 
-/// The list is installed, and the live document is being moved to its backup.
+/// Whether the list is installed and the live document is being moved to its backup.
 bool CRecoveryReading::isBackingUpConfiguration()
 {
     const FilePair base = {_now.live.configuration, _now.backup.list};
@@ -250,7 +250,7 @@ bool CRecoveryReading::isBackingUpConfiguration()
     return true;
 }
 
-/// The list is installed and the document is not.
+/// Whether a commit has installed the list, and perhaps the document.
 CRecoveryReading::Answered CRecoveryReading::isListInstalled()
 {
     const FilePair& live = _now.live;
@@ -277,13 +277,13 @@ CRecoveryReading::Answered CRecoveryReading::isListInstalled()
     {
         return Answered::YES;
     }
-    // The session may repeat the actions of the last commit, if that changed only the list; or somebody made the same
-    // edit.
-    const bool isWhole = live.list == resultsOver(backup).back().list;
-    return isWhole || copy.list != live.list ? Answered::UNKNOWN : Answered::NO;
+    // The session may repeat the actions of the last commit, if that changed only the list; or the same edit was made
+    // by hand.
+    const bool isOfWholeQueue = live.list == resultsOver(backup).back().list;
+    return isOfWholeQueue || copy.list != live.list ? Answered::UNKNOWN : Answered::NO;
 }
 
-/// The document is installed, and so is the list, unless the queue does not change it.
+/// Whether a commit has installed the document, when the list does not show it: the queue may not change the list.
 CRecoveryReading::Answered CRecoveryReading::isConfigurationInstalled()
 {
     if (_now.workingCopy.list || !isResultOf(_now.backup, &FilePair::configuration, _now.live.configuration))
@@ -293,7 +293,7 @@ CRecoveryReading::Answered CRecoveryReading::isConfigurationInstalled()
     return _now.live.list == _now.backup.list ? Answered::YES : Answered::UNKNOWN;
 }
 
-/// The list ends at a line's end or is empty, and may be torn by an interrupted installation.
+/// Whether an interrupted installation has torn the list, which is empty or ends with a line feed.
 CRecoveryReading::Answered CRecoveryReading::isListBeingInstalled()
 {
     const Text& list = _now.live.list;
@@ -397,7 +397,7 @@ void CRecoveryReading::resolveSession(Recovery& recovery)
     }
 }
 
-/// A working copy that differs in another way belongs to a live file that was edited meanwhile.
+/// A working copy that differs in another way belongs to a live file that was edited during the session.
 bool CRecoveryReading::isWorkingCopyTorn(FileOfPair file, const Text& live)
 {
     const Text& copy = _now.workingCopy.*file;

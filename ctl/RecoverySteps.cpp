@@ -30,7 +30,7 @@ struct File
     const std::string& path;
 };
 
-/// The steps from some contents to others.
+/// Collects the steps from one state of the files to another.
 class CSteps
 {
 public:

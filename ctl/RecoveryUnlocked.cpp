@@ -45,7 +45,7 @@ void CRecoveryReading::dropLeftovers(Recovery& recovery) const
     }
 }
 
-/// A list that ends with a line feed, or an empty one, may be somebody's edit.
+/// A list that ends with a line feed, or an empty one, may have been edited by hand.
 bool CRecoveryReading::isListTornUnlocked() const
 {
     const Text& list = _now.live.list;
