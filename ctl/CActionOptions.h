@@ -22,10 +22,11 @@ public:
     static void define(Poco::Util::OptionSet& options);
 
     /// Records an option, in the order of the command line; false for an option of another kind. Throws a
-    /// Poco::SyntaxException with a message when the option is misplaced.
+    /// Poco::SyntaxException with a message when the option is misplaced or repeated, or begins an action after an
+    /// invalid one.
     bool take(const std::string& name, const std::string& value);
 
-    /// Checks the last action too. Throws like take.
+    /// Checks the last action, which no further option completes. Throws like take.
     void check() const;
 
     /// The actions, their paths as they were given.

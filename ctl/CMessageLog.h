@@ -21,6 +21,7 @@ public:
     CMessageLog(CMessageLog&&) = delete;
     CMessageLog& operator=(CMessageLog&&) = delete;
 
+    /// The logger to pass to the operations. Valid as long as the object.
     Poco::Logger& logger() const;
 
     /// The messages since the last call.

@@ -13,7 +13,7 @@ std::optional<std::string> findFramework();
 /// `path` without trailing slashes; the root directory keeps its own.
 std::string withoutTrailingSlashes(const std::string& path);
 
-/// Throws a Poco::FileException that names `path` unless a directory is there.
+/// Throws a Poco::FileException that names `path` unless a directory is there. An empty path is the current directory.
 void requireDirectory(const std::string& path);
 
 } // namespace QMT

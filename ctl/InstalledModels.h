@@ -16,7 +16,7 @@ enum class ModelState
     MALFORMED,  ///< it cannot be parsed
     UNREADABLE, ///< it exists, or may exist, but cannot be read
     MISSING,
-    RELATIVE ///< its path is not absolute, so that it is not looked for
+    RELATIVE ///< its path is not absolute, so it is not looked up
 };
 
 /// One line of the model file list, and what that file contains.
