@@ -339,14 +339,14 @@ class Run:
         os.kill(self.pid, number)
 
     def wait_for(self, condition: Callable[[], object], timeout: float = DEFAULT_TIMEOUT) -> None:
-        """Wait until ``condition`` holds; an error if the program ends or the timeout expires first."""
+        """Wait until ``condition`` holds; raise SandboxError if the program ends or the timeout expires first."""
         deadline = time.monotonic() + timeout
         while not condition():
             if not self.running and not condition():
-                raise SandboxError("the program ended before what was waited for")
+                raise SandboxError("the program ended before the awaited condition held")
             if time.monotonic() > deadline:
                 self.kill()
-                raise SandboxError("what was waited for did not happen")
+                raise SandboxError("the awaited condition did not hold in time")
             time.sleep(0.005)
 
     def kill(self) -> None:
@@ -523,7 +523,8 @@ def _arguments(argv: Sequence[str]) -> argparse.Namespace:
     parser.add_argument("--framework", type=Path, required=True, help="the directory that is seen as /opt/qor")
     parser.add_argument("--host", default="alpha", help="the host name in the sandbox (default: alpha)")
     parser.add_argument("--env", action="append", default=[], metavar="NAME=VALUE", help="an environment variable")
-    parser.add_argument("--preload", action="append", default=[], metavar="NAME", help="a stand-in: sleep")
+    parser.add_argument("--preload", action="append", default=[], metavar="NAME",
+                        help="a library of preload/, such as sleep")
     parser.add_argument("--fallback", action="store_true", help="use proot even where bubblewrap works")
     parser.add_argument("--syslog", type=Path, help="a file for the system log; standard error unless given")
     parser.add_argument("command", nargs="+", help="what to run; the word qor_mim_tool means the built program")

@@ -32,8 +32,8 @@ public:
     /// The number of failed calls so far.
     int failures() const;
 
-    /// For the stand-ins: whether the call fails now, the error number being set then. Calls that know their file only
-    /// by its descriptor give that.
+    /// For the replaced system calls: returns whether the call fails now, and sets errno if it does. A call that has
+    /// only a descriptor passes that.
     static bool fails(const std::string& call, const std::string& path);
     static bool fails(const std::string& call, int file);
 

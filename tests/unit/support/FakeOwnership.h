@@ -23,7 +23,7 @@ public:
     /// The calls so far, as "chown PATH OWNER GROUP" and "chmod PATH MODE" with the mode in octal.
     const std::vector<std::string>& calls() const;
 
-    /// For the stand-ins themselves.
+    /// For the replaced system calls.
     int answer(const std::string& call);
 
 private:

@@ -26,7 +26,7 @@ public:
     /// The seconds of every sleep so far.
     const std::vector<unsigned int>& sleeps() const;
 
-    /// For the stand-in itself.
+    /// For the replaced system call.
     void pass(unsigned int seconds);
 
 private:
