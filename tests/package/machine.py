@@ -12,13 +12,13 @@ from sandbox import PATH
 PROGRAM = "usr/sbin/qor_mim_tool"
 COMPANION = "usr/sbin/qor_mim_ctl"
 PACKAGE = "qor-mim-tool"
-# How the program of a foreign architecture is run, and what compiles for it.
+# The emulator and the C compiler of each foreign architecture.
 EMULATORS = {"armhf": ("qemu-arm-static", "arm-linux-gnueabihf-gcc"),
              "arm64": ("qemu-aarch64-static", "aarch64-linux-gnu-gcc")}
 
 
 class Machine:
-    """Installs with the real dpkg, below a directory and without privilege."""
+    """Runs the real dpkg on a root directory, without privilege."""
 
     def __init__(self, root: Path, architecture: str, installed: Iterable[str]):
         self.root = root
@@ -43,14 +43,14 @@ class Machine:
                               env={"PATH": PATH, "LC_ALL": "C", "HOME": "/nonexistent"})
 
     def succeed(self, *command: str | Path) -> None:
-        """Run dpkg, which may only complain about the missing file lists of the dependencies."""
+        """Run dpkg; its only complaint may be that the file lists of the dependencies are missing."""
         answer = self.dpkg(*command)
         assert answer.returncode == 0, answer.stderr
         complaints = [line for line in answer.stderr.splitlines() if "files list file for package" not in line]
         assert complaints == []
 
     def state(self) -> str:
-        """The state of our package in the database."""
+        """The state of the package in the database."""
         answer = self.dpkg("--status", f"{PACKAGE}:{self.architecture}")
         lines = answer.stdout.splitlines()
         return next((line.removeprefix("Status: ") for line in lines if line.startswith("Status: ")), "unknown")

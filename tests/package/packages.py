@@ -1,4 +1,4 @@
-"""Building packages and looking into them."""
+"""Builds packages, and reads their content."""
 from __future__ import annotations
 
 import gzip
@@ -9,7 +9,7 @@ from pathlib import Path
 
 from sandbox import PROJECT
 
-# Those that are built and tested.
+# The architectures that are built and tested.
 ARCHITECTURES = tuple(os.environ.get("PACKAGE_ARCHITECTURES", "amd64 armhf arm64").split())
 SYSROOTS = PROJECT / "build"
 
@@ -22,14 +22,14 @@ def run(*command: str | Path, **options: object) -> str:
 
 
 def build(checkout: Path, **environment: str) -> dict[str, Path]:
-    """Build the packages of a checkout; the path of each by its architecture."""
+    """Build the packages of a checkout; return their paths by architecture."""
     run(checkout / "scripts" / "package", *ARCHITECTURES, env={**os.environ, **environment})
     output = checkout / "build" / "packages"
     return {architecture: next(output.glob(f"*_{architecture}.deb")) for architecture in ARCHITECTURES}
 
 
 def sources(checkout: Path) -> list[Path]:
-    """The files of the source package that was built with the packages of a checkout."""
+    """The files of the source package that ``build`` made."""
     return sorted((checkout / "build" / "packages").glob("*.dsc")) + \
         sorted((checkout / "build" / "packages").glob("*.tar.*"))
 
@@ -45,7 +45,7 @@ def dependencies(package: Path) -> list[str]:
 
 
 def dead_references(documents: Path, prefix: Path) -> list[str]:
-    """What installed documents and manuals name though it was not installed: links, places, files of the sources."""
+    """The links and paths in installed documents and manuals whose target is not installed."""
     missing = []
     for page in documents.rglob("*.md"):
         text = page.read_text(encoding="utf-8")
@@ -60,12 +60,12 @@ def dead_references(documents: Path, prefix: Path) -> list[str]:
 
 
 def sysroot(architecture: str) -> Path | None:
-    """Where the libraries of a foreign architecture lie."""
+    """The directory with the libraries of a foreign architecture; None for the machine's own."""
     native = run("dpkg", "--print-architecture").strip()
     return None if architecture == native else SYSROOTS / f"sysroot-{architecture}"
 
 
 def database(architecture: str) -> list[str]:
-    """The options for dpkg-query that lead to what is known about installed packages of an architecture."""
+    """The options of dpkg-query that select the package database of an architecture."""
     root = sysroot(architecture)
     return [] if root is None else [f"--admindir={root}/var/lib/dpkg"]

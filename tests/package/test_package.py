@@ -1,4 +1,4 @@
-"""The Debian packages: what is in them, and their life on a machine."""
+"""The Debian packages: their content, installation, upgrade and removal."""
 from __future__ import annotations
 
 import os
@@ -12,15 +12,15 @@ from pathlib import Path
 import pytest
 
 import packages
-from expect import version
-from framework import CONFIG, LIST, LOCK, SESSION, Framework
+from expect import COMPLETED, answer, version
+from framework import BASE, CONFIG, LIST, LOCK, PUMP, SESSION, Framework
 from machine import COMPANION, PACKAGE, PROGRAM, Machine
 from sandbox import PROJECT, LogSocket, Sandbox, launcher_name
 
 DOCUMENTS = f"usr/share/doc/{PACKAGE}"
 EXAMPLE = PROJECT / "examples" / "framework"
 UNIT = "qor-mim-recover.service"
-STAGED = "--addModelFile=/opt/qor/models/pump.xml"
+STAGED = f"--addModelFile={PUMP}"
 
 
 def files_below(directory: Path) -> set[str]:
@@ -34,7 +34,7 @@ def installed_tool(machine: Machine, framework: Framework, monkeypatch: pytest.M
 
 
 def older(package: Path, scratch: Path) -> Path:
-    """An earlier version of the package, with a file that this one lacks."""
+    """An earlier version of the package, with a file that the current one does not have."""
     tree = scratch / "older"
     packages.run("dpkg-deb", "--raw-extract", package, tree)
     control = tree / "DEBIAN" / "control"
@@ -50,7 +50,7 @@ def framework(tmp_path: Path) -> Framework:
     return Framework.create(tmp_path / "qor")
 
 
-def test_install_brings_all_files_and_no_other(machine: Machine, package: Path) -> None:
+def test_install_creates_exactly_the_listed_files(machine: Machine, package: Path) -> None:
     machine.succeed("--install", package)
     documents = {"changelog.gz", "copyright", "README.Debian", "examples/try"}
     documents |= {f"docs/{path.name}" for path in (PROJECT / "docs").glob("*.md")}
@@ -58,13 +58,13 @@ def test_install_brings_all_files_and_no_other(machine: Machine, package: Path) 
     programs = {name.format(program) for program in ("qor_mim_tool", "qor_mim_ctl")
                 for name in ("usr/sbin/{}", "usr/share/man/man8/{}.8.gz", "usr/share/bash-completion/completions/{}",
                              "usr/share/zsh/vendor-completions/_{}")}
-    # Releases of Debian differ in where a unit belongs; both places are one on the machine.
+    # The directory of units depends on the Debian release; on the machine both names are the same directory.
     files = {re.sub("^lib/", "usr/lib/", name) for name in machine.files()}
     assert files == {*programs, f"usr/lib/systemd/system/{UNIT}", f"usr/share/lintian/overrides/{PACKAGE}",
                      *(f"{DOCUMENTS}/{name}" for name in documents)}
 
 
-def test_install_brings_the_whole_example_framework(machine: Machine, package: Path) -> None:
+def test_install_copies_the_example_framework(machine: Machine, package: Path) -> None:
     machine.succeed("--install", package)
     example = machine.root / DOCUMENTS / "examples" / "framework"
     for name in files_below(EXAMPLE):
@@ -72,13 +72,13 @@ def test_install_brings_the_whole_example_framework(machine: Machine, package: P
         assert os.access(example / name, os.X_OK) == os.access(EXAMPLE / name, os.X_OK)
 
 
-def test_its_documents_name_nothing_that_is_not_installed(machine: Machine, package: Path) -> None:
+def test_documents_name_no_file_that_is_not_installed(machine: Machine, package: Path) -> None:
     machine.succeed("--install", package)
     assert packages.dead_references(machine.root / DOCUMENTS, machine.root / "usr") == []
 
 
-def test_its_example_can_be_tried_beside_a_framework(machine: Machine, package: Path, framework: Framework,
-                                                     tmp_path: Path, monkeypatch: pytest.MonkeyPatch) -> None:
+def test_try_leaves_the_installed_framework_alone(machine: Machine, package: Path, framework: Framework,
+                                                  tmp_path: Path, monkeypatch: pytest.MonkeyPatch) -> None:
     if launcher_name() == "proot":
         pytest.skip("no namespaces to try it in")
     machine.succeed("--install", package)
@@ -86,21 +86,21 @@ def test_its_example_can_be_tried_beside_a_framework(machine: Machine, package: 
     before = {name: framework.read(name) for name in (CONFIG, LIST)}
     power = "/opt/qor/models/power.xml"
     with LogSocket(tmp_path / "log") as log:
-        # The sandbox of the other tests takes the privilege away that namespaces need.
-        answer = packages.run("bwrap", "--ro-bind", "/", "/", "--dev", "/dev", "--proc", "/proc", "--tmpfs", "/opt",
+        # The sandbox of the other tests drops the privilege that namespaces need.
+        listed = packages.run("bwrap", "--ro-bind", "/", "/", "--dev", "/dev", "--proc", "/proc", "--tmpfs", "/opt",
                               "--bind", framework.root, "/opt/qor", "--bind", log.path, "/dev/log", "--",
                               machine.root / DOCUMENTS / "examples" / "try", "/bin/sh", "-c",
                               f"set -e; {tool} -a {power} && {tool} --commit; cat etc/model/*.cfg")
-    assert answer == f"/opt/qor/models/station.xml\n{power}\n"
+    assert listed == f"/opt/qor/models/station.xml\n{power}\n"
     assert log.lines == []
     assert {name: framework.read(name) for name in (CONFIG, LIST)} == before
 
 
-def test_version_is_that_of_the_project(package: Path) -> None:
+def test_package_has_the_version_of_the_project(package: Path) -> None:
     assert packages.field(package, "Version") == version()
 
 
-def test_dependencies_are_the_linked_libraries(machine: Machine, package: Path) -> None:
+def test_package_depends_on_the_linked_libraries(machine: Machine, package: Path) -> None:
     machine.succeed("--install", package)
     programs = (machine.root / PROGRAM, machine.root / COMPANION)
     linked = set(re.findall(r"\(NEEDED\) .*\[(.*)\]", packages.run("readelf", "--dynamic", *programs)))
@@ -112,11 +112,11 @@ def test_dependencies_are_the_linked_libraries(machine: Machine, package: Path) 
     assert owners == set(packages.dependencies(package))
 
 
-def test_install_needs_the_dependencies(package: Path, tmp_path: Path) -> None:
+def test_install_fails_without_the_dependencies(package: Path, tmp_path: Path) -> None:
     bare = Machine(tmp_path / "bare", packages.field(package, "Architecture"), ["libc6"])
-    answer = bare.dpkg("--install", package)
-    assert answer.returncode != 0
-    assert re.search(r"depends on libpocoutil\d", answer.stderr)
+    refused = bare.dpkg("--install", package)
+    assert refused.returncode != 0
+    assert re.search(r"depends on libpocoutil\d", refused.stderr)
     assert bare.state() == "install ok unpacked"
 
 
@@ -139,10 +139,10 @@ def test_program_is_hardened(machine: Machine, package: Path) -> None:
 
 def test_demo_runs_with_the_installed_program(machine: Machine, package: Path) -> None:
     machine.succeed("--install", package)
-    answer = subprocess.run([str(PROJECT / "scripts" / "demo.py")], env={**os.environ, **machine.environment()},
-                            capture_output=True, text=True, stdin=subprocess.DEVNULL, check=False)
-    assert answer.returncode == 0, answer.stdout + answer.stderr
-    assert "Operation completed." in answer.stdout
+    demo = subprocess.run([str(PROJECT / "scripts" / "demo.py")], env={**os.environ, **machine.environment()},
+                          capture_output=True, text=True, stdin=subprocess.DEVNULL, check=False)
+    assert (demo.returncode, demo.stderr) == (0, ""), demo.stdout
+    assert " commands, all as the guide shows them (sandbox: " in demo.stdout.splitlines()[-1]
 
 
 def test_upgrade_keeps_an_open_session(machine: Machine, package: Path, framework: Framework, tmp_path: Path,
@@ -155,23 +155,23 @@ def test_upgrade_keeps_an_open_session(machine: Machine, package: Path, framewor
     machine.succeed("--install", package)
     assert machine.version() == packages.field(package, "Version")
     assert f"{DOCUMENTS}/outdated.txt" not in machine.files()
-    assert STAGED in tool.run("--status").console
-    assert tool.run("--commit").status == 0
-    assert framework.read(LIST).endswith("/opt/qor/models/pump.xml\n")
+    assert tool.run("--status") == answer("Queued actions:", STAGED, COMPLETED)
+    assert tool.run("--commit") == answer(COMPLETED)
+    assert framework.read(LIST) == f"{BASE}\n{PUMP}\n"
 
 
 @pytest.mark.parametrize("command, state", [("--remove", "deinstall ok config-files"), ("--purge", "unknown")])
-def test_removal_leaves_nothing_but_the_framework(machine: Machine, package: Path, framework: Framework, command: str,
-                                                  state: str, monkeypatch: pytest.MonkeyPatch) -> None:
+def test_removal_leaves_only_the_framework(machine: Machine, package: Path, framework: Framework, command: str,
+                                           state: str, monkeypatch: pytest.MonkeyPatch) -> None:
     machine.succeed("--install", package)
     tool = installed_tool(machine, framework, monkeypatch)
     assert tool.run(STAGED).status == 0
     machine.succeed(command, f"{PACKAGE}:{machine.architecture}")
     assert machine.files() == set()
     assert machine.state() == state
-    # The framework, and a session in it, belong to the operator.
-    assert framework.read(SESSION) == "0:/opt/qor/models/pump.xml\n"
-    assert framework.path(LOCK).exists()
+    # The package does not own the framework, nor a session in it.
+    assert framework.read(SESSION) == f"0:{PUMP}\n"
+    assert framework.read(LOCK) == "alpha"
 
 
 def test_purge_disables_the_recovery_unit(machine: Machine, package: Path) -> None:
@@ -184,10 +184,10 @@ def test_purge_disables_the_recovery_unit(machine: Machine, package: Path) -> No
     assert not wanted.is_symlink()
 
 
-def test_build_elsewhere_gives_the_same_bytes(built: dict[str, Path], tmp_path: Path) -> None:
+def test_build_is_reproducible_in_another_directory(built: dict[str, Path], tmp_path: Path) -> None:
     clone = tmp_path / "somewhere" / "else"
     packages.run("git", "clone", "--quiet", PROJECT, clone)
-    # The working tree may be ahead of what is committed.
+    # The working tree may differ from the last commit.
     tracked = packages.run("git", "-C", PROJECT, "ls-files", "-z", "--cached", "--others", "--exclude-standard")
     for name in filter(None, tracked.split("\0")):
         (clone / name).parent.mkdir(parents=True, exist_ok=True)

@@ -1,4 +1,4 @@
-"""The archive of the portable programs: complete, and in need of a C library only."""
+"""The archive of the portable programs: its content, and that the programs need only a C library."""
 from __future__ import annotations
 
 import re
@@ -15,14 +15,14 @@ DOCUMENTS = "share/doc/qor-mim-tool"
 
 @pytest.fixture(scope="module", params=[name for name in ("amd64", "armhf") if name in packages.ARCHITECTURES])
 def unpacked(request: pytest.FixtureRequest, tmp_path_factory: pytest.TempPathFactory) -> Path:
-    """The archive of an architecture, made from this checkout and unpacked."""
+    """The archive of an architecture, built from this checkout and unpacked."""
     archive = packages.run(PROJECT / "scripts" / "portable", request.param).splitlines()[-1]
     directory = tmp_path_factory.mktemp("portable")
     packages.run("tar", "--extract", "--file", archive, "--directory", directory)
     return directory / f"qor-mim-tool-{version()}-{request.param}"
 
 
-def test_portable_build_holds_what_the_package_holds(unpacked: Path) -> None:
+def test_archive_contains_the_files_of_the_package(unpacked: Path) -> None:
     files = {str(path.relative_to(unpacked)) for path in unpacked.rglob("*") if path.is_file()}
     programs = {name.format(program) for program in ("qor_mim_tool", "qor_mim_ctl")
                 for name in ("sbin/{}", "share/man/man8/{}.8", "share/bash-completion/completions/{}",
@@ -32,7 +32,7 @@ def test_portable_build_holds_what_the_package_holds(unpacked: Path) -> None:
     assert not [name for name in files if "development" in name]
 
 
-def test_portable_build_names_all_that_is_linked_in(unpacked: Path) -> None:
+def test_archive_lists_every_linked_library_with_its_licence(unpacked: Path) -> None:
     licences = unpacked / DOCUMENTS / "licences"
     versions = (licences / "VERSIONS").read_text(encoding="utf-8").splitlines()
     linked = {line.split()[0] for line in versions if re.fullmatch(r"\S+ \d\S+", line)}
@@ -41,11 +41,11 @@ def test_portable_build_names_all_that_is_linked_in(unpacked: Path) -> None:
         "VERSIONS", "qor-mim-tool", *linked}
 
 
-def test_portable_build_names_nothing_that_it_lacks(unpacked: Path) -> None:
+def test_documents_name_no_file_that_the_archive_lacks(unpacked: Path) -> None:
     assert packages.dead_references(unpacked / DOCUMENTS, unpacked) == []
 
 
-def test_portable_programs_need_only_the_stated_c_library(unpacked: Path) -> None:
+def test_programs_need_only_the_stated_c_library(unpacked: Path) -> None:
     stated = re.search(r"as new as GLIBC ([\d.]+)", (unpacked / "README").read_text(encoding="utf-8"))
     assert stated is not None
     for program in (unpacked / "sbin").iterdir():
