@@ -109,14 +109,14 @@ TEST_F(Application, RunsWithoutAnEditorInAnInvalidEnvironment)
 
     const ToolRun run = runTool({"--status"});
 
+    const std::string reason = "not a directory: " + framework.path() + "/models/file/etc";
     EXPECT_EQ(run.status, 0);
-    ASSERT_EQ(run.log.size(), 4U);
-    EXPECT_EQ(run.log[0], info({"There are no pending actions."})[0]);
-    EXPECT_EQ(run.log[1].second.find("Unable to create directory structure: "), 0U);
-    EXPECT_EQ(run.log[2], std::make_pair(4, std::string("Invaild environment, exiting.")));
-    EXPECT_EQ(run.log[3], info({COMPLETED})[0]);
-    ASSERT_EQ(run.systemLog.size(), 2U);
-    EXPECT_EQ(run.systemLog[1], std::make_pair(4, std::string("Invalid Environment, exiting")));
+    EXPECT_EQ(run.log, (Messages{{6, "There are no pending actions."},
+                                 {4, "Unable to create directory structure: " + reason},
+                                 {4, "Invaild environment, exiting."},
+                                 {6, COMPLETED}}));
+    EXPECT_EQ(run.systemLog,
+              (Messages{{4, "unable to create directory structure " + reason}, {4, "Invalid Environment, exiting"}}));
 }
 
 } // namespace

@@ -204,10 +204,12 @@ TEST_F(Initialize, CreatesNoEditorInAnInvalidEnvironment)
 
     EXPECT_EQ(impl.parser(), nullptr);
     EXPECT_FALSE(impl.request().newSession);
-    ASSERT_EQ(log.messages().size(), 2U);
-    EXPECT_EQ(log.messages()[1], (Messages{{Poco::Message::PRIO_WARNING, "Invaild environment, exiting."}})[0]);
-    ASSERT_EQ(systemLog.messages().size(), 2U);
-    EXPECT_EQ(systemLog.messages()[1], (Messages{{LOG_WARNING, "Invalid Environment, exiting"}})[0]);
+    const std::string reason = "not a directory: " + framework.path() + "/models/file/etc";
+    EXPECT_EQ(log.messages(),
+              (Messages{{Poco::Message::PRIO_WARNING, "Unable to create directory structure: " + reason},
+                        {Poco::Message::PRIO_WARNING, "Invaild environment, exiting."}}));
+    EXPECT_EQ(systemLog.messages(), (Messages{{LOG_WARNING, "unable to create directory structure " + reason},
+                                              {LOG_WARNING, "Invalid Environment, exiting"}}));
 }
 
 // ---- Handlers ----

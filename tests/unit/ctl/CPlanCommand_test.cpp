@@ -174,8 +174,10 @@ TEST_F(PlanCommand, EscapesTheDifferenceForATerminal)
 
     const Answer answer = plan({{"add", pump}});
 
-    EXPECT_NE(answer.text.find("\n \\x1b[1m\n+" + pump + "\n"), std::string::npos) << answer.text;
-    EXPECT_NE(diffOf(answer, "model_file_list.cfg").find("\n \x1B[1m\n"), std::string::npos);
+    const std::string head = "--- model_file_list.cfg\n+++ model_file_list.cfg\n@@ -1 +1,2 @@\n ";
+    EXPECT_EQ(answer.text, "would-succeed\n  done     --addModelFile=" + pump + "\nvalidator: absent\n" + head +
+                               "\\x1b[1m\n+" + pump + "\n");
+    EXPECT_EQ(diffOf(answer, "model_file_list.cfg"), head + "\x1B[1m\n+" + pump + "\n");
 }
 
 TEST_F(PlanCommand, ThrowsWithoutALiveFile)

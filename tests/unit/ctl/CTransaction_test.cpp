@@ -252,31 +252,27 @@ TEST_F(Transaction, CommitUndoesEverythingAroundALockedFile)
 
 TEST_F(Transaction, CommitUndoesEverythingWhicheverSyncFails)
 {
-    int spared = 0;
-    for (bool hasFailed = true; hasFailed; ++spared)
+    const std::string directory =
+        "Cannot write file: " + directoryOf(framework.lock()) + "/; the previous files are back";
+    const std::string session = "Cannot write file: " + framework.session() + "; the previous files are back";
+    std::vector<std::string> failures;
+    for (bool hasFailed = true; hasFailed;)
     {
-        SCOPED_TRACE(spared);
+        SCOPED_TRACE(failures.size());
         CTransaction another(framework.path(), BEFORE, AFTER, silentLogger());
         ASSERT_TRUE(another.open());
-        const FailingCall failing("fsync", directoryOf(framework.lock()), EIO, spared, 1);
-        try
-        {
-            static_cast<void>(another.commit(QUEUE));
-        }
-        catch (const std::runtime_error& exc)
-        {
-            const std::string failure = exc.what();
-            EXPECT_EQ(failure.rfind("Cannot write file: " + directoryOf(framework.lock()) + "/", 0), 0U) << failure;
-            EXPECT_NE(failure.find("; the previous files are back"), std::string::npos) << failure;
-        }
+        const FailingCall failing("fsync", directoryOf(framework.lock()), EIO, static_cast<int>(failures.size()), 1);
+        const std::string failure = thrownBy([&] { static_cast<void>(another.commit(QUEUE)); });
         hasFailed = failing.failures() > 0;
         if (hasFailed)
         {
+            failures.push_back(failure);
             expectUntouched();
         }
     }
-    // The removal of the lock file comes last.
-    EXPECT_GT(spared, 5);
+    // The last one is that of the removal of the lock file.
+    EXPECT_EQ(failures, (std::vector<std::string>{directory, directory, directory, session, directory, directory,
+                                                  directory, directory}));
     EXPECT_EQ(now().live, AFTER);
 }
 

@@ -407,12 +407,8 @@ TEST_F(Environment, ValidateFailsForAFileInPlaceOfAParent)
 
     EXPECT_FALSE(impl.validateEnvironment());
 
-    ASSERT_EQ(log.messages().size(), 1U);
-    EXPECT_EQ(log.messages()[0].first, Message::PRIO_WARNING);
-    const std::string prefix = "Unable to create directory structure: ";
-    ASSERT_EQ(log.messages()[0].second.substr(0, prefix.size()), prefix);
-    const std::string reason = log.messages()[0].second.substr(prefix.size());
-    EXPECT_NE(reason.find(framework.path() + "/models/file"), std::string::npos);
+    const std::string reason = "not a directory: " + framework.path() + "/models/file/etc";
+    EXPECT_EQ(log.messages(), (Messages{{Message::PRIO_WARNING, "Unable to create directory structure: " + reason}}));
     EXPECT_EQ(systemLog.messages(), (Messages{{LOG_WARNING, "unable to create directory structure " + reason}}));
 }
 
