@@ -375,11 +375,8 @@ def test_apply_undoes_everything_on_a_full_disk(backups: Framework, tool: Sandbo
     assert seen == {0, 4}
 
 
-@pytest.mark.parametrize("options", [[], ["--handler=h"], ["--add="], ["--add"], ["--wait=x", "--add=/a"],
-                                     ["--wait=", "--add=/a"], ["--wait=1", "--wait=2", "--add=/a"], ["--wait=60"],
-                                     ["--add=/a", "--mo-version=1"], ["--remove=/a", "--handler=h", "--tr-version=1"],
-                                     ["--add=/a", "stray"], ["--add=/a", "--handler="], ["--dry-run", "--add=/a"],
-                                     ["--add=/a", "--handler=h", "--handler=h"], ["--json", "--add=/a"]])
+@pytest.mark.parametrize("options", [[], ["--wait=x", "--add=/a"], ["--add=/a", "--mo-version=1"],
+                                     ["--add=/a", "--handler="], ["--add=/a", "stray"], ["--dry-run", "--add=/a"]])
 def test_apply_rejects_wrong_options(framework: Framework, tool: Sandbox, options: list[str]) -> None:
     """A wrong command line is reported before anything is done."""
     before = framework.snapshot()

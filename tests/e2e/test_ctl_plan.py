@@ -148,36 +148,23 @@ def test_plan_succeeds_for_actions_in_effect(tool: Sandbox) -> None:
 
 
 @pytest.mark.parametrize("options, reason", [
-    ([f"--add={MISSING}"], "does not exist"),
-    (["--remove=/gone"], "does not exist"),
-    ([f"--add={ROOTLESS}", "--handler=h"], "no root class"),
-    ([f"--add={NAMELESS}", "--handler=h"], "no root class"),
-    ([f"--add={BROKEN}", "--handler=h"], "no root class"),
-    ([f"--add={AUX}", "--handler=h"], "served by another handler: auxHandler"),
-    ([f"--remove={BASE}", "--handler=auxHandler"], "served by another handler: baseHandler"),
-    ([f"--remove={BASE}", "--handler=nosuch"], "served by another handler: baseHandler"),
-    (["--add=/opt/qor/models"], "part of another line"),
-    (["--remove=/opt/qor/models/pump"], "part of another line"),
-    (["--add=/a|b"], "the path holds"),
-    ([f"--add={VALVE}", "--handler=a:b"], "the handler's name holds"),
-    ([f"--add={VALVE}", "--handler=h", "--mo-version=1|2"], "a version holds"),
-    ([f"--add={VALVE}", "--handler=h", "--tr-version=1\x1b"], "control character"),
-    ([f"--add={VALVE}", "--handler= h"], "white space"),
-    (["--add= x"], "white space"),
-    ([f"--add={VALVE}", "--handler=\udcff"], "no UTF-8"),
-    ([f"--remove={BASE}", "--handler=baseHandler", f"--remove={AUX}", "--handler=auxHandler"], "last handler stays"),
+    ([f"--add={MISSING}"], "the model file does not exist"),
+    ([f"--add={NAMELESS}", "--handler=h"], "the model file has no root class, or cannot be read"),
+    ([f"--remove={BASE}", "--handler=nosuch"], "the root class Base is served by another handler: baseHandler"),
+    ([f"--add={VALVE}", "--handler=\udcff"], "the handler's name is no UTF-8"),
+    ([f"--remove={BASE}", "--handler=baseHandler", f"--remove={AUX}", "--handler=auxHandler"],
+     "the model or its handler cannot be removed, the last handler stays"),
 ])
 def test_plan_refuses_what_apply_would_refuse(framework: Framework, tool: Sandbox, options: list[str],
                                               reason: str) -> None:
-    framework.write("models/pump", "")
-    framework.write(LIST, f"{BASE}\n/gone\n/opt/qor/models/pump\n{PUMP}.old\n")
+    framework.write(LIST, f"{BASE}\n{AUX}\n")
     before = framework.snapshot()
 
     plan = companion.answer(tool, "plan", *options)
 
     assert (plan["status"], plan["result"], plan["validator"]) == (1, "would-fail", "not-asked")
     assert plan["actions"][-1]["result"] == "failed"
-    assert reason in plan["actions"][-1]["messages"][-1]
+    assert plan["actions"][-1]["messages"][-1] == reason
     assert framework.snapshot() == before
 
 
@@ -203,9 +190,7 @@ def test_plan_prints_text(tool: Sandbox) -> None:
         f"qor_mim_ctl: failed: --addModelFile={MISSING}\n", [])
 
 
-@pytest.mark.parametrize("options", [["--handler=h"], ["--add="], ["--wait=1"], ["--add=/a", "--mo-version=1"],
-                                     ["--remove=/a", "--handler=h", "--tr-version=1"], ["--add=/a", "stray"],
-                                     ["--add=/a", "--handler=h", "--handler=h"], ["--unknown"]])
+@pytest.mark.parametrize("options", [["--handler=h"], ["--add=/a", "--mo-version=1"], ["--wait=1"], ["--unknown"]])
 def test_plan_rejects_wrong_options(framework: Framework, tool: Sandbox, options: list[str]) -> None:
     """A wrong command line is reported before anything is done."""
     before = framework.snapshot()
