@@ -211,13 +211,13 @@ def test_show_reports_3000_handlers_and_models(framework: Framework, tool: Sandb
     assert len(answer["handlers"]) == count
 
 
-@pytest.mark.parametrize("words", [("--wait=1",), ("--json", "--json"), ("--qor-path=",), ("extra",), ("--add=/m",)])
-def test_show_rejects_options_of_other_commands(tool: Sandbox, framework: Framework, words: tuple[str, ...]) -> None:
+@pytest.mark.parametrize("option", ["--wait=1", "--add=/m"])
+def test_show_rejects_options_of_other_commands(tool: Sandbox, framework: Framework, option: str) -> None:
     before = framework.snapshot()
 
-    result = companion.run(tool, "show", *words)
+    assert companion.run(tool, "show", option) == Result(
+        2, "", f"qor_mim_ctl: Unknown option specified: {option.removeprefix('--')} (see qor_mim_ctl --help)\n", [])
 
-    assert (result.status, result.console != "") == (2, True)
     assert framework.snapshot() == before
 
 
@@ -227,7 +227,7 @@ def test_show_fails_when_its_answer_cannot_be_written(tool: Sandbox, output: str
     """The disk is full, or standard output is closed."""
     result = tool.execute("/bin/sh", "-c", f'"$@" {output}', "sh", *companion.command(), "show", *words)
 
-    assert (result.status, result.console) == (4, "qor_mim_ctl: the answer could not be written\n")
+    assert result == Result(4, "", "qor_mim_ctl: the answer could not be written\n", [])
 
 
 def test_show_ignores_the_lock_of_another_caller(framework: Framework, tool: Sandbox) -> None:

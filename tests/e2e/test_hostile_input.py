@@ -7,7 +7,8 @@ from xml.etree import ElementTree
 
 import pytest
 
-from expect import COMPLETED, FAILED, NEW_SESSION, NOTHING_PENDING, WARNING, Bare, answer, staged, warning
+from expect import (COMPLETED, DEBUG, FAILED, NEW_SESSION, NOTHING_PENDING, ROLLING_BACK, UPDATED, WARNING, Bare,
+                    answer, critical, error, staged, warning)
 from framework import (AGENT, BASE, CONFIG, CONFIG_TMP, LIST, LIST_TMP, LOCK, PUMP, SESSION, VALIDATOR, Framework,
                        config, installed, participant)
 from sandbox import Result, Sandbox
@@ -16,6 +17,7 @@ pytestmark = pytest.mark.unsound("what the stories begin with is broken")
 
 WORLD = "models/hostile.xml"
 HOSTILE = installed(WORLD)
+UNREADABLE = "Unable to parse and get the root class name from the model file."
 
 
 def exited(result: Result) -> bool:
@@ -94,20 +96,17 @@ REFUSED = {
 def test_unreadable_model_is_refused(tool: Sandbox, framework: Framework, content: str | bytes) -> None:
     framework.write(WORLD, content)
     before = live(framework)
-    result = commit_addition(tool, f"--addModelFile={HOSTILE}", "--modelHandler=hostileHandler")
-    assert result.status == 255
-    assert FAILED in result.console
-    assert live(framework)[1] == before[1]
-    assert ElementTree.fromstring(framework.read(CONFIG)).find(".//*[@compName='hostileHandler']") is None
+    assert commit_addition(tool, f"--addModelFile={HOSTILE}", "--modelHandler=hostileHandler") == answer(
+        UNREADABLE, "Aborting", FAILED, status=255)
+    assert live(framework) == before
 
 
 @pytest.mark.parametrize("content", REFUSED.values(), ids=REFUSED.keys())
 def test_unreadable_configuration_stays_as_it_is(tool: Sandbox, framework: Framework, content: str | bytes) -> None:
     framework.write(CONFIG, content)
     before = live(framework)
-    result = commit_addition(tool, f"--addModelFile={PUMP}", "--modelHandler=h")
-    assert result.status == 255
-    assert f"Critical: Unable to parse XML file: {installed(CONFIG_TMP)}" in result.console
+    assert commit_addition(tool, f"--addModelFile={PUMP}", "--modelHandler=h") == answer(
+        critical(f"Unable to parse XML file: {installed(CONFIG_TMP)}"), FAILED, status=255)
     assert live(framework) == before
 
 
@@ -135,8 +134,8 @@ ACCEPTED = {
 @pytest.mark.parametrize(("content", "root_class"), ACCEPTED.values(), ids=ACCEPTED.keys())
 def test_unusual_model_is_installed(tool: Sandbox, framework: Framework, content: str | bytes, root_class: str) -> None:
     framework.write(WORLD, content)
-    result = commit_addition(tool, f"--addModelFile={HOSTILE}", "--modelHandler=baseHandler")
-    assert (result.status, COMPLETED in result.console) == (0, True)
+    assert commit_addition(tool, f"--addModelFile={HOSTILE}", "--modelHandler=baseHandler") == answer(
+        "Found handler: baseHandler", COMPLETED)
     assert framework.read(LIST) == f"{BASE}\n{HOSTILE}\n"
     assert root_classes(framework) == ["Base", root_class, "Aux"]
 
@@ -145,14 +144,13 @@ def test_list_of_100_megabytes_is_extended(tool: Sandbox, framework: Framework) 
     line = f"{installed('models/' + 'x' * 90 + '.xml')}\n"
     content = line * ((100 << 20) // len(line))
     framework.write(LIST, content)
-    result = commit_addition(tool, f"--addModelFile={PUMP}")
-    assert (result.status, COMPLETED in result.console) == (0, True)
+    assert commit_addition(tool, f"--addModelFile={PUMP}") == answer(COMPLETED)
     assert framework.path(LIST).read_bytes() == f"{content}{PUMP}\n".encode()
 
 
 def test_list_of_zeros_is_extended(tool: Sandbox, framework: Framework) -> None:
     framework.write(LIST, b"\0" * 10_000)
-    assert commit_addition(tool, f"--addModelFile={PUMP}").status == 0
+    assert commit_addition(tool, f"--addModelFile={PUMP}") == answer(COMPLETED)
     assert framework.path(LIST).read_bytes() == b"\0" * 10_000 + f"{PUMP}\n".encode()
 
 
@@ -326,8 +324,9 @@ def test_misbehaving_agent_is_ignored(tool: Sandbox, framework: Framework, body:
     framework.script(AGENT, "" if body is None else body.format(status=3))
     if body is None:
         framework.write(AGENT, b"\x7fELF nothing")
-    result = tool.run(f"--addModelFile={PUMP}")
-    assert (result.status, COMPLETED in result.console) == (0, True)
+    line = f"--addModelFile={PUMP}"
+    assert tool.run(line) == answer("Exception", "Using QOR path: /opt/qor/", NEW_SESSION, UPDATED, line, COMPLETED,
+                                    path=None, syslog=[(DEBUG, line)])
     assert framework.read(SESSION) == f"0:{PUMP}\n"
 
 
@@ -340,24 +339,23 @@ def test_report_includes_what_a_left_process_writes(tool: Sandbox, framework: Fr
 
 def test_agent_answer_includes_what_a_left_process_writes(tool: Sandbox, framework: Framework) -> None:
     framework.script(AGENT, "{ sleep 0.3; echo qor; } & printf /opt/; exit 0")
-    result = tool.run("--status")
-    assert (result.status, "Using QOR path: /opt/qor\n" in result.console) == (0, True)
+    assert tool.run("--status") == answer(NOTHING_PENDING, COMPLETED)
 
 
 def test_copy_onto_its_own_source_is_refused(tool: Sandbox, framework: Framework) -> None:
     """The library truncates the target before it copies."""
     before = live(framework)
     framework.path(CONFIG_TMP).symlink_to("qor.cfg")
-    result = tool.run(f"--addModelFile={PUMP}")
-    assert result.status == 70
-    assert f"The file would replace itself: {installed(CONFIG_TMP)}" in result.console
+    assert tool.run(f"--addModelFile={PUMP}") == answer(
+        NEW_SESSION, Bare(f"File access error: The file would replace itself: {installed(CONFIG_TMP)}"), status=70)
     assert live(framework) == before
 
 
 def test_backup_that_is_the_live_file_is_not_restored(tool: Sandbox, framework: Framework) -> None:
     before = live(framework)
     framework.path(f"{LIST}.bak").hardlink_to(framework.path(LIST))
-    assert tool.run("--rollback").status == 70
+    assert tool.run("--rollback") == answer(
+        ROLLING_BACK, Bare(f"File access error: The file would replace itself: {installed(LIST)}"), status=70)
     assert live(framework) == before
 
 
@@ -424,8 +422,8 @@ def test_pipe_in_place_of_a_file_is_not_waited_for(tool: Sandbox, framework: Fra
 def test_model_that_is_a_pipe_is_not_waited_for(tool: Sandbox, framework: Framework) -> None:
     os.mkfifo(framework.path("models/pipe.xml"))
     framework.session(f"3:{installed('models/pipe.xml')}|pumpHandler|1|1\n")
-    result = tool.run("--commit", timeout=20)
-    assert (result.status, "ConsoleLogger: Error: Error opening/reading file\n" in result.console) == (255, True)
+    assert tool.run("--commit", timeout=20) == answer(
+        error("Error opening/reading file"), UNREADABLE, "Aborting", FAILED, status=255)
 
 
 @pytest.mark.parametrize("name", [SESSION, LOCK, LIST_TMP, CONFIG_TMP])
