@@ -172,7 +172,7 @@ TEST_F(RecoveryProperties, FindsNothingTheSecondTime)
     }
 }
 
-TEST_F(RecoveryProperties, ReachesTheSameEndAfterAnInterruption)
+TEST_F(RecoveryProperties, ReachesTheSameEndWhenInterrupted)
 {
     for (int state = 0; state < STATES && !HasFatalFailure(); ++state)
     {
@@ -187,7 +187,7 @@ TEST_F(RecoveryProperties, ReachesTheSameEndAfterAnInterruption)
     }
 }
 
-TEST_F(RecoveryProperties, ReachesTheEndOfAnAnswerAfterAnInterruption)
+TEST_F(RecoveryProperties, ReachesTheEndOfAnAnswerWhenInterrupted)
 {
     for (int state = 0; state < STATES && !HasFatalFailure(); ++state)
     {
