@@ -47,7 +47,7 @@ class Shell:
         return self.press_tab(line)[0]["line"].removeprefix(self.program)
 
     def candidates(self, line: str) -> set[str]:
-        """All that may stand in the place of the last word, as the tool would get it, without ``--option=``."""
+        """All candidates for the last word, as the tool would get them, without ``--option=``."""
         before, _, last = line.rpartition(" ")
         option, equals, _ = last.partition("=")
         words = shlex.split(self.press_tab(line)[0]["all"].removeprefix(self.program))[len(shlex.split(before)):]
@@ -67,7 +67,7 @@ def companion(shell: Shell) -> Shell:
 
 
 def names(candidates: set[str]) -> set[str]:
-    """Options without the mark that a value follows."""
+    """Options without the ``=`` before a value."""
     return {candidate.rstrip("=") for candidate in candidates}
 
 

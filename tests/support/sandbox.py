@@ -162,7 +162,7 @@ def _bwrap(view: View) -> list[str]:
 
 def _proot(view: View) -> list[str]:
     # proot creates a missing mount point on the machine itself, and leaves it there when it is killed. So /opt and /dev
-    # are directories of ours with all mount points.
+    # are scratch directories with all mount points.
     binds = [(view.work, WORK), (view.log, LOG)]
     binds += [(path, str(path)) for path in map(Path, DEVICES) if path.exists()]
     binds += [(path, str(path)) for path in view.readable if path.is_relative_to("/opt")]
@@ -239,7 +239,7 @@ def parse_datagram(data: bytes) -> LogLine:
 
 
 class LogSocket:
-    """A system log of our own.  A thread reads it continuously, since ``syslog`` blocks when the queue is full."""
+    """A private system log.  A thread reads it continuously, since ``syslog`` blocks when the queue is full."""
 
     def __init__(self, path: Path):
         self.path = path

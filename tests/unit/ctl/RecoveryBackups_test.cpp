@@ -23,7 +23,7 @@ protected:
         return after;
     }
 
-    /// Nobody can tell; a commit cut short loses them.
+    /// The files are ambiguous: an interrupted commit, whose backups are removed, or none.
     void expectAsked()
     {
         expectUnclear(

@@ -191,7 +191,7 @@ protected:
         now.workingCopy = committed;
     }
 
-    /// Besides, it has installed the list.
+    /// The commit has also installed the list.
     void givenInstalledList()
     {
         givenEdited();
@@ -552,7 +552,7 @@ TEST_F(RecoveryCommit, AsksWhenNoCompleteCopyExists)
     expectAssumed(Assumption::NOTHING, Found::NOTHING, now);
 }
 
-// ---- What can be read in two ways ----
+// ---- Ambiguous states ----
 
 TEST_F(RecoveryCommit, AsksWhetherTheListIsInstalledOrStagedAnew)
 {

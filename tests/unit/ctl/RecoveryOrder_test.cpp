@@ -9,7 +9,7 @@ namespace
 
 using Lines = std::vector<std::string>;
 
-/// Every interruption of these orders is tried in RecoveryProperties.
+/// RecoveryProperties interrupts these orders after every step.
 class RecoveryOrder : public RecoveryTest
 {
 protected:

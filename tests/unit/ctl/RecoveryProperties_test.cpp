@@ -11,7 +11,7 @@ namespace
 
 using Text = std::optional<std::string>;
 
-/// What holds for every state of the files, tried on states put together at random.
+/// Properties that hold for every state of the files, checked with random states.
 class RecoveryProperties : public RecoveryTest
 {
 protected:
@@ -59,14 +59,14 @@ protected:
         return from[chance() % from.size()];
     }
 
-    /// Whether nothing is left to be done, or asked.
+    /// What a second recovery finds after `recovery`.
     Found foundAfter(const Recovery& recovery)
     {
         now = recovery.after;
         return read(assumption).found;
     }
 
-    /// Whether there is the file at `path`, which is no file of the session.
+    /// Whether the file at `path`, which is no session file and no lock file, exists.
     static bool isThere(const std::string& path, const FrameworkContents& contents)
     {
         const bool isCopy = path.find(".tmp") != std::string::npos;
@@ -75,8 +75,8 @@ protected:
         return (path.find("qor.cfg") != std::string::npos ? pair.configuration : pair.list).has_value();
     }
 
-    /// Interrupts the recovery of the files `before` behind each of its steps: what is left is read to the same end, or
-    /// asked about where the end itself is. The validator says the same of the same list, and anything of another one.
+    /// Interrupts the recovery of the files `before` after each of its steps. A second recovery must reach the same
+    /// end, or ask if the end itself is unclear. On another live list the validator may give either verdict.
     void expectSameEnd(const FrameworkContents& before, const Recovery& recovery)
     {
         CRecoveryMemory memory(facts);
@@ -106,9 +106,9 @@ protected:
         }
     }
 
-    /// Whether the end of a rollback, the backups, is not that of what its first step leaves. The list is torn; once
-    /// the edited document, which hides that it was the session's, is replaced, both are those of the session. With the
-    /// list first, nothing is torn any more.
+    /// Whether a rollback that is interrupted after its first step may end with the files of the session instead of the
+    /// backups. The list is torn; once the edited document is replaced, the list may be taken for the session's. With
+    /// the list replaced first, nothing would be torn any more.
     bool isSessionFoundOnTheWay(const FrameworkContents& before, const Recovery& recovery) const
     {
         return assumption == Assumption::ROLLBACK && before.lock && recovery.after.live == before.backup &&

@@ -88,7 +88,7 @@ TEST_F(RecoveryUnlocked, FindsNothingWithALastLineWithoutLineFeed)
     expectNothing();
 }
 
-// ---- What is left of a session ----
+// ---- Leftovers of a session ----
 
 TEST_F(RecoveryUnlocked, DropsASessionFile)
 {
@@ -204,7 +204,7 @@ TEST_F(RecoveryUnlocked, FinishesARollbackBesideSessionLeftovers)
     expectClear(Found::ROLLBACK_INTERRUPTED, rolledBack);
 }
 
-// ---- What can be read in two ways ----
+// ---- Ambiguous states ----
 
 TEST_F(RecoveryUnlocked, AsksForARollbackOrACommitOfTheSameList)
 {
@@ -279,7 +279,7 @@ TEST_F(RecoveryUnlocked, AsksWhatBrokeADocumentBesideAnEqualList)
     expectAssumed(Assumption::ROLLBACK, Found::ROLLBACK_INTERRUPTED, rolledBack);
 }
 
-// ---- What is whole nowhere ----
+// ---- No complete file ----
 
 TEST_F(RecoveryUnlocked, AsksWhenNoCompleteListExists)
 {
