@@ -215,13 +215,23 @@ void CTransaction::restoreBackups()
 {
     if (!_configurationBackup->isInPlace() || !_listBackup->isInPlace())
     {
-        static_cast<void>(_impl.backupFiles());
+        ensureWorkingCopies();
         removeFile(_paths.sessionFile());
         removeBackups();
         static_cast<void>(_listBackup->putBack());
         static_cast<void>(_configurationBackup->putBack());
     }
     _areBackupsTouched = false;
+}
+
+/// Where the disk is full there may be no room to make them anew.
+void CTransaction::ensureWorkingCopies()
+{
+    if (readIfThere(_paths.configuration().workingCopy) != _configuration->content() ||
+        readIfThere(_paths.modelFileList().workingCopy) != _list->content())
+    {
+        static_cast<void>(_impl.backupFiles());
+    }
 }
 
 /// As when the tool drops a session, the working copy of the configuration is removed last, here by restoreLeftovers: a

@@ -56,6 +56,7 @@ private:
     void undo();
     void restoreLiveFiles();
     void restoreBackups();
+    void ensureWorkingCopies();
     void close();
     void removeLock();
     void restoreLeftovers() const;

@@ -324,6 +324,18 @@ TEST_F(Transaction, CommitUndoesEverythingAfterASignal)
     expectUntouched();
 }
 
+TEST_F(Transaction, CommitKeepsItsWorkingCopiesForTheUndo)
+{
+    const CSignalCatcher catcher;
+    ASSERT_TRUE(transaction.open());
+    ASSERT_EQ(::raise(SIGTERM), 0);
+    const FailingCall failing("rename", framework.configuration(".tmp"), ENOSPC);
+
+    EXPECT_EQ(failureOf(transaction), "Signal received: ended by the signal 15; the previous files are back");
+
+    expectUntouched();
+}
+
 TEST_F(Transaction, CommitStopsWhenAnotherRunEndsItsSession)
 {
     installation.setValidator("rm " + framework.lock() + "; exit 1");
