@@ -10,6 +10,8 @@
 #include <unistd.h>
 
 #include <array>
+#include <filesystem>
+#include <system_error>
 
 namespace QMT
 {
@@ -64,6 +66,16 @@ bool CKeptFile::isInPlace() const
     std::string content;
     return ::stat(_path.c_str(), &now) == 0 && now.st_dev == _status.st_dev && now.st_ino == _status.st_ino &&
            readWholeFile(_path, content) == ReadResult::READ && content == _content;
+}
+
+void CKeptFile::freeRoom() const
+{
+    struct stat now = {};
+    if (_content && ::fstat(_file, &now) == 0 && now.st_nlink == 0)
+    {
+        std::error_code ignored;
+        std::filesystem::resize_file(nameOf(_file), 0, ignored);
+    }
 }
 
 std::vector<std::string> CKeptFile::putBack() const

@@ -29,6 +29,10 @@ public:
     /// Whether it has neither been replaced nor changed, or is still missing.
     bool isInPlace() const;
 
+    /// Gives the room on the disk back that the file takes after its removal; it can still be put back. Does nothing
+    /// while the file has a name, and without permission to write it.
+    void freeRoom() const;
+
     /// Restores the file, access and modification times included, unless it is in place; removes it when it was
     /// missing. The content, or the removal, is synced on return. Returns the attributes that could not be kept, one
     /// line each. Throws like replaceFile.

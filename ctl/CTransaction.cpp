@@ -151,6 +151,9 @@ void CTransaction::makeBackups()
 {
     _areBackupsTouched = true;
     removeBackups();
+    // The old backups would take the room of the new ones as long as they are open.
+    _configurationBackup->freeRoom();
+    _listBackup->freeRoom();
     _impl.cfgBackup();
 }
 

@@ -10,6 +10,7 @@
 
 #include <cerrno>
 #include <filesystem>
+#include <fstream>
 
 namespace QMT::Test
 {
@@ -83,6 +84,44 @@ TEST_F(KeptFile, PutBackLeavesAFileThatIsInPlace)
 
     EXPECT_EQ(status().st_ino, before.st_ino);
     EXPECT_EQ(readFile(path), "as it was");
+}
+
+TEST_F(KeptFile, FreeRoomEmptiesARemovedFile)
+{
+    writeFile(path, "as it was");
+    std::filesystem::permissions(path, std::filesystem::perms(0640));
+    const CKeptFile kept(path);
+    std::ifstream removed(path);
+    std::filesystem::remove(path);
+
+    kept.freeRoom();
+
+    EXPECT_EQ(removed.seekg(0, std::ios::end).tellg(), 0);
+    EXPECT_TRUE(kept.putBack().empty());
+    EXPECT_EQ(readFile(path), "as it was");
+    EXPECT_EQ(status().st_mode & 07777U, 0640U);
+}
+
+TEST_F(KeptFile, FreeRoomLeavesAFileThatHasAName)
+{
+    const std::string other = directory.path("other");
+    writeFile(path, "as it was");
+    std::filesystem::create_hard_link(path, other);
+    const CKeptFile kept(path);
+    std::filesystem::remove(path);
+
+    kept.freeRoom();
+
+    EXPECT_EQ(readFile(other), "as it was");
+}
+
+TEST_F(KeptFile, FreeRoomDoesNothingForAMissingFile)
+{
+    const CKeptFile kept(path);
+
+    kept.freeRoom();
+
+    EXPECT_FALSE(exists(path));
 }
 
 TEST_F(KeptFile, IsInPlaceTellsAReplacedOrChangedFile)

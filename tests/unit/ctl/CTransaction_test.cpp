@@ -15,6 +15,7 @@
 #include <cerrno>
 #include <csignal>
 #include <filesystem>
+#include <fstream>
 #include <stdexcept>
 
 namespace QMT::Test
@@ -334,6 +335,18 @@ TEST_F(Transaction, CommitKeepsItsWorkingCopiesForTheUndo)
     EXPECT_EQ(failureOf(transaction), "Signal received: ended by the signal 15; the previous files are back");
 
     expectUntouched();
+}
+
+TEST_F(Transaction, CommitFreesTheRoomOfEarlierBackups)
+{
+    std::ifstream configuration(framework.configuration(".bak"));
+    std::ifstream list(framework.list(".bak"));
+    ASSERT_TRUE(transaction.open());
+
+    static_cast<void>(transaction.commit(QUEUE));
+
+    EXPECT_EQ(configuration.seekg(0, std::ios::end).tellg(), 0);
+    EXPECT_EQ(list.seekg(0, std::ios::end).tellg(), 0);
 }
 
 TEST_F(Transaction, CommitStopsWhenAnotherRunEndsItsSession)
