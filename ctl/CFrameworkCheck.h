@@ -64,6 +64,7 @@ private:
     void checkInterruption();
     void checkSession();
     void checkForeignSession();
+    std::string foreignRemedy();
     void checkStaleSession();
     void checkLeftover(const std::string& path, const std::optional<std::string>& text);
     void checkSessionFile();

@@ -22,11 +22,21 @@ void CRemedies::keepEqual(const std::string& live, const std::string& workingCop
 
 std::string CRemedies::call(const std::string& words)
 {
-    if (!_qorPathOption)
+    return "qor_mim_ctl " + words + (isFoundWithoutOption() ? "" : " --qor-path=" + shellWord(_qorPath));
+}
+
+std::string CRemedies::commit()
+{
+    return "qor_mim_tool --commit" + (isFoundWithoutOption() ? "" : ", called so that it works on " + _qorPath);
+}
+
+bool CRemedies::isFoundWithoutOption()
+{
+    if (!_isFound)
     {
-        _qorPathOption = findFramework() == _qorPath ? std::string() : " --qor-path=" + shellWord(_qorPath);
+        _isFound = findFramework() == _qorPath;
     }
-    return "qor_mim_ctl " + words + *_qorPathOption;
+    return *_isFound;
 }
 
 std::string CRemedies::edit(const std::string& path, const std::string& what) const

@@ -23,6 +23,9 @@ public:
     /// directory without it. The first call runs the framework agent to find out.
     std::string call(const std::string& words);
 
+    /// The commit of the open session by the tool, for the same framework.
+    std::string commit();
+
     /// An edit of the file at `path`, described by `what`.
     std::string edit(const std::string& path, const std::string& what) const;
 
@@ -30,10 +33,11 @@ public:
     std::string command(const std::string& path, const std::string& words) const;
 
 private:
+    bool isFoundWithoutOption();
     std::string copyOf(const std::string& path, const std::string& introduction) const;
 
     const std::string _qorPath;
-    std::optional<std::string> _qorPathOption; ///< set by the first call
+    std::optional<bool> _isFound; ///< whether it is found without an option, once that is known
     std::map<std::string, std::string> _workingCopies;
 };
 

@@ -117,7 +117,6 @@ void CFrameworkCheck::checkSession()
     }
     if (_now.lock)
     {
-        checkForeignSession();
         checkStaleSession();
     }
     else
@@ -133,17 +132,41 @@ void CFrameworkCheck::checkSession()
     {
         checkLiveChanged(file);
     }
+    if (_now.lock)
+    {
+        checkForeignSession();
+    }
 }
 
 void CFrameworkCheck::checkForeignSession()
 {
-    if (_owner.mayBeOurs())
+    if (!_owner.mayBeOurs())
     {
-        return;
+        add(FindingId::SESSION_FOREIGN, _paths.lockFile(), "the host " + _owner.host + " has a session open",
+            foreignRemedy());
     }
-    const std::string command = _owner.isApply ? _remedies.call("recover") : "qor_mim_tool --commit";
-    add(FindingId::SESSION_FOREIGN, _paths.lockFile(), "the host " + _owner.host + " has a session open",
-        onOwnersHost(command));
+}
+
+/// A commit passes over what it cannot read of a session, and drops all of one when a live file has been changed.
+std::string CFrameworkCheck::foreignRemedy()
+{
+    if (_owner.isApply)
+    {
+        return onOwnersHost(_remedies.call("recover"));
+    }
+    std::string remedy;
+    for (const Finding& finding : _findings)
+    {
+        if (finding.id == FindingId::SESSION_STALE)
+        {
+            return finding.remedy;
+        }
+        if (finding.id == FindingId::SESSION_INVALID || finding.id == FindingId::LIVE_CHANGED)
+        {
+            remedy += finding.remedy + "; then: ";
+        }
+    }
+    return remedy + onOwnersHost(_remedies.commit());
 }
 
 void CFrameworkCheck::checkStaleSession()

@@ -270,10 +270,28 @@ TEST_F(FrameworkCheck, FindsALockFileAloneOfAnotherHost)
 {
     writeFile(lock, "beta");
 
-    EXPECT_EQ(find(), (Findings{{FindingId::SESSION_FOREIGN, lock, "the host beta has a session open",
-                                 "on the host beta: qor_mim_tool --commit"},
-                                {FindingId::SESSION_STALE, lock, "there is a lock file and no session file",
-                                 "on the host beta: " + RECOVER}}));
+    const std::string remedy = "on the host beta: " + RECOVER;
+    EXPECT_EQ(find(), (Findings{{FindingId::SESSION_FOREIGN, lock, "the host beta has a session open", remedy},
+                                {FindingId::SESSION_STALE, lock, "there is a lock file and no session file", remedy}}));
+}
+
+TEST_F(FrameworkCheck, SuggestsNoCommitThatWouldLoseTheSession)
+{
+    const std::string text = "the host beta has a session open";
+    const std::string commit = "; then: on the host beta: qor_mim_tool --commit";
+
+    givenSession("2:" + model + "\nx:y\n", "beta");
+    Findings found = find();
+    ASSERT_EQ(found.size(), 2U);
+    EXPECT_EQ(found[0], (Finding{FindingId::SESSION_FOREIGN, lock, text, found[1].remedy + commit}));
+    EXPECT_EQ(found[1].id, FindingId::SESSION_INVALID);
+
+    givenSession("2:" + model + "\n", "beta");
+    writeFile(configuration, "<!-- edited -->\n" + configurationWith("Pump"));
+    found = find();
+    ASSERT_EQ(found.size(), 2U);
+    EXPECT_EQ(found[0], (Finding{FindingId::SESSION_FOREIGN, lock, text, found[1].remedy + commit}));
+    EXPECT_EQ(found[1].id, FindingId::LIVE_CHANGED);
 }
 
 TEST_F(FrameworkCheck, FindsAnEmptyLockFile)

@@ -41,6 +41,14 @@ TEST(Remedies, CallNamesAFrameworkThatWouldNotBeFound)
     EXPECT_EQ(remedies.call("recover"), "qor_mim_ctl recover --qor-path='/my framework'");
 }
 
+TEST(Remedies, CommitNamesAFrameworkThatTheToolWouldNotFind)
+{
+    const TemporaryFramework framework;
+
+    EXPECT_EQ(CRemedies(framework.path()).commit(), "qor_mim_tool --commit");
+    EXPECT_EQ(CRemedies("/my framework").commit(), "qor_mim_tool --commit, called so that it works on /my framework");
+}
+
 TEST(Remedies, CallAsksTheAgentOnce)
 {
     const FakeInstallation installation;
