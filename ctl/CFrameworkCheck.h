@@ -59,6 +59,7 @@ private:
     void decideInterruption();
     bool isInterrupted() const;
     std::string recovery(const Predicate& isRecovered);
+    std::string recoveryAtLast(const Predicate& isRecovered);
     std::string onOwnersHost(const std::string& command) const;
     std::string interruptionRemedy();
     void checkInterruption();

@@ -87,6 +87,24 @@ std::string CFrameworkCheck::recovery(const Predicate& isRecovered)
     return std::string();
 }
 
+/// The same, but where there is none the call that does once the live files are whole.
+std::string CFrameworkCheck::recoveryAtLast(const Predicate& isRecovered)
+{
+    std::string remedy = recovery(isRecovered);
+    if (!remedy.empty())
+    {
+        return remedy;
+    }
+    for (const Finding& finding : _findings)
+    {
+        if (finding.id >= FindingId::CONFIGURATION_MISSING && finding.id <= FindingId::LIST_UNREADABLE)
+        {
+            remedy += "for " + finding.file.value() + ": " + finding.remedy + "; then: ";
+        }
+    }
+    return remedy + onOwnersHost(_remedies.call("recover"));
+}
+
 std::string CFrameworkCheck::onOwnersHost(const std::string& command) const
 {
     return _now.lock && !_owner.mayBeOurs() ? "on the host " + _owner.host + ": " + command : command;
@@ -177,16 +195,17 @@ void CFrameworkCheck::checkStaleSession()
     }
     const std::string text =
         _now.session ? "the lock file does not hold the name of a host" : "there is a lock file and no session file";
-    std::string remedy = recovery([](const FrameworkContents& after) { return !after.lock || after.session; });
-    add(FindingId::SESSION_STALE, _paths.lockFile(), text, remedy);
+    add(FindingId::SESSION_STALE, _paths.lockFile(), text,
+        recoveryAtLast([](const FrameworkContents& after) { return !after.lock || after.session; }));
 }
 
 void CFrameworkCheck::checkLeftover(const std::string& path, const std::optional<std::string>& text)
 {
     if (text)
     {
-        add(FindingId::SESSION_LEFTOVER, path, "the file belongs to no session",
-            recovery([](const FrameworkContents& after) { return !after.session && after.workingCopy == FilePair(); }));
+        const auto isDropped = [](const FrameworkContents& after)
+        { return !after.session && after.workingCopy == FilePair(); };
+        add(FindingId::SESSION_LEFTOVER, path, "the file belongs to no session", recoveryAtLast(isDropped));
     }
 }
 

@@ -275,6 +275,29 @@ TEST_F(FrameworkCheck, FindsALockFileAloneOfAnotherHost)
                                 {FindingId::SESSION_STALE, lock, "there is a lock file and no session file", remedy}}));
 }
 
+TEST_F(FrameworkCheck, SuggestsRecoverOnceTheLiveFilesAreThere)
+{
+    std::filesystem::remove(list);
+    writeFile(lock, "alpha");
+
+    EXPECT_EQ(find(),
+              (Findings{{FindingId::LIST_MISSING, list, "the file does not exist", "put it back from a copy of yours"},
+                        {FindingId::SESSION_STALE, lock, "there is a lock file and no session file",
+                         "for " + list + ": put it back from a copy of yours; then: " + RECOVER}}));
+}
+
+TEST_F(FrameworkCheck, SuggestsRecoverOnceTheLiveFilesAreReadable)
+{
+    const std::string mending = "make it a file that the caller may read";
+    const std::string remedy = "for " + list + ": " + mending + "; then: " + RECOVER;
+    std::filesystem::remove(list);
+    std::filesystem::create_directory(list);
+    writeFile(session, "2:" + model + "\n");
+
+    EXPECT_EQ(find(), (Findings{{FindingId::LIST_UNREADABLE, list, "the file cannot be read", mending},
+                                {FindingId::SESSION_LEFTOVER, session, "the file belongs to no session", remedy}}));
+}
+
 TEST_F(FrameworkCheck, SuggestsNoCommitThatWouldLoseTheSession)
 {
     const std::string text = "the host beta has a session open";
