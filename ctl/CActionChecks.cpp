@@ -188,6 +188,11 @@ std::string CActionChecks::refusalOf(const Action& action, const Facts& facts) c
     {
         return "the path is part of another line of the list: " + facts.longerLine;
     }
+    std::error_code error;
+    if (!isRemoval(action) && std::filesystem::is_directory(action.path, error))
+    {
+        return "the path is a directory";
+    }
     if (!hasHandler(action))
     {
         return std::string();

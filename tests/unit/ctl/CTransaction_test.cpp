@@ -332,7 +332,7 @@ TEST_F(Transaction, CommitKeepsItsWorkingCopiesForTheUndo)
     ASSERT_EQ(::raise(SIGTERM), 0);
     const FailingCall failing("rename", framework.configuration(".tmp"), ENOSPC);
 
-    EXPECT_EQ(failureOf(transaction), "Signal received: ended by the signal 15; the previous files are back");
+    EXPECT_EQ(failureOf(transaction), "Signal received: 15; the previous files are back");
 
     expectUntouched();
 }

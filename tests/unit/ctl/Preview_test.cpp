@@ -187,6 +187,13 @@ TEST_F(Previews, TryActionsRefusesAPathInAnotherLine)
     EXPECT_EQ(outcomeOf(addition(pump)), Outcome::SKIPPED);
 }
 
+TEST_F(Previews, TryActionsRefusesToAddADirectory)
+{
+    pair.list = "";
+
+    EXPECT_EQ(refusalOf(addition(framework.path())), "the path is a directory");
+}
+
 TEST_F(Previews, TryActionsRefusesAHandlerWithoutARootClass)
 {
     const std::string rootless = framework.file("rootless.xml", "<m/>");
