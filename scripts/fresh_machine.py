@@ -24,9 +24,9 @@ KEYRING = "debian-archive"
 # The apt options of this machine that configure the access to an archive.
 ACCESS = re.compile(r"^Acquire::(?:https?::|Retries |Check-)")
 
-# Directories that packages write, and virtual file systems. The rest of the root is compared.
-NOT_COMPARED = ("dev/pts", "etc", "lib", "lib32", "lib64", "libx32", "proc", "run/sudo", "sys", "usr", "var/backups",
-                "var/cache", "var/lib", "var/log")
+# Directories that packages write, virtual file systems, and what sudo notes of a first use. The rest is compared.
+NOT_COMPARED = ("dev/pts", "etc", f"home/{USER}/.sudo_as_admin_successful", "lib", "lib32", "lib64", "libx32", "proc",
+                "run/sudo", "sys", "usr", "var/backups", "var/cache", "var/lib", "var/log")
 
 # In a chroot the kernel refuses user namespaces; without CAP_SYS_ADMIN it refuses all others.
 CONFINED = "exec chroot . setpriv --bounding-set=-sys_admin"
