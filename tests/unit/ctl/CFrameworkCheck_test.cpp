@@ -1,5 +1,6 @@
 #include "ctl/CFrameworkCheck.h"
 
+#include "ctl/SessionOwner.h"
 #include "support/FakeHostName.h"
 #include "support/FakeInstallation.h"
 #include "support/Files.h"
@@ -235,6 +236,17 @@ TEST_F(FrameworkCheck, FindsASessionOfAnotherHost)
 
     EXPECT_EQ(find(), (Findings{{FindingId::SESSION_FOREIGN, lock, "the host beta has a session open",
                                  "on the host beta: qor_mim_tool --commit"}}));
+}
+
+TEST_F(FrameworkCheck, FindsAnApplyOfAnotherHostBesideAnUnreadableList)
+{
+    givenSession("2:" + model + "\n", applyLockContent("beta"));
+    putDirectoryAt(list);
+
+    EXPECT_EQ(find(), (Findings{{FindingId::LIST_UNREADABLE, list, "the file cannot be read",
+                                 "make it a file that the caller may read"},
+                                {FindingId::SESSION_FOREIGN, lock, "the host beta has a session open",
+                                 "on the host beta: " + RECOVER}}));
 }
 
 TEST_F(FrameworkCheck, FindsALockFileAlone)
