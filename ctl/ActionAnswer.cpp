@@ -54,11 +54,8 @@ std::optional<Action> fieldsOf(const CommandQueueEntry& entry)
         return std::nullopt;
     }
     Action action;
-    if (!CQorModelToolImpl(&silentLogger()).splitEntry(entry, action))
-    {
-        return std::nullopt;
-    }
-    return action;
+    const bool isSplit = CQorModelToolImpl(&silentLogger()).splitEntry(entry, action);
+    return isSplit ? std::optional<Action>(action) : std::nullopt;
 }
 
 } // namespace

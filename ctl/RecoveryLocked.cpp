@@ -92,7 +92,7 @@ void CRecoveryReading::restoreLive(Recovery& recovery)
 
 void CRecoveryReading::restoreInstalled(Recovery& recovery)
 {
-    const std::vector<std::pair<Answered, std::string>> readings = {
+    const std::vector<std::pair<Answered, const char*>> readings = {
         {isListInstalled(),
          "the list is what the queue makes of its backup: a commit cut short, or actions staged anew"},
         {isConfigurationInstalled(), "the document is what the queue makes of its backup, and the list is not"},

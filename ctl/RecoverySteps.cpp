@@ -13,6 +13,8 @@
 #include <sys/stat.h>
 
 #include <cerrno>
+#include <filesystem>
+#include <system_error>
 
 namespace QMT
 {
@@ -94,15 +96,11 @@ public:
 
     ~CNewDirectory()
     {
-        try
+        if (!_isKept)
         {
-            if (!_isKept)
-            {
-                Poco::File(_path).remove(true);
-            }
-        }
-        catch (const Poco::Exception&) // NOLINT(bugprone-empty-catch): what is left of the copy does no harm
-        {
+            // What is left of the copy does no harm.
+            std::error_code ignored;
+            std::filesystem::remove_all(_path, ignored);
         }
     }
 
