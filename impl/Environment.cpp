@@ -1,6 +1,7 @@
 #include "impl/CQorModelToolImpl.h"
 
 #include "base/ChildProcess.h"
+#include "base/Existence.h"
 #include "base/WholeFile.h"
 
 #include <Poco/Exception.h>
@@ -89,8 +90,8 @@ bool CQorModelToolImpl::useExistingDirectory(const std::string& found, std::stri
 {
     if (!Poco::File(found).exists())
     {
-        // Records that it may exist all the same, when stat fails.
-        static_cast<void>(checkExistence(found));
+        // When stat failed, it may exist all the same, with a session in it.
+        _isSessionUnknown = _isSessionUnknown || existenceOf(found) != Existence::ABSENT;
         return false;
     }
     _logger->information("Using QOR path: " + found);

@@ -376,6 +376,15 @@ protected:
         stage(CmdID::AddModelFile, "a");
     }
 
+    void failToFindFramework(int failures)
+    {
+        std::string directory;
+        const FakeInstallation installation;
+        installation.setAgent("echo " + framework.path());
+        const FailingCall failing("stat", framework.path(), EIO, 0, failures);
+        EXPECT_FALSE(impl.getEnvDir(directory));
+    }
+
     void expectWritingRefused()
     {
         EXPECT_FALSE(impl.saveFIFO());
@@ -421,13 +430,14 @@ TEST_F(EarlierSession, SaveFIFOFailsAfterAnOpenErrorOfTheLock)
 
 TEST_F(EarlierSession, SaveFIFOFailsAfterAStatErrorOfTheFramework)
 {
-    {
-        std::string directory;
-        const FakeInstallation installation;
-        installation.setAgent("echo " + framework.path());
-        const FailingCall failing("stat", framework.path(), EIO);
-        EXPECT_FALSE(impl.getEnvDir(directory));
-    }
+    failToFindFramework(FailingCall::FOREVER);
+
+    expectWritingRefused();
+}
+
+TEST_F(EarlierSession, SaveFIFOFailsAfterATransientStatErrorOfTheFramework)
+{
+    failToFindFramework(1);
 
     expectWritingRefused();
 }
