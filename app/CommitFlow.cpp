@@ -81,15 +81,16 @@ int CQorModelTool::commitSession()
 
 void CQorModelTool::undoRejected()
 {
-    // A concurrent staging call may open a session, even repeatedly, and rollBack changes nothing during a session.
+    // rollBack changes nothing during a session, and a concurrent staging call may open one, even repeatedly. Nor does
+    // it when it cannot see a file that is there.
     const int MAX_ATTEMPTS = 10;
 
     const CSignalBlock block;
     for (int attempt = 0; attempt < MAX_ATTEMPTS; ++attempt)
     {
-        const bool hasLiveList = _impl->rollBack();
+        static_cast<void>(_impl->rollBack());
         _impl->cleanupTmp();
-        if (!hasLiveList || !_impl->hasBackup())
+        if (!_impl->hasBackup())
         {
             return;
         }
