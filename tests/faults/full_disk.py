@@ -17,6 +17,8 @@ import sweep
 
 PAGE = 4096
 PLENTY = 64 << 20
+# The record of mounts would stay on the machine.
+UNRECORDED = "--no-mtab"
 
 
 def can_mount() -> bool:
@@ -33,16 +35,16 @@ def _disk() -> Iterator[Path]:
     with tempfile.TemporaryDirectory(prefix="qmt-") as scratch:
         place = Path(scratch) / "disk"
         place.mkdir()
-        subprocess.run(["mount", "-t", "tmpfs", "-o", f"size={PLENTY}", "tmpfs", str(place)], check=True,
+        subprocess.run(["mount", UNRECORDED, "-t", "tmpfs", "-o", f"size={PLENTY}", "tmpfs", str(place)], check=True,
                        capture_output=True, stdin=subprocess.DEVNULL)
         try:
             yield place
         finally:
-            subprocess.run(["umount", str(place)], check=True, stdin=subprocess.DEVNULL)
+            subprocess.run(["umount", UNRECORDED, str(place)], check=True, stdin=subprocess.DEVNULL)
 
 
 def _resize(place: Path, size: int) -> None:
-    subprocess.run(["mount", "-o", f"remount,size={size}", str(place)], check=True, stdin=subprocess.DEVNULL)
+    subprocess.run(["mount", UNRECORDED, "-o", f"remount,size={size}", str(place)], check=True, stdin=subprocess.DEVNULL)
 
 
 def run(prepared: frameworks.Prepared) -> Iterator[dict[str, Any]]:
