@@ -44,7 +44,8 @@ def _disk() -> Iterator[Path]:
 
 
 def _resize(place: Path, size: int) -> None:
-    subprocess.run(["mount", UNRECORDED, "-o", f"remount,size={size}", str(place)], check=True, stdin=subprocess.DEVNULL)
+    subprocess.run(["mount", UNRECORDED, "-o", f"remount,size={size}", str(place)], check=True,
+                   stdin=subprocess.DEVNULL)
 
 
 def run(prepared: frameworks.Prepared) -> Iterator[dict[str, Any]]:
