@@ -399,15 +399,17 @@ TEST_F(ValidatedCommit, IsUndoneWhicheverStatOfTheListFails)
         SCOPED_TRACE(spared);
         writeFile(framework.list(), "/m/old.xml\n");
         givenSession("0:" + model + "\n");
-        const FailingCall failing("stat", framework.list(), EIO, spared, 1);
-
-        const int status = runTool({"--commit"}).status;
+        int status = 0;
+        {
+            const FailingCall failing("stat", framework.list(), EIO, spared, 1);
+            status = runTool({"--commit"}).status;
+            hasFailed = failing.failures() > 0;
+        }
 
         EXPECT_TRUE(status == -1 || status == 70) << status;
         // An exception ends the run at once; recover then puts the backups back.
         EXPECT_EQ(readFile(framework.list(status == 70 && exists(framework.list(".bak")) ? ".bak" : "")),
                   "/m/old.xml\n");
-        hasFailed = failing.failures() > 0;
     }
 }
 
