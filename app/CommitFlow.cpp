@@ -81,8 +81,8 @@ int CQorModelTool::commitSession()
 
 void CQorModelTool::undoRejected()
 {
-    // rollBack changes nothing during a session, and a concurrent staging call may open one, even repeatedly. Nor does
-    // it when it cannot see a file that is there.
+    // rollBack changes nothing during a session, which a concurrent staging call may open, even repeatedly, and when a
+    // stat fails for a moment.
     const int MAX_ATTEMPTS = 10;
 
     const CSignalBlock block;

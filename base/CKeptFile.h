@@ -29,7 +29,7 @@ public:
     /// Whether it has neither been replaced nor changed, or is still missing.
     bool isInPlace() const;
 
-    /// Gives the room on the disk back that the file takes after its removal; it can still be put back. Does nothing
+    /// Frees the disk space that the file still takes after its removal; it can be put back all the same. Does nothing
     /// while the file has a name, and without permission to write it.
     void freeRoom() const;
 

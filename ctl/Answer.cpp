@@ -11,6 +11,11 @@ Answer Answer::failure(Status status, const std::string& error)
     return answer;
 }
 
+Answer Answer::endedBySignal()
+{
+    return failure(Status::CANNOT, "ended by a signal, and nothing was done");
+}
+
 Poco::JSON::Array::Ptr arrayOf(const std::vector<std::string>& texts)
 {
     Poco::JSON::Array::Ptr array = Poco::makeShared<Poco::JSON::Array>();

@@ -33,6 +33,9 @@ struct Answer
 
     /// An answer for a failure, without keys.
     static Answer failure(Status status, const std::string& error);
+
+    /// The failure of a command that a signal ended before it changed anything.
+    static Answer endedBySignal();
 };
 
 /// The JSON array of `texts`.

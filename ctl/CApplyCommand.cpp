@@ -131,7 +131,7 @@ Answer CApplyCommand::run(const std::string& qorPath)
     static_cast<void>(waitUntil(deadline, isDecided));
     if (isEndRequested())
     {
-        return Answer::failure(Status::CANNOT, "ended by a signal, and nothing was done");
+        return Answer::endedBySignal();
     }
     return isTaken ? runAlone(qorPath, deadline) : Answer::failure(Status::BUSY, lock.holder());
 }
@@ -158,7 +158,7 @@ Answer CApplyCommand::runAlone(const std::string& qorPath, Deadline deadline) co
     }
     if (isEndRequested())
     {
-        return Answer::failure(Status::CANNOT, "ended by a signal, and nothing was done");
+        return Answer::endedBySignal();
     }
     return Answer::failure(Status::BUSY, session);
 }

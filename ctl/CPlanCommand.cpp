@@ -112,7 +112,7 @@ Answer CPlanCommand::run(const std::string& qorPath)
     Answer answer = lookUndisturbed(qorPath, plan);
     if (CSignalCatcher::caught() != 0)
     {
-        return Answer::failure(Status::CANNOT, "ended by a signal, and nothing was done");
+        return Answer::endedBySignal();
     }
     return answer;
 }

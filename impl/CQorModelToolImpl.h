@@ -361,6 +361,7 @@ private:
     static void refuseLinkOfAnother(const std::string& path);
     bool loadSession(std::string& content) const;
     bool checkExistence(const std::string& path);
+    void suspectSession(const std::string& path);
     bool requireFields(const std::string& entry);
     std::string removeLines(const std::string& entry, const std::string& list);
     bool findInstalledDirectory(std::string& dir);

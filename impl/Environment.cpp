@@ -1,7 +1,6 @@
 #include "impl/CQorModelToolImpl.h"
 
 #include "base/ChildProcess.h"
-#include "base/Existence.h"
 #include "base/WholeFile.h"
 
 #include <Poco/Exception.h>
@@ -91,7 +90,7 @@ bool CQorModelToolImpl::useExistingDirectory(const std::string& found, std::stri
     if (!Poco::File(found).exists())
     {
         // When stat failed, it may exist all the same, with a session in it.
-        _isSessionUnknown = _isSessionUnknown || existenceOf(found) != Existence::ABSENT;
+        suspectSession(found);
         return false;
     }
     _logger->information("Using QOR path: " + found);

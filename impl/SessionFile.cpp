@@ -73,6 +73,11 @@ bool CQorModelToolImpl::checkExistence(const std::string& path)
     return existence == Existence::PRESENT;
 }
 
+void CQorModelToolImpl::suspectSession(const std::string& path)
+{
+    _isSessionUnknown = _isSessionUnknown || existenceOf(path) != Existence::ABSENT;
+}
+
 bool CQorModelToolImpl::loadFIFO()
 {
     if (!isFIFOFile())

@@ -1,7 +1,6 @@
 #include "impl/CQorModelToolImpl.h"
 
 #include "base/DiskSync.h"
-#include "base/Existence.h"
 #include "base/WholeFile.h"
 
 #include <Poco/Exception.h>
@@ -79,7 +78,7 @@ bool CQorModelToolImpl::getSessionHost(std::string& host)
             return true;
         }
     }
-    _isSessionUnknown = _isSessionUnknown || existenceOf(path) != Existence::ABSENT;
+    suspectSession(path);
     const std::string text = "Unable to find hostname";
     _logger->warning(text);
     ::syslog(LOG_WARNING, "%s", text.c_str());
