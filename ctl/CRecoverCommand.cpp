@@ -103,7 +103,7 @@ void CRecoverCommand::defineOptions(Poco::Util::OptionSet& options) const
                              "What was interrupted, where the files do not tell: commit, rollback or "
                              "nothing.")
                           .argument("RUN"));
-    options.addOption(Option(FORCE, "", "End the session of another host too."));
+    options.addOption(Option(FORCE, "", "Recover the session of another host too."));
 }
 
 void CRecoverCommand::takeOption(const std::string& name, const std::string& value)
@@ -152,7 +152,8 @@ Answer CRecoverCommand::runAlone(const std::string& qorPath, Deadline deadline) 
     };
     if (!waitUntil(deadline, isOurs))
     {
-        return Answer::failure(Status::BUSY, "the host " + owner.host + " has a session open (--force ends it)");
+        return Answer::failure(Status::BUSY,
+                               "the host " + owner.host + " has a session open (--force recovers it too)");
     }
     const Recovery recovery = decideRecovery(now, owner, facts, _assumption);
     const std::vector<RecoveryStep> steps =

@@ -242,7 +242,7 @@ TEST_F(RecoverCommand, RefusesTheSessionOfAnotherHost)
         writeFile(framework.lock(), owner);
 
         EXPECT_EQ(run({}), 3);
-        EXPECT_EQ(console.str(), "qor_mim_ctl: the host beta has a session open (--force ends it)\n");
+        EXPECT_EQ(console.str(), "qor_mim_ctl: the host beta has a session open (--force recovers it too)\n");
         EXPECT_EQ(run({"--dry-run"}), 3);
     }
     expectUnchanged();

@@ -114,7 +114,7 @@ TEST_F(Companion, ShowsTheOptionsOfRecover)
               "Bring a framework back after a power cut, a kill or a full disk.\n\n" +
                   COMMON_OPTIONS + "--dry-run       Tell what would be done, and change nothing.\n" + WAIT_OPTION +
                   "--assume=RUN    What was interrupted, where the files do not tell: commit, rollback or nothing.\n"
-                  "--force         End the session of another host too.\n");
+                  "--force         Recover the session of another host too.\n");
 }
 
 // ---- Wrong command lines ----
