@@ -81,8 +81,8 @@ int CQorModelTool::commitSession()
 
 void CQorModelTool::undoRejected()
 {
-    // rollBack changes nothing during a session, which a concurrent staging call may open, even repeatedly, and when a
-    // stat fails for a moment.
+    // rollBack restores nothing while a session is open or when a stat fails. A concurrent staging call may open a
+    // session more than once, and a stat error may be transient.
     const int MAX_ATTEMPTS = 10;
 
     const CSignalBlock block;

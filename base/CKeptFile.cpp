@@ -85,7 +85,7 @@ std::vector<std::string> CKeptFile::putBack() const
         removeFile(_path);
         return std::vector<std::string>();
     }
-    // What keeps a file from being replaced keeps it from being put back, too.
+    // A file that could not be replaced, for instance an immutable one, cannot be restored either.
     if (isInPlace())
     {
         return std::vector<std::string>();

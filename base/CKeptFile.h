@@ -29,8 +29,8 @@ public:
     /// Whether it has neither been replaced nor changed, or is still missing.
     bool isInPlace() const;
 
-    /// Frees the disk space that the file still takes after its removal; it can be put back all the same. Does nothing
-    /// while the file has a name, and without permission to write it.
+    /// Frees the disk space that the file still occupies after its removal; putBack still works. Does nothing while the
+    /// file has a name, and without permission to write it.
     void freeRoom() const;
 
     /// Restores the file, access and modification times included, unless it is in place; removes it when it was

@@ -156,7 +156,7 @@ void CFrameworkCheck::checkContents()
     }
     for (Finding& finding : found)
     {
-        // Once edited, a file that an interruption left would no longer be recovered.
+        // Recovery no longer recognises a file of an interrupted run that has been edited.
         finding.remedy =
             isInterrupted() ? interruptionRemedy() + "; then, if it is still there: " + finding.remedy : finding.remedy;
         _findings.push_back(finding);

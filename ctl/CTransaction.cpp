@@ -151,7 +151,7 @@ void CTransaction::makeBackups()
 {
     _areBackupsTouched = true;
     removeBackups();
-    // The old backups would take the room of the new ones as long as they are open.
+    // The old backups, which are still open, would occupy the space that the new ones need.
     _configurationBackup->freeRoom();
     _listBackup->freeRoom();
     _impl.cfgBackup();
@@ -227,7 +227,7 @@ void CTransaction::restoreBackups()
     _areBackupsTouched = false;
 }
 
-/// Where the disk is full there may be no room to make them anew.
+/// Complete working copies are not made again, since a full disk may have no room for them.
 void CTransaction::ensureWorkingCopies()
 {
     if (readIfThere(_paths.configuration().workingCopy) != _configuration->content() ||

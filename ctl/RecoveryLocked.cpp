@@ -405,7 +405,7 @@ bool CRecoveryReading::isWorkingCopyTorn(FileOfPair file, const Text& live)
     {
         return true;
     }
-    // A list that ends at a line's end may be complete, and the live one extended since. A backup was live.
+    // A list that ends with a line feed may be complete, and the live list extended since. A backup was live.
     if (copy == live || copy == _now.backup.*file || (file == &FilePair::list && isWholeList(copy)))
     {
         return false;

@@ -87,7 +87,7 @@ std::string CFrameworkCheck::recovery(const Predicate& isRecovered)
     return std::string();
 }
 
-/// The same, but where there is none the call that does once the live files are whole.
+/// The same; when there is none, the remedies of the live files, followed by the call that then recovers.
 std::string CFrameworkCheck::recoveryAtLast(const Predicate& isRecovered)
 {
     std::string remedy = recovery(isRecovered);
@@ -165,7 +165,7 @@ void CFrameworkCheck::checkForeignSession()
     }
 }
 
-/// A commit passes over what it cannot read of a session, and drops all of one when a live file has been changed.
+/// A commit skips the part of a session that it cannot read, and drops the whole session when a live file was changed.
 std::string CFrameworkCheck::foreignRemedy()
 {
     if (_owner.isApply)

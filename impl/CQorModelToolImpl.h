@@ -284,8 +284,8 @@ public:
     /// The CRC-32 of the file's content; 0, that of an empty file, when the file is missing or cannot be read.
     [[nodiscard]] static std::uint32_t checksumFile(const std::string& path);
 
-    /// Whether the live list has the checksum of its working copy. A missing file has that of an empty one; one that is
-    /// there and cannot be read whole equals nothing.
+    /// Whether the live list has the checksum of its working copy. A missing file has that of an empty one. False when
+    /// one of the files exists but cannot be read completely, and when the working copy is a link of another user.
     [[nodiscard]] bool crcCheckModelFiles() const;
 
     /// Whether the live configuration has the checksum of its working copy, with the same rules.

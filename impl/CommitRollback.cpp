@@ -67,7 +67,7 @@ void CQorModelToolImpl::installWorkingCopies()
         refuseLinkOfAnother(file->backup);
         refuseLinkOfAnother(file->workingCopy);
     }
-    // Otherwise a power cut could shorten a live file and its working copy alike, and go unnoticed.
+    // Without this, a power cut could truncate a live file and its working copy alike, and no check would notice.
     syncFile(list.workingCopy);
     syncFile(configuration.workingCopy);
     install(list);

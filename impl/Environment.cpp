@@ -89,7 +89,7 @@ bool CQorModelToolImpl::useExistingDirectory(const std::string& found, std::stri
 {
     if (!Poco::File(found).exists())
     {
-        // When stat failed, it may exist all the same, with a session in it.
+        // If stat failed, the directory may exist, with a session in it.
         suspectSession(found);
         return false;
     }

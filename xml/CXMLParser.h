@@ -119,8 +119,8 @@ public:
     /// working on. The versions are those of a handler that must be registered.
     ///
     /// Returns 1 when the edit was made or there was nothing to do, 0 after a message when it was refused. Writes the
-    /// document whenever it changed, and also after an addition or removal that found nothing to change but for a root
-    /// class that was there already.
+    /// document whenever it changed. Also writes it when ENTRY_ADD or ENTRY_REMOVE_ROOT changed nothing, unless the
+    /// handler already had the root class to be added.
     [[nodiscard]] int modifyRoot(Poco::XML::Document* doc, const std::string& modelFile, CmdEntryAction action,
                                  const std::string& moVersion, const std::string& trVersion);
 

@@ -31,7 +31,7 @@ struct CXMLParser::RootEdit
     bool rootExists = false;
 };
 
-/// What the edit of one managedObject's handler means for the search through all of them.
+/// How the search through the managedObject elements continues after one of them was processed.
 enum class CXMLParser::EditProgress
 {
     REFUSED,
