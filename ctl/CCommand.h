@@ -45,8 +45,8 @@ public:
     /// The command's own keys that even the answer of a failed call has. Usually none.
     virtual Poco::JSON::Object keysOfFailure() const;
 
-    /// Runs the command on the framework directory `qorPath`, which exists. A Poco::Exception that it throws becomes
-    /// the status CANNOT with the exception's text as the error, so the text must name the file.
+    /// Runs the command on the framework directory `qorPath`, which exists. An exception that it throws becomes the
+    /// status CANNOT with the exception's text as the error, so the text must name the file.
     virtual Answer run(const std::string& qorPath) = 0;
 };
 

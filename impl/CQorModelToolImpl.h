@@ -83,7 +83,8 @@ struct Judgement
 ///
 /// File errors are caught inside the operations and reported by a message and a result. backupFiles, cfgBackup,
 /// commitCompleted with its two halves, and rollBack let the Poco::Exception reach the caller, and so do an existence
-/// test of an empty path and a validator that cannot be started.
+/// test of an empty path and a validator that cannot be started. The four also throw when a working copy or a backup
+/// that they would use is a link of another user.
 ///
 /// The object owns the queue and the document editor. The logger is not owned; no destructor uses it, since it may be
 /// gone by then.
@@ -325,8 +326,9 @@ public:
     void endSession();
 
     /// Restores the backups, unless a session is open or there is no backup of the list. False when there is no live
-    /// list, true otherwise, with the result synced. Throws a Poco::FileException also when stat cannot decide whether
-    /// one of the files exists. Signals are blocked during the call.
+    /// list, true otherwise, with the result synced. A list or a backup of it for which stat fails counts as missing. A
+    /// lock file or a backup of the configuration for which stat fails makes the call throw a Poco::FileException.
+    /// Signals are blocked during the call.
     bool rollBack();
 
     /// Whether there is a backup of the list, which rollBack would restore.
