@@ -148,7 +148,7 @@ TEST_F(CommitFlow, CommitDropsTheSessionOfAChangedList)
     framework.expectLive(before, "changed");
 }
 
-TEST_F(CommitFlow, CommitSkipsTheListsOfAChangedConfiguration)
+TEST_F(CommitFlow, CommitReadsNoListWhenTheConfigurationChanged)
 {
     givenSession("0:/m/a.xml\n");
     writeFile(framework.configuration(), "changed");

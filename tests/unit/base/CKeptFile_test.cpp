@@ -124,7 +124,7 @@ TEST_F(KeptFile, FreeRoomDoesNothingForAMissingFile)
     EXPECT_FALSE(exists(path));
 }
 
-TEST_F(KeptFile, IsInPlaceTellsAReplacedOrChangedFile)
+TEST_F(KeptFile, IsInPlaceIsFalseForAReplacedOrChangedFile)
 {
     writeFile(path, "as it was");
     const CKeptFile kept(path);
@@ -138,7 +138,7 @@ TEST_F(KeptFile, IsInPlaceTellsAReplacedOrChangedFile)
     EXPECT_FALSE(kept.isInPlace());
 }
 
-TEST_F(KeptFile, IsInPlaceTellsAFileThatWasMissing)
+TEST_F(KeptFile, IsInPlaceIsFalseOnceAMissingFileExists)
 {
     const CKeptFile kept(path);
     EXPECT_TRUE(kept.isInPlace());

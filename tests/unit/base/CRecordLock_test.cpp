@@ -134,7 +134,7 @@ TEST_F(RecordLock, ConstructorThrowsInAMissingDirectory)
               "File access error: No such file or directory: " + directory.path("missing/lock"));
 }
 
-TEST_F(RecordLock, OpenThrowsForASymbolicLink)
+TEST_F(RecordLock, ConstructorAndHolderOfThrowForASymbolicLink)
 {
     std::filesystem::create_symlink(like, path);
 

@@ -64,7 +64,7 @@ TEST_F(QueueTrial, ApplyNextAppliesTheActionsInOrder)
     EXPECT_TRUE(trial.queue().empty());
 }
 
-TEST_F(QueueTrial, ThrowsWhenItsCopiesHaveGone)
+TEST_F(QueueTrial, ResultThrowsWhenTheCopiesAreGone)
 {
     const CQueueTrial trial(base, "", silentLogger());
     const std::string directory = std::filesystem::directory_iterator(scratch.path())->path().string();

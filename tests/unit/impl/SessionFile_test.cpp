@@ -435,7 +435,7 @@ TEST_F(EarlierSession, SaveFIFOFailsAfterAStatErrorOfTheFramework)
     expectWritingRefused();
 }
 
-TEST_F(EarlierSession, SaveFIFOFailsAfterATransientStatErrorOfTheFramework)
+TEST_F(EarlierSession, SaveFIFOFailsAfterATransientFrameworkStatError)
 {
     failToFindFramework(1);
 
