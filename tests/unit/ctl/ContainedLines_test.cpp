@@ -15,7 +15,7 @@ namespace
 
 using Pairs = std::vector<std::pair<std::string, std::string>>;
 
-/// `count` lines of up to five letters, of which there are two.
+/// `count` lines of one to five letters, each a or b.
 std::vector<std::string> randomLines(std::mt19937& random, std::size_t count)
 {
     std::vector<std::string> lines;

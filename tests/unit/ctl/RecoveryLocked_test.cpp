@@ -19,7 +19,7 @@ std::string nul(std::size_t count)
 class RecoverySession : public RecoveryTest
 {
 protected:
-    /// The files without the session, and with whatever backups.
+    /// The files without the session, with the same backups.
     FrameworkContents ended() const
     {
         return withoutSession(now.live, now.backup);

@@ -6,7 +6,7 @@ namespace QMT::Test
 namespace
 {
 
-/// There is no lock file. The last commit has made `old` of `older`.
+/// There is no lock file. The last commit changed the files from `older` to `old`.
 class RecoveryUnlocked : public RecoveryTest
 {
 protected:

@@ -38,7 +38,7 @@ int failingFork()
     return QMT::Test::FailingCall::fails("fork", std::string()) ? -1 : QMT::Test::realCall<int()>("fork")();
 }
 
-/// The file is closed all the same.
+/// Like the system's close, closes the file even when it reports a failure.
 int failingClose(int file)
 {
     static auto* const realClose = QMT::Test::realCall<int(int)>("close");

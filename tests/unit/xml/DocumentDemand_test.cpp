@@ -22,7 +22,7 @@ std::string repeat(const std::string& text, unsigned int times)
     return all;
 }
 
-/// `depth` elements, one in another, around `inside`.
+/// `depth` nested elements around `inside`.
 std::string nest(unsigned int depth, const std::string& inside = std::string())
 {
     return repeat("<a>", depth) + inside + repeat("</a>", depth);
@@ -45,7 +45,7 @@ std::string wide(const std::string& text)
     return result;
 }
 
-/// Start tags that would count if they did not stand within something else.
+/// One nested start tag more than allowed; inside a comment or other markup they do not count.
 std::string tooManyStartTags()
 {
     return repeat("<a>", MAX_NESTING_DEPTH + 1);
