@@ -4,7 +4,7 @@
 #include "support/FakeHostName.h"
 #include "support/FakeInstallation.h"
 #include "support/Files.h"
-#include "support/FoundProblems.h"
+#include "support/Findings.h"
 #include "support/TemporaryFramework.h"
 
 #include <Poco/Exception.h>

@@ -1,6 +1,6 @@
 #include "ctl/DocumentFindings.h"
 
-#include "support/FoundProblems.h"
+#include "support/Findings.h"
 #include "support/TemporaryFramework.h"
 
 #include <gtest/gtest.h>

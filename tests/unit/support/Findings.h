@@ -1,5 +1,5 @@
-#ifndef QMT_TEST_FoundProblems_INCLUDED
-#define QMT_TEST_FoundProblems_INCLUDED
+#ifndef QMT_TEST_Findings_INCLUDED
+#define QMT_TEST_Findings_INCLUDED
 
 #include "ctl/Finding.h"
 
@@ -29,4 +29,4 @@ inline const std::vector<Finding> NO_FINDING;
 
 } // namespace QMT::Test
 
-#endif // QMT_TEST_FoundProblems_INCLUDED
+#endif // QMT_TEST_Findings_INCLUDED
