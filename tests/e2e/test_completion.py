@@ -11,7 +11,7 @@ import completing_shell
 from framework import CONFIG, LIST, Framework, config, participant
 from sandbox import PROJECT, Sandbox
 
-pytestmark = pytest.mark.unsound("the files are for the shells alone")
+pytestmark = pytest.mark.unsound("the tests start with arbitrary files")
 
 COMPLETIONS = PROJECT / "completions"
 OPTIONS = {"--help", "--addModelFile", "--removeModelFile", "--modelHandler", "--managedObjectVersion",

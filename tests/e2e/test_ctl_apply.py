@@ -142,7 +142,7 @@ def test_apply_undoes_a_rejected_result(backups: Framework, tool: Sandbox, optio
     assert (state(backups), attributes(backups, *BOTH, *BACKUPS)) == before
 
 
-@pytest.mark.unsound("files of no session lie about")
+@pytest.mark.unsound("there are leftovers of a session")
 def test_apply_leaves_no_backups_where_there_were_none(framework: Framework, tool: Sandbox) -> None:
     """Nor does it remove the leftovers of a session without a lock file."""
     framework.script(VALIDATOR, "exit 1")
@@ -222,7 +222,7 @@ def test_apply_follows_links(framework: Framework, tool: Sandbox) -> None:
     assert "pumpHandler" in framework.read("etc/real.cfg")
 
 
-@pytest.mark.unsound("the session is cut short")
+@pytest.mark.unsound("the session was interrupted")
 @pytest.mark.parametrize("lock, error", [
     ("alpha", "the host alpha has a session open"), ("beta", "the host beta has a session open"),
     ("", "an unknown host has a session open"),
@@ -354,7 +354,7 @@ def test_apply_ends_with_status_4_when_it_cannot_answer(framework: Framework, to
     assert companion.answer(tool, "apply", *ADD_PUMP)["result"] == "unchanged"
 
 
-@pytest.mark.unsound("the backups there were are no document")
+@pytest.mark.unsound("the list names model files that do not exist")
 @pytest.mark.skipif("QOR_SANDBOX_WRITABLE" in os.environ, reason="coverage counters are files of limited size, too")
 def test_apply_undoes_everything_on_a_full_disk(backups: Framework, tool: Sandbox) -> None:
     """Wherever the disk fills up, everything is installed or everything is as it was."""

@@ -13,7 +13,7 @@ from framework import (AUX, BASE, BROKEN, CONFIG, LIST, MISSING, NAMELESS, PUMP,
                        VALIDATOR, VALVE, Framework, config, participant)
 from sandbox import Result, Sandbox
 
-pytestmark = pytest.mark.unsound("what the stories begin with is broken")
+pytestmark = pytest.mark.unsound("the tests start with broken files")
 
 NO_DIFF = {"qor.cfg": "", "model_file_list.cfg": ""}
 PREFIX = "ConsoleLogger: "

@@ -68,7 +68,7 @@ def test_recover_undoes_an_interrupted_commit(cut: Framework, tool: Sandbox) -> 
     assert (cut.read(CONFIG), cut.read(LIST)) == (NEW_CONFIG, NEW_LIST)
 
 
-@pytest.mark.unsound("nothing was mended")
+@pytest.mark.unsound("nothing was repaired")
 def test_recover_dry_run_prints_the_steps_as_text(cut: Framework, tool: Sandbox) -> None:
     result = companion.run(tool, "recover", "--dry-run")
 
@@ -224,7 +224,7 @@ def test_recover_undoes_a_killed_commit_that_is_rejected(framework: Framework, t
     assert not framework.path(LOCK).exists()
 
 
-@pytest.mark.unsound("nothing was mended")
+@pytest.mark.unsound("nothing was repaired")
 @pytest.mark.parametrize("options", [["--assume=maybe"], ["--assume"], ["--wait=x"], ["--force=1"], ["more"]])
 def test_recover_rejects_wrong_options(framework: Framework, tool: Sandbox, options: list[str]) -> None:
     """No file is changed or created, not even the callers' lock file."""

@@ -9,7 +9,7 @@ from framework import (AUX, BASE, BROKEN, CONFIG, LIST, LIST_BAK, LOCK, MISSING,
                        Framework, config, installed, model, participant)
 from sandbox import PATH, Result, Sandbox
 
-pytestmark = pytest.mark.unsound("what the stories begin with is broken")
+pytestmark = pytest.mark.unsound("the tests start with broken files")
 
 NOON, NOON_TEXT = 1769860800, "2026-01-31T12:00:00Z"
 

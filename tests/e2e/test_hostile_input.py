@@ -13,7 +13,7 @@ from framework import (AGENT, BASE, CONFIG, CONFIG_TMP, LIST, LIST_TMP, LOCK, PU
                        config, installed, participant)
 from sandbox import Result, Sandbox
 
-pytestmark = pytest.mark.unsound("what the stories begin with is broken")
+pytestmark = pytest.mark.unsound("the tests start with broken files")
 
 WORLD = "models/hostile.xml"
 HOSTILE = installed(WORLD)

@@ -36,7 +36,7 @@ def test_rollback_restores_a_lost_configuration_but_no_list(tool: Sandbox, frame
     assert framework.changes(before) == ({} if lost == LIST else restored)
 
 
-@pytest.mark.unsound("the backups are no document and no list of paths")
+@pytest.mark.unsound("the backups are neither a document nor a list of paths")
 def test_rollback_keeps_the_modes_of_the_live_files(tool: Sandbox, framework: Framework) -> None:
     for name in (CONFIG_BAK, LIST_BAK):
         framework.write(name, "<older/>\n")
