@@ -135,5 +135,5 @@ def shares(report: Path, program: Path) -> dict[str, float]:
         elif name.startswith("./elf/") or LOADER.search(name):
             result["loader"] += cost
     result["the program's own code"] = own
-    result["what it calls besides"] = whole - sum(result.values())
+    result["other libraries"] = whole - sum(result.values())
     return {part: cost / whole for part, cost in result.items()}
