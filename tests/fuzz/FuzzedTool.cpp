@@ -44,7 +44,7 @@ FuzzedTool::FuzzedTool(const std::string& directory)
 {
     if (impl.qorPath() != directory)
     {
-        find("the machine's own framework must not be seen here: use scripts/fuzz");
+        fail("the machine's own framework must not be seen here: use scripts/fuzz");
     }
 }
 
@@ -58,7 +58,7 @@ void FuzzedTool::write(const std::string& path, const std::string& content)
 {
     if (!writeWholeFile(path, content))
     {
-        find(path + " cannot be written");
+        fail(path + " cannot be written");
     }
 }
 
@@ -67,7 +67,7 @@ std::string FuzzedTool::read(const std::string& path)
     std::string content;
     if (readWholeFile(path, content) != ReadResult::READ)
     {
-        find(path + " cannot be read");
+        fail(path + " cannot be read");
     }
     return content;
 }
@@ -77,9 +77,9 @@ std::string FuzzedTool::readIfThere(const std::string& path)
     return Poco::File(path).exists() ? read(path) : std::string();
 }
 
-void FuzzedTool::find(const std::string& broken)
+void FuzzedTool::fail(const std::string& reason)
 {
-    std::cerr << "FOUND: " << broken << std::endl;
+    std::cerr << "FOUND: " << reason << std::endl;
     std::abort();
 }
 

@@ -30,8 +30,8 @@ public:
     /// The same, or an empty string for a missing file.
     static std::string readIfThere(const std::string& path);
 
-    /// Aborts the process, which libFuzzer reports as a finding, with `broken` as the reason.
-    [[noreturn]] static void find(const std::string& broken);
+    /// Aborts the process, which libFuzzer reports as a fault, after printing `reason`.
+    [[noreturn]] static void fail(const std::string& reason);
 
     CFrameworkPaths paths;
     CQorModelToolImpl impl;

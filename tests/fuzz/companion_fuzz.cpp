@@ -71,11 +71,11 @@ Answer ask(std::vector<std::string> words)
     }
     catch (const Poco::Exception& exception)
     {
-        FuzzedTool::find(words.front() + " does not answer with a JSON object: " + exception.displayText());
+        FuzzedTool::fail(words.front() + " does not answer with a JSON object: " + exception.displayText());
     }
     if (answer.json->getValue<int>("status") != answer.status || out.str().find('\n') != out.str().size() - 1)
     {
-        FuzzedTool::find(words.front() + " answers with another status, or with more than a line");
+        FuzzedTool::fail(words.front() + " answers with another status, or with more than a line");
     }
     return answer;
 }
@@ -99,21 +99,21 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
     ask({"recover", "--dry-run"});
     if (livePair() != before)
     {
-        FuzzedTool::find("a reading command changes a live file");
+        FuzzedTool::fail("a reading command changes a live file");
     }
     const std::vector<std::string> call = {"apply", "--add=" + modelFile(), "--handler=powerHandler"};
     if (ask(call).status != 0)
     {
         if (livePair() != before)
         {
-            FuzzedTool::find("a refused call changes a live file");
+            FuzzedTool::fail("a refused call changes a live file");
         }
         return 0;
     }
     const Answer again = ask(call);
     if (again.status != 0 || again.json->getValue<std::string>("result") != "unchanged")
     {
-        FuzzedTool::find("the same call again finds something to do");
+        FuzzedTool::fail("the same call again finds something to do");
     }
     return 0;
 }

@@ -34,7 +34,7 @@ void checkWritten(Fixture& fixture)
 {
     if (Poco::File(fixture.written).exists() && fixture.parser.loadXMLDocument(fixture.written).isNull())
     {
-        FuzzedTool::find("what was written cannot be loaded");
+        FuzzedTool::fail("what was written cannot be loaded");
     }
 }
 

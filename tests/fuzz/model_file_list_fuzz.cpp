@@ -15,22 +15,22 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
     FuzzedTool::write(path, list);
     if (fuzzed.impl.verifyModelFileEntry(entry) != (list.find(entry) == std::string::npos))
     {
-        FuzzedTool::find("an entry that is there is not found, or the other way round");
+        FuzzedTool::fail("an entry that is there is not found, or the other way round");
     }
     if (!fuzzed.impl.updateModelFile(entry) || FuzzedTool::read(path) != list + entry + "\n")
     {
-        FuzzedTool::find("an added entry is not at the end");
+        FuzzedTool::fail("an added entry is not at the end");
     }
     fuzzed.impl.removeModelFileEntry(entry);
     if (!entry.empty() && !fuzzed.impl.verifyModelFileEntry(entry))
     {
-        FuzzedTool::find("a removed entry is still there");
+        FuzzedTool::fail("a removed entry is still there");
     }
     const std::string tidy = FuzzedTool::read(path);
     fuzzed.impl.removeModelFileEntry("/not/there");
     if (tidy.find("/not/there") == std::string::npos && FuzzedTool::read(path) != tidy)
     {
-        FuzzedTool::find("removing nothing changes a tidy list");
+        FuzzedTool::fail("removing nothing changes a tidy list");
     }
     return 0;
 }

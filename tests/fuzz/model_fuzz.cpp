@@ -16,11 +16,11 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
     const int result = parser.getRootClassName(path, rootClass);
     if (result == CXMLParser::SUCCESS && rootClass.empty())
     {
-        FuzzedTool::find("a root class without a name was accepted");
+        FuzzedTool::fail("a root class without a name was accepted");
     }
     if (result == CXMLParser::NO_ROOT_CLASS && rootClass != untouched)
     {
-        FuzzedTool::find("no root class, but the name was touched");
+        FuzzedTool::fail("no root class, but the name was touched");
     }
     return 0;
 }

@@ -83,7 +83,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
     const std::string kept = QMT::completeLines(session);
     if (session.compare(0, kept.size(), kept) != 0 || QMT::endsInsideLine(kept))
     {
-        FuzzedTool::find("what is kept of the queue is not its beginning");
+        FuzzedTool::fail("what is kept of the queue is not its beginning");
     }
     const QMT::Recovery recovery = read(contents);
     if (recovery.found == Found::UNCLEAR)
@@ -93,7 +93,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
     const Found again = read(recovery.after).found;
     if (again != Found::NOTHING && again != Found::UNCLEAR)
     {
-        FuzzedTool::find("a second recovery finds something");
+        FuzzedTool::fail("a second recovery finds something");
     }
     return 0;
 }

@@ -25,13 +25,13 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
     const QMT::CommandQueue loaded = queue;
     if (!fuzzed.impl.saveFIFO())
     {
-        FuzzedTool::find("the session file cannot be written");
+        FuzzedTool::fail("the session file cannot be written");
     }
     queue.clear();
     fuzzed.impl.loadFIFO();
     if (queue != loaded)
     {
-        FuzzedTool::find("what was read is not what was written");
+        FuzzedTool::fail("what was read is not what was written");
     }
     return 0;
 }
