@@ -1,6 +1,6 @@
 #include "ctl/Recovery.h"
 
-#include "ctl/CRecoveryReading.h"
+#include "ctl/CRecoveryAnalysis.h"
 #include "ctl/TornText.h"
 #include "xml/CXMLParser.h"
 
@@ -21,40 +21,40 @@ bool CRecoveryFacts::isDocument(const std::string& text)
 Recovery decideRecovery(const FrameworkContents& now, const SessionOwner& owner, CRecoveryMemory& facts,
                         std::optional<Assumption> assumption)
 {
-    CRecoveryReading reading(now, owner, facts, assumption);
-    Recovery recovery = reading.decide();
-    // As in a second recovery, the restored and removed files may decide about others. More than one further reading
-    // has never been needed.
-    const int FURTHER_READINGS = 4;
-    const std::optional<Assumption> answer = reading.hasAsked() ? assumption : std::nullopt;
+    CRecoveryAnalysis analysis(now, owner, facts, assumption);
+    Recovery recovery = analysis.decide();
+    // As in a second recovery, the restored and removed files may decide about others. More than one further pass has
+    // never been needed.
+    const int FURTHER_PASSES = 4;
+    const std::optional<Assumption> answer = analysis.hasAsked() ? assumption : std::nullopt;
     bool isChanging = recovery.found != Found::UNCLEAR;
-    for (int further = 0; isChanging && further < FURTHER_READINGS; ++further)
+    for (int further = 0; isChanging && further < FURTHER_PASSES; ++further)
     {
         const SessionOwner left = sessionOwner(recovery.after.lock.value_or(""), facts.hostName());
-        const Recovery next = CRecoveryReading(recovery.after, left, facts, answer).decide();
+        const Recovery next = CRecoveryAnalysis(recovery.after, left, facts, answer).decide();
         isChanging = !(next.after == recovery.after);
         recovery.after = next.after;
     }
     return recovery;
 }
 
-CRecoveryReading::CRecoveryReading(const FrameworkContents& now, const SessionOwner& owner, CRecoveryMemory& facts,
-                                   std::optional<Assumption> assumption)
+CRecoveryAnalysis::CRecoveryAnalysis(const FrameworkContents& now, const SessionOwner& owner, CRecoveryMemory& facts,
+                                     std::optional<Assumption> assumption)
     : _now(now), _owner(owner), _facts(facts), _assumption(assumption), _queue(completeLines(now.session.value_or("")))
 {
 }
 
-Recovery CRecoveryReading::decide()
+Recovery CRecoveryAnalysis::decide()
 {
     Recovery recovery;
     recovery.after = _now;
     if (_now.lock)
     {
-        readLocked(recovery);
+        analyseLocked(recovery);
     }
     else
     {
-        readUnlocked(recovery);
+        analyseUnlocked(recovery);
     }
     if (recovery.found == Found::UNCLEAR)
     {
@@ -63,12 +63,12 @@ Recovery CRecoveryReading::decide()
     return recovery;
 }
 
-bool CRecoveryReading::hasAsked() const
+bool CRecoveryAnalysis::hasAsked() const
 {
     return _hasAsked;
 }
 
-bool CRecoveryReading::ask(Recovery& recovery, const std::string& question)
+bool CRecoveryAnalysis::ask(Recovery& recovery, const std::string& question)
 {
     _hasAsked = true;
     if (_assumption)
@@ -80,7 +80,7 @@ bool CRecoveryReading::ask(Recovery& recovery, const std::string& question)
     return false;
 }
 
-void CRecoveryReading::giveUp(Recovery& recovery)
+void CRecoveryAnalysis::giveUp(Recovery& recovery)
 {
     _hasAsked = true;
     if (isAssumed(Assumption::NOTHING))
@@ -92,32 +92,32 @@ void CRecoveryReading::giveUp(Recovery& recovery)
     recovery.question = "a live file is missing or torn, and what it was before is whole nowhere";
 }
 
-bool CRecoveryReading::isAssumed(Assumption assumption) const
+bool CRecoveryAnalysis::isAssumed(Assumption assumption) const
 {
     return _assumption == assumption;
 }
 
-bool CRecoveryReading::isDifferent(const Text& one, const Text& other)
+bool CRecoveryAnalysis::isDifferent(const Text& one, const Text& other)
 {
     return one && other && one != other;
 }
 
-bool CRecoveryReading::isTorn(const Text& text, const Text& whole)
+bool CRecoveryAnalysis::isTorn(const Text& text, const Text& whole)
 {
     return text && whole && isTornCopyOf(*text, *whole);
 }
 
-bool CRecoveryReading::isDocument(const Text& text) const
+bool CRecoveryAnalysis::isDocument(const Text& text) const
 {
     return text && _facts.isDocument(*text);
 }
 
-bool CRecoveryReading::isWholeList(const Text& text)
+bool CRecoveryAnalysis::isWholeList(const Text& text)
 {
     return text && !endsInsideLine(*text) && text->find('\0') == std::string::npos;
 }
 
-const CRecoveryReading::Results& CRecoveryReading::resultsOver(const FilePair& base)
+const CRecoveryAnalysis::Results& CRecoveryAnalysis::resultsOver(const FilePair& base)
 {
     static const Results NONE;
 
@@ -125,7 +125,7 @@ const CRecoveryReading::Results& CRecoveryReading::resultsOver(const FilePair& b
     return isPair ? _facts.queueResults(base, _queue) : NONE;
 }
 
-bool CRecoveryReading::isResultOf(const FilePair& base, FileOfPair file, const Text& text)
+bool CRecoveryAnalysis::isResultOf(const FilePair& base, FileOfPair file, const Text& text)
 {
     if (!isDifferent(text, base.*file))
     {
@@ -135,7 +135,7 @@ bool CRecoveryReading::isResultOf(const FilePair& base, FileOfPair file, const T
     return std::any_of(results.begin(), results.end(), [&](const FilePair& result) { return text == result.*file; });
 }
 
-bool CRecoveryReading::isTornResult(const FilePair& base, FileOfPair file, const Text& text)
+bool CRecoveryAnalysis::isTornResult(const FilePair& base, FileOfPair file, const Text& text)
 {
     const Results& results = resultsOver(base);
     return std::any_of(results.begin(), results.end(),

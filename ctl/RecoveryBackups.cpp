@@ -1,4 +1,4 @@
-#include "ctl/CRecoveryReading.h"
+#include "ctl/CRecoveryAnalysis.h"
 #include "ctl/DocumentComparison.h"
 #include "ctl/TornText.h"
 
@@ -8,7 +8,7 @@ namespace QMT
 {
 
 /// A rollback restores both backups, so they must have been live together.
-void CRecoveryReading::resolveBackups(Recovery& recovery)
+void CRecoveryAnalysis::resolveBackups(Recovery& recovery)
 {
     const FilePair& backup = recovery.after.backup;
     if (recovery.found == Found::UNCLEAR || _isGivenUp || backup == FilePair())
@@ -46,7 +46,7 @@ void CRecoveryReading::resolveBackups(Recovery& recovery)
 }
 
 /// A commit makes the document's backup first; a rollback restores the list's backup first.
-void CRecoveryReading::resolveLoneBackup(Recovery& recovery)
+void CRecoveryAnalysis::resolveLoneBackup(Recovery& recovery)
 {
     const Text& backup = recovery.after.backup.configuration;
     const Text& live = _now.live.configuration;
@@ -77,7 +77,7 @@ void CRecoveryReading::resolveLoneBackup(Recovery& recovery)
 }
 
 /// A backup that equals a live file, present or recovered, or a working copy was live, even if it is malformed.
-bool CRecoveryReading::wasNeverLive(const FilePair& live) const
+bool CRecoveryAnalysis::wasNeverLive(const FilePair& live) const
 {
     const auto isKnown = [&](FileOfPair file)
     {
@@ -91,7 +91,7 @@ bool CRecoveryReading::wasNeverLive(const FilePair& live) const
 /// If the document's backup equals the live document and the list's backup differs, either a commit was interrupted
 /// between its two copies, or the last commit did not change the document. The root class of a line that only one list
 /// has shows whether the document would have changed with it.
-bool CRecoveryReading::areFromDifferentCommits(const Recovery& recovery)
+bool CRecoveryAnalysis::areFromDifferentCommits(const Recovery& recovery)
 {
     const FilePair& live = recovery.after.live;
     const FilePair& backup = recovery.after.backup;
@@ -124,7 +124,7 @@ bool CRecoveryReading::areFromDifferentCommits(const Recovery& recovery)
     return contradicts(now, before, false) || contradicts(before, now, true);
 }
 
-void CRecoveryReading::removeBackups(Recovery& recovery)
+void CRecoveryAnalysis::removeBackups(Recovery& recovery)
 {
     recovery.after.backup = FilePair();
     if (recovery.found != Found::ROLLBACK_INTERRUPTED)

@@ -1,4 +1,4 @@
-#include "ctl/CRecoveryReading.h"
+#include "ctl/CRecoveryAnalysis.h"
 #include "ctl/TornText.h"
 
 #include <algorithm>
@@ -11,7 +11,7 @@ namespace QMT
 // document, each by moving the live file to its backup and the working copy to the live file. It removes session file
 // and lock file last. Each operation below looks for the traces of one of these steps.
 
-void CRecoveryReading::readLocked(Recovery& recovery)
+void CRecoveryAnalysis::analyseLocked(Recovery& recovery)
 {
     restoreLive(recovery);
     // The question is open, or the assumption leaves a file missing.
@@ -31,7 +31,7 @@ void CRecoveryReading::readLocked(Recovery& recovery)
 }
 
 /// A list that ends with a line feed may be complete: isListBeingInstalled decides about it.
-bool CRecoveryReading::isListTorn()
+bool CRecoveryAnalysis::isListTorn()
 {
     const Text& list = _now.live.list;
     if (!list)
@@ -48,7 +48,7 @@ bool CRecoveryReading::isListTorn()
            (!isAsCopied && (isTorn(list, _now.workingCopy.list) || isTorn(list, _now.backup.list)));
 }
 
-bool CRecoveryReading::isDocumentTorn()
+bool CRecoveryAnalysis::isDocumentTorn()
 {
     const Text& document = _now.live.configuration;
     const FilePair& copy = _now.workingCopy;
@@ -68,7 +68,7 @@ bool CRecoveryReading::isDocumentTorn()
            isTornResult(_now.backup, &FilePair::configuration, document);
 }
 
-void CRecoveryReading::restoreLive(Recovery& recovery)
+void CRecoveryAnalysis::restoreLive(Recovery& recovery)
 {
     const bool hasTornList = isListTorn();
     const bool hasTornDocument = isDocumentTorn();
@@ -90,14 +90,14 @@ void CRecoveryReading::restoreLive(Recovery& recovery)
     restoreInstalled(recovery);
 }
 
-void CRecoveryReading::restoreInstalled(Recovery& recovery)
+void CRecoveryAnalysis::restoreInstalled(Recovery& recovery)
 {
-    const std::vector<std::pair<Answered, const char*>> readings = {
+    const std::vector<std::pair<Answered, const char*>> questions = {
         {isListInstalled(),
          "the list is what the queue makes of its backup: a commit cut short, or actions staged anew"},
         {isConfigurationInstalled(), "the document is what the queue makes of its backup, and the list is not"},
         {isListBeingInstalled(), "the list is the beginning of another: a commit cut short, or somebody's edit"}};
-    for (const auto& [isCommit, question] : readings)
+    for (const auto& [isCommit, question] : questions)
     {
         if (isCommit == Answered::UNKNOWN && !ask(recovery, question))
         {
@@ -122,14 +122,14 @@ void CRecoveryReading::restoreInstalled(Recovery& recovery)
     }
 }
 
-void CRecoveryReading::undo(Recovery& recovery, const FilePair& pair)
+void CRecoveryAnalysis::undo(Recovery& recovery, const FilePair& pair)
 {
     recovery.found = Found::COMMIT_INTERRUPTED;
     recovery.after.live = pair;
     _areWorkingCopiesStale = true;
 }
 
-void CRecoveryReading::restoreTorn(Recovery& recovery, bool isList, bool isConfiguration)
+void CRecoveryAnalysis::restoreTorn(Recovery& recovery, bool isList, bool isConfiguration)
 {
     const std::optional<FilePair> committed = pairBeforeCommit(isList, isConfiguration);
     const std::optional<FilePair> staged = pairOfSession(isList, isConfiguration);
@@ -164,7 +164,7 @@ void CRecoveryReading::restoreTorn(Recovery& recovery, bool isList, bool isConfi
 }
 
 /// The pair that an interrupted commit was replacing, if the files are as a commit leaves them.
-std::optional<FilePair> CRecoveryReading::pairBeforeCommit(bool isListTorn, bool isConfigurationTorn)
+std::optional<FilePair> CRecoveryAnalysis::pairBeforeCommit(bool isListTorn, bool isConfigurationTorn)
 {
     const FilePair& live = _now.live;
     const FilePair& backup = _now.backup;
@@ -183,7 +183,7 @@ std::optional<FilePair> CRecoveryReading::pairBeforeCommit(bool isListTorn, bool
 }
 
 /// The pair with which the session began, if it follows from the live files and the working copies.
-std::optional<FilePair> CRecoveryReading::pairOfSession(bool isListTorn, bool isConfigurationTorn) const
+std::optional<FilePair> CRecoveryAnalysis::pairOfSession(bool isListTorn, bool isConfigurationTorn) const
 {
     const FilePair& live = _now.live;
     const FilePair& copy = _now.workingCopy;
@@ -194,21 +194,21 @@ std::optional<FilePair> CRecoveryReading::pairOfSession(bool isListTorn, bool is
 }
 
 /// Whether the working copy is the result of the queue over `base` after some action, or a torn copy of one.
-bool CRecoveryReading::isEdited(const FilePair& base, FileOfPair file)
+bool CRecoveryAnalysis::isEdited(const FilePair& base, FileOfPair file)
 {
     const Text& copy = _now.workingCopy.*file;
     return isDifferent(copy, base.*file) && (isResultOf(base, file, copy) || isTornResult(base, file, copy));
 }
 
 /// Both backups are made before the first edit, and equal the live files until the first is installed.
-bool CRecoveryReading::isEditing()
+bool CRecoveryAnalysis::isEditing()
 {
     return _now.live == _now.backup && (isDifferent(_now.workingCopy.configuration, _now.live.configuration) ||
                                         isDifferent(_now.workingCopy.list, _now.live.list));
 }
 
 /// Whether the live list is being moved to its backup, or a power cut removed the name of a backup.
-CRecoveryReading::Answered CRecoveryReading::isBackingUpList()
+CRecoveryAnalysis::Answered CRecoveryAnalysis::isBackingUpList()
 {
     const FilePair& backup = _now.backup;
     const FilePair& live = _now.live;
@@ -234,7 +234,7 @@ CRecoveryReading::Answered CRecoveryReading::isBackingUpList()
 }
 
 /// Whether the list is installed and the live document is being moved to its backup.
-bool CRecoveryReading::isBackingUpConfiguration()
+bool CRecoveryAnalysis::isBackingUpConfiguration()
 {
     const FilePair base = {_now.live.configuration, _now.backup.list};
     if (!isTorn(_now.backup.configuration, _now.live.configuration) || !isWholeList(base.list))
@@ -251,7 +251,7 @@ bool CRecoveryReading::isBackingUpConfiguration()
 }
 
 /// Whether a commit has installed the list, and perhaps the document.
-CRecoveryReading::Answered CRecoveryReading::isListInstalled()
+CRecoveryAnalysis::Answered CRecoveryAnalysis::isListInstalled()
 {
     const FilePair& live = _now.live;
     const FilePair& copy = _now.workingCopy;
@@ -284,7 +284,7 @@ CRecoveryReading::Answered CRecoveryReading::isListInstalled()
 }
 
 /// Whether a commit has installed the document, when the list does not show it: the queue may not change the list.
-CRecoveryReading::Answered CRecoveryReading::isConfigurationInstalled()
+CRecoveryAnalysis::Answered CRecoveryAnalysis::isConfigurationInstalled()
 {
     if (_now.workingCopy.list || !isResultOf(_now.backup, &FilePair::configuration, _now.live.configuration))
     {
@@ -294,7 +294,7 @@ CRecoveryReading::Answered CRecoveryReading::isConfigurationInstalled()
 }
 
 /// Whether an interrupted installation has torn the list, which is empty or ends with a line feed.
-CRecoveryReading::Answered CRecoveryReading::isListBeingInstalled()
+CRecoveryAnalysis::Answered CRecoveryAnalysis::isListBeingInstalled()
 {
     const Text& list = _now.live.list;
     const FilePair& backup = _now.backup;
@@ -327,13 +327,13 @@ CRecoveryReading::Answered CRecoveryReading::isListBeingInstalled()
     return isAsCopied && (isBackupShort || isPrefixOf(*list, *backup.list)) ? Answered::NO : Answered::UNKNOWN;
 }
 
-bool CRecoveryReading::isLockAlone() const
+bool CRecoveryAnalysis::isLockAlone() const
 {
     return !_now.session && _now.workingCopy == FilePair();
 }
 
 /// A lone lock is left by a call that was interrupted after it took the lock, or by a commit after its installation.
-void CRecoveryReading::resolveLoneLock(Recovery& recovery)
+void CRecoveryAnalysis::resolveLoneLock(Recovery& recovery)
 {
     const bool isInstalled = _now.backup.configuration && _now.backup.list && _now.backup != _now.live;
     recovery.found = isInstalled || _owner.isApply ? Found::COMMIT_INTERRUPTED : Found::STAGING_INTERRUPTED;
@@ -358,7 +358,7 @@ void CRecoveryReading::resolveLoneLock(Recovery& recovery)
     recovery.after.live = _now.backup;
 }
 
-bool CRecoveryReading::hasMoreLinesThanBackup() const
+bool CRecoveryAnalysis::hasMoreLinesThanBackup() const
 {
     const std::vector<std::string> before = linesOf(*_now.backup.list);
     const std::vector<std::string> now = linesOf(*_now.live.list);
@@ -367,7 +367,7 @@ bool CRecoveryReading::hasMoreLinesThanBackup() const
     return std::any_of(now.begin(), now.end(), isNew);
 }
 
-void CRecoveryReading::resolveSession(Recovery& recovery)
+void CRecoveryAnalysis::resolveSession(Recovery& recovery)
 {
     if (_owner.isApply || _queue.empty())
     {
@@ -398,7 +398,7 @@ void CRecoveryReading::resolveSession(Recovery& recovery)
 }
 
 /// A working copy that differs in another way belongs to a live file that was edited during the session.
-bool CRecoveryReading::isWorkingCopyTorn(FileOfPair file, const Text& live)
+bool CRecoveryAnalysis::isWorkingCopyTorn(FileOfPair file, const Text& live)
 {
     const Text& copy = _now.workingCopy.*file;
     if (!copy)
@@ -413,7 +413,7 @@ bool CRecoveryReading::isWorkingCopyTorn(FileOfPair file, const Text& live)
     return isTorn(copy, live) || isTornResult(_now.live, file, copy);
 }
 
-void CRecoveryReading::endSession(Recovery& recovery)
+void CRecoveryAnalysis::endSession(Recovery& recovery)
 {
     recovery.after.lock.reset();
     recovery.after.session.reset();

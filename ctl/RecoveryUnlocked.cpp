@@ -1,11 +1,11 @@
-#include "ctl/CRecoveryReading.h"
+#include "ctl/CRecoveryAnalysis.h"
 #include "ctl/DocumentComparison.h"
 #include "ctl/TornText.h"
 
 namespace QMT
 {
 
-void CRecoveryReading::readUnlocked(Recovery& recovery)
+void CRecoveryAnalysis::analyseUnlocked(Recovery& recovery)
 {
     const FilePair& live = _now.live;
     const FilePair& backup = _now.backup;
@@ -20,11 +20,11 @@ void CRecoveryReading::readUnlocked(Recovery& recovery)
     }
     else if (backup.configuration && !backup.list)
     {
-        readLoneConfigurationBackup(recovery);
+        resolveLoneConfigurationBackup(recovery);
     }
     else if (isDocumentTornUnlocked())
     {
-        readTornDocument(recovery);
+        resolveTornDocument(recovery);
     }
     else if (live.list == backup.list && live.configuration != backup.configuration && isDocument(backup.configuration))
     {
@@ -35,7 +35,7 @@ void CRecoveryReading::readUnlocked(Recovery& recovery)
 }
 
 /// A session file or a working copy without a lock file is no session.
-void CRecoveryReading::dropLeftovers(Recovery& recovery) const
+void CRecoveryAnalysis::dropLeftovers(Recovery& recovery) const
 {
     if (_now.session || _now.workingCopy != FilePair())
     {
@@ -46,13 +46,13 @@ void CRecoveryReading::dropLeftovers(Recovery& recovery) const
 }
 
 /// A list that ends with a line feed, or an empty one, may have been edited by hand.
-bool CRecoveryReading::isListTornUnlocked() const
+bool CRecoveryAnalysis::isListTornUnlocked() const
 {
     const Text& list = _now.live.list;
     return !list || (!isWholeList(list) && (isTorn(list, _now.backup.list) || isTorn(list, _now.workingCopy.list)));
 }
 
-bool CRecoveryReading::isDocumentTornUnlocked() const
+bool CRecoveryAnalysis::isDocumentTornUnlocked() const
 {
     const Text& document = _now.live.configuration;
     const Text& backup = _now.backup.configuration;
@@ -69,7 +69,7 @@ bool CRecoveryReading::isDocumentTornUnlocked() const
            (!isDocument(document) && (isDocument(backup) || isDocument(workingCopy)));
 }
 
-bool CRecoveryReading::canRestorePair() const
+bool CRecoveryAnalysis::canRestorePair() const
 {
     const FilePair& live = _now.live;
     const FilePair& backup = _now.backup;
@@ -80,7 +80,7 @@ bool CRecoveryReading::canRestorePair() const
     return hasList && hasConfiguration;
 }
 
-void CRecoveryReading::restorePair(Recovery& recovery, Found found) const
+void CRecoveryAnalysis::restorePair(Recovery& recovery, Found found) const
 {
     recovery.found = found;
     recovery.after.live.list = _now.backup.list;
@@ -91,7 +91,7 @@ void CRecoveryReading::restorePair(Recovery& recovery, Found found) const
     recovery.after.backup = FilePair();
 }
 
-void CRecoveryReading::finishRollback(Recovery& recovery)
+void CRecoveryAnalysis::finishRollback(Recovery& recovery)
 {
     const Text& document = _now.live.configuration;
     const Text& backup = _now.backup.configuration;
@@ -109,7 +109,7 @@ void CRecoveryReading::finishRollback(Recovery& recovery)
     restorePair(recovery, Found::ROLLBACK_INTERRUPTED);
 }
 
-void CRecoveryReading::askForPair(Recovery& recovery, const std::string& question)
+void CRecoveryAnalysis::askForPair(Recovery& recovery, const std::string& question)
 {
     if (!canRestorePair())
     {
@@ -127,7 +127,7 @@ void CRecoveryReading::askForPair(Recovery& recovery, const std::string& questio
 }
 
 /// The list is not torn. Its backup exists, or there is no backup at all. A rollback restores the list first.
-void CRecoveryReading::readTornDocument(Recovery& recovery)
+void CRecoveryAnalysis::resolveTornDocument(Recovery& recovery)
 {
     const Text& document = _now.live.configuration;
     if (!_now.backup.configuration)
@@ -144,7 +144,7 @@ void CRecoveryReading::readTornDocument(Recovery& recovery)
     askForPair(recovery, "the document is missing or torn, and neither a commit nor a rollback leaves it so");
 }
 
-void CRecoveryReading::readLoneConfigurationBackup(Recovery& recovery)
+void CRecoveryAnalysis::resolveLoneConfigurationBackup(Recovery& recovery)
 {
     const Text& document = _now.live.configuration;
     const Text& backup = _now.backup.configuration;

@@ -1,5 +1,5 @@
-#ifndef QMT_CRecoveryReading_INCLUDED
-#define QMT_CRecoveryReading_INCLUDED
+#ifndef QMT_CRecoveryAnalysis_INCLUDED
+#define QMT_CRecoveryAnalysis_INCLUDED
 
 #include "ctl/CRecoveryMemory.h"
 
@@ -13,12 +13,12 @@ namespace QMT
 /// One analysis of a framework's files. The interface is decideRecovery.
 ///
 /// The steps modify the recovery that they are given. A step that asks a question without an answer makes it unclear,
-/// which ends the reading.
-class CRecoveryReading
+/// which ends the analysis.
+class CRecoveryAnalysis
 {
 public:
-    CRecoveryReading(const FrameworkContents& now, const SessionOwner& owner, CRecoveryMemory& facts,
-                     std::optional<Assumption> assumption);
+    CRecoveryAnalysis(const FrameworkContents& now, const SessionOwner& owner, CRecoveryMemory& facts,
+                      std::optional<Assumption> assumption);
 
     Recovery decide();
 
@@ -52,7 +52,7 @@ private:
     bool isTornResult(const FilePair& base, FileOfPair file, const Text& text);
 
     // Without a lock file (RecoveryUnlocked.cpp).
-    void readUnlocked(Recovery& recovery);
+    void analyseUnlocked(Recovery& recovery);
     void dropLeftovers(Recovery& recovery) const;
     bool isListTornUnlocked() const;
     bool isDocumentTornUnlocked() const;
@@ -60,11 +60,11 @@ private:
     void restorePair(Recovery& recovery, Found found) const;
     void finishRollback(Recovery& recovery);
     void askForPair(Recovery& recovery, const std::string& question);
-    void readTornDocument(Recovery& recovery);
-    void readLoneConfigurationBackup(Recovery& recovery);
+    void resolveTornDocument(Recovery& recovery);
+    void resolveLoneConfigurationBackup(Recovery& recovery);
 
     // Under a lock file (RecoveryLocked.cpp).
-    void readLocked(Recovery& recovery);
+    void analyseLocked(Recovery& recovery);
     bool isListTorn();
     bool isDocumentTorn();
     void restoreLive(Recovery& recovery);
@@ -112,4 +112,4 @@ private:
 
 } // namespace QMT
 
-#endif // QMT_CRecoveryReading_INCLUDED
+#endif // QMT_CRecoveryAnalysis_INCLUDED
