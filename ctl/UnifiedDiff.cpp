@@ -201,32 +201,32 @@ private:
     /// Lines that occur once in both parts, in an order that both have.
     Pairs anchors(const Range& range) const
     {
-        struct Place
+        struct Occurrence
         {
             int before = NONE;
             int after = NONE;
             int count = 0;
         };
-        std::unordered_map<int, Place> places;
+        std::unordered_map<int, Occurrence> occurrences;
         for (int line = range.beginBefore; line < range.endBefore; ++line)
         {
-            Place& place = places[_before[static_cast<std::size_t>(line)]];
-            place.before = line;
-            ++place.count;
+            Occurrence& occurrence = occurrences[_before[static_cast<std::size_t>(line)]];
+            occurrence.before = line;
+            ++occurrence.count;
         }
         for (int line = range.beginAfter; line < range.endAfter; ++line)
         {
-            Place& place = places[_after[static_cast<std::size_t>(line)]];
+            Occurrence& occurrence = occurrences[_after[static_cast<std::size_t>(line)]];
             // Twice in one part or once more in the other: neither is once in both.
-            place.count += place.after == NONE ? 1 : 2;
-            place.after = line;
+            occurrence.count += occurrence.after == NONE ? 1 : 2;
+            occurrence.after = line;
         }
         Pairs unique;
-        for (const auto& [number, place] : places)
+        for (const auto& [number, occurrence] : occurrences)
         {
-            if (place.count == 2 && place.before != NONE && place.after != NONE)
+            if (occurrence.count == 2 && occurrence.before != NONE && occurrence.after != NONE)
             {
-                unique.emplace_back(place.before, place.after);
+                unique.emplace_back(occurrence.before, occurrence.after);
             }
         }
         std::sort(unique.begin(), unique.end());
