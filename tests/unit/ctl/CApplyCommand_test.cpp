@@ -114,10 +114,7 @@ TEST_F(ApplyCommand, KeepsTheQueueForRecoverWhenItsUndoFails)
     installation.setValidator("exit 1");
     const FailingCall failing("rename", framework.list(), EIO, 1);
 
-    EXPECT_EQ(thrownBy(
-                  [&] {
-                      apply({{"add", pump}, {"add", pump}, {"add", pipe}});
-                  }),
+    EXPECT_EQ(thrownBy([&] { apply({{"add", pump}, {"add", pump}, {"add", pipe}}); }),
               error + "; the previous files could not be put back: " + error + "; call qor_mim_ctl recover");
 
     EXPECT_EQ(readFile(framework.session()), "0:" + pump + "\n0:" + pipe + "\n");
@@ -215,10 +212,7 @@ TEST_F(ApplyCommand, WaitsAShortTimeForASession)
     // Only the first look at the session succeeds.
     const FailingCall failing("fopen", framework.lock(), EIO, 1);
 
-    EXPECT_EQ(thrownBy(
-                  [&] {
-                      apply({{"add", pump}, {"wait", "1"}});
-                  }),
+    EXPECT_EQ(thrownBy([&] { apply({{"add", pump}, {"wait", "1"}}); }),
               "File access error: the file cannot be read: " + framework.lock());
 }
 

@@ -192,10 +192,7 @@ TEST_F(PlanCommand, ThrowsForAMalformedDocument)
 {
     writeFile(framework.configuration(), "<broken");
 
-    EXPECT_EQ(thrownBy(
-                  [&] {
-                      plan({{"add", pump}});
-                  }),
+    EXPECT_EQ(thrownBy([&] { plan({{"add", pump}}); }),
               "Bad data format: the document cannot be parsed: " + framework.configuration());
 }
 

@@ -203,9 +203,8 @@ TEST_F(Transaction, CommitUndoesEverythingWhereverItFails)
         std::string path;
         std::string error;
     };
-    const auto failing = [](const std::string& name, const std::string& path) {
-        return Call{name, path, "File access error: Input/output error: " + path};
-    };
+    const auto failing = [](const std::string& name, const std::string& path)
+    { return Call{name, path, "File access error: Input/output error: " + path}; };
     const std::vector<Call> calls = {
         failing("unlink", framework.list(".bak")),
         failing("unlink", framework.configuration(".bak")),
