@@ -1,9 +1,15 @@
 """The mutants of small sources."""
 from __future__ import annotations
 
+import re
+from pathlib import Path
+
 import pytest
 
-from mutants import Scan
+from mutants import OWN_GROUPS, Scan
+
+PROJECT = Path(__file__).resolve().parents[2]
+FOLDERS = (PROJECT / "cmake" / "SourceFolders.txt").read_text(encoding="utf-8").split()
 
 
 def changed(source: str) -> set[str]:
@@ -44,3 +50,10 @@ def test_scan_keeps_the_parts_of_a_loop_header() -> None:
 
 def test_deleted_function_stays() -> None:
     assert changed("class A { A(const A&) = delete; };") == set()
+
+
+def test_names_that_are_exchanged_occur_in_the_program() -> None:
+    sources = (source for folder in FOLDERS for source in (PROJECT / folder).glob("*.cpp"))
+    names = {name for source in sources for name in re.findall(r"\w+", source.read_text(encoding="utf-8"))}
+
+    assert {name for group in OWN_GROUPS for name in group} <= names
