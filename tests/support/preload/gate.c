@@ -81,6 +81,20 @@ int gatedOpen64(const char* path, int flags, ...)
     return openBehindGate("open64", path, flags, mode);
 }
 
+/* The symbols of a fortified program. */
+int gatedFortifiedOpen(const char* path, int flags) __asm__("__open_2");
+int gatedFortifiedOpen64(const char* path, int flags) __asm__("__open64_2");
+
+int gatedFortifiedOpen(const char* path, int flags)
+{
+    return openBehindGate("open", path, flags, 0);
+}
+
+int gatedFortifiedOpen64(const char* path, int flags)
+{
+    return openBehindGate("open64", path, flags, 0);
+}
+
 static void waitBeforeMessage(void)
 {
     if (getenv("QOR_SANDBOX_GATE_AT") == NULL)
@@ -98,8 +112,10 @@ void syslog(int priority, const char* format, ...)
     va_end(arguments);
 }
 
-/* The symbol that a fortified program calls. */
+/* The symbols that a fortified program calls. */
 void __syslog_chk(int priority, int flag, const char* format, ...);
+void __vsyslog_chk(int priority, int flag, const char* format, va_list arguments);
+
 void __syslog_chk(int priority, int flag, const char* format, ...)
 {
     va_list arguments;
@@ -108,4 +124,11 @@ void __syslog_chk(int priority, int flag, const char* format, ...)
     va_start(arguments, format);
     vsyslog(priority, format, arguments);
     va_end(arguments);
+}
+
+void __vsyslog_chk(int priority, int flag, const char* format, va_list arguments)
+{
+    (void)flag;
+    waitBeforeMessage();
+    vsyslog(priority, format, arguments);
 }

@@ -111,6 +111,20 @@ int stepOpen64(const char* path, int flags, ...) __asm__("open64");
 OPEN(stepOpen, "open")
 OPEN(stepOpen64, "open64")
 
+/* The symbols of a fortified program. */
+int stepFortifiedOpen(const char* path, int flags) __asm__("__open_2");
+int stepFortifiedOpen64(const char* path, int flags) __asm__("__open64_2");
+
+int stepFortifiedOpen(const char* path, int flags)
+{
+    return stepOpen(path, flags, 0U);
+}
+
+int stepFortifiedOpen64(const char* path, int flags)
+{
+    return stepOpen64(path, flags, 0U);
+}
+
 FILE* fopen64(const char* path, const char* mode)
 {
     stopAt("open", path);

@@ -13,7 +13,12 @@ std::optional<std::string> current;
 
 } // namespace
 
-extern "C" int fakeGetHostName(char* buffer, std::size_t size) __asm__("gethostname");
+// The names that plain and fortified callers of gethostname link to.
+extern "C"
+{
+    int fakeGetHostName(char* buffer, std::size_t size) __asm__("gethostname");
+    int fakeFortifiedGetHostName(char* buffer, std::size_t size, std::size_t capacity) __asm__("__gethostname_chk");
+}
 
 int fakeGetHostName(char* buffer, std::size_t size)
 {
@@ -25,6 +30,11 @@ int fakeGetHostName(char* buffer, std::size_t size)
     const std::size_t length = std::min(size, current->size() + 1);
     std::copy_n(current->c_str(), length, buffer);
     return 0;
+}
+
+int fakeFortifiedGetHostName(char* buffer, std::size_t size, std::size_t)
+{
+    return fakeGetHostName(buffer, size);
 }
 
 namespace QMT::Test

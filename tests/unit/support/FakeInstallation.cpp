@@ -36,6 +36,7 @@ extern "C"
     int redirectedStat(const char* path, void* buffer) __asm__("stat64");
     int redirectedLstat(const char* path, void* buffer) __asm__("lstat64");
     int redirectedOpen(const char* path, int flags, ...) __asm__("open64");
+    int redirectedFortifiedOpen(const char* path, int flags) __asm__("__open64_2");
     std::FILE* redirectedFopen(const char* path, const char* mode) __asm__("fopen64");
     std::FILE* redirectedPlainFopen(const char* path, const char* mode) __asm__("fopen");
     int redirectedAccess(const char* path, int mode) __asm__("access");
@@ -69,6 +70,12 @@ int redirectedOpen(const char* path, int flags, ...)
         return -1;
     }
     return QMT::Test::realCall<int(const char*, int, ...)>("open64")(redirected(path).c_str(), flags, mode);
+}
+
+// The symbol that fortified callers link to, without a mode.
+int redirectedFortifiedOpen(const char* path, int flags)
+{
+    return redirectedOpen(path, flags, 0U);
 }
 
 std::FILE* redirectedFopen(const char* path, const char* mode)
