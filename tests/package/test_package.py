@@ -120,7 +120,9 @@ def test_install_fails_without_the_dependencies(package: Path, tmp_path: Path) -
     assert bare.state() == "install ok unpacked"
 
 
-def test_program_is_smaller_than_200_kilobytes(machine: Machine, package: Path) -> None:
+# The embedded machines; elsewhere the compiler of Debian 13 makes larger programs for speed.
+@pytest.mark.parametrize("package", ["armhf"], indirect=True)
+def test_program_for_32_bit_arm_is_smaller_than_200_kilobytes(machine: Machine, package: Path) -> None:
     machine.succeed("--install", package)
     assert (machine.root / PROGRAM).stat().st_size < 200_000
 
