@@ -13,7 +13,7 @@ from typing import Any
 
 import frameworks
 import sandbox
-from frameworks import CONFIGURATION, LIST, MODELS, Pair, Scenario
+from frameworks import MODELS, Pair, Scenario
 
 STAGE = ("-a", f"{MODELS}/climate.xml", "-m", "climateHandler")
 QUEUE = ("-a", f"{MODELS}/power.xml", "-m", "powerHandler")

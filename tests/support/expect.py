@@ -11,7 +11,6 @@ NEW_SESSION = "Starting new session:\nUse -s to list queued actions."
 UPDATED = "Updated session file with new entry."
 NOTHING_PENDING = "There are no pending actions."
 ROLLING_BACK = "Rolling back."
-NO_HANDLER = "Unable to locate model handler.\nAborting."
 
 ERROR, WARNING, INFO, DEBUG = 3, 4, 6, 7
 
