@@ -128,7 +128,7 @@ def test_path_with_spaces_is_one_argument(shell: Shell, framework: Framework, op
 
 
 @pytest.mark.parametrize("option", ["--modelHandler=", "--modelHandler ", "-m "])
-def test_handler_completes_those_of_the_configuration(shell: Shell, framework: Framework, option: str) -> None:
+def test_handler_completes_those_of_the_configuration(shell: Shell, option: str) -> None:
     assert shell.candidates(option) == {"baseHandler", "auxHandler"}
     assert shell.line(f"{option}au") == f"{option}auxHandler "
 
@@ -157,7 +157,7 @@ def test_version_has_no_candidates(shell: Shell, option: str) -> None:
     assert shell.press_tab(option) == [{"line": TOOL + option, "all": TOOL + option, "output": ""}]
 
 
-def test_framework_is_found_by_qorpath(shell: Shell, framework: Framework, work: Path) -> None:
+def test_framework_is_found_by_qorpath(shell: Shell, work: Path) -> None:
     elsewhere = Framework.create(work / "else where")
     elsewhere.write(LIST, "/else/where.xml\n")
     elsewhere.write(CONFIG, config(participant("elseHandler")))
@@ -234,7 +234,7 @@ def test_companion_makes_paths_absolute(companion: Shell, work: Path, option: st
     assert shlex.split(completed) == shlex.split(f"apply {option}'/opt/scratch/own model.xml'")
 
 
-def test_companion_reads_the_given_framework(companion: Shell, framework: Framework, work: Path) -> None:
+def test_companion_reads_the_given_framework(companion: Shell, work: Path) -> None:
     elsewhere = Framework.create(work / "elsewhere")
     elsewhere.write(CONFIG, config(participant("elseHandler")))
     assert companion.line("apply --qor-path=/opt/scratch/elsewhere --remove=/x --handler ").endswith(" elseHandler ")

@@ -339,7 +339,7 @@ def test_apply_does_nothing_when_a_signal_ends_its_wait(framework: Framework, to
     assert state(framework) == before
 
 
-def test_apply_ends_with_status_4_when_it_cannot_answer(framework: Framework, tool: Sandbox) -> None:
+def test_apply_ends_with_status_4_when_it_cannot_answer(tool: Sandbox) -> None:
     """An answer that cannot be written is status 4; repeating the call reports the state."""
     with Path("/dev/full").open("wb") as full:
         run = tool.with_env(TMPDIR="/opt/scratch").launch(*companion.command(), "apply", *ADD_PUMP, "--json",

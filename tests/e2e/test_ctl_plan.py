@@ -242,8 +242,8 @@ def test_plan_creates_no_missing_directory(framework: Framework, tool: Sandbox) 
     assert framework.snapshot() == before
 
 
-def random_session(choice: random.Random, tool: Sandbox, framework: Framework) -> None:
-    """Make some staging calls; the session may hold what the tool's own options cannot stage."""
+def random_session(choice: random.Random, framework: Framework) -> None:
+    """Open a session, which may hold what the tool's own options cannot stage."""
     models = [BASE, AUX, PUMP, VALVE, ROOTLESS, NAMELESS, BROKEN, MISSING, "/opt/qor/models"]
     handlers = ["baseHandler", "auxHandler", "pumpHandler", "VELDA_OAM_COMPONENT"]
     lines = ""
@@ -268,7 +268,7 @@ def test_plan_equals_the_commit(framework: Framework, tool: Sandbox, seed: int) 
     if choice.random() < 0.3:
         framework.write(LIST, f"{BASE}\n\n  {VALVE}  ")
     framework.script(VALIDATOR, 'echo judged; grep -q valve "$3" && exit 1; exit 0')
-    random_session(choice, tool, framework)
+    random_session(choice, framework)
     before = framework.read(CONFIG), framework.read(LIST)
 
     plan = companion.answer(tool, "plan")

@@ -95,7 +95,7 @@ def test_recover_asks_what_it_cannot_tell(framework: Framework, tool: Sandbox, a
     assert (framework.read(CONFIG), framework.read(LIST)) == live
 
 
-def test_recover_leaves_the_session_of_another_host(cut: Framework, tool: Sandbox, other: Sandbox) -> None:
+def test_recover_leaves_the_session_of_another_host(cut: Framework, other: Sandbox) -> None:
     before = cut.snapshot()
     assert companion.run(other, "recover") == Result(
         3, "", "qor_mim_ctl: the host alpha has a session open (--force recovers it too)\n", [])

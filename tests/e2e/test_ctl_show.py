@@ -230,7 +230,7 @@ def test_show_fails_when_its_answer_cannot_be_written(tool: Sandbox, output: str
     assert result == Result(4, "", "qor_mim_ctl: the answer could not be written\n", [])
 
 
-def test_show_ignores_the_lock_of_another_caller(framework: Framework, tool: Sandbox) -> None:
+def test_show_ignores_the_lock_of_another_caller(tool: Sandbox) -> None:
     script = ("import fcntl, subprocess, sys\n"
               "with open('/opt/qor/etc/model/qor_mim_ctl.lock', 'w') as file:\n"
               "    fcntl.lockf(file, fcntl.LOCK_EX)\n"

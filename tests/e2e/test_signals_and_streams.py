@@ -91,8 +91,8 @@ def test_signal_ends_the_wait_for_the_lock(tool: Sandbox, framework: Framework, 
 
 
 @pytest.mark.parametrize("number", [signal.SIGINT, signal.SIGTERM])
-def test_signal_at_any_step_of_a_commit_leaves_whole_files(session: Sandbox, framework: Framework, number: int,
-                                                           tmp_path: Path) -> None:
+def test_signal_at_any_step_of_a_commit_leaves_whole_files(session: Sandbox, framework: Framework,
+                                                           number: int) -> None:
     """The signal is sent as soon as a file changes."""
     moments = [lambda: framework.path(f"{CONFIG}.bak").exists(), lambda: framework.path(f"{LIST}.bak").exists(),
                lambda: not framework.path(LIST_TMP).exists(), lambda: not framework.path(CONFIG_TMP).exists(),
