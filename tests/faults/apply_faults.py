@@ -82,8 +82,7 @@ def reference(scenario: Scenario, root: Path) -> tuple[list[calls.Call], Pair]:
     (root / "work").mkdir()
     result = companion.run(traced(framework, root / "work", ["-y"]), "apply", *scenario.options)
     assert result.status == (0 if scenario.is_accepted else 1), result
-    trace = (root / "work" / "trace").read_text(encoding="utf-8", errors="replace")
-    return calls.parse(trace), live(framework)
+    return calls.parse(calls.trace_in(root / "work")), live(framework)
 
 
 def disturbed(scenario: Scenario, root: Path, call: calls.Call, fault: str) -> tuple[Framework, sandbox.Result]:
@@ -93,8 +92,7 @@ def disturbed(scenario: Scenario, root: Path, call: calls.Call, fault: str) -> t
     (root / "work").mkdir()
     box = traced(framework, root / "work", ["-y", *calls.injection(call, fault)])
     result = companion.run(box, "apply", *scenario.options)
-    trace = (root / "work" / "trace").read_text(encoding="utf-8", errors="replace")
-    assert calls.was_injected(call, fault, trace), f"{call}: the fault missed its call"
+    assert calls.was_injected(call, fault, calls.trace_in(root / "work")), f"{call}: the fault missed its call"
     assert (fault == calls.KILL) == (result.status == -signal.SIGKILL), result
     return framework, result
 

@@ -9,6 +9,7 @@ import dataclasses
 import re
 from collections import Counter
 from collections.abc import Iterator
+from pathlib import Path
 
 LINE = re.compile(r"(\w+)\((.*)")
 START = ("rt_sigaction", "SIGPIPE")
@@ -87,6 +88,11 @@ class Call:
         """The framework's file that the call works on; empty for any other file."""
         match = re.match(r'\d+<([^>]*)>', self.text) or re.match(r'(?:AT_FDCWD<[^>]*>, )?"([^"]*)"', self.text)
         return match[1].removeprefix("/opt/qor/") if match and match[1].startswith("/opt/qor/") else ""
+
+
+def trace_in(work: Path) -> str:
+    """strace's output for the run with this working directory."""
+    return (work / "trace").read_text(encoding="utf-8", errors="replace")
 
 
 def parse(trace: str) -> list[Call]:

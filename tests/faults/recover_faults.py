@@ -122,8 +122,7 @@ def reference(state: State, root: Path) -> tuple[list[calls.Call], dict[str, byt
     framework = _framework(state, root / "qor")
     result = companion.run(apply_faults.traced(framework, root / "work", ["-y"]), "recover", *state.options)
     assert result.status == 0, result
-    trace = (root / "work" / "trace").read_text(encoding="utf-8", errors="replace")
-    return calls.parse(trace), _files(framework)
+    return calls.parse(calls.trace_in(root / "work")), _files(framework)
 
 
 def violations(state: State, root: Path, call: calls.Call, end: dict[str, bytes]) -> Iterator[str]:

@@ -46,11 +46,7 @@ def reference(prepared: frameworks.Prepared) -> list[calls.Call]:
 def trace(framework: Path, work: Path, args: tuple[str, ...], options: Sequence[str] = ("-y",)) -> str:
     """strace's output for a run without faults."""
     _traced(framework, work, options).run(*args, timeout=TIMEOUT)
-    return _trace_of(work)
-
-
-def _trace_of(work: Path) -> str:
-    return (work / "trace").read_text(encoding="utf-8", errors="replace")
+    return calls.trace_in(work)
 
 
 def cases(prepared: frameworks.Prepared) -> Iterator[Case]:
@@ -124,8 +120,9 @@ def _disturbed(prepared: frameworks.Prepared, case: Case, framework: Path, work:
     box = _traced(framework, work, ["-y", *calls.injection(call, fault)])
     result = box.run(*prepared.scenario.args, timeout=TIMEOUT)
     is_killed = result.status == -signal.SIGKILL
-    if not calls.was_injected(call, fault, _trace_of(work)) or (fault == calls.KILL) != is_killed:
-        raise sandbox.SandboxError(f"{case.key}: the fault missed its call\n{_trace_of(work)}")
+    trace_text = calls.trace_in(work)
+    if not calls.was_injected(call, fault, trace_text) or (fault == calls.KILL) != is_killed:
+        raise sandbox.SandboxError(f"{case.key}: the fault missed its call\n{trace_text}")
     return result
 
 
