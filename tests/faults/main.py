@@ -41,7 +41,13 @@ LARGE = ("stage-new", "commit", "rollback-session", "rollback-commit")
 FURTHER_ORDERS = 60
 """The number of orders with several turns for each pair of commands."""
 
+SHOWN = 3
+"""The number of violations printed for one case."""
+
 PARTS = (KILLS := "kills", CUTS := "cuts")
+KINDS = (KILLED := "killed at a system call", CALL := "a system call fails", "allocation fails", "full disk",
+         cuts.FAULT, "two runs at once")
+"""The rows of the table."""
 
 Record = dict[str, Any]
 Job = tuple[str, Callable[..., Record], tuple[Any, ...]]
@@ -158,12 +164,6 @@ class Report:
             summary = "; ".join(f"{count:,} {outcome}" for outcome, count in outcomes.most_common())
             lines.append(f"| {kind} | {sum(outcomes.values()):,} | {violations} | {summary} |")
         return "\n".join(lines)
-
-
-SHOWN = 3
-CALL = "a system call fails"
-KINDS = (KILLED := "killed at a system call", CALL, "allocation fails", "full disk",
-         cuts.FAULT, "two runs at once")
 
 
 def _kind(fault: str) -> str:
