@@ -10,12 +10,10 @@ from pathlib import Path
 
 import companion
 import pytest
-from framework import (BASE, CONFIG, CONFIG_BAK, CONFIG_TMP, LIST, LIST_BAK, LIST_TMP, LOCK, MISSING, PUMP, ROOTLESS,
-                       SESSION, VALIDATOR, VALVE, Framework, config, model, participant)
+from framework import (BASE, CALLER_LOCK, CONFIG, CONFIG_BAK, CONFIG_TMP, LIST, LIST_BAK, LIST_TMP, LOCK, MISSING, PUMP,
+                       ROOTLESS, SESSION, VALIDATOR, VALVE, Framework, apply_on, config, model, participant)
 from sandbox import Result, Sandbox
 
-CALLER_LOCK = "etc/model/qor_mim_ctl.lock"
-OWN_LOCK = "qor_mim_ctl@alpha"
 ADD_PUMP = (f"--add={PUMP}", "--handler=pumpHandler")
 BOTH = (CONFIG, LIST)
 BACKUPS = (CONFIG_BAK, LIST_BAK)
@@ -162,7 +160,7 @@ def test_apply_asks_the_validator_about_the_live_list(framework: Framework, tool
     assert companion.answer(tool, "apply", f"--remove={BASE}")["validator"] == "accepted"
 
     assert framework.read("judged") == ""
-    assert framework.read("owner") == OWN_LOCK
+    assert framework.read("owner") == apply_on("alpha")
     assert not framework.path(LOCK).exists()
 
 
@@ -226,8 +224,8 @@ def test_apply_follows_links(framework: Framework, tool: Sandbox) -> None:
 @pytest.mark.parametrize("lock, error", [
     ("alpha", "the host alpha has a session open"), ("beta", "the host beta has a session open"),
     ("", "an unknown host has a session open"),
-    (OWN_LOCK, "an apply of the host alpha was interrupted: call qor_mim_ctl recover"),
-    ("qor_mim_ctl@beta", "an apply of the host beta was interrupted: call qor_mim_ctl recover")])
+    (apply_on("alpha"), "an apply of the host alpha was interrupted: call qor_mim_ctl recover"),
+    (apply_on("beta"), "an apply of the host beta was interrupted: call qor_mim_ctl recover")])
 def test_apply_is_refused_during_a_session(framework: Framework, tool: Sandbox, lock: str, error: str) -> None:
     """An open session is reported with its owner, and an interrupted apply with its remedy."""
     framework.session(f"0:{VALVE}\n", host=lock)

@@ -6,8 +6,8 @@ from collections.abc import Callable
 
 import companion
 import pytest
-from framework import (AGENT, AUX, BASE, BROKEN, CONFIG, LIST, LIST_BAK, LOCK, MISSING, NAMELESS, PLACEHOLDER,
-                       PUMP, ROOTLESS, SESSION, VALIDATOR, VALVE, Framework, config, installed, participant)
+from framework import (AGENT, AUX, BASE, BROKEN, CONFIG, LIST, LIST_BAK, LOCK, MISSING, NAMELESS, PLACEHOLDER, PUMP,
+                       ROOTLESS, SESSION, VALIDATOR, VALVE, Framework, apply_on, config, installed, participant)
 from sandbox import Result, Sandbox, tool_path
 
 Step = Callable[[Framework, Sandbox], None]
@@ -140,7 +140,7 @@ STORIES = [
     (writes(SESSION, f"0:{PUMP}\n"), ("session-leftover", "warning", SESSION_PATH), "qor_mim_ctl recover"),
     (stages(f"0:{PUMP}\nx:y\n"), ("session-invalid", "error", SESSION_PATH), writes(SESSION, f"0:{PUMP}\n")),
     (stages_beside_an_edit, ("live-changed", "error", LIST_PATH), "cp -p "),
-    (commits_then(writes(LOCK, "qor_mim_ctl@alpha")), ("commit-interrupted", "error", None), "qor_mim_ctl recover"),
+    (commits_then(writes(LOCK, apply_on("alpha"))), ("commit-interrupted", "error", None), "qor_mim_ctl recover"),
     (cuts_rollback, ("rollback-interrupted", "error", None), "qor_mim_ctl recover"),
     (commits_then(changes_mode(CONFIG)), ("ownership", "warning", CONFIG_PATH), "chown "),
 ]

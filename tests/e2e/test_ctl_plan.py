@@ -9,8 +9,8 @@ from pathlib import Path
 
 import companion
 import pytest
-from framework import (AUX, BASE, BROKEN, CONFIG, LIST, MISSING, NAMELESS, PUMP, ROOTLESS,
-                       VALIDATOR, VALVE, Framework, config, participant)
+from framework import (AUX, BASE, BROKEN, CALLER_LOCK, CONFIG, LIST, MISSING, NAMELESS, PUMP, ROOTLESS, VALIDATOR,
+                       VALVE, Framework, config, participant)
 from sandbox import Result, Sandbox
 
 pytestmark = pytest.mark.unsound("the tests start with broken files")
@@ -212,9 +212,9 @@ def test_plan_notices_a_caller_that_comes_meanwhile(framework: Framework, tool: 
     """What it has read may be another caller's half-made work."""
     os.mkfifo(framework.path("gate"))
     framework.script(VALIDATOR, "read word </opt/qor/gate")
-    framework.write("etc/model/qor_mim_ctl.lock", "")
+    framework.write(CALLER_LOCK, "")
     run = companion.start(tool, "plan", f"--add={PUMP}", "--json")
-    with framework.path("etc/model/qor_mim_ctl.lock").open("r+b") as lock:
+    with framework.path(CALLER_LOCK).open("r+b") as lock:
         with framework.path("gate").open("w") as gate:
             fcntl.lockf(lock, fcntl.LOCK_EX)
             gate.write("go\n")

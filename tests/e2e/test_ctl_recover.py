@@ -9,11 +9,10 @@ from collections.abc import Callable
 
 import companion
 import pytest
-from framework import (AUX, BASE, CONFIG, CONFIG_BAK, CONFIG_TMP, LIST, LIST_BAK, LIST_TMP, LOCK, PUMP, SESSION,
-                       VALIDATOR, VALVE, Framework, Snapshot, config, installed, participant)
+from framework import (AUX, BASE, CALLER_LOCK, CONFIG, CONFIG_BAK, CONFIG_TMP, LIST, LIST_BAK, LIST_TMP, LOCK, PUMP,
+                       SESSION, VALIDATOR, VALVE, Framework, Snapshot, apply_on, config, installed, participant)
 from sandbox import Result, Sandbox, emulator
 
-CALLER_LOCK = "etc/model/qor_mim_ctl.lock"
 STAGE = ("--addModelFile", PUMP, "--modelHandler", "pumpHandler")
 STAGED = f"3:{PUMP}|pumpHandler|1|1\n"
 OLD_CONFIG = config(participant("baseHandler", "Base"), participant("auxHandler", "Aux"))
@@ -152,7 +151,7 @@ def test_recover_undoes_an_apply_that_the_validator_rejects(framework: Framework
     framework.write(LIST, NEW_LIST)
     framework.write(CONFIG_BAK, OLD_CONFIG)
     framework.write(LIST_BAK, OLD_LIST)
-    framework.write(LOCK, "qor_mim_ctl@alpha")
+    framework.write(LOCK, apply_on("alpha"))
 
     assert companion.answer(tool, "recover")["found"] == "commit-interrupted"
 

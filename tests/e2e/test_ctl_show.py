@@ -5,8 +5,8 @@ import os
 
 import companion
 import pytest
-from framework import (AUX, BASE, BROKEN, CONFIG, LIST, LIST_BAK, LOCK, MISSING, NAMELESS, PUMP, ROOTLESS, SESSION,
-                       Framework, config, installed, model, participant)
+from framework import (AUX, BASE, BROKEN, CALLER_LOCK, CONFIG, LIST, LIST_BAK, LOCK, MISSING, NAMELESS, PUMP, ROOTLESS,
+                       SESSION, Framework, apply_on, config, installed, model, participant)
 from sandbox import PATH, Result, Sandbox
 
 pytestmark = pytest.mark.unsound("the tests start with broken files")
@@ -88,8 +88,8 @@ def test_show_distinguishes_the_placeholder_of_a_new_framework(framework: Framew
 
 
 @pytest.mark.parametrize(("lock", "host", "this_host", "is_apply"), [
-    ("alpha\n", "alpha", True, False), ("", None, False, False), ("qor_mim_ctl@alpha", "alpha", True, True),
-    ("qor_mim_ctl@beta", "beta", False, True)])
+    ("alpha\n", "alpha", True, False), ("", None, False, False), (apply_on("alpha"), "alpha", True, True),
+    (apply_on("beta"), "beta", False, True)])
 def test_show_names_the_owner_of_a_session(framework: Framework, tool: Sandbox, lock: str, host: str | None,
                                            this_host: bool, is_apply: bool) -> None:
     framework.session(f"0:{PUMP}\n", host=lock)
@@ -232,7 +232,7 @@ def test_show_fails_when_its_answer_cannot_be_written(tool: Sandbox, output: str
 
 def test_show_ignores_the_lock_of_another_caller(tool: Sandbox) -> None:
     script = ("import fcntl, subprocess, sys\n"
-              "with open('/opt/qor/etc/model/qor_mim_ctl.lock', 'w') as file:\n"
+              f"with open('{installed(CALLER_LOCK)}', 'w') as file:\n"
               "    fcntl.lockf(file, fcntl.LOCK_EX)\n"
               "    sys.exit(subprocess.run(sys.argv[1:]).returncode)\n")
     result = tool.with_env(PATH=PATH).execute("/usr/bin/python3", "-c", script, *companion.command(), "show",

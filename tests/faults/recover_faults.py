@@ -11,7 +11,7 @@ import calls
 import companion
 import sandbox
 from framework import (BASE, CONFIG, CONFIG_BAK, CONFIG_TMP, LIST, LIST_BAK, LIST_TMP, LOCK, PUMP, SESSION, VALIDATOR,
-                       Framework, config, participant)
+                       Framework, apply_on, config, participant)
 
 OLD = config(participant("baseHandler", "Base"), participant("auxHandler", "Aux")), f"{BASE}\n"
 NEW = config(participant("baseHandler", "Base"), participant("auxHandler", "Aux"),
@@ -74,14 +74,14 @@ def _rejected_apply(framework: Framework) -> None:
     """An apply interrupted before the validator rejects it."""
     _live(framework, NEW)
     _backups(framework, OLD)
-    framework.write(LOCK, "qor_mim_ctl@alpha")
+    framework.write(LOCK, apply_on("alpha"))
     framework.script(VALIDATOR, f"! grep -q {PUMP} \"$3\"")
 
 
 def _interrupted_apply(framework: Framework) -> None:
     """An apply interrupted after it opened its session."""
     _live(framework, NEW)
-    framework.session(QUEUE, "qor_mim_ctl@alpha")
+    framework.session(QUEUE, apply_on("alpha"))
     _backups(framework, OLD)
 
 

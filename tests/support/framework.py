@@ -10,6 +10,7 @@ CONFIG_TMP, LIST_TMP = f"{CONFIG}.tmp", f"{LIST}.tmp"
 CONFIG_BAK, LIST_BAK = f"{CONFIG}.bak", f"{LIST}.bak"
 SESSION = "etc/model/cmdfifo.dat"
 LOCK = "etc/model/qor_mim_tool.lock"
+CALLER_LOCK = "etc/model/qor_mim_ctl.lock"
 AGENT = "qorea/bin/qorea"
 VALIDATOR = "bin/pel_model_validator"
 
@@ -47,6 +48,11 @@ def model(root_class: str) -> str:
 def installed(name: str) -> str:
     """The path of a framework file as the program under test sees it."""
     return f"/opt/qor/{name}"
+
+
+def apply_on(host: str) -> str:
+    """The content of the lock file during an apply on ``host``."""
+    return f"qor_mim_ctl@{host}"
 
 
 class Framework:
