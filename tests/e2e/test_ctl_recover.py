@@ -11,7 +11,7 @@ import companion
 import pytest
 from framework import (AUX, BASE, CALLER_LOCK, CONFIG, CONFIG_BAK, CONFIG_TMP, LIST, LIST_BAK, LIST_TMP, LOCK, PUMP,
                        SESSION, VALIDATOR, VALVE, Framework, Snapshot, apply_on, config, installed, participant)
-from sandbox import Result, Sandbox, emulator
+from sandbox import Result, Sandbox
 
 STAGE = ("--addModelFile", PUMP, "--modelHandler", "pumpHandler")
 STAGED = f"3:{PUMP}|pumpHandler|1|1\n"
@@ -240,8 +240,7 @@ def test_recover_completes_without_a_reader_of_its_answer(framework: Framework, 
     framework.write(LIST_BAK, f"{BASE}\n{AUX}\n")
     framework.remove(LIST)
     with open("/dev/full", "wb") as full:
-        run = tool.with_env(TMPDIR="/opt/scratch").launch(
-            *emulator(), str(companion.companion_path()), "recover", stdout=full)
+        run = tool.with_env(TMPDIR="/opt/scratch").launch(*companion.command(), "recover", stdout=full)
         assert run.wait().status == 4
 
     assert framework.read(LIST) == f"{BASE}\n{AUX}\n"
