@@ -5,14 +5,16 @@ Texts are compared piece by piece: a message of several lines, or with a name fi
 from __future__ import annotations
 
 import re
+import sys
 from pathlib import Path
 
 PROJECT = Path(__file__).resolve().parents[2]
 PAGE = PROJECT / "docs" / "messages.md"
+sys.path.insert(0, str(PROJECT / "tests" / "support"))
 
-FOLDERS = (PROJECT / "cmake" / "SourceFolders.txt").read_text(encoding="utf-8").split()
+from sources import FOLDERS, literals  # noqa: E402 (path set above)
+
 TOOL_FOLDERS = [folder for folder in FOLDERS if folder != "ctl"]
-LITERAL = re.compile(r'"((?:[^"\\\n]|\\.)*)"')
 # What the program fills in: a conversion in the sources, a word in capitals on the page.
 FILLED_IN = r"%\w|\b(?!QOR |FIFO |XML |WARNING)[A-Z]{3,}\b:?"
 # Names of POCO's exceptions, which the program prints as messages.
@@ -25,16 +27,6 @@ def pieces(texts: list[str]) -> set[str]:
     """The fixed parts of the texts that have a word in them."""
     found = {piece.strip() for text in texts for piece in re.split(rf"\\n|{FILLED_IN}", text)}
     return {piece for piece in found if re.search("[A-Za-z]", piece)}
-
-
-def literals(folders: list[str]) -> list[str]:
-    """Every string literal in the folders, adjacent ones joined."""
-    found = []
-    for folder in folders:
-        for source in sorted((PROJECT / folder).glob("*.cpp")):
-            code = re.sub(r"^\s*(//|#include).*|'\\?.'", "", source.read_text(encoding="utf-8"), flags=re.MULTILINE)
-            found += LITERAL.findall(re.sub(r'"\s*\n\s*"', "", code))
-    return found
 
 
 def rows() -> list[list[str]]:
@@ -55,7 +47,7 @@ def test_every_message_is_explained() -> None:
 
 
 def test_every_explained_message_exists() -> None:
-    assert explained() - pieces(literals(FOLDERS)) == OF_THE_LIBRARY
+    assert explained() - pieces(literals()) == OF_THE_LIBRARY
 
 
 def test_every_message_has_a_meaning() -> None:

@@ -13,11 +13,11 @@ import pytest
 import companion
 from framework import CONFIG, Framework
 from sandbox import PROJECT, WORK, emulator, Sandbox, tool_directory
+from sources import literals
 
 MANUAL = PROJECT / "docs" / "qor_mim_tool.8"
 COMPANION = PROJECT / "docs" / "qor_mim_ctl.8"
 MANUALS = pytest.mark.parametrize("manual", [MANUAL, COMPANION], ids=["tool", "companion"])
-STRING = re.compile(r'"((?:[^"\\]|\\.)*)"')
 
 
 def section(name: str, manual: Path = MANUAL) -> list[str]:
@@ -66,12 +66,7 @@ def diagnostics() -> list[str]:
 
 def messages() -> set[str]:
     """Every string in the program's sources, up to its first variable part."""
-    texts: set[str] = set()
-    for folder in (PROJECT / "cmake" / "SourceFolders.txt").read_text(encoding="utf-8").split():
-        for source in (PROJECT / folder).glob("*.cpp"):
-            for text in STRING.findall(source.read_text(encoding="utf-8")):
-                texts.update(part.partition(": ")[0] for part in text.split(r"\n"))
-    return texts
+    return {part.partition(": ")[0] for text in literals() for part in text.split(r"\n")}
 
 
 @MANUALS
@@ -132,7 +127,7 @@ def test_manual_examples_match_the_program(tool: Sandbox, tmp_path: Path, manual
 def test_manual_explains_messages_of_the_program() -> None:
     explained = diagnostics()
     assert len(explained) >= 10
-    assert [message for message in explained if message not in messages()] == []
+    assert set(explained) - messages() == set()
 
 
 @pytest.mark.unsound("the configuration is missing")
