@@ -20,6 +20,12 @@ remove_tree() {
     rm -rf --one-file-system "$1" 2>/dev/null || { chmod -R u+rwX "$1" && rm -rf --one-file-system "$1"; }
 }
 
+use_ccache() {
+    if command -v ccache >/dev/null; then
+        export CMAKE_CXX_COMPILER_LAUNCHER=${CMAKE_CXX_COMPILER_LAUNCHER:-ccache}
+    fi
+}
+
 # Sets TMPDIR to a directory inside the checkout, so that even a killed run leaves nothing elsewhere. The directory is
 # removed on exit, or by the next run when its owner is gone.
 use_own_tmp() {
