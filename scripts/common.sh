@@ -7,6 +7,11 @@ usage() {
     sed -n '2,/^[^#]/s/^# \{0,1\}//p' "$script"
 }
 
+die() {
+    echo "${script##*/}: $*" >&2
+    exit 1
+}
+
 for word in "$@"; do
     if [ "$word" = --help ]; then
         usage

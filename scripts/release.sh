@@ -5,11 +5,6 @@
 # shellcheck disable=SC2034 # for those who source this
 readonly NAME=qor-mim-tool
 
-die() {
-    echo "${0##*/}: $*" >&2
-    exit 1
-}
-
 # safe.directory lets a caller use git in a checkout of another owner.
 git_here() {
     git -c "safe.directory=$here" -C "$here" "$@" 2>/dev/null
