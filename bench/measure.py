@@ -6,7 +6,6 @@ framework is not touched.  proot is no alternative: it traces every system call,
 from __future__ import annotations
 
 import json
-import os
 import re
 import socket
 import subprocess
