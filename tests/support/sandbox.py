@@ -147,7 +147,7 @@ class View:
 
 
 def _bwrap(view: View) -> list[str]:
-    command = ["bwrap", "--die-with-parent", "--ro-bind", "/", "/", "--tmpfs", "/opt"]
+    command = ["bwrap", "--die-with-parent", "--ro-bind", "/", "/", "--tmpfs", "/opt", "--dev", "/dev"]
     # /opt is hidden as a whole: a checkout below /opt must be bound again.
     for path in view.readable:
         if path.is_relative_to("/opt"):
@@ -156,7 +156,7 @@ def _bwrap(view: View) -> list[str]:
         command += ["--bind", str(path), str(path)]
     if view.framework is not None:
         command += ["--bind", str(view.framework), FRAMEWORK]
-    command += ["--bind", str(view.work), WORK, "--dev", "/dev", "--bind", str(view.log), LOG]
+    command += ["--bind", str(view.work), WORK, "--bind", str(view.log), LOG]
     return command + ["--unshare-uts", "--hostname", view.host, "--chdir", WORK, "--"]
 
 
