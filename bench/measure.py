@@ -13,9 +13,9 @@ import threading
 from collections.abc import Iterable, Sequence
 from pathlib import Path
 
+from sandbox import LAUNCHERS, PATH, PROJECT, View
 from workload import HOST, Framework
 
-PROJECT = Path(__file__).resolve().parents[1]
 # The usual RLIMIT_NOFILE of a login.  The library closes every descriptor below it in each child process.
 DESCRIPTORS = 1024
 
@@ -43,14 +43,12 @@ class Bench:
 
     def sandbox(self, framework: Framework, command: Sequence[str]) -> list[str]:
         """The command line that runs ``command`` with the framework at /opt/qor."""
-        return ["bwrap", "--die-with-parent", "--ro-bind", "/", "/", "--tmpfs", "/opt", "--dev", "/dev",
-                "--ro-bind", str(PROJECT), str(PROJECT), "--bind", str(self.scratch), str(self.scratch),
-                "--bind", str(framework.directory), "/opt/qor", "--bind", str(self._log.path), "/dev/log",
-                "--unshare-uts", "--hostname", HOST, "--chdir", str(self.scratch), "--",
-                "/bin/sh", "-c", f'ulimit -n {DESCRIPTORS} && exec "$@"', "sh", *command]
+        view = View(framework=framework.directory, scratch=self.scratch, work=self.scratch, log=self._log.path,
+                    host=HOST, writable=(self.scratch,), readable=(PROJECT,))
+        return [*LAUNCHERS["bwrap"](view), "/bin/sh", "-c", f'ulimit -n {DESCRIPTORS} && exec "$@"', "sh", *command]
 
     def _run(self, framework: Framework, command: Sequence[str]) -> subprocess.CompletedProcess[str]:
-        env = {"PATH": "/usr/sbin:/usr/bin:/sbin:/bin", "LANG": "C.UTF-8", "TMPDIR": str(self.scratch)}
+        env = {"PATH": PATH, "LANG": "C.UTF-8", "TMPDIR": str(self.scratch)}
         done = subprocess.run(self.sandbox(framework, command), env=env, stdin=subprocess.DEVNULL,
                               capture_output=True, text=True, check=False)
         if done.returncode != 0:

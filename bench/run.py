@@ -20,8 +20,10 @@ from collections.abc import Callable, Iterable, Iterator, Sequence
 from concurrent.futures import ThreadPoolExecutor
 from pathlib import Path
 
-from measure import PROJECT, Bench, shares
-from workload import Case, Framework
+sys.path.insert(0, str(Path(__file__).resolve().parents[1] / "tests" / "support"))
+
+from measure import PROJECT, Bench, shares  # noqa: E402 (path set above)
+from workload import Case, Framework  # noqa: E402
 
 COMPETITORS = PROJECT / "bench" / "competitors"
 
