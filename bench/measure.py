@@ -5,41 +5,27 @@ framework is not touched.  proot is no alternative: it traces every system call,
 """
 from __future__ import annotations
 
+import contextlib
 import json
 import re
-import socket
 import subprocess
-import threading
-from collections.abc import Iterable, Sequence
+import tempfile
+from collections.abc import Iterable, Iterator, Sequence
 from pathlib import Path
 
-from sandbox import LAUNCHERS, PATH, PROJECT, View
+from sandbox import LAUNCHERS, PATH, PROJECT, LogSocket, View
 from workload import HOST, Framework
 
 # The usual RLIMIT_NOFILE of a login.  The library closes every descriptor below it in each child process.
 DESCRIPTORS = 1024
 
 
-class LogReader:
-    """Reads the system log continuously: the programs would block on a full queue."""
-
-    def __init__(self, path: Path):
-        self.path = path
-        self._socket = socket.socket(socket.AF_UNIX, socket.SOCK_DGRAM)
-        self._socket.bind(str(path))
-        threading.Thread(target=self._drain, daemon=True).start()
-
-    def _drain(self) -> None:
-        while True:
-            self._socket.recv(1 << 16)
-
-
 class Bench:
-    """Measures programs in frameworks below one scratch directory."""
+    """Measures programs in frameworks below one scratch directory, with one system log."""
 
-    def __init__(self, scratch: Path):
+    def __init__(self, scratch: Path, log: LogSocket):
         self.scratch = scratch
-        self._log = LogReader(scratch / "log")
+        self._log = log
 
     def sandbox(self, framework: Framework, command: Sequence[str]) -> list[str]:
         """The command line that runs ``command`` with the framework at /opt/qor."""
@@ -87,6 +73,13 @@ class Bench:
     def instructions(self, framework: Framework, command: Sequence[str]) -> int:
         """The number of instructions in the program's own process, the dynamic loader included."""
         return total(self.profile(framework, command))
+
+
+@contextlib.contextmanager
+def new_bench(directory: Path) -> Iterator[Bench]:
+    """A bench with a scratch directory below ``directory``."""
+    with tempfile.TemporaryDirectory(dir=directory, prefix="qmt-bench-") as name, LogSocket(Path(name) / "log") as log:
+        yield Bench(Path(name), log)
 
 
 def total(report: Path) -> int:

@@ -22,7 +22,7 @@ from pathlib import Path
 
 sys.path.insert(0, str(Path(__file__).resolve().parents[1] / "tests" / "support"))
 
-from measure import PROJECT, Bench, shares  # noqa: E402 (path set above)
+from measure import PROJECT, Bench, new_bench, shares  # noqa: E402 (path set above)
 from workload import Case, Framework  # noqa: E402
 
 COMPETITORS = PROJECT / "bench" / "competitors"
@@ -273,11 +273,11 @@ def companion_targets(runner: Runner) -> Iterator[tuple[str, float, float]]:
 
 def durability(runner: Runner) -> str:
     """The cost of syncs on the file system of the build directory."""
-    with tempfile.TemporaryDirectory(dir=PROJECT / "build", prefix="qmt-bench-") as scratch:
+    with new_bench(PROJECT / "build") as bench:
         on_disk = copy.copy(runner)
-        on_disk.bench = Bench(Path(scratch))
+        on_disk.bench = bench
         kept, dropped = on_disk.durability(SMALL)
-        kind = subprocess.run(["stat", "--file-system", "--format=%T", scratch], capture_output=True, text=True,
+        kind = subprocess.run(["stat", "--file-system", "--format=%T", bench.scratch], capture_output=True, text=True,
                               check=True).stdout.strip()
     return (f"{SMALL.title}, on a disk ({kind}): {kept / dropped:.3f} times as long as without syncs, "
             f"{1000 * (kept - dropped):.1f} ms more")
@@ -373,8 +373,8 @@ def arguments() -> argparse.Namespace:
 def main() -> int:
     """The command line's entry."""
     wanted = arguments()
-    with tempfile.TemporaryDirectory(dir=wanted.directory, prefix="qmt-bench-") as scratch:
-        runner = Runner(wanted.build.absolute(), Bench(Path(scratch)))
+    with new_bench(wanted.directory) as bench:
+        runner = Runner(wanted.build.absolute(), bench)
         if wanted.operations is not None:
             run_operations(runner, wanted.build.absolute(), wanted.operations)
         elif wanted.profile:
@@ -383,7 +383,7 @@ def main() -> int:
         elif wanted.against is not None:
             print_table(list(compare(runner, wanted.against)))
         elif wanted.growth is not None:
-            draw_growth(runner.growth(), Path(scratch) / "growth", wanted.growth)
+            draw_growth(runner.growth(), bench.scratch / "growth", wanted.growth)
         else:
             cases = QUICK if wanted.quick else CASES
             table = measure_all(runner, cases)
