@@ -17,7 +17,7 @@ from typing import Optional
 sys.path.insert(0, str(Path(__file__).resolve().parents[1] / "support"))
 
 import sandbox  # noqa: E402
-from framework import participant  # noqa: E402
+from framework import AGENT, VALIDATOR, Framework, model, participant  # noqa: E402
 
 CONFIGURATION = "qor.cfg"
 LIST = "model/model_file_list.cfg"
@@ -38,27 +38,19 @@ def _configuration(handlers: int) -> str:
     return f"<framework>\n\t<participants>\n{''.join(participants)}\t</participants>\n</framework>\n"
 
 
-def _executable(path: Path, text: str) -> None:
-    path.parent.mkdir(parents=True)
-    path.write_text(text, encoding="ascii")
-    path.chmod(0o755)
-
-
 def build(target: Path, size: str) -> None:
     """A framework as installed, before the tool's first run."""
     handlers = SIZES[size]
-    (target / "etc/model").mkdir(parents=True)
-    (target / "models").mkdir()
+    framework = Framework(target)
     installed = ["station", "door", "plain"]
     for name in installed + ["power", "climate", "bare"]:
-        text = f'<model>\n\t<class name="{name.capitalize()}">\n\t\t<root/>\n\t</class>\n</model>\n'
-        (target / "models" / f"{name}.xml").write_text(text, encoding="ascii")
+        framework.write(f"models/{name}.xml", model(name.capitalize()))
     # With many handlers, longer than one block of a copy.
     installed += [f"model{number}" for number in range(handlers // 4)]
-    (target / "etc" / LIST).write_text("".join(f"{MODELS}/{name}.xml\n" for name in installed), encoding="ascii")
-    (target / "etc" / CONFIGURATION).write_text(_configuration(handlers), encoding="ascii")
-    _executable(target / "qorea/bin/qorea", "#!/bin/sh\necho /opt/qor/\n")
-    _executable(target / "bin/pel_model_validator", "#!/bin/sh\nexit 0\n")
+    framework.write(f"etc/{LIST}", "".join(f"{MODELS}/{name}.xml\n" for name in installed))
+    framework.write(f"etc/{CONFIGURATION}", _configuration(handlers))
+    framework.script(AGENT, "echo /opt/qor/")
+    framework.script(VALIDATOR, "exit 0")
 
 
 @dataclasses.dataclass(frozen=True)
@@ -146,8 +138,7 @@ class Prepared:
 
 
 def _install_validator(framework: Path, accepts: bool) -> None:
-    validator = framework / "bin/pel_model_validator"
-    validator.write_text(f"#!/bin/sh\necho judged\nexit {0 if accepts else 1}\n", encoding="ascii")
+    Framework(framework).script(VALIDATOR, f"echo judged\nexit {0 if accepts else 1}")
 
 
 def _run_successfully(framework: Path, args: tuple[str, ...]) -> None:
