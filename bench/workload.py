@@ -6,12 +6,12 @@ import shutil
 import xml.etree.ElementTree as ElementTree
 from pathlib import Path
 
+import framework
+from framework import AGENT, CONFIG, LIST, VALIDATOR, config, installed, model, participant
+
 HOST = "bench"
 ROOTS_PER_HANDLER = 5
-MODELS = "/opt/qor/models"
-
-AGENT = "#!/bin/sh\necho /opt/qor\n"
-VALIDATOR = "#!/bin/sh\nexit 0\n"
+MODELS = installed("models")
 
 
 @dataclasses.dataclass(frozen=True)
@@ -79,29 +79,8 @@ def class_name(handler: int, root: int) -> str:
 
 def document(handlers: int) -> str:
     """A configuration in the tool's own format."""
-    lines = ["<qor>", "\t<participants>"]
-    for handler in range(handlers):
-        lines += ["\t\t<participant>", "\t\t\t<roots>"]
-        lines += [f'\t\t\t\t<root name="{class_name(handler, root)}"/>' for root in range(ROOTS_PER_HANDLER)]
-        lines.append("\t\t\t</roots>")
-        for tag, interface in (("managedObject", "PelOamSpiManagedObject"),
-                               ("txResource", "PelOamSpiTransactionalResource")):
-            lines.append(f'\t\t\t<{tag} compName="{handler_name(handler)}" ifName="{interface}" version="1"/>')
-        lines.append("\t\t</participant>")
-    return "\n".join([*lines, "\t</participants>", "</qor>", ""])
-
-
-def write_executable(path: Path, text: str) -> None:
-    """Write an executable file."""
-    path.parent.mkdir(parents=True, exist_ok=True)
-    path.write_text(text, encoding="utf-8")
-    path.chmod(0o755)
-
-
-def write_model(path: Path, name: str) -> None:
-    """Write a model file with the root class ``name``."""
-    path.parent.mkdir(parents=True, exist_ok=True)
-    path.write_text(f'<models>\n\t<class name="{name}">\n\t\t<root/>\n\t</class>\n</models>\n', encoding="utf-8")
+    return config(*(participant(handler_name(number), *(class_name(number, root) for root in range(ROOTS_PER_HANDLER)))
+                    for number in range(handlers)))
 
 
 class Framework:
@@ -118,46 +97,34 @@ class Framework:
 
     def _build(self) -> None:
         case = self.case
-        model_directory = self.template / "model"
-        model_directory.mkdir(parents=True)
-        write_executable(self.directory / "qorea/bin/qorea", AGENT)
-        write_executable(self.directory / "bin/pel_model_validator", VALIDATOR)
         actions = case.session_actions()
-        for index, (kind, path, handler) in enumerate(actions):
-            name = f"Added{index:04d}" if kind == "3" else class_name(int(handler.removeprefix("handler")), 0)
-            write_model(self._host_path(path), name)
+        models = {path: f"Added{index:04d}" if kind == "3" else class_name(int(handler.removeprefix("handler")), 0)
+                  for index, (kind, path, handler) in enumerate(actions)}
         if case.command in ("stage", "apply"):
-            write_model(self._host_path(case.next_model()), "AddedNext")
+            models[case.next_model()] = "AddedNext"
         if case.command == "show":
-            for index, path in enumerate(self._list().split()):
-                write_model(self._host_path(path), class_name(index, 0))
-        self._write_pair(self.template / "qor.cfg", document(case.handlers))
-        self._write_pair(model_directory / "model_file_list.cfg", self._list())
+            models = {path: class_name(index, 0) for index, path in enumerate(self._list().split())}
+        files = framework.Framework(self.directory)
+        for path, name in models.items():
+            files.write(path.removeprefix(installed("")), model(name))
+        files.script(AGENT, "echo /opt/qor")
+        files.script(VALIDATOR, "exit 0")
+        files.write(CONFIG, document(case.handlers))
+        files.write(LIST, self._list())
         if actions:
-            session = "".join(f"{kind}:{path}|{handler}|1|1\n" for kind, path, handler in actions)
-            (model_directory / "cmdfifo.dat").write_text(session, encoding="utf-8")
-            (model_directory / "qor_mim_tool.lock").write_text(HOST, encoding="utf-8")
+            files.session("".join(f"{kind}:{path}|{handler}|1|1\n" for kind, path, handler in actions), HOST)
+        (self.directory / "etc").rename(self.template)
         self.edits.write_text("".join(
             f"remove {path} {handler}\n" if kind == "4" else f"add {path} {handler} 1 1\n"
             for kind, path, handler in actions), encoding="utf-8")
-        write_executable(self.resetter, "#!/bin/sh\nset -e\n"
-                         f"rm -rf {self.directory}/etc\ncp -a {self.template} {self.directory}/etc\n")
-
-    def _host_path(self, path: str) -> Path:
-        """The path outside the sandbox of a file below /opt/qor."""
-        return self.directory / Path(path).relative_to("/opt/qor")
+        framework.Framework(self.resetter.parent).script(
+            self.resetter.name, f"set -e\nrm -rf {self.directory}/etc\ncp -a {self.template} {self.directory}/etc")
 
     def _list(self) -> str:
         lines = [f"{MODELS}/installed/{handler}_{root}.xml\n" for handler in range(self.case.handlers)
                  for root in range(ROOTS_PER_HANDLER)]
         wanted = self.case.list_lines or len(lines)
         return "".join((lines + [f"{MODELS}/filler/{i}.xml\n" for i in range(wanted - len(lines))])[:wanted])
-
-    def _write_pair(self, path: Path, text: str) -> None:
-        """Write a live file and, if a session is open, its working copy."""
-        path.write_text(text, encoding="utf-8")
-        if self.case.actions:
-            path.with_name(path.name + ".tmp").write_text(text, encoding="utf-8")
 
     def reset(self) -> None:
         """Restore the state before any run."""
