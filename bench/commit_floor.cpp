@@ -1,6 +1,8 @@
 // The floor under the tool's cost: the minimum of library calls for the same resulting files, with complete working
 // copies after every action. It checks and reports nothing, starts no other program, and handles only the document
 // structure of the benchmark's frameworks.
+#include "base/WholeFile.h"
+
 #include <Poco/AutoPtr.h>
 #include <Poco/Checksum.h>
 #include <Poco/ConsoleChannel.h>
@@ -9,7 +11,6 @@
 #include <Poco/DOM/Document.h>
 #include <Poco/DOM/Element.h>
 #include <Poco/File.h>
-#include <Poco/FileStream.h>
 #include <Poco/FormattingChannel.h>
 #include <Poco/Logger.h>
 #include <Poco/PatternFormatter.h>
@@ -17,7 +18,6 @@
 #include <Poco/Util/Application.h>
 #include <Poco/XML/XMLWriter.h>
 
-#include <fstream>
 #include <ostream>
 #include <streambuf>
 #include <string>
@@ -50,18 +50,14 @@ struct Action
 
 std::string read(const std::string& path)
 {
-    std::ifstream file(path, std::ios::in | std::ios::ate);
-    std::string content(static_cast<std::string::size_type>(file.tellg()), '\0');
-    file.seekg(0);
-    file.read(content.data(), static_cast<std::streamsize>(content.size()));
+    std::string content;
+    static_cast<void>(QMT::readWholeFile(path, content));
     return content;
 }
 
 void write(const std::string& path, const std::string& content)
 {
-    Poco::FileOutputStream file(path, std::ios::out | std::ios::trunc);
-    file.write(content.data(), static_cast<std::streamsize>(content.size()));
-    file.close();
+    static_cast<void>(QMT::writeWholeFile(path, content));
 }
 
 std::vector<Action> readSession()
