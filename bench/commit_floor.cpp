@@ -1,7 +1,9 @@
 // The floor under the tool's cost: the minimum of library calls for the same resulting files, with complete working
 // copies after every action. It checks and reports nothing, starts no other program, and handles only the document
 // structure of the benchmark's frameworks.
+#include "base/ManagedFile.h"
 #include "base/WholeFile.h"
+#include "impl/CFrameworkPaths.h"
 
 #include <Poco/AutoPtr.h>
 #include <Poco/Checksum.h>
@@ -32,13 +34,6 @@ using Poco::XML::Node;
 using DocumentPtr = Poco::AutoPtr<Document>;
 using ElementPtr = Poco::AutoPtr<Element>;
 
-const std::string CONFIGURATION = "/opt/qor/etc/qor.cfg";
-const std::string MODEL_FILE_LIST = "/opt/qor/etc/model/model_file_list.cfg";
-const std::string SESSION_FILE = "/opt/qor/etc/model/cmdfifo.dat";
-const std::string LOCK_FILE = "/opt/qor/etc/model/qor_mim_tool.lock";
-const std::string WORKING_COPY = ".tmp";
-const std::string BACKUP = ".bak";
-
 struct Action
 {
     std::string kind;
@@ -60,9 +55,9 @@ void write(const std::string& path, const std::string& content)
     static_cast<void>(QMT::writeWholeFile(path, content));
 }
 
-std::vector<Action> readSession()
+std::vector<Action> readSession(const std::string& path)
 {
-    const Poco::StringTokenizer tokens(read(SESSION_FILE), "\n:|", Poco::StringTokenizer::TOK_TRIM);
+    const Poco::StringTokenizer tokens(read(path), "\n:|", Poco::StringTokenizer::TOK_TRIM);
     std::vector<Action> actions;
     actions.reserve(tokens.count() / 5);
     for (std::size_t i = 0; i + 4 < tokens.count(); i += 5)
@@ -115,7 +110,7 @@ protected:
 };
 
 /// Returns the size of the document's text; `expectedSize` is the previous size.
-std::string::size_type write(const Document* document, std::string::size_type expectedSize)
+std::string::size_type write(const std::string& path, const Document* document, std::string::size_type expectedSize)
 {
     const std::string::size_type GROWTH = 4096;
     TextBuffer buffer;
@@ -125,7 +120,7 @@ std::string::size_type write(const Document* document, std::string::size_type ex
     writer.setNewLine("\n");
     writer.setOptions(Poco::XML::XMLWriter::PRETTY_PRINT);
     writer.writeNode(stream, document);
-    write(CONFIGURATION + WORKING_COPY, buffer.text);
+    write(path, buffer.text);
     return buffer.text.size();
 }
 
@@ -211,55 +206,57 @@ std::string without(const std::string& entry, const std::string& list)
     return kept;
 }
 
-void changeList(const Action& action, bool add)
+void changeList(const std::string& path, const Action& action, bool add)
 {
-    const std::string list = read(MODEL_FILE_LIST + WORKING_COPY);
-    write(MODEL_FILE_LIST + WORKING_COPY, add ? list + action.path + "\n" : without(action.path, list));
+    const std::string list = read(path);
+    write(path, add ? list + action.path + "\n" : without(action.path, list));
 }
 
-void install(const std::string& path)
+void install(const QMT::ManagedFile& file)
 {
-    Poco::File(path).moveTo(path + BACKUP);
-    Poco::File(path + WORKING_COPY).moveTo(path);
+    Poco::File(file.live).moveTo(file.backup);
+    Poco::File(file.workingCopy).moveTo(file.live);
 }
 
-bool isUntouched(const std::string& path)
+bool isUntouched(const QMT::ManagedFile& file)
 {
-    return checksum(path) == checksum(path + WORKING_COPY);
+    return checksum(file.live) == checksum(file.workingCopy);
 }
 
-int commit()
+int commit(const QMT::CFrameworkPaths& paths)
 {
-    if (!isUntouched(CONFIGURATION) || !isUntouched(MODEL_FILE_LIST))
+    const QMT::ManagedFile configuration = paths.configuration();
+    const QMT::ManagedFile list = paths.modelFileList();
+    if (!isUntouched(configuration) || !isUntouched(list))
     {
         return Poco::Util::Application::EXIT_DATAERR;
     }
-    Poco::File(CONFIGURATION).copyTo(CONFIGURATION + BACKUP);
-    Poco::File(MODEL_FILE_LIST).copyTo(MODEL_FILE_LIST + BACKUP);
-    DocumentPtr document = parse(CONFIGURATION + WORKING_COPY);
+    Poco::File(configuration.live).copyTo(configuration.backup);
+    Poco::File(list.live).copyTo(list.backup);
+    DocumentPtr document = parse(configuration.workingCopy);
     Node* const participants = document->documentElement()->firstChild();
-    std::string::size_type size = Poco::File(CONFIGURATION).getSize();
-    for (const Action& action : readSession())
+    std::string::size_type size = Poco::File(configuration.live).getSize();
+    for (const Action& action : readSession(paths.sessionFile()))
     {
         const bool add = action.kind == "3";
         add ? addToDocument(*document, participants, action) : removeFromDocument(participants, action);
-        size = write(document, size);
-        changeList(action, add);
+        size = write(configuration.workingCopy, document, size);
+        changeList(list.workingCopy, action, add);
     }
-    install(MODEL_FILE_LIST);
-    install(CONFIGURATION);
-    Poco::File(SESSION_FILE).remove();
-    Poco::File(LOCK_FILE).remove();
+    install(list);
+    install(configuration);
+    Poco::File(paths.sessionFile()).remove();
+    Poco::File(paths.lockFile()).remove();
     return Poco::Util::Application::EXIT_OK;
 }
 
-void status()
+void status(const QMT::CFrameworkPaths& paths)
 {
     Poco::AutoPtr<Poco::PatternFormatter> formatter(new Poco::PatternFormatter("%s: %p: %t"));
     Poco::AutoPtr<Poco::ConsoleChannel> console(new Poco::ConsoleChannel);
     Poco::AutoPtr<Poco::FormattingChannel> channel(new Poco::FormattingChannel(formatter, console));
     Poco::Logger& logger = Poco::Logger::create("ConsoleLogger", channel);
-    for (const Action& action : readSession())
+    for (const Action& action : readSession(paths.sessionFile()))
     {
         logger.information("--addModelFile=" + action.path + " --modelHandler=" + action.handler +
                            " --managedObjectVersion=" + action.moVersion +
@@ -268,23 +265,23 @@ void status()
 }
 
 /// Stages one action, given as a line of the session file.
-void stage(const std::string& line)
+void stage(const QMT::CFrameworkPaths& paths, const std::string& line)
 {
     std::string session;
-    for (const Action& action : readSession())
+    for (const Action& action : readSession(paths.sessionFile()))
     {
         session += action.kind + ":" + action.path + "|" + action.handler + "|" + action.moVersion + "|" +
                    action.trVersion + "\n";
     }
-    write(SESSION_FILE, session + line + "\n");
+    write(paths.sessionFile(), session + line + "\n");
 }
 
 /// The minimum for showing the installed models.
-void parseAll()
+void parseAll(const QMT::CFrameworkPaths& paths)
 {
-    const DocumentPtr document = parse(CONFIGURATION);
+    const DocumentPtr document = parse(paths.configuration().live);
     for (const std::string& line :
-         Poco::StringTokenizer(read(MODEL_FILE_LIST), "\n", Poco::StringTokenizer::TOK_IGNORE_EMPTY))
+         Poco::StringTokenizer(read(paths.modelFileList().live), "\n", Poco::StringTokenizer::TOK_IGNORE_EMPTY))
     {
         const DocumentPtr model = parse(line);
     }
@@ -295,21 +292,22 @@ class Floor : public Poco::Util::Application
 protected:
     int main(const std::vector<std::string>& args) override
     {
+        const QMT::CFrameworkPaths paths(QMT::CFrameworkPaths::DEFAULT_QOR_PATH);
         if (args.at(0) == "commit")
         {
-            return commit();
+            return commit(paths);
         }
         if (args.at(0) == "status")
         {
-            status();
+            status(paths);
         }
         else if (args.at(0) == "show")
         {
-            parseAll();
+            parseAll(paths);
         }
         else
         {
-            stage(args.at(1));
+            stage(paths, args.at(1));
         }
         return EXIT_OK;
     }
