@@ -20,8 +20,7 @@ Lines linesOf(std::string_view text)
     Lines lines;
     while (!text.empty())
     {
-        const std::string_view line =
-            text.substr(0, text.find('\n')).size() == text.size() ? text : text.substr(0, text.find('\n') + 1);
+        const std::string_view line = text.substr(0, std::min(text.find('\n'), text.size() - 1) + 1);
         lines.push_back(line);
         text.remove_prefix(line.size());
     }
@@ -217,9 +216,8 @@ private:
         for (int line = range.beginAfter; line < range.endAfter; ++line)
         {
             Occurrence& occurrence = occurrences[_after[static_cast<std::size_t>(line)]];
-            // Twice in one part or once more in the other: neither is once in both.
-            occurrence.count += occurrence.after == NONE ? 1 : 2;
             occurrence.after = line;
+            ++occurrence.count;
         }
         Pairs unique;
         for (const auto& [number, occurrence] : occurrences)
