@@ -158,7 +158,7 @@ void CFrameworkCheck::checkContents()
     {
         // Recovery no longer recognises a file of an interrupted run that has been edited.
         finding.remedy =
-            isInterrupted() ? interruptionRemedy() + "; then, if it is still there: " + finding.remedy : finding.remedy;
+            isInterrupted() ? recoverCall() + "; then, if it is still there: " + finding.remedy : finding.remedy;
         _findings.push_back(finding);
     }
 }

@@ -61,7 +61,7 @@ private:
     std::string recovery(const Predicate& isRecovered);
     std::string recoveryAtLast(const Predicate& isRecovered);
     std::string onOwnersHost(const std::string& command) const;
-    std::string interruptionRemedy();
+    std::string recoverCall();
     void checkInterruption();
     void checkSession();
     void checkForeignSession();

@@ -73,7 +73,7 @@ std::string CFrameworkCheck::recovery(const Predicate& isRecovered)
     }
     if (_recovery.found != Found::UNCLEAR)
     {
-        return isRecovered(_recovery.after) ? onOwnersHost(_remedies.call("recover")) : std::string();
+        return isRecovered(_recovery.after) ? recoverCall() : std::string();
     }
     const std::vector<std::pair<Assumption, std::string>> assumptions = {
         {Assumption::NOTHING, "nothing"}, {Assumption::ROLLBACK, "rollback"}, {Assumption::COMMIT, "commit"}};
@@ -102,7 +102,7 @@ std::string CFrameworkCheck::recoveryAtLast(const Predicate& isRecovered)
             remedy += "for " + finding.file.value() + ": " + finding.remedy + "; then: ";
         }
     }
-    return remedy + onOwnersHost(_remedies.call("recover"));
+    return remedy + recoverCall();
 }
 
 std::string CFrameworkCheck::onOwnersHost(const std::string& command) const
@@ -110,7 +110,7 @@ std::string CFrameworkCheck::onOwnersHost(const std::string& command) const
     return _now.lock && !_owner.mayBeOurs() ? "on the host " + _owner.host + ": " + command : command;
 }
 
-std::string CFrameworkCheck::interruptionRemedy()
+std::string CFrameworkCheck::recoverCall()
 {
     return onOwnersHost(_remedies.call("recover"));
 }
@@ -124,7 +124,7 @@ void CFrameworkCheck::checkInterruption()
     const bool isCommit = _recovery.found == Found::COMMIT_INTERRUPTED;
     add(isCommit ? FindingId::COMMIT_INTERRUPTED : FindingId::ROLLBACK_INTERRUPTED, std::nullopt,
         std::string("a ") + (isCommit ? "commit" : "rollback") + " was interrupted, unless one is running just now",
-        interruptionRemedy());
+        recoverCall());
 }
 
 void CFrameworkCheck::checkSession()
@@ -170,7 +170,7 @@ std::string CFrameworkCheck::foreignRemedy()
 {
     if (_owner.isApply)
     {
-        return onOwnersHost(_remedies.call("recover"));
+        return recoverCall();
     }
     std::string remedy;
     for (const Finding& finding : _findings)
