@@ -6,11 +6,11 @@
 #include "ctl/CQueueTrial.h"
 #include "ctl/PrintedText.h"
 #include "ctl/Service.h"
+#include "impl/CQorModelToolImpl.h"
 #include "xml/CXMLParser.h"
 
 #include <Poco/Exception.h>
 #include <Poco/String.h>
-#include <Poco/StringTokenizer.h>
 
 #include <algorithm>
 #include <filesystem>
@@ -62,13 +62,6 @@ std::string faultOf(const Action& action, const std::string& given)
     return std::string();
 }
 
-std::vector<std::string> trimmedLines(const std::string& list)
-{
-    const Poco::StringTokenizer lines(list, "\n",
-                                      Poco::StringTokenizer::TOK_IGNORE_EMPTY | Poco::StringTokenizer::TOK_TRIM);
-    return std::vector<std::string>(lines.begin(), lines.end());
-}
-
 bool isRemoval(const Action& action)
 {
     return action.kind == CmdID::RemoveModelFile || action.kind == CmdID::RemoveModelFileWithHandler;
@@ -82,7 +75,7 @@ bool hasHandler(const Action& action)
 /// The list after the tool has carried out the action.
 std::string listAfter(const Action& action, const std::string& list)
 {
-    const std::vector<std::string> lines = trimmedLines(list);
+    const std::vector<std::string> lines = CQorModelToolImpl::trimmedLines(list);
     const bool isListed = std::find(lines.begin(), lines.end(), action.path) != lines.end();
     if (isListed != isRemoval(action))
     {
@@ -148,7 +141,7 @@ TriedAction CActionChecks::tryNext(const Action& wanted)
 CActionChecks::Facts CActionChecks::factsOf(const Action& action)
 {
     Facts facts;
-    for (const std::string& line : trimmedLines(_trial.list()))
+    for (const std::string& line : CQorModelToolImpl::trimmedLines(_trial.list()))
     {
         if (line == action.path)
         {

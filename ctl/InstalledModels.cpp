@@ -1,10 +1,10 @@
 #include "ctl/InstalledModels.h"
 
 #include "base/WholeFile.h"
+#include "impl/CQorModelToolImpl.h"
 #include "xml/CXMLParser.h"
 
 #include <Poco/DOM/Document.h>
-#include <Poco/StringTokenizer.h>
 
 #include <unordered_map>
 
@@ -61,12 +61,10 @@ ModelState readModel(const std::string& file, std::string& rootClass)
 
 std::vector<InstalledModel> readInstalledModels(const std::string& list)
 {
-    const Poco::StringTokenizer lines(list, "\n",
-                                      Poco::StringTokenizer::TOK_IGNORE_EMPTY | Poco::StringTokenizer::TOK_TRIM);
     std::vector<InstalledModel> models;
     // A list may name one file many times.
     std::unordered_map<std::string, std::size_t> known;
-    for (const std::string& line : lines)
+    for (const std::string& line : CQorModelToolImpl::trimmedLines(list))
     {
         const auto [first, isNew] = known.emplace(line, models.size());
         if (isNew)

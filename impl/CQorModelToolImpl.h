@@ -235,6 +235,9 @@ public:
 
     // ---- Model file list (ModelFileList.cpp); all on the working copy, a missing one counts as empty ----
 
+    /// The lines of the text `list` that are not blank, trimmed.
+    static std::vector<std::string> trimmedLines(const std::string& list);
+
     /// Whether a file of any kind exists at `path`. Throws a Poco::Exception when `path` is empty.
     [[nodiscard]] static bool verifyFileExist(const std::string& path);
 

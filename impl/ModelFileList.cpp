@@ -45,6 +45,13 @@ std::optional<std::string> readListForEdit(const std::string& path)
 
 } // namespace
 
+std::vector<std::string> CQorModelToolImpl::trimmedLines(const std::string& list)
+{
+    const Poco::StringTokenizer lines(list, "\n",
+                                      Poco::StringTokenizer::TOK_IGNORE_EMPTY | Poco::StringTokenizer::TOK_TRIM);
+    return std::vector<std::string>(lines.begin(), lines.end());
+}
+
 bool CQorModelToolImpl::verifyFileExist(const std::string& path)
 {
     return Poco::File(path).exists();
@@ -83,10 +90,8 @@ bool CQorModelToolImpl::removeModelFileEntry(const std::string& entry)
 
 std::string CQorModelToolImpl::removeLines(const std::string& entry, const std::string& list)
 {
-    const Poco::StringTokenizer lines(list, "\n",
-                                      Poco::StringTokenizer::TOK_IGNORE_EMPTY | Poco::StringTokenizer::TOK_TRIM);
     std::string kept;
-    for (const std::string& line : lines)
+    for (const std::string& line : trimmedLines(list))
     {
         if (line.find(entry) != std::string::npos)
         {
