@@ -1,5 +1,6 @@
 #include "ctl/ActionAnswer.h"
 
+#include "ctl/Answer.h"
 #include "ctl/PrintedText.h"
 #include "ctl/SilentLogger.h"
 #include "impl/CQorModelToolImpl.h"
@@ -62,7 +63,7 @@ std::optional<Action> fieldsOf(const CommandQueueEntry& entry)
 
 Object::Ptr actionKeys(const Action& action)
 {
-    Object::Ptr keys = Poco::makeShared<Object>(Poco::JSON_PRESERVE_KEY_ORDER);
+    Object::Ptr keys = newObject();
     keys->set("kind", nameOf(action.kind));
     if (hasFile(action.kind))
     {
@@ -83,7 +84,7 @@ Object::Ptr actionKeys(const CommandQueueEntry& entry)
     {
         return actionKeys(*action);
     }
-    Object::Ptr keys = Poco::makeShared<Object>(Poco::JSON_PRESERVE_KEY_ORDER);
+    Object::Ptr keys = newObject();
     keys->set("kind", nameOf(entry.first));
     keys->set("text", entry.second);
     return keys;

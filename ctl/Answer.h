@@ -38,6 +38,9 @@ struct Answer
     static Answer endedBySignal();
 };
 
+/// A JSON object that keeps the order of its keys.
+Poco::JSON::Object::Ptr newObject();
+
 /// The JSON array of `texts`.
 Poco::JSON::Array::Ptr arrayOf(const std::vector<std::string>& texts);
 

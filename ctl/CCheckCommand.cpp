@@ -26,7 +26,7 @@ std::string severityOf(const Finding& finding)
 
 Object::Ptr keysOf(const Finding& finding)
 {
-    Object::Ptr keys = Poco::makeShared<Object>(Poco::JSON_PRESERVE_KEY_ORDER);
+    Object::Ptr keys = newObject();
     keys->set("id", nameOf(finding.id));
     keys->set("severity", severityOf(finding));
     keys->set("file", finding.file ? Var(*finding.file) : Var());

@@ -20,7 +20,7 @@ Answer withDiff(Answer answer, const Preview& preview)
         unifiedDiff("qor.cfg", preview.before.configuration.value_or(""), preview.after.configuration.value_or(""));
     const std::string list =
         unifiedDiff("model_file_list.cfg", preview.before.list.value_or(""), preview.after.list.value_or(""));
-    Poco::JSON::Object::Ptr diff = Poco::makeShared<Poco::JSON::Object>(Poco::JSON_PRESERVE_KEY_ORDER);
+    Poco::JSON::Object::Ptr diff = newObject();
     diff->set("qor.cfg", configuration);
     diff->set("model_file_list.cfg", list);
     answer.keys.set("diff", diff);

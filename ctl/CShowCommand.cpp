@@ -27,11 +27,6 @@ bool mayExist(ModelState state)
 
 // ---- JSON ----
 
-Object::Ptr newObject()
-{
-    return Poco::makeShared<Object>(Poco::JSON_PRESERVE_KEY_ORDER);
-}
-
 Var modelKeys(const std::optional<std::vector<ServedModel>>& models)
 {
     if (!models)
