@@ -3,6 +3,7 @@
 #include "ctl/TornText.h"
 
 #include <Poco/Ascii.h>
+#include <Poco/String.h>
 
 #include <algorithm>
 
@@ -22,11 +23,6 @@ std::string firstWord(const std::string& text)
     return std::string(begin, std::find_if(begin, text.end(), isSpace));
 }
 
-bool startsWith(const std::string& text, const std::string& start)
-{
-    return text.compare(0, start.size(), start) == 0;
-}
-
 } // namespace
 
 bool SessionOwner::mayBeOurs() const
@@ -39,9 +35,9 @@ SessionOwner sessionOwner(const std::string& lock, const std::string& thisHost)
     const std::string word = firstWord(lock);
     const std::string ours = applyLockContent(thisHost);
     SessionOwner owner;
-    owner.isApply = startsWith(word, APPLY_MARK) ||
+    owner.isApply = Poco::startsWith(word, APPLY_MARK) ||
                     (!word.empty() && isPrefixOf(word, APPLY_MARK) && !isPrefixOf(word, thisHost) && word != thisHost);
-    owner.host = startsWith(word, APPLY_MARK) ? word.substr(APPLY_MARK.size()) : word;
+    owner.host = Poco::startsWith(word, APPLY_MARK) ? word.substr(APPLY_MARK.size()) : word;
     owner.isThisHost = word == thisHost || word == ours;
     owner.isCutShort = !owner.isThisHost &&
                        (lock.find('\0') != std::string::npos || isPrefixOf(word, thisHost) || isPrefixOf(word, ours));
