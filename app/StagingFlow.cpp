@@ -51,16 +51,9 @@ void CQorModelTool::completeNewestEntry()
                            _impl->trVersion()};
     // A --status after the staging option loads another host's session, whose entry is then the newest. So the kind of
     // that entry decides, and a text that is already complete stays.
-    switch (entry.first)
+    if (hasHandler(entry.first))
     {
-    case CmdID::ModelHandler:
-    case CmdID::AddModelFileWithHandler:
-    case CmdID::RemoveModelFileWithHandler:
         entry.second = action.text();
-        break;
-    case CmdID::AddModelFile:
-    case CmdID::RemoveModelFile:
-        break;
     }
 }
 

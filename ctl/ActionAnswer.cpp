@@ -34,12 +34,6 @@ std::string nameOf(CmdID kind)
     return std::to_string(static_cast<std::int32_t>(kind));
 }
 
-bool hasHandler(CmdID kind)
-{
-    return kind == CmdID::ModelHandler || kind == CmdID::AddModelFileWithHandler ||
-           kind == CmdID::RemoveModelFileWithHandler;
-}
-
 bool hasFile(CmdID kind)
 {
     return kind != CmdID::ModelHandler;

@@ -67,11 +67,6 @@ bool isRemoval(const Action& action)
     return action.kind == CmdID::RemoveModelFile || action.kind == CmdID::RemoveModelFileWithHandler;
 }
 
-bool hasHandler(const Action& action)
-{
-    return !action.handler.empty();
-}
-
 /// The list after the tool has carried out the action.
 std::string listAfter(const Action& action, const std::string& list)
 {
@@ -152,7 +147,7 @@ CActionChecks::Facts CActionChecks::factsOf(const Action& action)
             facts.longerLine = line;
         }
     }
-    if (hasHandler(action))
+    if (hasHandler(action.kind))
     {
         facts.rootClass = rootClassOf(action.path);
         facts.service = serviceOf(_trial.document(), action.handler, facts.rootClass);
@@ -164,11 +159,11 @@ bool CActionChecks::isInEffect(const Action& action, const Facts& facts)
 {
     if (!isRemoval(action))
     {
-        return facts.isListed && (!hasHandler(action) || facts.service.isByHandler);
+        return facts.isListed && (!hasHandler(action.kind) || facts.service.isByHandler);
     }
     // The root class of a missing model file is unknown: only a handler that does not exist surely does not serve it.
     const bool isServed = facts.rootClass.empty() ? facts.service.isHandlerKnown : facts.service.isByHandler;
-    return !facts.isListed && (!hasHandler(action) || !isServed);
+    return !facts.isListed && (!hasHandler(action.kind) || !isServed);
 }
 
 std::string CActionChecks::refusalOf(const Action& action, const Facts& facts) const
@@ -186,7 +181,7 @@ std::string CActionChecks::refusalOf(const Action& action, const Facts& facts) c
     {
         return "the path is a directory";
     }
-    if (!hasHandler(action))
+    if (!hasHandler(action.kind))
     {
         return std::string();
     }
@@ -218,7 +213,7 @@ void CActionChecks::apply(const Action& action, TriedAction& tried)
     const bool isFailed = _trial.applyNext() == ActionResult::FAILED;
     tried.messages = _log.take();
     const Facts facts = factsOf(action);
-    const bool isHandlerDone = !hasHandler(action) || facts.service.isByHandler != isRemoval(action);
+    const bool isHandlerDone = !hasHandler(action.kind) || facts.service.isByHandler != isRemoval(action);
     const bool isListRight = _trial.list() == (isFailed ? listBefore : listAfter(action, listBefore));
     // The tool's operations may ignore that a copy cannot be read or written, or edit the document but not the list.
     if (!isListRight || !_trial.isDocumentWritten() || (isFailed && isHandlerDone))

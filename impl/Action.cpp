@@ -14,6 +14,12 @@ std::string withVersions(const Action& action)
 
 } // namespace
 
+bool hasHandler(CmdID kind)
+{
+    return kind == CmdID::ModelHandler || kind == CmdID::AddModelFileWithHandler ||
+           kind == CmdID::RemoveModelFileWithHandler;
+}
+
 std::string Action::text() const
 {
     std::string handlerFields = handler + FIELD_SEPARATOR + moVersion + FIELD_SEPARATOR + trVersion;

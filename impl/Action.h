@@ -19,6 +19,9 @@ enum class CmdID : std::int32_t
     RemoveModelFileWithHandler = 4
 };
 
+/// Whether an action of this kind names a handler.
+bool hasHandler(CmdID kind);
+
 /// What separates the fields in the text of a queued action.
 const char FIELD_SEPARATOR = '|';
 
