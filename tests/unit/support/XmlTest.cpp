@@ -83,4 +83,10 @@ std::string XmlTest::written() const
     return readFile(framework.configuration(".tmp"));
 }
 
+void XmlTest::expectUnchanged(const Poco::XML::Document* document, const std::string& before) const
+{
+    EXPECT_EQ(textOf(document), before);
+    EXPECT_FALSE(isWritten());
+}
+
 } // namespace QMT::Test

@@ -47,6 +47,9 @@ protected:
     /// The content of the working copy.
     std::string written() const;
 
+    /// Expects that `document` has the text `before` and was not written.
+    void expectUnchanged(const Poco::XML::Document* document, const std::string& before) const;
+
     CQorModelTool tool;
     CXMLParser parser;
 };

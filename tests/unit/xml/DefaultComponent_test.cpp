@@ -31,12 +31,6 @@ protected:
         return parser.verifySetDefaultComponent(document, modelFile, "h", "5", "6");
     }
 
-    void expectUnchanged(const std::string& before) const
-    {
-        EXPECT_EQ(textOf(document), before);
-        EXPECT_FALSE(isWritten());
-    }
-
     std::string model;
     CXMLParser::DocumentPtr document;
 };
@@ -137,7 +131,7 @@ TEST_F(DefaultComponent, IgnoresAPlaceholderInALaterPlace)
 
     EXPECT_EQ(verify(""), 0);
 
-    expectUnchanged(before);
+    expectUnchanged(document, before);
 }
 
 TEST_F(DefaultComponent, FailsWithoutPlaceholderAndModel)
@@ -147,7 +141,7 @@ TEST_F(DefaultComponent, FailsWithoutPlaceholderAndModel)
 
     EXPECT_EQ(verify(""), 0);
 
-    expectUnchanged(before);
+    expectUnchanged(document, before);
     EXPECT_EQ(log.messages(), info({"Default model handler not found, ignoring modelHandler update!"}));
 }
 
@@ -158,7 +152,7 @@ TEST_F(DefaultComponent, FailsInADocumentWithoutHandlers)
 
     EXPECT_EQ(verify(model), 0);
 
-    expectUnchanged(before);
+    expectUnchanged(document, before);
     EXPECT_EQ(log.messages(), SILENCE);
 }
 
@@ -191,7 +185,7 @@ TEST_F(DefaultComponent, AcceptsARootClassItsHandlerServes)
 
     EXPECT_EQ(verify(model), 1);
 
-    expectUnchanged(before);
+    expectUnchanged(document, before);
     EXPECT_EQ(log.messages(), info({"Model handler : h for Root element: R already exists"}));
 }
 
@@ -202,7 +196,7 @@ TEST_F(DefaultComponent, RefusesARootClassAnotherHandlerServes)
 
     EXPECT_EQ(verify(model), 0);
 
-    expectUnchanged(before);
+    expectUnchanged(document, before);
     EXPECT_EQ(log.messages(), info({"Model handler : H for Root element: R already exists"}));
 }
 
@@ -214,7 +208,7 @@ TEST_F(DefaultComponent, RefusesARootClassServedWithoutAHandlerName)
 
     EXPECT_EQ(verify(model), 0);
 
-    expectUnchanged(before);
+    expectUnchanged(document, before);
     EXPECT_EQ(log.messages(), SILENCE);
 }
 
@@ -225,7 +219,7 @@ TEST_F(DefaultComponent, AcceptsAModelWithoutARootElement)
 
     EXPECT_EQ(verify(framework.file("model.xml", "<m/>")), 1);
 
-    expectUnchanged(before);
+    expectUnchanged(document, before);
     EXPECT_EQ(log.messages(), info({"Unable to locate root class in model file."}));
 }
 
@@ -236,7 +230,7 @@ TEST_F(DefaultComponent, RefusesAnUnreadableModel)
 
     EXPECT_EQ(verify("/nonexistent/model.xml"), 0);
 
-    expectUnchanged(before);
+    expectUnchanged(document, before);
     EXPECT_EQ(log.messages(), info({"Unable to parse and get the root class name from the model file.", "Aborting"}));
 }
 
@@ -247,7 +241,7 @@ TEST_F(DefaultComponent, RefusesAHandlerOutsideAParticipant)
 
     EXPECT_EQ(verify(model), 0);
 
-    expectUnchanged(before);
+    expectUnchanged(document, before);
     EXPECT_EQ(log.messages(), (Messages{{Message::PRIO_INFORMATION, "Found handler: h"},
                                         {Message::PRIO_WARNING, "Unable to find the participant entry!"},
                                         {Message::PRIO_INFORMATION, "Invalid model file: " + model + "\nAborting."}}));

@@ -117,8 +117,7 @@ TEST_F(Handlers, RemoveByNodeFailsForTheLastOne)
 
     EXPECT_EQ(parser.removeModelHandler(document, CElementWalk::first(*document, "participant"), "a"), 0);
 
-    EXPECT_EQ(textOf(document), before);
-    EXPECT_FALSE(isWritten());
+    expectUnchanged(document, before);
     EXPECT_EQ(log.messages(),
               (Messages{{Message::PRIO_INFORMATION, "Unable to remove handle as this is the last entry"}}));
 }
@@ -145,8 +144,7 @@ TEST_F(Handlers, RemoveByNameFailsForTheLastOne)
 
     EXPECT_EQ(parser.removeModelHandler(document, "given"), 0);
 
-    EXPECT_EQ(textOf(document), before);
-    EXPECT_FALSE(isWritten());
+    expectUnchanged(document, before);
     EXPECT_EQ(log.messages(),
               (Messages{{Message::PRIO_INFORMATION, "given is the only handler left. Unable to remove."}}));
 }
@@ -159,8 +157,7 @@ TEST_F(Handlers, RemoveByNameReportsAnUnknownName)
 
     EXPECT_EQ(parser.removeModelHandler(document, "a"), 1);
 
-    EXPECT_EQ(textOf(document), before);
-    EXPECT_FALSE(isWritten());
+    expectUnchanged(document, before);
     EXPECT_EQ(log.messages(),
               (Messages{{Message::PRIO_INFORMATION, "Unable to locate and remove handler: c from qor.cfg"}}));
 }

@@ -41,12 +41,6 @@ protected:
         return modify(CmdEntryAction::ENTRY_REMOVE_ROOT);
     }
 
-    void expectUnchanged(const std::string& before) const
-    {
-        EXPECT_EQ(textOf(document), before);
-        EXPECT_FALSE(isWritten());
-    }
-
     std::string model;
     CXMLParser::DocumentPtr document;
 };
@@ -78,7 +72,7 @@ TEST_F(RootEntries, AddSkipsARootThatIsThere)
 
     EXPECT_EQ(add(), 1);
 
-    expectUnchanged(before);
+    expectUnchanged(document, before);
     EXPECT_EQ(log.messages(), info({"Found handler: h", "Root element R already exist in h\nSkipping add."}));
 }
 
@@ -211,7 +205,7 @@ TEST_F(RootEntries, AddFailsForAnUnreadableModel)
 
     EXPECT_EQ(add(), 0);
 
-    expectUnchanged(before);
+    expectUnchanged(document, before);
     EXPECT_EQ(log.messages(), info({"Found handler: h", UNREADABLE}));
 }
 
@@ -223,7 +217,7 @@ TEST_F(RootEntries, AddOfANewHandlerFailsForAnUnreadableModel)
 
     EXPECT_EQ(add(), 0);
 
-    expectUnchanged(before);
+    expectUnchanged(document, before);
     EXPECT_EQ(log.messages(), SILENCE);
 }
 
@@ -233,7 +227,7 @@ TEST_F(RootEntries, AddFailsWithoutAContainer)
 
     EXPECT_EQ(add(), 0);
 
-    expectUnchanged("<qor/>\n");
+    expectUnchanged(document, "<qor/>\n");
     EXPECT_EQ(log.messages(), (Messages{{Message::PRIO_ERROR, "Unable to find the participants entry!"}}));
 }
 
@@ -244,7 +238,7 @@ TEST_F(RootEntries, AddFailsForAHandlerOutsideAParticipant)
 
     EXPECT_EQ(add(), 0);
 
-    expectUnchanged(before);
+    expectUnchanged(document, before);
     EXPECT_EQ(log.messages(), (Messages{{Message::PRIO_INFORMATION, "Found handler: h"},
                                         {Message::PRIO_WARNING, "Unable to find the participant entry!"}}));
 }
@@ -359,7 +353,7 @@ TEST_F(RootEntries, RemoveRootFailsForTheLastRootOfAll)
 
     EXPECT_EQ(remove(), 0);
 
-    expectUnchanged(before);
+    expectUnchanged(document, before);
     EXPECT_EQ(log.messages(), info({"Found handler: h", "Unable to remove root entry"}));
 }
 
@@ -439,7 +433,7 @@ TEST_F(RootEntries, RemoveRootFailsForAnUnreadableModel)
 
     EXPECT_EQ(remove(), 0);
 
-    expectUnchanged(before);
+    expectUnchanged(document, before);
     EXPECT_EQ(log.messages(), info({"Found handler: h", UNREADABLE}));
 }
 
@@ -475,7 +469,7 @@ TEST_F(RootEntries, RemoveHandlerFailsForTheOnlyHandler)
 
     EXPECT_EQ(modify(CmdEntryAction::ENTRY_REMOVE_HANDLER), 0);
 
-    expectUnchanged(before);
+    expectUnchanged(document, before);
     EXPECT_EQ(log.messages(), info({"Found handler: h", "Unable to remove handle as this is the last entry"}));
 }
 
@@ -486,7 +480,7 @@ TEST_F(RootEntries, RemoveHandlerReportsAMissingHandler)
 
     EXPECT_EQ(modify(CmdEntryAction::ENTRY_REMOVE_HANDLER), 1);
 
-    expectUnchanged(before);
+    expectUnchanged(document, before);
     EXPECT_EQ(log.messages(), info({"Unable to locate and remove handler: h from qor.cfg"}));
 }
 
