@@ -48,10 +48,7 @@ protected:
 
     void givenSession(const std::string& queue, const std::string& host = "alpha")
     {
-        writeFile(session, queue);
-        writeFile(lock, host);
-        writeFile(configuration + ".tmp", readFile(configuration));
-        writeFile(list + ".tmp", readFile(list));
+        framework.openSession(queue, host);
     }
 
     Findings find()

@@ -29,17 +29,6 @@ protected:
         return runCommand(command, options, framework.path());
     }
 
-    /// A session as staging calls leave it.
-    void openSession(const std::string& queue) const
-    {
-        for (const std::string& file : {framework.configuration(), framework.list()})
-        {
-            std::filesystem::copy_file(file, file + ".tmp");
-        }
-        writeFile(framework.session(), queue);
-        writeFile(framework.lock(), "alpha");
-    }
-
     static void expectNoActions(const Answer& answer, const std::string& result)
     {
         EXPECT_EQ(answer.status, Status::NO);
@@ -70,7 +59,7 @@ protected:
 TEST_F(PlanCommand, ReportsNothingStagedWithoutActions)
 {
     expectNoActions(plan(), "nothing-staged");
-    openSession("");
+    framework.openSession("", "alpha");
     expectNoActions(plan(), "nothing-staged");
     std::filesystem::remove(framework.session());
     expectNoActions(plan(), "nothing-staged");
@@ -79,7 +68,7 @@ TEST_F(PlanCommand, ReportsNothingStagedWithoutActions)
 TEST_F(PlanCommand, ReportsWhatACommitWouldDo)
 {
     installation.setValidator("echo fine");
-    openSession("0:" + pump + "\n");
+    framework.openSession("0:" + pump + "\n", "alpha");
 
     const Answer answer = plan();
 
@@ -96,7 +85,7 @@ TEST_F(PlanCommand, ReportsWhatACommitWouldDo)
 
 TEST_F(PlanCommand, ReportsAFailedAction)
 {
-    openSession("0:/none.xml\n0:" + pump + "\n");
+    framework.openSession("0:/none.xml\n0:" + pump + "\n", "alpha");
 
     const Answer answer = plan();
 
@@ -110,7 +99,7 @@ TEST_F(PlanCommand, ReportsAFailedAction)
 TEST_F(PlanCommand, ReportsARejectedList)
 {
     installation.setValidator("exit 1");
-    openSession("0:" + pump + "\n");
+    framework.openSession("0:" + pump + "\n", "alpha");
 
     const Answer answer = plan();
 
@@ -122,7 +111,7 @@ TEST_F(PlanCommand, ReportsARejectedList)
 
 TEST_F(PlanCommand, ReportsAnEditBeforeParsing)
 {
-    openSession("0:" + pump + "\n");
+    framework.openSession("0:" + pump + "\n", "alpha");
     writeFile(framework.configuration(), "<broken");
     expectNoActions(plan(), "changed-meanwhile");
 
@@ -134,7 +123,7 @@ TEST_F(PlanCommand, ReportsAnEditBeforeParsing)
 
 TEST_F(PlanCommand, ReportsALostWorkingCopyOfAnEmptyList)
 {
-    openSession("0:" + pump + "\n");
+    framework.openSession("0:" + pump + "\n", "alpha");
     std::filesystem::remove(framework.list(".tmp"));
 
     expectNoActions(plan(), "changed-meanwhile");
@@ -143,7 +132,7 @@ TEST_F(PlanCommand, ReportsALostWorkingCopyOfAnEmptyList)
 TEST_F(PlanCommand, PreviewsGivenActionsInsteadOfTheSession)
 {
     installation.setValidator("exit 0");
-    openSession("0:/none.xml\n");
+    framework.openSession("0:/none.xml\n", "alpha");
 
     const Answer answer = plan({{"add", pump}, {"handler", "pumpHandler"}, {"add", pump}});
 
@@ -182,7 +171,7 @@ TEST_F(PlanCommand, EscapesTheDifferenceForATerminal)
 
 TEST_F(PlanCommand, ThrowsWithoutALiveFile)
 {
-    openSession("0:" + pump + "\n");
+    framework.openSession("0:" + pump + "\n", "alpha");
     std::filesystem::remove(framework.list());
 
     EXPECT_EQ(thrownBy([&] { plan({{"add", pump}}); }), "File not found: " + framework.list());

@@ -67,9 +67,8 @@ protected:
 
     void givenSession(const std::string& lock, const std::string& actions)
     {
-        writeFile(framework.lock(), lock);
+        framework.openSession(actions, lock);
         setModificationTime(framework.lock(), 1769860800);
-        writeFile(framework.session(), actions);
     }
 
     TemporaryFramework framework;

@@ -60,6 +60,14 @@ std::string TemporaryFramework::lock() const
     return _directory.path("etc/model/qor_mim_tool.lock");
 }
 
+void TemporaryFramework::openSession(const std::string& queue, const std::string& host) const
+{
+    writeFile(lock(), host);
+    writeFile(session(), queue);
+    writeFile(configuration(".tmp"), readFile(configuration()));
+    writeFile(list(".tmp"), readFile(list()));
+}
+
 void TemporaryFramework::expectLive(const std::string& configuration, const std::string& list) const
 {
     EXPECT_EQ(readFile(this->configuration()), configuration);

@@ -30,6 +30,9 @@ public:
     std::string session() const;
     std::string lock() const;
 
+    /// Creates a session of `host` with the session file `queue` and fresh working copies.
+    void openSession(const std::string& queue, const std::string& host) const;
+
     // Expect these contents of both live files, or of both backups.
 
     void expectLive(const std::string& configuration, const std::string& list) const;

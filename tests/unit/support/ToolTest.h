@@ -22,13 +22,9 @@ inline const std::string COMPLETED = "Operation completed.";
 class ToolTest : public testing::Test
 {
 protected:
-    /// Creates a session of `host` with the session file `queue` and fresh working copies.
     void givenSession(const std::string& queue, const std::string& host = "this-host") const
     {
-        writeFile(framework.lock(), host);
-        writeFile(framework.session(), queue);
-        writeFile(framework.configuration(".tmp"), readFile(framework.configuration()));
-        writeFile(framework.list(".tmp"), readFile(framework.list()));
+        framework.openSession(queue, host);
     }
 
     TemporaryFramework framework;
