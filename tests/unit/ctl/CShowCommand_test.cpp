@@ -4,6 +4,7 @@
 #include "support/FakeHostName.h"
 #include "support/Files.h"
 #include "support/TemporaryFramework.h"
+#include "support/XmlTest.h"
 
 #include <gtest/gtest.h>
 
@@ -26,17 +27,6 @@ const std::string TWO_HANDLERS = "2 handlers\n"
                                  "  b  versions 2, 3    Pump, Pump\n";
 const std::string NO_SESSION = R"("session":null)";
 const std::string NO_BACKUP = R"("backup":null)";
-
-std::string participant(const std::string& handler, const std::string& roots)
-{
-    return "<participant><roots>" + roots + "</roots><managedObject compName='" + handler +
-           "' version='2'/><txResource version='3'/></participant>";
-}
-
-std::string configuration(const std::string& participants)
-{
-    return "<qor><participants>" + participants + "</participants></qor>";
-}
 
 class ShowCommand : public testing::Test
 {
@@ -90,8 +80,8 @@ TEST_F(ShowCommand, ShowsWhichHandlersServeAModel)
     const std::string pump = framework.model("pump.xml", "Pump");
     const std::string pipe = framework.model("pipe.xml", "Pipe");
     writeFile(framework.list(), pump + "\n" + pipe + "\n");
-    writeFile(framework.configuration(), configuration(participant("a", "<root name='X'/><root name='Pump'/>") +
-                                                       participant("b", "<root name='Pump'/><root name='Pump'/>")));
+    writeFile(framework.configuration(),
+              configurationOf({{"a", {"X", "Pump"}, "2", "3"}, {"b", {"Pump", "Pump"}, "2", "3"}}));
 
     const std::string handlers = R"("handlers":[{"name":"a","placeholder":false,"managedObjectVersion":"2",)"
                                  R"("transactionalResourceVersion":"3","rootClasses":["X","Pump"]},)"
@@ -112,7 +102,9 @@ TEST_F(ShowCommand, ShowsModelsWithoutARootClass)
     const std::string directory = framework.file("4.xml", "");
     putDirectoryAt(directory);
     writeFile(framework.list(), rootless + "\n" + nameless + "\n" + broken + "\n" + directory + "\n");
-    writeFile(framework.configuration(), configuration(participant("a", "<root/>")));
+    writeFile(framework.configuration(),
+              "<participants><participant><roots><root/></roots>"
+              "<managedObject compName='a' version='2'/><txResource version='3'/></participant></participants>");
 
     const std::string exists = R"(","exists":true,"rootClass":null,"handlers":[]},)";
     const std::string file = R"({"file":")";
@@ -220,7 +212,7 @@ TEST_F(ShowCommand, ShowsNoBackupForADocumentBackupAlone)
 TEST_F(ShowCommand, EscapesNamesInTheText)
 {
     writeFile(framework.list(), "/m/\x1b[2J\xff.xml\n");
-    writeFile(framework.configuration(), configuration(participant("a&#10;b", "<root name='R&#9;'/>")));
+    writeFile(framework.configuration(), configurationOf({{"a&#10;b", {"R&#9;"}, "2", "3"}}));
     givenSession("host\x07", "0:/m/\x1b[2J\n");
 
     expectText("1 model\n"

@@ -6,6 +6,9 @@
 #include "support/Files.h"
 #include "support/TemporaryFramework.h"
 #include "support/ThrownBy.h"
+#include "support/XmlTest.h"
+
+#include <Poco/String.h>
 
 #include <gtest/gtest.h>
 
@@ -18,26 +21,13 @@ namespace QMT::Test
 namespace
 {
 
-std::string participant(const std::string& handler, const std::string& rootClass)
-{
-    return "\t\t<participant>\n\t\t\t<roots>\n\t\t\t\t<root name=\"" + rootClass +
-           "\"/>\n\t\t\t</roots>\n\t\t\t<managedObject compName=\"" + handler +
-           "\" ifName=\"PelOamSpiManagedObject\" version=\"1\"/>\n\t\t\t<txResource compName=\"" + handler +
-           "\" ifName=\"PelOamSpiTransactionalResource\" version=\"1\"/>\n\t\t</participant>\n";
-}
-
-std::string configuration(const std::string& participants)
-{
-    return "<qor>\n\t<participants>\n" + participants + "\t</participants>\n</qor>\n";
-}
-
 class Previews : public testing::Test
 {
 protected:
     Previews() : pump(framework.model("pump.xml", "Pump")), base(framework.model("base.xml", "Base"))
     {
         ::setenv("TMPDIR", scratch.path().c_str(), 1);
-        pair = {configuration(participant("baseHandler", "Base") + participant("auxHandler", "Aux")), base + "\n"};
+        pair = {configurationOf({{"baseHandler", {"Base"}}, {"auxHandler", {"Aux"}}}), base + "\n"};
     }
 
     ~Previews() override
@@ -96,9 +86,8 @@ TEST_F(Previews, TryActionsAppliesNewActions)
     const Preview preview = tried({addition(pump, "pumpHandler"), removal(base, "baseHandler")});
 
     EXPECT_EQ(preview.before, pair);
-    EXPECT_EQ(
-        preview.after,
-        (FilePair{configuration(participant("auxHandler", "Aux") + participant("pumpHandler", "Pump")), pump + "\n"}));
+    EXPECT_EQ(preview.after,
+              (FilePair{configurationOf({{"auxHandler", {"Aux"}}, {"pumpHandler", {"Pump"}}}), pump + "\n"}));
     EXPECT_EQ(preview.actions.at(0).outcome, Outcome::DONE);
     EXPECT_EQ(preview.actions.at(0).entry,
               (CommandQueueEntry{CmdID::AddModelFileWithHandler, pump + "|pumpHandler|1|1"}));
@@ -129,7 +118,7 @@ TEST_F(Previews, TryActionsAppliesActionsHalfInEffect)
     EXPECT_EQ(tried({addition(base, "baseHandler")}).after.list, base + "\n");
     EXPECT_EQ(outcomeOf(removal(base, "baseHandler")), Outcome::DONE);
 
-    pair = {configuration(participant("auxHandler", "Aux")), base + "\n"};
+    pair = {configurationOf({{"auxHandler", {"Aux"}}}), base + "\n"};
     EXPECT_EQ(outcomeOf(addition(base, "new")), Outcome::DONE);
     EXPECT_EQ(outcomeOf(removal(base, "auxHandler")), Outcome::DONE);
 }
@@ -215,7 +204,7 @@ TEST_F(Previews, TryActionsRefusesAModelOfAnotherHandler)
 
 TEST_F(Previews, TryActionsRemovesFromOneOfTwoHandlers)
 {
-    pair.configuration = configuration(participant("baseHandler", "Base") + participant("auxHandler", "Base"));
+    pair.configuration = configurationOf({{"baseHandler", {"Base"}}, {"auxHandler", {"Base"}}});
 
     EXPECT_EQ(outcomeOf(removal(base, "auxHandler")), Outcome::DONE);
     EXPECT_EQ(outcomeOf(addition(base, "auxHandler")), Outcome::SKIPPED);
@@ -233,7 +222,7 @@ TEST_F(Previews, TryActionsRefusesAnUnknownHandler)
 
 TEST_F(Previews, TryActionsExpectsANewHandlerForThePlaceholder)
 {
-    pair.configuration = configuration(participant("VELDA_OAM_COMPONENT", "P") + participant("auxHandler", "Aux"));
+    pair.configuration = configurationOf({{"VELDA_OAM_COMPONENT", {"P"}}, {"auxHandler", {"Aux"}}});
 
     EXPECT_EQ(refusalOf(addition(pump, "auxHandler")),
               "the handler exists, and a new one is expected that takes the place of the placeholder");
@@ -243,7 +232,7 @@ TEST_F(Previews, TryActionsExpectsANewHandlerForThePlaceholder)
 
 TEST_F(Previews, TryActionsRefusesToRemoveTheLastHandler)
 {
-    pair.configuration = configuration(participant("baseHandler", "Base"));
+    pair.configuration = configurationOf({{"baseHandler", {"Base"}}});
 
     EXPECT_EQ(refusalOf(removal(base, "baseHandler")),
               "the model or its handler cannot be removed, the last handler stays");
@@ -380,7 +369,7 @@ TEST_F(Previews, TryQueueSkipsTheValidatorForRemovals)
 
 TEST_F(Previews, TryQueueSkipsAnActionThatChangesLayoutAlone)
 {
-    pair.configuration = "<qor><participants>" + participant("baseHandler", "Base") + "</participants></qor>";
+    pair.configuration = Poco::translate(configurationOf({{"baseHandler", {"Base"}}}), "\t", "");
 
     const Preview preview = tryQueue(pair, "4:" + pump + "|baseHandler|1|1\n", "the document");
 
@@ -392,7 +381,7 @@ TEST_F(Previews, TryQueueStopsWhereACommitEnds)
 {
     const FakeInstallation installation;
     installation.setValidator("exit 1");
-    pair.configuration = configuration(participant("VELDA_OAM_COMPONENT", "P"));
+    pair.configuration = configurationOf({{"VELDA_OAM_COMPONENT", {"P"}}});
 
     const Preview preview = tryQueue(pair, "0:" + pump + "\n3:|h|1|1\n0:" + base + ".\n", "the document");
 
