@@ -164,13 +164,12 @@ TEST_F(ApplyCommand, DoesNotWaitForAnInterruptedApply)
 
 TEST_F(ApplyCommand, IsBusyWhileAnotherCallerHoldsTheLock)
 {
-    const LockHolder holder(framework.path() + "/etc/model/qor_mim_ctl.lock");
+    const LockHolder holder(framework.callerLock());
 
     const Answer answer = apply({{"add", pump}});
 
     EXPECT_EQ(answer.status, Status::BUSY);
-    EXPECT_EQ(answer.error, "another caller, process " + std::to_string(holder.process()) + ", has the lock " +
-                                framework.path() + "/etc/model/qor_mim_ctl.lock");
+    EXPECT_EQ(answer.error, holder.message());
     expectUnchanged();
 }
 
@@ -192,7 +191,7 @@ TEST_F(ApplyCommand, EndsOnASignalWhileWaiting)
         std::optional<LockHolder> holder;
         if (isCallerAwaited)
         {
-            holder.emplace(framework.path() + "/etc/model/qor_mim_ctl.lock");
+            holder.emplace(framework.callerLock());
         }
         writeFile(framework.lock(), "beta");
         std::thread sender(endWhenCaught);

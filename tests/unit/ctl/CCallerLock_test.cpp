@@ -19,7 +19,7 @@ class CallerLock : public testing::Test
 {
 protected:
     TemporaryFramework framework;
-    const std::string path = framework.path() + "/etc/model/qor_mim_ctl.lock";
+    const std::string path = framework.callerLock();
 };
 
 TEST_F(CallerLock, ConstructorCreatesTheFileWithTheListsMode)
@@ -46,11 +46,10 @@ TEST_F(CallerLock, TryToTakeFailsAndNamesTheHolder)
 {
     const LockHolder holder(path);
     CCallerLock lock(framework.path());
-    const std::string told = "another caller, process " + std::to_string(holder.process()) + ", has the lock " + path;
 
     EXPECT_FALSE(lock.tryToTake());
-    EXPECT_EQ(lock.holder(), told);
-    EXPECT_EQ(CCallerLock::holderOf(framework.path()), told);
+    EXPECT_EQ(lock.holder(), holder.message());
+    EXPECT_EQ(CCallerLock::holderOf(framework.path()), holder.message());
 }
 
 TEST_F(CallerLock, HolderOfReturnsNothingWithoutAFile)

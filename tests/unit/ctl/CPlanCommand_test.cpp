@@ -47,7 +47,7 @@ protected:
     void expectUnchanged() const
     {
         framework.expectLive(TemporaryFramework::PLACEHOLDER_CONFIGURATION, "");
-        EXPECT_FALSE(exists(framework.path() + "/etc/model/qor_mim_ctl.lock"));
+        EXPECT_FALSE(exists(framework.callerLock()));
     }
 
     const TemporaryFramework framework;
@@ -187,13 +187,12 @@ TEST_F(PlanCommand, ThrowsForAMalformedDocument)
 
 TEST_F(PlanCommand, IsBusyWhileAnotherCallerHoldsTheLock)
 {
-    const LockHolder holder(framework.path() + "/etc/model/qor_mim_ctl.lock");
+    const LockHolder holder(framework.callerLock());
 
     const Answer answer = plan();
 
     EXPECT_EQ(answer.status, Status::BUSY);
-    EXPECT_EQ(answer.error, "another caller, process " + std::to_string(holder.process()) + ", has the lock " +
-                                framework.path() + "/etc/model/qor_mim_ctl.lock");
+    EXPECT_EQ(answer.error, holder.message());
 }
 
 } // namespace

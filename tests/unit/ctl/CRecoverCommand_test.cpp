@@ -99,7 +99,6 @@ protected:
     FakeInstallation installation;
     FakeHostName host{"alpha"};
     const std::string oldConfiguration = documentServing({"Base"});
-    const std::string callerLock = framework.path() + "/etc/model/qor_mim_ctl.lock";
     const std::string pump;
     std::ostringstream out;
     std::ostringstream console;
@@ -155,7 +154,7 @@ TEST_F(RecoverCommand, DryRunReportsTheStepsAndChangesNothing)
     EXPECT_EQ(done(), steps());
     EXPECT_TRUE(answer()->isNull("copy"));
     expectUnchanged();
-    EXPECT_FALSE(exists(callerLock));
+    EXPECT_FALSE(exists(framework.callerLock()));
 }
 
 TEST_F(RecoverCommand, NamesWhatWasInterrupted)
@@ -207,21 +206,20 @@ TEST_F(RecoverCommand, AssumeAcceptsEachAnswer)
 
 TEST_F(RecoverCommand, IsBusyWhileAnotherCallerHoldsTheLock)
 {
-    const LockHolder holder(callerLock);
+    const LockHolder holder(framework.callerLock());
 
     for (const std::string option : {"--force", "--dry-run"})
     {
         EXPECT_EQ(run({"--json", option}), 3);
         EXPECT_EQ(out.str(), "{\"command\":\"recover\",\"framework\":\"" + framework.path() +
-                                 "\",\"status\":3,\"error\":\"another caller, process " +
-                                 std::to_string(holder.process()) + ", has the lock " + callerLock + "\"}\n");
+                                 "\",\"status\":3,\"error\":\"" + holder.message() + "\"}\n");
     }
     expectUnchanged();
 }
 
 TEST_F(RecoverCommand, WaitsForAnotherCaller)
 {
-    auto holder = std::make_unique<LockHolder>(callerLock);
+    auto holder = std::make_unique<LockHolder>(framework.callerLock());
     std::thread release(
         [&holder]
         {

@@ -19,15 +19,14 @@ protected:
     /// Another caller has come.
     void enterCaller()
     {
-        holder.emplace(framework.path() + "/etc/model/qor_mim_ctl.lock");
+        holder.emplace(framework.callerLock());
     }
 
     /// `answer` is busy with that caller.
     void expectBusy(const Answer& answer) const
     {
         EXPECT_EQ(answer.status, Status::BUSY);
-        EXPECT_EQ(answer.error, "another caller, process " + std::to_string(holder->process()) + ", has the lock " +
-                                    framework.path() + "/etc/model/qor_mim_ctl.lock");
+        EXPECT_EQ(answer.error, holder->message());
     }
 
     const TemporaryFramework framework;

@@ -31,7 +31,7 @@ const char TAKEN = 'y';
 
 } // namespace
 
-LockHolder::LockHolder(const std::string& path) : _process(0)
+LockHolder::LockHolder(const std::string& path) : _path(path), _process(0)
 {
     std::array<int, 2> answers = {};
     EXPECT_EQ(::pipe(answers.data()), 0);
@@ -56,6 +56,11 @@ LockHolder::~LockHolder()
 int LockHolder::process() const
 {
     return _process;
+}
+
+std::string LockHolder::message() const
+{
+    return "another caller, process " + std::to_string(_process) + ", has the lock " + _path;
 }
 
 } // namespace QMT::Test

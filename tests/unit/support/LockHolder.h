@@ -21,7 +21,11 @@ public:
     /// Its process id.
     int process() const;
 
+    /// The message of a caller of the companion who meets it.
+    std::string message() const;
+
 private:
+    const std::string _path;
     int _process;
 };
 

@@ -60,6 +60,11 @@ std::string TemporaryFramework::lock() const
     return _directory.path("etc/model/qor_mim_tool.lock");
 }
 
+std::string TemporaryFramework::callerLock() const
+{
+    return _directory.path("etc/model/qor_mim_ctl.lock");
+}
+
 void TemporaryFramework::openSession(const std::string& queue, const std::string& host) const
 {
     writeFile(lock(), host);

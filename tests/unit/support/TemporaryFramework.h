@@ -29,6 +29,7 @@ public:
     std::string list(const std::string& suffix = std::string()) const;
     std::string session() const;
     std::string lock() const;
+    std::string callerLock() const;
 
     /// Creates a session of `host` with the session file `queue` and fresh working copies.
     void openSession(const std::string& queue, const std::string& host) const;
