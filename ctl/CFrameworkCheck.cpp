@@ -21,11 +21,6 @@ namespace
 
 const unsigned int PERMISSIONS = 07777;
 
-bool isDocument(const std::optional<std::string>& text)
-{
-    return text && readConfiguration(*text).has_value();
-}
-
 std::string ownershipOf(const struct stat& status)
 {
     std::ostringstream text;
@@ -166,8 +161,9 @@ void CFrameworkCheck::checkContents()
 std::string CFrameworkCheck::documentRemedy()
 {
     const ManagedFile file = _paths.configuration();
+    const auto isDocument = [this](const std::optional<std::string>& text) { return text && _facts.isDocument(*text); };
     std::string recovering =
-        recovery([](const FrameworkContents& after) { return isDocument(after.live.configuration); });
+        recovery([&](const FrameworkContents& after) { return isDocument(after.live.configuration); });
     if (!recovering.empty())
     {
         return recovering;
