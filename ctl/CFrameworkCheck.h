@@ -2,7 +2,7 @@
 #define QMT_CFrameworkCheck_INCLUDED
 
 #include "ctl/CFrameworkFacts.h"
-#include "ctl/CRecoveryMemory.h"
+#include "ctl/CRecoveryCache.h"
 #include "ctl/CRemedies.h"
 #include "ctl/Finding.h"
 #include "ctl/FrameworkContents.h"
@@ -74,7 +74,7 @@ private:
     const CFrameworkPaths _paths;
     const std::vector<LiveFile> _liveFiles;
     CFrameworkFacts _framework;
-    CRecoveryMemory _facts;
+    CRecoveryCache _facts;
     CRemedies _remedies;
 
     FrameworkContents _now; ///< a live file that cannot be read has no content in it

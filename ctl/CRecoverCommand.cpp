@@ -141,7 +141,7 @@ Answer CRecoverCommand::run(const std::string& qorPath)
 Answer CRecoverCommand::runAlone(const std::string& qorPath, Deadline deadline) const
 {
     CFrameworkFacts framework(qorPath);
-    CRecoveryMemory facts(framework);
+    CRecoveryCache facts(framework);
     FrameworkContents now;
     SessionOwner owner;
     const auto isOurs = [&]

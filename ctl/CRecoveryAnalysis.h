@@ -1,7 +1,7 @@
 #ifndef QMT_CRecoveryAnalysis_INCLUDED
 #define QMT_CRecoveryAnalysis_INCLUDED
 
-#include "ctl/CRecoveryMemory.h"
+#include "ctl/CRecoveryCache.h"
 
 #include <optional>
 #include <string>
@@ -17,7 +17,7 @@ namespace QMT
 class CRecoveryAnalysis
 {
 public:
-    CRecoveryAnalysis(const FrameworkContents& now, const SessionOwner& owner, CRecoveryMemory& facts,
+    CRecoveryAnalysis(const FrameworkContents& now, const SessionOwner& owner, CRecoveryCache& facts,
                       std::optional<Assumption> assumption);
 
     Recovery decide();
@@ -97,7 +97,7 @@ private:
     // The input. The files, the owner and the facts are not owned and outlive the object.
     const FrameworkContents& _now;
     const SessionOwner& _owner;
-    CRecoveryMemory& _facts;
+    CRecoveryCache& _facts;
     const std::optional<Assumption> _assumption;
 
     const std::string _queue; ///< the complete lines of the session file

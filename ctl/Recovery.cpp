@@ -18,7 +18,7 @@ bool CRecoveryFacts::isDocument(const std::string& text)
     return !CXMLParser::parseFile(text).isNull();
 }
 
-Recovery decideRecovery(const FrameworkContents& now, const SessionOwner& owner, CRecoveryMemory& facts,
+Recovery decideRecovery(const FrameworkContents& now, const SessionOwner& owner, CRecoveryCache& facts,
                         std::optional<Assumption> assumption)
 {
     CRecoveryAnalysis analysis(now, owner, facts, assumption);
@@ -38,7 +38,7 @@ Recovery decideRecovery(const FrameworkContents& now, const SessionOwner& owner,
     return recovery;
 }
 
-CRecoveryAnalysis::CRecoveryAnalysis(const FrameworkContents& now, const SessionOwner& owner, CRecoveryMemory& facts,
+CRecoveryAnalysis::CRecoveryAnalysis(const FrameworkContents& now, const SessionOwner& owner, CRecoveryCache& facts,
                                      std::optional<Assumption> assumption)
     : _now(now), _owner(owner), _facts(facts), _assumption(assumption), _queue(completeLines(now.session.value_or("")))
 {

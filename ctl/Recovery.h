@@ -11,7 +11,7 @@
 namespace QMT
 {
 
-class CRecoveryMemory;
+class CRecoveryCache;
 
 /// The kind of run that was interrupted, as far as the files show it.
 enum class Found
@@ -72,7 +72,7 @@ public:
 /// answers a question. Changes no file. `facts` may be used for other states of the same framework, too.
 ///
 /// Does not guess: if two interpretations end differently and there is no assumption, the files stay as they are.
-Recovery decideRecovery(const FrameworkContents& now, const SessionOwner& owner, CRecoveryMemory& facts,
+Recovery decideRecovery(const FrameworkContents& now, const SessionOwner& owner, CRecoveryCache& facts,
                         std::optional<Assumption> assumption);
 
 } // namespace QMT

@@ -28,7 +28,7 @@ enum class End
 class CSearch
 {
 public:
-    CSearch(const Steps& steps, const FrameworkContents& now, const FrameworkContents& after, CRecoveryMemory& facts,
+    CSearch(const Steps& steps, const FrameworkContents& now, const FrameworkContents& after, CRecoveryCache& facts,
             std::optional<Assumption> assumption)
         : _steps(steps), _now(now), _after(after), _facts(facts), _assumption(assumption), _verdict(facts.verdict())
     {
@@ -111,7 +111,7 @@ private:
         for (const bool isRejected : {false, true})
         {
             const bool isKnown = _verdict && left.live.list == _now.live.list;
-            _facts.suppose(isKnown ? *_verdict : isRejected);
+            _facts.assumeVerdict(isKnown ? *_verdict : isRejected);
             const SessionOwner owner = sessionOwner(left.lock.value_or(""), _facts.hostName());
             const Recovery recovery = decideRecovery(left, owner, _facts, _assumption);
             if (recovery.found == Found::UNCLEAR)
@@ -129,7 +129,7 @@ private:
     const Steps& _steps;
     const FrameworkContents& _now;
     const FrameworkContents& _after;
-    CRecoveryMemory& _facts;
+    CRecoveryCache& _facts;
     const std::optional<Assumption> _assumption;
     const std::optional<bool> _verdict;
     std::map<Done, End> _ends;
@@ -143,7 +143,7 @@ private:
 } // namespace
 
 std::vector<RecoveryStep> inSafeOrder(const std::vector<RecoveryStep>& steps, const FrameworkContents& now,
-                                      const FrameworkContents& after, CRecoveryMemory& facts,
+                                      const FrameworkContents& after, CRecoveryCache& facts,
                                       std::optional<Assumption> assumption)
 {
     CSearch search(steps, now, after, facts, assumption);

@@ -1,7 +1,7 @@
 #ifndef QMT_RecoveryOrder_INCLUDED
 #define QMT_RecoveryOrder_INCLUDED
 
-#include "ctl/CRecoveryMemory.h"
+#include "ctl/CRecoveryCache.h"
 #include "ctl/RecoverySteps.h"
 
 #include <optional>
@@ -19,7 +19,7 @@ namespace QMT
 ///
 /// The validator is not run: a verdict that is not known yet may be either.
 std::vector<RecoveryStep> inSafeOrder(const std::vector<RecoveryStep>& steps, const FrameworkContents& now,
-                                      const FrameworkContents& after, CRecoveryMemory& facts,
+                                      const FrameworkContents& after, CRecoveryCache& facts,
                                       std::optional<Assumption> assumption);
 
 } // namespace QMT

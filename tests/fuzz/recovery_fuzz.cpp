@@ -1,7 +1,7 @@
 // Framework files with any bytes: after a recovery that is not unclear, a second one finds nothing.
 #include "FuzzedTool.h"
 
-#include "ctl/CRecoveryMemory.h"
+#include "ctl/CRecoveryCache.h"
 #include "ctl/TornText.h"
 
 #include <array>
@@ -70,8 +70,8 @@ QMT::Recovery read(const FrameworkContents& contents)
 {
     CFacts facts;
     const QMT::SessionOwner owner = QMT::sessionOwner(contents.lock.value_or(""), facts.hostName());
-    QMT::CRecoveryMemory memory(facts);
-    return QMT::decideRecovery(contents, owner, memory, std::nullopt);
+    QMT::CRecoveryCache cache(facts);
+    return QMT::decideRecovery(contents, owner, cache, std::nullopt);
 }
 
 } // namespace

@@ -16,12 +16,12 @@ protected:
     /// The files that are changed, in their order, without the directory.
     Lines order(std::optional<Assumption> assumption = std::nullopt)
     {
-        CRecoveryMemory memory(facts);
+        CRecoveryCache cache(facts);
         const SessionOwner owner = sessionOwner(now.lock.value_or(""), "alpha");
-        const Recovery recovery = decideRecovery(now, owner, memory, assumption);
+        const Recovery recovery = decideRecovery(now, owner, cache, assumption);
         const auto steps = recoverySteps("/fw", now, recovery.after);
         Lines names;
-        for (const RecoveryStep& step : inSafeOrder(steps, now, recovery.after, memory, assumption))
+        for (const RecoveryStep& step : inSafeOrder(steps, now, recovery.after, cache, assumption))
         {
             names.push_back(step.path.substr(step.path.rfind('/') + 1));
         }

@@ -79,14 +79,14 @@ protected:
     /// end, or ask if the end itself is unclear. On another live list the validator may give either verdict.
     void expectSameEnd(const FrameworkContents& before, const Recovery& recovery)
     {
-        CRecoveryMemory memory(facts);
+        CRecoveryCache cache(facts);
         const SessionOwner owner = sessionOwner(before.lock.value_or(""), "alpha");
-        static_cast<void>(decideRecovery(before, owner, memory, assumption));
+        static_cast<void>(decideRecovery(before, owner, cache, assumption));
         const bool isEndAsked = foundAfter(recovery) == Found::UNCLEAR;
         const auto steps = recoverySteps("/fw", before, recovery.after);
         const bool isRejected = facts.isRejected;
         FrameworkContents left = before;
-        for (const RecoveryStep& step : inSafeOrder(steps, before, recovery.after, memory, assumption))
+        for (const RecoveryStep& step : inSafeOrder(steps, before, recovery.after, cache, assumption))
         {
             ASSERT_TRUE(!step.content || step.like == step.path || isThere(step.like, left))
                 << step.text << shown(before);

@@ -1,6 +1,6 @@
 #include "support/RecoveryTest.h"
 
-#include "ctl/CRecoveryMemory.h"
+#include "ctl/CRecoveryCache.h"
 
 namespace QMT::Test
 {
@@ -75,8 +75,8 @@ RecoveryTest::RecoveryTest()
 
 Recovery RecoveryTest::read(std::optional<Assumption> assumption)
 {
-    CRecoveryMemory memory(facts);
-    return decideRecovery(now, sessionOwner(now.lock.value_or(""), "alpha"), memory, assumption);
+    CRecoveryCache cache(facts);
+    return decideRecovery(now, sessionOwner(now.lock.value_or(""), "alpha"), cache, assumption);
 }
 
 void RecoveryTest::expectClear(Found found, const FrameworkContents& after)

@@ -1,5 +1,5 @@
-#ifndef QMT_CRecoveryMemory_INCLUDED
-#define QMT_CRecoveryMemory_INCLUDED
+#ifndef QMT_CRecoveryCache_INCLUDED
+#define QMT_CRecoveryCache_INCLUDED
 
 #include "ctl/Recovery.h"
 
@@ -14,11 +14,11 @@ namespace QMT
 
 /// A cache of facts, for decisions about many states of the same files. It has the operations of CRecoveryFacts; each
 /// fact but the host name is found out once.
-class CRecoveryMemory
+class CRecoveryCache
 {
 public:
     /// `facts` is not owned and outlives the object.
-    explicit CRecoveryMemory(CRecoveryFacts& facts);
+    explicit CRecoveryCache(CRecoveryFacts& facts);
 
     std::string hostName();
 
@@ -34,7 +34,7 @@ public:
 
     /// From now on the validator is not run: it counts as rejecting the live list if `isRejected`, otherwise as
     /// accepting it.
-    void suppose(bool isRejected);
+    void assumeVerdict(bool isRejected);
 
 private:
     /// The results of one queue over one pair.
@@ -54,4 +54,4 @@ private:
 
 } // namespace QMT
 
-#endif // QMT_CRecoveryMemory_INCLUDED
+#endif // QMT_CRecoveryCache_INCLUDED

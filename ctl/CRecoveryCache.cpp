@@ -1,20 +1,20 @@
-#include "ctl/CRecoveryMemory.h"
+#include "ctl/CRecoveryCache.h"
 
 #include <algorithm>
 
 namespace QMT
 {
 
-CRecoveryMemory::CRecoveryMemory(CRecoveryFacts& facts) : _facts(facts)
+CRecoveryCache::CRecoveryCache(CRecoveryFacts& facts) : _facts(facts)
 {
 }
 
-std::string CRecoveryMemory::hostName()
+std::string CRecoveryCache::hostName()
 {
     return _facts.hostName();
 }
 
-const std::vector<FilePair>& CRecoveryMemory::queueResults(const FilePair& base, const std::string& session)
+const std::vector<FilePair>& CRecoveryCache::queueResults(const FilePair& base, const std::string& session)
 {
     const auto isKnown = [&](const QueueResults& known) { return known.base == base && known.session == session; };
     const auto known = std::find_if(_queueResults.begin(), _queueResults.end(), isKnown);
@@ -26,7 +26,7 @@ const std::vector<FilePair>& CRecoveryMemory::queueResults(const FilePair& base,
     return _queueResults.back().results;
 }
 
-bool CRecoveryMemory::isLiveListRejected()
+bool CRecoveryCache::isLiveListRejected()
 {
     if (!_verdict)
     {
@@ -35,7 +35,7 @@ bool CRecoveryMemory::isLiveListRejected()
     return *_verdict;
 }
 
-std::string CRecoveryMemory::rootClassOf(const std::string& modelFile)
+std::string CRecoveryCache::rootClassOf(const std::string& modelFile)
 {
     auto known = _rootClasses.find(modelFile);
     if (known == _rootClasses.end())
@@ -45,7 +45,7 @@ std::string CRecoveryMemory::rootClassOf(const std::string& modelFile)
     return known->second;
 }
 
-bool CRecoveryMemory::isDocument(const std::string& text)
+bool CRecoveryCache::isDocument(const std::string& text)
 {
     auto known = _documents.find(text);
     if (known == _documents.end())
@@ -55,12 +55,12 @@ bool CRecoveryMemory::isDocument(const std::string& text)
     return known->second;
 }
 
-const std::optional<bool>& CRecoveryMemory::verdict() const
+const std::optional<bool>& CRecoveryCache::verdict() const
 {
     return _verdict;
 }
 
-void CRecoveryMemory::suppose(bool isRejected)
+void CRecoveryCache::assumeVerdict(bool isRejected)
 {
     _verdict = isRejected;
 }
