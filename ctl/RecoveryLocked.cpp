@@ -378,7 +378,7 @@ void CRecoveryAnalysis::resolveSession(Recovery& recovery)
     }
     FrameworkContents& after = recovery.after;
     after.session = _queue;
-    if (_owner.isCutShort)
+    if (_owner.isTruncated)
     {
         after.lock = _facts.hostName();
     }

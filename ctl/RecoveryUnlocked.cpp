@@ -135,8 +135,8 @@ void CRecoveryAnalysis::resolveTornDocument(Recovery& recovery)
         giveUp(recovery);
         return;
     }
-    const bool isCutShort = !document || isTorn(document, _now.backup.configuration);
-    if (isCutShort && _now.live.list == _now.backup.list)
+    const bool isIncomplete = !document || isTorn(document, _now.backup.configuration);
+    if (isIncomplete && _now.live.list == _now.backup.list)
     {
         finishRollback(recovery);
         return;

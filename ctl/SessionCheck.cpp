@@ -189,7 +189,7 @@ std::string CFrameworkCheck::foreignRemedy()
 
 void CFrameworkCheck::checkStaleSession()
 {
-    if (_now.session && !_owner.isCutShort)
+    if (_now.session && !_owner.isTruncated)
     {
         return;
     }

@@ -27,7 +27,7 @@ std::string firstWord(const std::string& text)
 
 bool SessionOwner::mayBeOurs() const
 {
-    return isThisHost || isCutShort;
+    return isThisHost || isTruncated;
 }
 
 SessionOwner sessionOwner(const std::string& lock, const std::string& thisHost)
@@ -39,8 +39,8 @@ SessionOwner sessionOwner(const std::string& lock, const std::string& thisHost)
                     (!word.empty() && isPrefixOf(word, APPLY_MARK) && !isPrefixOf(word, thisHost) && word != thisHost);
     owner.host = Poco::startsWith(word, APPLY_MARK) ? word.substr(APPLY_MARK.size()) : word;
     owner.isThisHost = word == thisHost || word == ours;
-    owner.isCutShort = !owner.isThisHost &&
-                       (lock.find('\0') != std::string::npos || isPrefixOf(word, thisHost) || isPrefixOf(word, ours));
+    owner.isTruncated = !owner.isThisHost &&
+                        (lock.find('\0') != std::string::npos || isPrefixOf(word, thisHost) || isPrefixOf(word, ours));
     return owner;
 }
 

@@ -21,7 +21,7 @@ TEST(SessionOwner, IsThisHost)
     EXPECT_TRUE(owner.isThisHost);
     EXPECT_TRUE(owner.mayBeOurs());
     EXPECT_FALSE(owner.isApply);
-    EXPECT_FALSE(owner.isCutShort);
+    EXPECT_FALSE(owner.isTruncated);
 }
 
 TEST(SessionOwner, IsTheFirstWord)
@@ -37,7 +37,7 @@ TEST(SessionOwner, IsAnotherHost)
         const SessionOwner owner = ownerOf(lock);
 
         EXPECT_FALSE(owner.isThisHost) << lock;
-        EXPECT_FALSE(owner.isCutShort) << lock;
+        EXPECT_FALSE(owner.isTruncated) << lock;
         EXPECT_FALSE(owner.mayBeOurs()) << lock;
     }
 }
@@ -55,33 +55,33 @@ TEST(SessionOwner, IsAnApply)
     EXPECT_EQ(other.host, "beta");
 }
 
-TEST(SessionOwner, IsCutShortForAPrefixOfTheHostName)
+TEST(SessionOwner, IsTruncatedForAPrefixOfTheHostName)
 {
     for (const std::string lock : {"", " \n", "alph", "a"})
     {
         const SessionOwner owner = ownerOf(lock);
 
-        EXPECT_TRUE(owner.isCutShort) << lock;
+        EXPECT_TRUE(owner.isTruncated) << lock;
         EXPECT_TRUE(owner.mayBeOurs()) << lock;
         EXPECT_FALSE(owner.isApply) << lock;
     }
 }
 
-TEST(SessionOwner, IsCutShortForAPrefixOfAnApplysContent)
+TEST(SessionOwner, IsTruncatedForAPrefixOfAnApplysContent)
 {
     for (const std::string lock : {"q", "qor_mim_ctl", "qor_mim_ctl@", "qor_mim_ctl@alph"})
     {
         const SessionOwner owner = ownerOf(lock);
 
-        EXPECT_TRUE(owner.isCutShort) << lock;
+        EXPECT_TRUE(owner.isTruncated) << lock;
         EXPECT_TRUE(owner.isApply) << lock;
     }
 }
 
-TEST(SessionOwner, IsCutShortForContentWithNul)
+TEST(SessionOwner, IsTruncatedForContentWithNul)
 {
-    EXPECT_TRUE(ownerOf(std::string(5, '\0')).isCutShort);
-    EXPECT_TRUE(ownerOf(std::string("be\0a", 4)).isCutShort);
+    EXPECT_TRUE(ownerOf(std::string(5, '\0')).isTruncated);
+    EXPECT_TRUE(ownerOf(std::string("be\0a", 4)).isTruncated);
 }
 
 TEST(SessionOwner, IsAStagingCallForAnAmbiguousPrefix)
