@@ -1,6 +1,6 @@
 #include "ctl/CGuardedTransfer.h"
 
-#include "base/CKeptFile.h"
+#include "base/CFileSnapshot.h"
 #include "base/FileReplacement.h"
 #include "base/WholeFile.h"
 
@@ -86,7 +86,7 @@ void CGuardedTransfer::check() const
                         _paths.configuration().live + " and " + _paths.modelFileList().live);
 }
 
-void CGuardedTransfer::putBack(const std::string& path, const CKeptFile& before)
+void CGuardedTransfer::putBack(const std::string& path, const CFileSnapshot& before)
 {
     check();
     Expected& file = expectedOf(path);
@@ -96,7 +96,7 @@ void CGuardedTransfer::putBack(const std::string& path, const CKeptFile& before)
     }
     file.content = *before.content();
     file.next = contentOf(path);
-    addLost(before.putBack());
+    addLost(before.restore());
     file.next = file.content;
 }
 

@@ -12,7 +12,7 @@
 namespace QMT
 {
 
-class CKeptFile;
+class CFileSnapshot;
 
 /// Another run has changed the files of a running transaction, which must then change no more files.
 class CInterference : public std::runtime_error
@@ -47,7 +47,7 @@ public:
     void check() const;
 
     /// Restores the live file at `path` unless it has its old content. Throws like check and replaceFile.
-    void putBack(const std::string& path, const CKeptFile& before);
+    void putBack(const std::string& path, const CFileSnapshot& before);
 
     /// The attributes of live files and backups that could not be kept, one line each.
     const std::vector<std::string>& lost() const;

@@ -63,9 +63,9 @@ CTransaction::~CTransaction() = default;
 
 bool CTransaction::open()
 {
-    _leftovers.push_back(std::make_unique<CKeptFile>(_paths.sessionFile()));
-    _leftovers.push_back(std::make_unique<CKeptFile>(_paths.modelFileList().workingCopy));
-    _leftovers.push_back(std::make_unique<CKeptFile>(_paths.configuration().workingCopy));
+    _leftovers.push_back(std::make_unique<CFileSnapshot>(_paths.sessionFile()));
+    _leftovers.push_back(std::make_unique<CFileSnapshot>(_paths.modelFileList().workingCopy));
+    _leftovers.push_back(std::make_unique<CFileSnapshot>(_paths.configuration().workingCopy));
     try
     {
         // As in a staging call, the working copies are made before the lock file. Without one they belong to no
@@ -101,10 +101,10 @@ bool CTransaction::hasBegun()
 {
     syncDirectoryOf(_paths.lockFile());
     removeFile(_paths.sessionFile());
-    _configuration = std::make_unique<CKeptFile>(_paths.configuration().live);
-    _list = std::make_unique<CKeptFile>(_paths.modelFileList().live);
-    _configurationBackup = std::make_unique<CKeptFile>(_paths.configuration().backup);
-    _listBackup = std::make_unique<CKeptFile>(_paths.modelFileList().backup);
+    _configuration = std::make_unique<CFileSnapshot>(_paths.configuration().live);
+    _list = std::make_unique<CFileSnapshot>(_paths.modelFileList().live);
+    _configurationBackup = std::make_unique<CFileSnapshot>(_paths.configuration().backup);
+    _listBackup = std::make_unique<CFileSnapshot>(_paths.modelFileList().backup);
     return _before == FilePair{_configuration->content(), _list->content()};
 }
 
@@ -152,8 +152,8 @@ void CTransaction::makeBackups()
     _areBackupsTouched = true;
     removeBackups();
     // The old backups, which are still open, would occupy the space that the new ones need.
-    _configurationBackup->freeRoom();
-    _listBackup->freeRoom();
+    _configurationBackup->freeSpace();
+    _listBackup->freeSpace();
     _impl.cfgBackup();
 }
 
@@ -216,13 +216,13 @@ void CTransaction::restoreLiveFiles()
 /// from the restored backups to the live files.
 void CTransaction::restoreBackups()
 {
-    if (!_configurationBackup->isInPlace() || !_listBackup->isInPlace())
+    if (!_configurationBackup->isUnchanged() || !_listBackup->isUnchanged())
     {
         ensureWorkingCopies();
         removeFile(_paths.sessionFile());
         removeBackups();
-        static_cast<void>(_listBackup->putBack());
-        static_cast<void>(_configurationBackup->putBack());
+        static_cast<void>(_listBackup->restore());
+        static_cast<void>(_configurationBackup->restore());
     }
     _areBackupsTouched = false;
 }
@@ -267,12 +267,12 @@ void CTransaction::removeLock()
 
 void CTransaction::restoreLeftovers() const
 {
-    for (const std::unique_ptr<CKeptFile>& file : _leftovers)
+    for (const std::unique_ptr<CFileSnapshot>& file : _leftovers)
     {
         // With a lock file, these files belong to another session by now, whose working copies have the same content.
         if (existenceOf(_paths.lockFile()) == Existence::ABSENT)
         {
-            static_cast<void>(file->putBack());
+            static_cast<void>(file->restore());
         }
     }
 }

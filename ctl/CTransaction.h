@@ -1,7 +1,7 @@
 #ifndef QMT_CTransaction_INCLUDED
 #define QMT_CTransaction_INCLUDED
 
-#include "base/CKeptFile.h"
+#include "base/CFileSnapshot.h"
 #include "ctl/CGuardedTransfer.h"
 #include "impl/CQorModelToolImpl.h"
 
@@ -69,11 +69,11 @@ private:
     std::unique_ptr<CQorModelTool> _tool;
 
     // The files before the session, including the leftovers of a session without a lock file, which are restored too.
-    std::vector<std::unique_ptr<CKeptFile>> _leftovers;
-    std::unique_ptr<CKeptFile> _configuration;
-    std::unique_ptr<CKeptFile> _list;
-    std::unique_ptr<CKeptFile> _configurationBackup;
-    std::unique_ptr<CKeptFile> _listBackup;
+    std::vector<std::unique_ptr<CFileSnapshot>> _leftovers;
+    std::unique_ptr<CFileSnapshot> _configuration;
+    std::unique_ptr<CFileSnapshot> _list;
+    std::unique_ptr<CFileSnapshot> _configurationBackup;
+    std::unique_ptr<CFileSnapshot> _listBackup;
 
     std::string _session; ///< the text of the queue, once it has been written
     bool _areBackupsTouched = false;

@@ -1,6 +1,6 @@
 #include "ctl/CGuardedTransfer.h"
 
-#include "base/CKeptFile.h"
+#include "base/CFileSnapshot.h"
 #include "support/FailingCall.h"
 #include "support/Files.h"
 #include "support/TemporaryFramework.h"
@@ -207,10 +207,10 @@ TEST_F(GuardedTransfer, CheckAcceptsEitherContentAfterAFailedMove)
 
 TEST_F(GuardedTransfer, PutBackRestoresALiveFile)
 {
-    const CKeptFile kept(framework.list());
+    const CFileSnapshot snapshot(framework.list());
     transfer.move(framework.list(".tmp"), framework.list());
 
-    transfer.putBack(framework.list(), kept);
+    transfer.putBack(framework.list(), snapshot);
 
     framework.expectLive(*BEFORE.configuration, *BEFORE.list);
     transfer.check();
@@ -218,21 +218,21 @@ TEST_F(GuardedTransfer, PutBackRestoresALiveFile)
 
 TEST_F(GuardedTransfer, PutBackSkipsAnUnchangedFile)
 {
-    const CKeptFile kept(framework.list());
+    const CFileSnapshot snapshot(framework.list());
     const FailingCall failing("rename", framework.list(), EIO);
 
-    transfer.putBack(framework.list(), kept);
+    transfer.putBack(framework.list(), snapshot);
 
     EXPECT_EQ(failing.failures(), 0);
 }
 
 TEST_F(GuardedTransfer, PutBackThrowsForAnEditedFile)
 {
-    const CKeptFile kept(framework.list());
+    const CFileSnapshot snapshot(framework.list());
     transfer.move(framework.list(".tmp"), framework.list());
     writeFile(framework.list(), "/edited\n");
 
-    expectInterference([&] { transfer.putBack(framework.list(), kept); }, otherFiles);
+    expectInterference([&] { transfer.putBack(framework.list(), snapshot); }, otherFiles);
 
     EXPECT_EQ(readFile(framework.list()), "/edited\n");
 }

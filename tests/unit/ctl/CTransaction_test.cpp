@@ -327,7 +327,7 @@ TEST_F(Transaction, CommitKeepsItsWorkingCopiesForTheUndo)
     expectUntouched();
 }
 
-TEST_F(Transaction, CommitFreesTheRoomOfEarlierBackups)
+TEST_F(Transaction, CommitFreesTheSpaceOfEarlierBackups)
 {
     std::ifstream configuration(framework.configuration(".bak"));
     std::ifstream list(framework.list(".bak"));

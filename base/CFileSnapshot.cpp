@@ -1,4 +1,4 @@
-#include "base/CKeptFile.h"
+#include "base/CFileSnapshot.h"
 
 #include "base/Existence.h"
 #include "base/FileReplacement.h"
@@ -27,7 +27,7 @@ std::string nameOf(int file)
 
 } // namespace
 
-CKeptFile::CKeptFile(const std::string& path)
+CFileSnapshot::CFileSnapshot(const std::string& path)
     : _path(path), _file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK)), _status()
 {
     std::string content;
@@ -43,7 +43,7 @@ CKeptFile::CKeptFile(const std::string& path)
     }
 }
 
-CKeptFile::~CKeptFile()
+CFileSnapshot::~CFileSnapshot()
 {
     if (_file >= 0)
     {
@@ -51,12 +51,12 @@ CKeptFile::~CKeptFile()
     }
 }
 
-const std::optional<std::string>& CKeptFile::content() const
+const std::optional<std::string>& CFileSnapshot::content() const
 {
     return _content;
 }
 
-bool CKeptFile::isInPlace() const
+bool CFileSnapshot::isUnchanged() const
 {
     if (!_content)
     {
@@ -68,7 +68,7 @@ bool CKeptFile::isInPlace() const
            readWholeFile(_path, content) == ReadResult::READ && content == _content;
 }
 
-void CKeptFile::freeRoom() const
+void CFileSnapshot::freeSpace() const
 {
     struct stat now = {};
     if (_content && ::fstat(_file, &now) == 0 && now.st_nlink == 0)
@@ -78,7 +78,7 @@ void CKeptFile::freeRoom() const
     }
 }
 
-std::vector<std::string> CKeptFile::putBack() const
+std::vector<std::string> CFileSnapshot::restore() const
 {
     if (!_content)
     {
@@ -86,7 +86,7 @@ std::vector<std::string> CKeptFile::putBack() const
         return std::vector<std::string>();
     }
     // A file that could not be replaced, for instance an immutable one, cannot be restored either.
-    if (isInPlace())
+    if (isUnchanged())
     {
         return std::vector<std::string>();
     }
