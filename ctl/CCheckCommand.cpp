@@ -3,7 +3,7 @@
 #include "ctl/CFrameworkCheck.h"
 #include "ctl/Emphasis.h"
 #include "ctl/PrintedText.h"
-#include "ctl/UndisturbedLook.h"
+#include "ctl/UnlessBusy.h"
 
 #include <Poco/JSON/Array.h>
 
@@ -73,7 +73,7 @@ std::string CCheckCommand::summary() const
 
 Answer CCheckCommand::run(const std::string& qorPath)
 {
-    return lookUndisturbed(qorPath, [&qorPath] { return answerOf(CFrameworkCheck(qorPath).findAll()); });
+    return readUnlessBusy(qorPath, [&qorPath] { return answerOf(CFrameworkCheck(qorPath).findAll()); });
 }
 
 } // namespace QMT

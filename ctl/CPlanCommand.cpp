@@ -5,8 +5,8 @@
 #include "ctl/PreviewAnswer.h"
 #include "ctl/PrintedText.h"
 #include "ctl/SilentLogger.h"
-#include "ctl/UndisturbedLook.h"
 #include "ctl/UnifiedDiff.h"
+#include "ctl/UnlessBusy.h"
 
 namespace QMT
 {
@@ -109,7 +109,7 @@ Answer CPlanCommand::run(const std::string& qorPath)
     const auto plan = [&] { return actions.empty() ? planSession(qorPath) : planActions(qorPath, actions); };
     // The scratch directory is to be removed, and a signal may have ended the validator, too.
     const CSignalCatcher catcher;
-    Answer answer = lookUndisturbed(qorPath, plan);
+    Answer answer = readUnlessBusy(qorPath, plan);
     if (CSignalCatcher::caught() != 0)
     {
         return Answer::endedBySignal();

@@ -5,7 +5,7 @@
 #include "ctl/CFrameworkFacts.h"
 #include "ctl/PrintedText.h"
 #include "ctl/RecoveryOrder.h"
-#include "ctl/UndisturbedLook.h"
+#include "ctl/UnlessBusy.h"
 
 #include <Poco/DateTimeFormatter.h>
 #include <Poco/Exception.h>
@@ -130,7 +130,7 @@ Answer CRecoverCommand::run(const std::string& qorPath)
 {
     if (_isDryRun)
     {
-        return lookUndisturbed(qorPath, [&] { return runAlone(qorPath, deadlineIn(0)); });
+        return readUnlessBusy(qorPath, [&] { return runAlone(qorPath, deadlineIn(0)); });
     }
     const Deadline deadline = deadlineIn(_wait);
     CCallerLock lock(qorPath);

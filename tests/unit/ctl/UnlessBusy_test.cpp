@@ -1,4 +1,4 @@
-#include "ctl/UndisturbedLook.h"
+#include "ctl/UnlessBusy.h"
 
 #include "support/LockHolder.h"
 #include "support/TemporaryFramework.h"
@@ -13,7 +13,7 @@ namespace QMT::Test
 namespace
 {
 
-class UndisturbedLook : public testing::Test
+class UnlessBusy : public testing::Test
 {
 protected:
     /// Another caller has come.
@@ -33,38 +33,38 @@ protected:
     std::optional<LockHolder> holder;
 };
 
-TEST_F(UndisturbedLook, ReturnsTheAnswer)
+TEST_F(UnlessBusy, ReadReturnsTheAnswer)
 {
-    const Answer answer = lookUndisturbed(framework.path(), [] { return Answer::failure(Status::NO, "seen"); });
+    const Answer answer = readUnlessBusy(framework.path(), [] { return Answer::failure(Status::NO, "seen"); });
 
     EXPECT_EQ(answer.status, Status::NO);
     EXPECT_EQ(answer.error, "seen");
 }
 
-TEST_F(UndisturbedLook, DoesNotLookWhileThereIsACaller)
+TEST_F(UnlessBusy, ReadsNothingWhileThereIsACaller)
 {
-    bool hasLooked = false;
-    const auto look = [&hasLooked]
+    bool hasRead = false;
+    const auto read = [&hasRead]
     {
-        hasLooked = true;
+        hasRead = true;
         return Answer();
     };
     enterCaller();
 
-    expectBusy(lookUndisturbed(framework.path(), look));
+    expectBusy(readUnlessBusy(framework.path(), read));
 
-    EXPECT_FALSE(hasLooked);
+    EXPECT_FALSE(hasRead);
 }
 
-TEST_F(UndisturbedLook, IsBusyWhenACallerComesMeanwhile)
+TEST_F(UnlessBusy, ReadIsBusyWhenACallerComesMeanwhile)
 {
-    const auto look = [this]
+    const auto read = [this]
     {
         enterCaller();
         return Answer();
     };
 
-    expectBusy(lookUndisturbed(framework.path(), look));
+    expectBusy(readUnlessBusy(framework.path(), read));
 }
 
 } // namespace
