@@ -1,13 +1,13 @@
 #include "ctl/CApplyCommand.h"
 
 #include "base/CSignalCatcher.h"
-#include "ctl/CCallerLock.h"
 #include "ctl/CCommandLine.h"
 #include "ctl/CMessageLog.h"
 #include "ctl/CQueueTrial.h"
 #include "ctl/CTransaction.h"
 #include "ctl/PreviewAnswer.h"
 #include "ctl/SessionOwner.h"
+#include "ctl/UnlessBusy.h"
 
 #include <Poco/Exception.h>
 #include <Poco/Util/Option.h>
@@ -121,19 +121,7 @@ Answer CApplyCommand::run(const std::string& qorPath)
 {
     const CSignalCatcher catcher;
     const Deadline deadline = deadlineIn(_wait);
-    CCallerLock lock(qorPath);
-    bool isTaken = false;
-    const auto isDecided = [&]
-    {
-        isTaken = lock.tryToTake();
-        return isTaken || isEndRequested();
-    };
-    static_cast<void>(waitUntil(deadline, isDecided));
-    if (isEndRequested())
-    {
-        return Answer::endedBySignal();
-    }
-    return isTaken ? runAlone(qorPath, deadline) : Answer::failure(Status::BUSY, lock.holder());
+    return changeUnlessBusy(qorPath, deadline, [&] { return runAlone(qorPath, deadline); });
 }
 
 Answer CApplyCommand::runAlone(const std::string& qorPath, Deadline deadline) const

@@ -1,6 +1,5 @@
 #include "ctl/CRecoverCommand.h"
 
-#include "ctl/CCallerLock.h"
 #include "ctl/CCommandLine.h"
 #include "ctl/CFrameworkFacts.h"
 #include "ctl/PrintedText.h"
@@ -133,9 +132,7 @@ Answer CRecoverCommand::run(const std::string& qorPath)
         return readUnlessBusy(qorPath, [&] { return runAlone(qorPath, deadlineIn(0)); });
     }
     const Deadline deadline = deadlineIn(_wait);
-    CCallerLock lock(qorPath);
-    const bool isTaken = waitUntil(deadline, [&lock] { return lock.tryToTake(); });
-    return isTaken ? runAlone(qorPath, deadline) : Answer::failure(Status::BUSY, lock.holder());
+    return changeUnlessBusy(qorPath, deadline, [&] { return runAlone(qorPath, deadline); });
 }
 
 Answer CRecoverCommand::runAlone(const std::string& qorPath, Deadline deadline) const

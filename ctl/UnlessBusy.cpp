@@ -1,5 +1,6 @@
 #include "ctl/UnlessBusy.h"
 
+#include "base/CSignalCatcher.h"
 #include "ctl/CCallerLock.h"
 
 namespace QMT
@@ -16,6 +17,23 @@ Answer readUnlessBusy(const std::string& qorPath, const std::function<Answer()>&
     // What another caller is doing may look like an interruption, or like a session.
     holder = CCallerLock::holderOf(qorPath);
     return holder.empty() ? answer : Answer::failure(Status::BUSY, holder);
+}
+
+Answer changeUnlessBusy(const std::string& qorPath, Deadline deadline, const std::function<Answer()>& change)
+{
+    CCallerLock lock(qorPath);
+    bool isTaken = false;
+    const auto isDecided = [&]
+    {
+        isTaken = lock.tryToTake();
+        return isTaken || CSignalCatcher::caught() != 0;
+    };
+    static_cast<void>(waitUntil(deadline, isDecided));
+    if (CSignalCatcher::caught() != 0)
+    {
+        return Answer::endedBySignal();
+    }
+    return isTaken ? change() : Answer::failure(Status::BUSY, lock.holder());
 }
 
 } // namespace QMT
