@@ -10,7 +10,6 @@
 #include "ctl/UnlessBusy.h"
 
 #include <Poco/Exception.h>
-#include <Poco/Util/Option.h>
 #include <Poco/Util/OptionSet.h>
 
 namespace QMT

@@ -3,7 +3,6 @@
 
 #include "ctl/CActionOptions.h"
 #include "ctl/CCommand.h"
-#include "ctl/Preview.h"
 #include "ctl/Waiting.h"
 
 #include <optional>

@@ -7,7 +7,6 @@
 #include <Poco/DOM/DOMWriter.h>
 #include <Poco/DOM/Document.h>
 #include <Poco/DOM/Element.h>
-#include <Poco/Exception.h>
 #include <Poco/XML/XMLWriter.h>
 
 #include <algorithm>

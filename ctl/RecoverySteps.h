@@ -3,7 +3,6 @@
 
 #include "ctl/FrameworkContents.h"
 
-#include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>

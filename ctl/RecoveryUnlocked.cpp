@@ -1,6 +1,5 @@
 #include "ctl/CRecoveryAnalysis.h"
 #include "ctl/DocumentComparison.h"
-#include "ctl/TornText.h"
 
 namespace QMT
 {

@@ -1,6 +1,5 @@
 #include "app/CQorModelToolWrapper.h"
 
-#include "support/FakeInstallation.h"
 #include "support/ToolTest.h"
 
 #include <cstdlib>

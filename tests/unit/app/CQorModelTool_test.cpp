@@ -13,7 +13,6 @@
 
 #include <cerrno>
 #include <cstdlib>
-#include <memory>
 #include <type_traits>
 
 namespace QMT::Test

@@ -5,14 +5,11 @@
 #include "support/ToolTest.h"
 #include "support/XmlTest.h"
 
-#include <Poco/DOM/Document.h>
 #include <Poco/Message.h>
 
 #include <syslog.h>
 
 #include <cerrno>
-#include <cstdlib>
-#include <filesystem>
 
 namespace QMT::Test
 {

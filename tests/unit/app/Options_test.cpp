@@ -1,7 +1,7 @@
 #include "app/CQorModelTool.h"
 #include "support/CapturedOutput.h"
+#include "support/Files.h"
 #include "support/ImplTest.h"
-#include "support/ToolTest.h"
 #include "xml/CXMLParser.h"
 
 #include <Poco/DOM/Document.h>

@@ -3,7 +3,6 @@
 #include "support/CapturedOutput.h"
 #include "support/CapturedSystemLog.h"
 #include "support/FailingCall.h"
-#include "support/FakeInstallation.h"
 #include "support/ToolTest.h"
 
 #include <Poco/Logger.h>

@@ -1,7 +1,6 @@
 #include "base/FileAttributes.h"
 
 #include "support/FailingCall.h"
-#include "support/Files.h"
 #include "support/TemporaryDirectory.h"
 
 #include <gtest/gtest.h>

@@ -1,6 +1,5 @@
 #include "ctl/CFrameworkFacts.h"
 
-#include "support/CapturedSystemLog.h"
 #include "support/FakeHostName.h"
 #include "support/FakeInstallation.h"
 #include "support/Files.h"

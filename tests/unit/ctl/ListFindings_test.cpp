@@ -1,7 +1,6 @@
 #include "ctl/ListFindings.h"
 
 #include "support/Findings.h"
-#include "support/TemporaryFramework.h"
 
 #include <gtest/gtest.h>
 

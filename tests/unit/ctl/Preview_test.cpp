@@ -3,7 +3,6 @@
 #include "ctl/CActionChecks.h"
 #include "support/FakeInstallation.h"
 #include "support/FileSizeLimit.h"
-#include "support/Files.h"
 #include "support/TemporaryFramework.h"
 #include "support/ThrownBy.h"
 #include "support/XmlTest.h"

@@ -1,7 +1,5 @@
 #include "ctl/UnifiedDiff.h"
 
-#include <Poco/StringTokenizer.h>
-
 #include <gtest/gtest.h>
 
 #include <algorithm>
