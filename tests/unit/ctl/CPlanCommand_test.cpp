@@ -141,7 +141,9 @@ TEST_F(PlanCommand, PreviewsGivenActionsInsteadOfTheSession)
     EXPECT_EQ(resultsOf(answer), (Lines{"done", "skipped"}));
     EXPECT_EQ(valueOf(answer, "validator"), "accepted");
     EXPECT_EQ(diffOf(answer, "model_file_list.cfg"), listDiff);
-    EXPECT_NE(diffOf(answer, "qor.cfg").find("+\t\t\t\t<root name=\"Pump\"/>\n"), std::string::npos);
+    const std::string configurationDiff = diffOf(answer, "qor.cfg");
+    EXPECT_EQ(configurationDiff.find("--- qor.cfg\n+++ qor.cfg\n"), 0U);
+    EXPECT_NE(configurationDiff.find("+\t\t\t\t<root name=\"Pump\"/>\n"), std::string::npos);
     expectUnchanged();
 }
 

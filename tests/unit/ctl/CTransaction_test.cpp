@@ -186,6 +186,18 @@ TEST_F(Transaction, CommitRemovesNewBackupsWhenRejected)
     EXPECT_EQ(now().live, BEFORE);
 }
 
+TEST_F(Transaction, CommitLeavesWorkingCopiesWhenABackupCannotBeRestored)
+{
+    installation.setValidator("exit 1");
+    ASSERT_TRUE(transaction.open());
+    const std::string error = "File access error: Input/output error: " + framework.list(".bak");
+    const FailingCall failing("rename", framework.list(".bak"), EIO, 1);
+
+    EXPECT_EQ(failureOf(transaction),
+              error + "; the previous files could not be put back: " + error + "; call qor_mim_ctl recover");
+    EXPECT_EQ(now().workingCopy, BEFORE);
+}
+
 TEST_F(Transaction, CommitUndoesEverythingWhereverItFails)
 {
     struct Call
