@@ -286,13 +286,16 @@ TEST_F(FrameworkCheck, FindsALockFileAloneOfAnotherHost)
 
 TEST_F(FrameworkCheck, SuggestsRecoverOnceTheLiveFilesAreThere)
 {
+    const std::string mending = "put it back from a copy of yours";
+    std::filesystem::remove(configuration);
     std::filesystem::remove(list);
     writeFile(lock, "alpha");
 
-    EXPECT_EQ(find(),
-              (Findings{{FindingId::LIST_MISSING, list, "the file does not exist", "put it back from a copy of yours"},
-                        {FindingId::SESSION_STALE, lock, "there is a lock file and no session file",
-                         "for " + list + ": put it back from a copy of yours; then: " + RECOVER}}));
+    EXPECT_EQ(find(), (Findings{{FindingId::CONFIGURATION_MISSING, configuration, "the file does not exist", mending},
+                                {FindingId::LIST_MISSING, list, "the file does not exist", mending},
+                                {FindingId::SESSION_STALE, lock, "there is a lock file and no session file",
+                                 "for " + configuration + ": " + mending + "; then: for " + list + ": " + mending +
+                                     "; then: " + RECOVER}}));
 }
 
 TEST_F(FrameworkCheck, SuggestsRecoverOnceTheLiveFilesAreReadable)
