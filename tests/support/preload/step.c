@@ -125,7 +125,17 @@ int stepFortifiedOpen64(const char* path, int flags)
     return stepOpen64(path, flags, 0U);
 }
 
-FILE* fopen64(const char* path, const char* mode)
+FILE* stepFopen(const char* path, const char* mode) __asm__("fopen");
+FILE* stepFopen64(const char* path, const char* mode) __asm__("fopen64");
+
+/* The symbol that the standard streams of newer C++ libraries call. */
+FILE* stepFopen(const char* path, const char* mode)
+{
+    stopAt("open", path);
+    return NEXT(FILE * (*)(const char*, const char*), "fopen")(path, mode);
+}
+
+FILE* stepFopen64(const char* path, const char* mode)
 {
     stopAt("open", path);
     return NEXT(FILE * (*)(const char*, const char*), "fopen64")(path, mode);
