@@ -51,4 +51,9 @@ int CSignalCatcher::caught()
     return arrived;
 }
 
+bool CSignalCatcher::hasCaught()
+{
+    return caught() != 0;
+}
+
 } // namespace QMT

@@ -24,6 +24,9 @@ public:
     /// The first signal that arrived, 0 when none has or there is no object.
     static int caught();
 
+    /// Whether a signal has arrived.
+    static bool hasCaught();
+
 private:
     std::vector<std::pair<int, struct sigaction>> _before;
 };

@@ -104,12 +104,12 @@ std::vector<Action> CActionOptions::actions() const
     std::vector<Action> actions;
     for (const Wanted& wanted : _wanted)
     {
-        const bool hasHandler = !wanted.handler.empty();
-        const CmdID addition = hasHandler ? CmdID::AddModelFileWithHandler : CmdID::AddModelFile;
-        const CmdID removal = hasHandler ? CmdID::RemoveModelFileWithHandler : CmdID::RemoveModelFile;
+        const bool isWithHandler = !wanted.handler.empty();
+        const CmdID addition = isWithHandler ? CmdID::AddModelFileWithHandler : CmdID::AddModelFile;
+        const CmdID removal = isWithHandler ? CmdID::RemoveModelFileWithHandler : CmdID::RemoveModelFile;
         actions.push_back({wanted.isRemoval ? removal : addition, wanted.path, wanted.handler,
-                           hasHandler ? orDefault(wanted.moVersion) : std::string(),
-                           hasHandler ? orDefault(wanted.trVersion) : std::string()});
+                           isWithHandler ? orDefault(wanted.moVersion) : std::string(),
+                           isWithHandler ? orDefault(wanted.trVersion) : std::string()});
     }
     return actions;
 }

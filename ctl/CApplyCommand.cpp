@@ -38,11 +38,6 @@ std::string describe(const SessionOwner& owner)
     return host + " has a session open";
 }
 
-bool isEndRequested()
-{
-    return CSignalCatcher::caught() != 0;
-}
-
 /// The actions that are to be done, as queue entries.
 CommandQueue queueOf(const Preview& preview)
 {
@@ -132,18 +127,18 @@ Answer CApplyCommand::runAlone(const std::string& qorPath, Deadline deadline) co
         if (const std::optional<SessionOwner> owner = ownerIn(readFramework(qorPath)))
         {
             session = describe(*owner);
-            return owner->isApply || isEndRequested();
+            return owner->isApply || CSignalCatcher::hasCaught();
         }
         answer = attempt(qorPath);
         session = "another session was opened meanwhile";
-        return answer.has_value() || isEndRequested();
+        return answer.has_value() || CSignalCatcher::hasCaught();
     };
     static_cast<void>(waitUntil(deadline, isDecided));
     if (answer)
     {
         return *answer;
     }
-    if (isEndRequested())
+    if (CSignalCatcher::hasCaught())
     {
         return Answer::endedBySignal();
     }

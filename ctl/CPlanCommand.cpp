@@ -110,7 +110,7 @@ Answer CPlanCommand::run(const std::string& qorPath)
     // The scratch directory is to be removed, and a signal may have ended the validator, too.
     const CSignalCatcher catcher;
     Answer answer = readUnlessBusy(qorPath, plan);
-    if (CSignalCatcher::caught() != 0)
+    if (CSignalCatcher::hasCaught())
     {
         return Answer::endedBySignal();
     }

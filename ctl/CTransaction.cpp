@@ -23,7 +23,7 @@ namespace
 
 void requireNoSignal()
 {
-    if (CSignalCatcher::caught() != 0)
+    if (CSignalCatcher::hasCaught())
     {
         throw Poco::SignalException(std::to_string(CSignalCatcher::caught()));
     }

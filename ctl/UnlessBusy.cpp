@@ -26,10 +26,10 @@ Answer changeUnlessBusy(const std::string& qorPath, Deadline deadline, const std
     const auto isDecided = [&]
     {
         isTaken = lock.tryToTake();
-        return isTaken || CSignalCatcher::caught() != 0;
+        return isTaken || CSignalCatcher::hasCaught();
     };
     static_cast<void>(waitUntil(deadline, isDecided));
-    if (CSignalCatcher::caught() != 0)
+    if (CSignalCatcher::hasCaught())
     {
         return Answer::endedBySignal();
     }

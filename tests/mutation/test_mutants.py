@@ -2,14 +2,11 @@
 from __future__ import annotations
 
 import re
-from pathlib import Path
 
 import pytest
 
 from mutants import OWN_GROUPS, Scan
-
-PROJECT = Path(__file__).resolve().parents[2]
-FOLDERS = (PROJECT / "cmake" / "SourceFolders.txt").read_text(encoding="utf-8").split()
+from run import FOLDERS, PROJECT
 
 
 def changed(source: str) -> set[str]:

@@ -81,7 +81,7 @@ int gatedOpen64(const char* path, int flags, ...)
     return openBehindGate("open64", path, flags, mode);
 }
 
-/* The symbols of a fortified program. */
+/* The symbols that a fortified program calls. */
 int gatedFortifiedOpen(const char* path, int flags) __asm__("__open_2");
 int gatedFortifiedOpen64(const char* path, int flags) __asm__("__open64_2");
 

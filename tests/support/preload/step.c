@@ -111,7 +111,7 @@ int stepOpen64(const char* path, int flags, ...) __asm__("open64");
 OPEN(stepOpen, "open")
 OPEN(stepOpen64, "open64")
 
-/* The symbols of a fortified program. */
+/* The symbols that a fortified program calls. */
 int stepFortifiedOpen(const char* path, int flags) __asm__("__open_2");
 int stepFortifiedOpen64(const char* path, int flags) __asm__("__open64_2");
 
@@ -125,21 +125,19 @@ int stepFortifiedOpen64(const char* path, int flags)
     return stepOpen64(path, flags, 0U);
 }
 
+/* The standard streams call the second one, those of newer C++ libraries the first. */
 FILE* stepFopen(const char* path, const char* mode) __asm__("fopen");
 FILE* stepFopen64(const char* path, const char* mode) __asm__("fopen64");
 
-/* The symbol that the standard streams of newer C++ libraries call. */
-FILE* stepFopen(const char* path, const char* mode)
-{
-    stopAt("open", path);
-    return NEXT(FILE * (*)(const char*, const char*), "fopen")(path, mode);
-}
+#define FOPEN(function, name)                                                                                          \
+    FILE* function(const char* path, const char* mode)                                                                 \
+    {                                                                                                                  \
+        stopAt("open", path);                                                                                          \
+        return NEXT(FILE * (*)(const char*, const char*), name)(path, mode);                                           \
+    }
 
-FILE* stepFopen64(const char* path, const char* mode)
-{
-    stopAt("open", path);
-    return NEXT(FILE * (*)(const char*, const char*), "fopen64")(path, mode);
-}
+FOPEN(stepFopen, "fopen")
+FOPEN(stepFopen64, "fopen64")
 
 int stepStat(const char* path, struct stat* status) __asm__("stat");
 int stepStat64(const char* path, struct stat* status) __asm__("stat64");

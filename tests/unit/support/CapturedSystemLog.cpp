@@ -28,8 +28,8 @@ extern "C"
     [[gnu::format(printf, 2, 3)]] void plainSystemLog(int priority, const char* format, ...) __asm__("syslog");
     [[gnu::format(printf, 3, 4)]] void fortifiedSystemLog(int priority, int level, const char* format,
                                                           ...) __asm__("__syslog_chk");
-    [[gnu::format(printf, 3, 0)]] void fortifiedListSystemLog(int priority, int level, const char* format,
-                                                              va_list arguments) __asm__("__vsyslog_chk");
+    [[gnu::format(printf, 3, 0)]] void fortifiedVSystemLog(int priority, int level, const char* format,
+                                                           va_list arguments) __asm__("__vsyslog_chk");
 }
 
 void plainSystemLog(int priority, const char* format, ...)
@@ -48,7 +48,7 @@ void fortifiedSystemLog(int priority, int, const char* format, ...)
     va_end(arguments);
 }
 
-void fortifiedListSystemLog(int priority, int, const char* format, va_list arguments)
+void fortifiedVSystemLog(int priority, int, const char* format, va_list arguments)
 {
     record(priority, format, arguments);
 }
