@@ -2,9 +2,6 @@
 
 #include "base/CFileSnapshot.h"
 #include "base/FileReplacement.h"
-#include "base/WholeFile.h"
-
-#include <Poco/Exception.h>
 
 #include <algorithm>
 
@@ -13,16 +10,6 @@ namespace QMT
 
 namespace
 {
-
-std::string contentOf(const std::string& path)
-{
-    std::string content;
-    if (readWholeFile(path, content) != ReadResult::READ)
-    {
-        throw Poco::FileException("the file cannot be read", path);
-    }
-    return content;
-}
 
 bool holds(const std::string& path, const std::string& content)
 {

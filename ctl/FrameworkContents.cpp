@@ -5,6 +5,8 @@
 
 #include <Poco/Exception.h>
 
+#include <utility>
+
 namespace QMT
 {
 
@@ -47,6 +49,16 @@ std::optional<std::string> readIfThere(const std::string& path)
         throw Poco::FileException("the file cannot be read", path);
     }
     return content;
+}
+
+std::string contentOf(const std::string& path)
+{
+    std::optional<std::string> content = readIfThere(path);
+    if (!content)
+    {
+        throw Poco::FileException("the file cannot be read", path);
+    }
+    return *std::move(content);
 }
 
 FrameworkContents readFramework(const std::string& qorPath)

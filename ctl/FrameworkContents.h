@@ -42,6 +42,9 @@ using ManagedContent = std::optional<std::string>& (*)(FrameworkContents&);
 /// exists but cannot be read.
 std::optional<std::string> readIfThere(const std::string& path);
 
+/// The content of the file at `path`. Throws a Poco::FileException that names it when it is missing or cannot be read.
+std::string contentOf(const std::string& path);
+
 /// Reads all of them from the framework directory `qorPath`. Changes nothing.
 ///
 /// Throws a Poco::FileException that names the first file that exists but cannot be read.

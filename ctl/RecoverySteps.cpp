@@ -2,7 +2,6 @@
 
 #include "base/DiskSync.h"
 #include "base/FileReplacement.h"
-#include "base/WholeFile.h"
 #include "impl/CFrameworkPaths.h"
 
 #include <Poco/Error.h>
@@ -123,16 +122,6 @@ private:
     std::string _path;
     bool _isKept = false;
 };
-
-std::string contentOf(const std::string& path)
-{
-    std::string content;
-    if (readWholeFile(path, content) != ReadResult::READ)
-    {
-        throw Poco::ReadFileException("the file cannot be read", path);
-    }
-    return content;
-}
 
 /// The paths and contents of the existing files that the steps replace or remove.
 std::vector<std::pair<std::string, std::string>> filesToCopy(const Steps& steps)

@@ -208,7 +208,7 @@ TEST_F(CopyAside, ThrowsForAnUnreadableFile)
     putDirectoryAt(framework.lock());
 
     EXPECT_EQ(thrownBy([&] { copyAside(framework.path(), "STAMP", steps); }),
-              "Cannot read file: the file cannot be read: " + framework.lock());
+              "File access error: the file cannot be read: " + framework.lock());
     EXPECT_FALSE(exists(wanted));
 }
 
