@@ -15,7 +15,7 @@ namespace
 using Lines = std::vector<std::string_view>;
 
 /// The lines with their line feeds.
-Lines linesOf(std::string_view text)
+Lines viewedLines(std::string_view text)
 {
     Lines lines;
     while (!text.empty())
@@ -390,8 +390,8 @@ std::string unifiedDiff(const std::string& name, const std::string& before, cons
     {
         return std::string();
     }
-    const Lines linesBefore = linesOf(before);
-    const Lines linesAfter = linesOf(after);
+    const Lines linesBefore = viewedLines(before);
+    const Lines linesAfter = viewedLines(after);
     const std::vector<Edit> edits =
         editsOf(CComparison(linesBefore, linesAfter).partners(), static_cast<int>(linesAfter.size()));
 

@@ -23,7 +23,7 @@ namespace
 
 using Poco::Message;
 
-const Messages::value_type AGENT_FAILED = {Message::PRIO_INFORMATION, "Exception"};
+const Messages::value_type AGENT_EXCEPTION = {Message::PRIO_INFORMATION, "Exception"};
 
 class Tool : public ImplTest
 {
@@ -41,7 +41,7 @@ TEST_F(Tool, ConstructorFindsTheFrameworkDirectory)
     const CQorModelTool tool(&impl, log.logger());
 
     EXPECT_EQ(impl.qorPath(), framework.path());
-    EXPECT_EQ(log.messages(), (Messages{AGENT_FAILED}));
+    EXPECT_EQ(log.messages(), (Messages{AGENT_EXCEPTION}));
     EXPECT_EQ(systemLog.messages(), SILENCE);
 }
 
@@ -126,7 +126,7 @@ TEST_F(Tool, ConstructorSkipsASessionFileWithoutALock)
     const CQorModelTool tool(&impl, log.logger());
 
     EXPECT_TRUE(impl.queue().empty());
-    EXPECT_EQ(log.messages(), (Messages{AGENT_FAILED}));
+    EXPECT_EQ(log.messages(), (Messages{AGENT_EXCEPTION}));
 }
 
 TEST_F(Tool, DestructorDestroysTheLogger)

@@ -19,7 +19,6 @@ namespace
 
 using Poco::Message;
 
-const Messages::value_type FAILED = {Message::PRIO_ERROR, "Operation failed!"};
 const Messages NO_VALIDATOR_SYSTEM_LOG = {{LOG_WARNING, "Unable to locate Model tool"},
                                           {LOG_INFO, "model tool does not exist"}};
 

@@ -30,7 +30,7 @@ using Lines = std::vector<std::string>;
 class ApplyCommand : public testing::Test
 {
 protected:
-    Answer apply(const Options& options) const
+    Answer apply(const OptionValues& options) const
     {
         CApplyCommand command;
         return runCommand(command, options, framework.path());

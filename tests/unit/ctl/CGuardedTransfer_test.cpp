@@ -24,8 +24,8 @@ namespace
 
 using Lines = std::vector<std::string>;
 
-const FilePair BEFORE = {"<before/>", "/before\n"};
-const FilePair AFTER = {"<after/>", "/after\n"};
+const FilePair OLD = {"<old/>", "/old\n"};
+const FilePair NEW = {"<new/>", "/new\n"};
 
 /// A transaction has made its working copies and its lock file.
 class GuardedTransfer : public testing::Test
@@ -33,10 +33,10 @@ class GuardedTransfer : public testing::Test
 protected:
     GuardedTransfer()
     {
-        writeFile(framework.configuration(), *BEFORE.configuration);
-        writeFile(framework.list(), *BEFORE.list);
-        writeFile(framework.configuration(".tmp"), *AFTER.configuration);
-        writeFile(framework.list(".tmp"), *AFTER.list);
+        writeFile(framework.configuration(), *OLD.configuration);
+        writeFile(framework.list(), *OLD.list);
+        writeFile(framework.configuration(".tmp"), *NEW.configuration);
+        writeFile(framework.list(".tmp"), *NEW.list);
         writeFile(framework.lock(), "ours");
     }
 
@@ -64,7 +64,7 @@ protected:
     TemporaryFramework framework;
     const std::string otherLock = "the lock file " + framework.lock() + " is gone or not ours";
     const std::string otherFiles = "the files do not hold what was last read or written";
-    CGuardedTransfer transfer{framework.path(), "ours", BEFORE, AFTER};
+    CGuardedTransfer transfer{framework.path(), "ours", OLD, NEW};
 };
 
 TEST_F(GuardedTransfer, CopyKeepsAttributes)
@@ -73,7 +73,7 @@ TEST_F(GuardedTransfer, CopyKeepsAttributes)
 
     transfer.copy(framework.list(), framework.list(".bak"));
 
-    EXPECT_EQ(readFile(framework.list(".bak")), *BEFORE.list);
+    EXPECT_EQ(readFile(framework.list(".bak")), *OLD.list);
     EXPECT_EQ(modeOf(framework.list(".bak")), 0604U);
     EXPECT_TRUE(transfer.lost().empty());
 }
@@ -114,7 +114,7 @@ TEST_F(GuardedTransfer, MoveInstallsAWorkingCopy)
 
     transfer.move(framework.list(".tmp"), framework.list());
 
-    framework.expectLive(*BEFORE.configuration, *AFTER.list);
+    framework.expectLive(*OLD.configuration, *NEW.list);
     EXPECT_EQ(modeOf(framework.list()), 0604U);
     EXPECT_FALSE(exists(framework.list(".tmp")));
     transfer.check();
@@ -124,19 +124,19 @@ TEST_F(GuardedTransfer, MoveLeavesALiveFileInPlace)
 {
     transfer.move(framework.list(), framework.list(".bak"));
 
-    EXPECT_EQ(readFile(framework.list()), *BEFORE.list);
+    EXPECT_EQ(readFile(framework.list()), *OLD.list);
     EXPECT_FALSE(exists(framework.list(".bak")));
 }
 
 TEST_F(GuardedTransfer, MoveDoesNotRewriteAnUnchangedFile)
 {
-    CGuardedTransfer listAlone(framework.path(), "ours", BEFORE, {BEFORE.configuration, AFTER.list});
+    CGuardedTransfer listAlone(framework.path(), "ours", OLD, {OLD.configuration, NEW.list});
     const FailingCall failing("rename", framework.configuration(), EIO);
 
     listAlone.move(framework.configuration(".tmp"), framework.configuration());
 
     EXPECT_EQ(failing.failures(), 0);
-    EXPECT_EQ(readFile(framework.configuration()), *BEFORE.configuration);
+    EXPECT_EQ(readFile(framework.configuration()), *OLD.configuration);
     EXPECT_FALSE(exists(framework.configuration(".tmp")));
 }
 
@@ -147,8 +147,8 @@ TEST_F(GuardedTransfer, CheckAndMoveThrowWithoutTheLockFile)
     ::unlink(framework.lock().c_str());
     expectInterference([this] { transfer.move(framework.list(".tmp"), framework.list()); }, otherLock);
 
-    EXPECT_EQ(readFile(framework.list(".tmp")), *AFTER.list);
-    framework.expectLive(*BEFORE.configuration, *BEFORE.list);
+    EXPECT_EQ(readFile(framework.list(".tmp")), *NEW.list);
+    framework.expectLive(*OLD.configuration, *OLD.list);
 }
 
 TEST_F(GuardedTransfer, MoveThrowsWhenALiveFileWasEdited)
@@ -157,13 +157,13 @@ TEST_F(GuardedTransfer, MoveThrowsWhenALiveFileWasEdited)
 
     expectInterference([this] { transfer.move(framework.list(".tmp"), framework.list()); }, otherFiles);
 
-    EXPECT_EQ(readFile(framework.list()), *BEFORE.list);
+    EXPECT_EQ(readFile(framework.list()), *OLD.list);
 }
 
 TEST_F(GuardedTransfer, CheckThrowsWhenAnInstalledFileWasPutBack)
 {
     transfer.move(framework.list(".tmp"), framework.list());
-    writeFile(framework.list(), *BEFORE.list);
+    writeFile(framework.list(), *OLD.list);
 
     expectInterference([this] { transfer.check(); }, otherFiles);
 }
@@ -198,10 +198,10 @@ TEST_F(GuardedTransfer, CheckAcceptsEitherContentAfterAFailedMove)
         EXPECT_EQ(thrownBy([&] { transfer.move(framework.configuration(".tmp"), framework.configuration()); }),
                   "Cannot write file: " + directoryOf(framework.configuration()) + "/");
     }
-    ASSERT_EQ(readFile(framework.configuration()), *AFTER.configuration);
+    ASSERT_EQ(readFile(framework.configuration()), *NEW.configuration);
     transfer.check();
 
-    writeFile(framework.configuration(), *BEFORE.configuration);
+    writeFile(framework.configuration(), *OLD.configuration);
     transfer.check();
 }
 
@@ -212,7 +212,7 @@ TEST_F(GuardedTransfer, PutBackRestoresALiveFile)
 
     transfer.putBack(framework.list(), snapshot);
 
-    framework.expectLive(*BEFORE.configuration, *BEFORE.list);
+    framework.expectLive(*OLD.configuration, *OLD.list);
     transfer.check();
 }
 

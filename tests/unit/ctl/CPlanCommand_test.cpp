@@ -23,7 +23,7 @@ using Lines = std::vector<std::string>;
 class PlanCommand : public testing::Test
 {
 protected:
-    Answer plan(const Options& options = {}) const
+    Answer plan(const OptionValues& options = {}) const
     {
         CPlanCommand command;
         return runCommand(command, options, framework.path());

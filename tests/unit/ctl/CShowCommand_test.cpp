@@ -18,7 +18,7 @@ namespace
 {
 
 const std::string NO_MODEL = R"("models":[])";
-const std::string PLACEHOLDER =
+const std::string PLACEHOLDER_ONLY =
     R"("handlers":[{"name":"VELDA_OAM_COMPONENT","placeholder":true,"managedObjectVersion":"1",)"
     R"("transactionalResourceVersion":"1","rootClasses":[]}])";
 const std::string NOTHING_ELSE = "no session\nno backup\n";
@@ -67,7 +67,7 @@ protected:
 
 TEST_F(ShowCommand, ShowsANewFramework)
 {
-    expectJson(0, keys(NO_MODEL, PLACEHOLDER, NO_SESSION, NO_BACKUP));
+    expectJson(0, keys(NO_MODEL, PLACEHOLDER_ONLY, NO_SESSION, NO_BACKUP));
     expectText("0 models\n"
                "1 handler\n"
                "  VELDA_OAM_COMPONENT  versions 1, 1  placeholder\n"
@@ -124,7 +124,7 @@ TEST_F(ShowCommand, ShowsMissingAndRelativeModelFiles)
 
     expectJson(0, keys(R"("models":[{"file":"/none","exists":false,"rootClass":null,"handlers":[]},)"
                        R"({"file":"models","exists":false,"rootClass":null,"handlers":[]}])",
-                       PLACEHOLDER, NO_SESSION, NO_BACKUP));
+                       PLACEHOLDER_ONLY, NO_SESSION, NO_BACKUP));
     expectText("2 models\n"
                "  /none   (missing)\n"
                "  models  (no absolute path)\n"
@@ -137,7 +137,7 @@ TEST_F(ShowCommand, ShowsASessionOfThisHost)
 {
     givenSession("alpha\n", "0:/m/a.xml\n9:odd\n");
 
-    expectJson(0, keys(NO_MODEL, PLACEHOLDER,
+    expectJson(0, keys(NO_MODEL, PLACEHOLDER_ONLY,
                        R"("session":{"host":"alpha","thisHost":true,"since":"2026-01-31T12:00:00Z",)"
                        R"("actions":[{"kind":"AddModelFile","file":"/m/a.xml"},{"kind":"9","text":"odd"}]})",
                        NO_BACKUP));
@@ -154,7 +154,7 @@ TEST_F(ShowCommand, ShowsTheHostOfAnApply)
 {
     givenSession("qor_mim_ctl@beta", "");
 
-    expectJson(0, keys(NO_MODEL, PLACEHOLDER,
+    expectJson(0, keys(NO_MODEL, PLACEHOLDER_ONLY,
                        R"("session":{"host":"beta","thisHost":false,"apply":true,"since":"2026-01-31T12:00:00Z",)"
                        R"("actions":[]})",
                        NO_BACKUP));
@@ -169,7 +169,7 @@ TEST_F(ShowCommand, ShowsASessionOfAnUnknownHost)
 {
     givenSession("", "0:/m/a.xml\n3");
 
-    expectJson(0, keys(NO_MODEL, PLACEHOLDER,
+    expectJson(0, keys(NO_MODEL, PLACEHOLDER_ONLY,
                        R"("session":{"host":null,"thisHost":false,"since":"2026-01-31T12:00:00Z",)"
                        R"("actions":[{"kind":"AddModelFile","file":"/m/a.xml"}]})",
                        NO_BACKUP));
@@ -185,7 +185,7 @@ TEST_F(ShowCommand, ShowsNoSessionForASessionFileAlone)
 {
     writeFile(framework.session(), "0:/m/a.xml\n");
 
-    expectJson(0, keys(NO_MODEL, PLACEHOLDER, NO_SESSION, NO_BACKUP));
+    expectJson(0, keys(NO_MODEL, PLACEHOLDER_ONLY, NO_SESSION, NO_BACKUP));
 }
 
 TEST_F(ShowCommand, ShowsTheTimeOfTheListsBackup)
@@ -194,7 +194,7 @@ TEST_F(ShowCommand, ShowsTheTimeOfTheListsBackup)
     setModificationTime(framework.list(".bak"), 0);
     writeFile(framework.configuration(".bak"), "");
 
-    expectJson(0, keys(NO_MODEL, PLACEHOLDER, NO_SESSION, R"("backup":{"since":"1970-01-01T00:00:00Z"})"));
+    expectJson(0, keys(NO_MODEL, PLACEHOLDER_ONLY, NO_SESSION, R"("backup":{"since":"1970-01-01T00:00:00Z"})"));
     expectText("0 models\n"
                "1 handler\n"
                "  VELDA_OAM_COMPONENT  versions 1, 1  placeholder\n"
@@ -206,7 +206,7 @@ TEST_F(ShowCommand, ShowsNoBackupForADocumentBackupAlone)
 {
     writeFile(framework.configuration(".bak"), "");
 
-    expectJson(0, keys(NO_MODEL, PLACEHOLDER, NO_SESSION, NO_BACKUP));
+    expectJson(0, keys(NO_MODEL, PLACEHOLDER_ONLY, NO_SESSION, NO_BACKUP));
 }
 
 TEST_F(ShowCommand, EscapesNamesInTheText)
@@ -257,7 +257,7 @@ TEST_F(ShowCommand, ReportsAMissingList)
 {
     std::filesystem::remove(framework.list());
 
-    expectJson(4, keys(R"("models":null)", PLACEHOLDER, NO_SESSION, NO_BACKUP),
+    expectJson(4, keys(R"("models":null)", PLACEHOLDER_ONLY, NO_SESSION, NO_BACKUP),
                "the file is missing: " + framework.list());
     expectText("models: cannot be told\n"
                "1 handler\n"
@@ -270,7 +270,7 @@ TEST_F(ShowCommand, ReportsAnUnreadableList)
 {
     putDirectoryAt(framework.list());
 
-    expectJson(4, keys(R"("models":null)", PLACEHOLDER, NO_SESSION, NO_BACKUP),
+    expectJson(4, keys(R"("models":null)", PLACEHOLDER_ONLY, NO_SESSION, NO_BACKUP),
                "the file cannot be read: " + framework.list());
 }
 
@@ -281,7 +281,7 @@ TEST_F(ShowCommand, ReportsEveryUnreadableFileOfASession)
     putDirectoryAt(framework.session());
 
     expectJson(4,
-               keys(NO_MODEL, PLACEHOLDER,
+               keys(NO_MODEL, PLACEHOLDER_ONLY,
                     R"("session":{"host":null,"thisHost":false,"since":"2026-01-31T12:00:00Z","actions":[]})",
                     NO_BACKUP),
                "the file cannot be read: " + framework.lock() + "; the file cannot be read: " + framework.session());

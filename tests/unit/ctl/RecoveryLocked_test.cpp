@@ -8,11 +8,6 @@ namespace
 
 using Text = std::optional<std::string>;
 
-std::string nul(std::size_t count)
-{
-    return std::string(count, '\0');
-}
-
 // ---- A session ----
 
 /// A session is open on "alpha": see RecoveryTest.

@@ -15,11 +15,6 @@ protected:
         now = withoutSession(old, older);
     }
 
-    static std::string nul(std::size_t count)
-    {
-        return std::string(count, '\0');
-    }
-
     const FrameworkContents rolledBack = withoutSession(older, FilePair());
 };
 

@@ -1,5 +1,7 @@
 #include "ctl/TornText.h"
 
+#include "support/RecoveryTest.h"
+
 #include <gtest/gtest.h>
 
 namespace QMT::Test
@@ -7,11 +9,6 @@ namespace QMT::Test
 
 namespace
 {
-
-std::string nul(std::size_t count)
-{
-    return std::string(count, '\0');
-}
 
 TEST(IsPrefixOf, IsTrueForProperPrefixesOnly)
 {

@@ -13,12 +13,11 @@ namespace
 
 using Poco::Message;
 
-const Messages::value_type FAILED = {Message::PRIO_ERROR, "Operation failed!"};
 const Messages::value_type NO_VALIDATOR = {Message::PRIO_WARNING, "Unable to locate model tool."};
 const Messages::value_type NO_SEPARATOR = {Message::PRIO_WARNING, "Unable to locate model handler.\nAborting."};
 const Messages::value_type DONE = {Message::PRIO_INFORMATION, COMPLETED};
 
-Messages::value_type info(const std::string& text)
+Messages::value_type infoMessage(const std::string& text)
 {
     return {Message::PRIO_INFORMATION, text};
 }
@@ -32,7 +31,7 @@ protected:
         given({{"a", {"A"}}});
     }
 
-    void given(const std::vector<Handler>& handlers, const std::string& list = std::string()) const
+    void given(const std::vector<HandlerEntry>& handlers, const std::string& list = std::string()) const
     {
         writeFile(framework.configuration(), configurationOf(handlers));
         writeFile(framework.list(), list);
@@ -44,7 +43,7 @@ protected:
         return runTool({"--commit"});
     }
 
-    void expectLive(const std::vector<Handler>& handlers, const std::string& list) const
+    void expectLive(const std::vector<HandlerEntry>& handlers, const std::string& list) const
     {
         EXPECT_EQ(readFile(framework.configuration()), configurationOf(handlers));
         EXPECT_EQ(readFile(framework.list()), list);
@@ -71,8 +70,9 @@ TEST_F(Actions, AddAcceptsAListedModelFile)
     const ToolRun run = commit("0:" + model);
 
     EXPECT_EQ(run.status, 0);
-    EXPECT_EQ(run.log, (Messages{info("Modelfile entry already exists: " + model + "\nSkipping adding of modelfile."),
-                                 NO_VALIDATOR, DONE}));
+    EXPECT_EQ(run.log,
+              (Messages{infoMessage("Modelfile entry already exists: " + model + "\nSkipping adding of modelfile."),
+                        NO_VALIDATOR, DONE}));
     expectLive({{"a", {"A"}}}, model + "\n");
 }
 
@@ -81,7 +81,7 @@ TEST_F(Actions, AddFailsForAMissingModelFile)
     const ToolRun run = commit("0:/nonexistent/m.xml");
 
     EXPECT_EQ(run.status, -1);
-    EXPECT_EQ(run.log, (Messages{info("Cannot find the model file: /nonexistent/m.xml"), FAILED}));
+    EXPECT_EQ(run.log, (Messages{infoMessage("Cannot find the model file: /nonexistent/m.xml"), FAILED}));
     expectLive({{"a", {"A"}}}, "");
 }
 
@@ -94,7 +94,7 @@ TEST_F(Actions, HandlerTakesOverThePlaceholder)
     const ToolRun run = commit("1:h|2|3");
 
     EXPECT_EQ(run.status, 0);
-    EXPECT_EQ(run.log, (Messages{info("Replaced default QOR component tag with: h"), DONE}));
+    EXPECT_EQ(run.log, (Messages{infoMessage("Replaced default QOR component tag with: h"), DONE}));
     expectLive({{"h", {}, "2", "3"}}, "");
 }
 
@@ -103,7 +103,8 @@ TEST_F(Actions, HandlerFailsWithoutAPlaceholder)
     const ToolRun run = commit("1:h|2|3");
 
     EXPECT_EQ(run.status, -1);
-    EXPECT_EQ(run.log, (Messages{info("Default model handler not found, ignoring modelHandler update!"), FAILED}));
+    EXPECT_EQ(run.log,
+              (Messages{infoMessage("Default model handler not found, ignoring modelHandler update!"), FAILED}));
     expectLive({{"a", {"A"}}}, "");
 }
 
@@ -128,7 +129,7 @@ TEST_F(Actions, RemoveChangesTheListAlone)
     const ToolRun run = commit("2:" + model);
 
     EXPECT_EQ(run.status, 0);
-    EXPECT_EQ(run.log, (Messages{info("Found and removed model entry: " + model), DONE}));
+    EXPECT_EQ(run.log, (Messages{infoMessage("Found and removed model entry: " + model), DONE}));
     EXPECT_EQ(run.systemLog, Messages());
     expectLive({{"a", {"M"}}}, "/m/other.xml\n");
 }
@@ -140,7 +141,7 @@ TEST_F(Actions, RemoveSkipsAMissingModelFile)
     const ToolRun run = commit("2:/nonexistent/m.xml");
 
     EXPECT_EQ(run.status, 0);
-    EXPECT_EQ(run.log, (Messages{info("Unable to find model file, skipping removal."), DONE}));
+    EXPECT_EQ(run.log, (Messages{infoMessage("Unable to find model file, skipping removal."), DONE}));
     expectLive({{"a", {"A"}}}, "/nonexistent/m.xml\n");
 }
 
@@ -151,7 +152,7 @@ TEST_F(Actions, RemoveSkipsAnUnlistedModelFile)
     const ToolRun run = commit("2:" + model);
 
     EXPECT_EQ(run.status, 0);
-    EXPECT_EQ(run.log, (Messages{info("Model file entry missing, skipping removal."), DONE}));
+    EXPECT_EQ(run.log, (Messages{infoMessage("Model file entry missing, skipping removal."), DONE}));
     expectLive({{"a", {"A"}}}, " /m/other.xml\n");
 }
 
@@ -162,7 +163,7 @@ TEST_F(Actions, AddWithHandlerRegistersTheHandler)
     const ToolRun run = commit("3:" + model + "|h|2|3");
 
     EXPECT_EQ(run.status, 0);
-    EXPECT_EQ(run.log, (Messages{info("Adding new handler: h with root class: M"), NO_VALIDATOR, DONE}));
+    EXPECT_EQ(run.log, (Messages{infoMessage("Adding new handler: h with root class: M"), NO_VALIDATOR, DONE}));
     expectLive({{"a", {"A"}}, {"h", {"M"}, "2", "3"}}, model + "\n");
 }
 
@@ -173,8 +174,8 @@ TEST_F(Actions, AddWithHandlerTakesOverThePlaceholder)
     const ToolRun run = commit("3:" + model + "|h|2|3");
 
     EXPECT_EQ(run.status, 0);
-    EXPECT_EQ(run.log, (Messages{info("Replaced default QOR component tag with: h"), info("Found handler: h"),
-                                 NO_VALIDATOR, DONE}));
+    EXPECT_EQ(run.log, (Messages{infoMessage("Replaced default QOR component tag with: h"),
+                                 infoMessage("Found handler: h"), NO_VALIDATOR, DONE}));
     expectLive({{"h", {"M"}, "2", "3"}}, model + "\n");
 }
 
@@ -185,7 +186,7 @@ TEST_F(Actions, AddWithHandlerFailsForAModelServedByAnother)
     const ToolRun run = commit("3:" + model + "|h|1|1");
 
     EXPECT_EQ(run.status, -1);
-    EXPECT_EQ(run.log, (Messages{info("Model handler : a for Root element: M already exists"), FAILED}));
+    EXPECT_EQ(run.log, (Messages{infoMessage("Model handler : a for Root element: M already exists"), FAILED}));
     expectLive({{"a", {"M"}}}, "");
 }
 
@@ -207,8 +208,8 @@ TEST_F(Actions, RemoveWithHandlerRemovesTheRootClassToo)
     const ToolRun run = commit("4:" + model + "|a|1|1");
 
     EXPECT_EQ(run.status, 0);
-    EXPECT_EQ(run.log, (Messages{info("Found handler: a"), info("Removed root entry M from a"),
-                                 info("Found and removed model entry: " + model), DONE}));
+    EXPECT_EQ(run.log, (Messages{infoMessage("Found handler: a"), infoMessage("Removed root entry M from a"),
+                                 infoMessage("Found and removed model entry: " + model), DONE}));
     EXPECT_EQ(run.systemLog, Messages());
     expectLive({{"a", {"A"}}, {"b", {"M"}}}, "");
 }
@@ -220,7 +221,7 @@ TEST_F(Actions, RemoveWithHandlerFailsForTheLastRootClass)
     const ToolRun run = commit("4:" + model + "|a|1|1");
 
     EXPECT_EQ(run.status, -1);
-    EXPECT_EQ(run.log, (Messages{info("Found handler: a"), info("Unable to remove root entry"), FAILED}));
+    EXPECT_EQ(run.log, (Messages{infoMessage("Found handler: a"), infoMessage("Unable to remove root entry"), FAILED}));
     expectLive({{"a", {"M"}}}, model + "\n");
 }
 
@@ -231,7 +232,7 @@ TEST_F(Actions, RemoveWithHandlerSkipsAMissingModelFile)
     const ToolRun run = commit("4:/nonexistent/m.xml|a|1|1");
 
     EXPECT_EQ(run.status, 0);
-    EXPECT_EQ(run.log, (Messages{info("Unable to find modelfile, skipping removal."), DONE}));
+    EXPECT_EQ(run.log, (Messages{infoMessage("Unable to find modelfile, skipping removal."), DONE}));
     expectLive({{"b", {"M"}}}, "/nonexistent/m.xml\n");
 }
 
@@ -242,8 +243,8 @@ TEST_F(Actions, RemoveWithHandlerSkipsAnUnlistedModelFile)
     const ToolRun run = commit("4:" + model + "|a|1|1");
 
     EXPECT_EQ(run.status, 0);
-    EXPECT_EQ(run.log, (Messages{info("Found handler: a"), info("Removed root entry M from a"),
-                                 info("Modelfile entry missing, skipping removal."), DONE}));
+    EXPECT_EQ(run.log, (Messages{infoMessage("Found handler: a"), infoMessage("Removed root entry M from a"),
+                                 infoMessage("Modelfile entry missing, skipping removal."), DONE}));
     expectLive({{"a", {"A"}}}, "");
 }
 
@@ -263,8 +264,9 @@ TEST_F(Actions, RemoveWithHandlerFailsForAnEmptyPath)
     const ToolRun run = commit("4:|a|1|1");
 
     EXPECT_EQ(run.status, -1);
-    EXPECT_EQ(run.log, (Messages{info("Found handler: a"),
-                                 info("Unable to parse and get the root class name from the model file."), FAILED}));
+    EXPECT_EQ(run.log,
+              (Messages{infoMessage("Found handler: a"),
+                        infoMessage("Unable to parse and get the root class name from the model file."), FAILED}));
 }
 
 TEST_F(Actions, RemoveWithUnknownHandlerEndsWith70ForAnEmptyPath)

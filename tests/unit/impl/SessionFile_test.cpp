@@ -22,10 +22,10 @@ using Poco::Message;
 
 const Messages INVALID_QUEUE = {{Message::PRIO_CRITICAL, "Invalid command queue, aborting!"}};
 const Messages INVALID_KIND = {{Message::PRIO_CRITICAL, "Invalid command queue, aborting"}};
-const Messages NO_SEPARATOR = {{Message::PRIO_WARNING, "Unable to locate model handler.\nAborting."}};
-const Messages NO_SEPARATOR_SYSTEM_LOG = {{LOG_WARNING, "Unable to locate model handler.\nAborting."}};
-const Messages UNWRITABLE = {{Message::PRIO_CRITICAL, "Unable to write to FIFO file!"}};
-const Messages UNWRITABLE_SYSTEM_LOG = {{LOG_WARNING, "Unable to write to FIFO file"}};
+const Messages SEPARATOR_MISSING = {{Message::PRIO_WARNING, "Unable to locate model handler.\nAborting."}};
+const Messages SEPARATOR_MISSING_SYSTEM_LOG = {{LOG_WARNING, "Unable to locate model handler.\nAborting."}};
+const Messages UNWRITABLE_SESSION = {{Message::PRIO_CRITICAL, "Unable to write to FIFO file!"}};
+const Messages UNWRITABLE_SESSION_SYSTEM_LOG = {{LOG_WARNING, "Unable to write to FIFO file"}};
 
 class SessionFile : public ImplTest
 {
@@ -361,8 +361,8 @@ TEST_F(SessionFile, SaveFIFOReportsAFullDisk)
 
     EXPECT_FALSE(impl.saveFIFO());
 
-    EXPECT_EQ(log.messages(), UNWRITABLE);
-    EXPECT_EQ(systemLog.messages(), UNWRITABLE_SYSTEM_LOG);
+    EXPECT_EQ(log.messages(), UNWRITABLE_SESSION);
+    EXPECT_EQ(systemLog.messages(), UNWRITABLE_SESSION_SYSTEM_LOG);
 }
 
 /// An existing session of this host, with one action.
@@ -390,8 +390,8 @@ protected:
         EXPECT_FALSE(impl.saveFIFO());
 
         EXPECT_EQ(readFile(framework.session()), "0:earlier\n");
-        EXPECT_EQ(log.messages(), UNWRITABLE);
-        EXPECT_EQ(systemLog.messages(), UNWRITABLE_SYSTEM_LOG);
+        EXPECT_EQ(log.messages(), UNWRITABLE_SESSION);
+        EXPECT_EQ(systemLog.messages(), UNWRITABLE_SESSION_SYSTEM_LOG);
     }
 };
 
@@ -481,8 +481,8 @@ TEST_F(SessionFile, SaveFIFOReportsAnFsyncFailure)
 
         EXPECT_FALSE(impl.saveFIFO());
 
-        EXPECT_EQ(log.messages(), UNWRITABLE);
-        EXPECT_EQ(systemLog.messages(), UNWRITABLE_SYSTEM_LOG);
+        EXPECT_EQ(log.messages(), UNWRITABLE_SESSION);
+        EXPECT_EQ(systemLog.messages(), UNWRITABLE_SESSION_SYSTEM_LOG);
     }
 }
 
@@ -492,8 +492,8 @@ TEST_F(SessionFile, SaveFIFOReportsADirectory)
 
     EXPECT_FALSE(impl.saveFIFO());
 
-    EXPECT_EQ(log.messages(), UNWRITABLE);
-    EXPECT_EQ(systemLog.messages(), UNWRITABLE_SYSTEM_LOG);
+    EXPECT_EQ(log.messages(), UNWRITABLE_SESSION);
+    EXPECT_EQ(systemLog.messages(), UNWRITABLE_SESSION_SYSTEM_LOG);
 }
 
 TEST_F(SessionFile, SaveFIFOReportsALinkOfAnotherUser)
@@ -505,8 +505,8 @@ TEST_F(SessionFile, SaveFIFOReportsALinkOfAnotherUser)
     EXPECT_FALSE(impl.saveFIFO());
 
     EXPECT_EQ(readFile(target), "untouched");
-    EXPECT_EQ(log.messages(), UNWRITABLE);
-    EXPECT_EQ(systemLog.messages(), UNWRITABLE_SYSTEM_LOG);
+    EXPECT_EQ(log.messages(), UNWRITABLE_SESSION);
+    EXPECT_EQ(systemLog.messages(), UNWRITABLE_SESSION_SYSTEM_LOG);
 }
 
 TEST_F(SessionFile, SaveFIFOReportsAPipe)
@@ -515,8 +515,8 @@ TEST_F(SessionFile, SaveFIFOReportsAPipe)
 
     EXPECT_FALSE(impl.saveFIFO());
 
-    EXPECT_EQ(log.messages(), UNWRITABLE);
-    EXPECT_EQ(systemLog.messages(), UNWRITABLE_SYSTEM_LOG);
+    EXPECT_EQ(log.messages(), UNWRITABLE_SESSION);
+    EXPECT_EQ(systemLog.messages(), UNWRITABLE_SESSION_SYSTEM_LOG);
 }
 
 TEST_F(SessionFile, SaveFIFOReportsAMissingModelDirectory)
@@ -525,8 +525,8 @@ TEST_F(SessionFile, SaveFIFOReportsAMissingModelDirectory)
 
     EXPECT_FALSE(impl.saveFIFO());
 
-    EXPECT_EQ(log.messages(), UNWRITABLE);
-    EXPECT_EQ(systemLog.messages(), UNWRITABLE_SYSTEM_LOG);
+    EXPECT_EQ(log.messages(), UNWRITABLE_SESSION);
+    EXPECT_EQ(systemLog.messages(), UNWRITABLE_SESSION_SYSTEM_LOG);
 }
 
 // ---- extractHandlerMoVerTrVer ----
@@ -591,8 +591,8 @@ TEST_F(ExtractHandler, FailsWithoutASeparator)
 {
     EXPECT_FALSE(extract("h"));
     expect("h0", "m0", "t0");
-    EXPECT_EQ(log.messages(), NO_SEPARATOR);
-    EXPECT_EQ(systemLog.messages(), NO_SEPARATOR_SYSTEM_LOG);
+    EXPECT_EQ(log.messages(), SEPARATOR_MISSING);
+    EXPECT_EQ(systemLog.messages(), SEPARATOR_MISSING_SYSTEM_LOG);
 }
 
 // ---- extractCommandHandlerMoVerTrVer ----
@@ -653,8 +653,8 @@ TEST_F(ExtractModelFile, FailsWithoutASeparator)
 {
     EXPECT_FALSE(extract("p"));
     expect("p0", "h0", "m0", "t0");
-    EXPECT_EQ(log.messages(), NO_SEPARATOR);
-    EXPECT_EQ(systemLog.messages(), NO_SEPARATOR_SYSTEM_LOG);
+    EXPECT_EQ(log.messages(), SEPARATOR_MISSING);
+    EXPECT_EQ(systemLog.messages(), SEPARATOR_MISSING_SYSTEM_LOG);
 }
 
 } // namespace

@@ -3,7 +3,7 @@
 namespace QMT::Test
 {
 
-Answer runCommand(CCommand& command, const Options& options, const std::string& qorPath)
+Answer runCommand(CCommand& command, const OptionValues& options, const std::string& qorPath)
 {
     for (const auto& [name, value] : options)
     {

@@ -11,10 +11,10 @@ namespace QMT::Test
 {
 
 /// Names and values of options, in the order of the command line.
-using Options = std::vector<std::pair<std::string, std::string>>;
+using OptionValues = std::vector<std::pair<std::string, std::string>>;
 
 /// Runs `command` with `options` on the framework directory `qorPath`.
-Answer runCommand(CCommand& command, const Options& options, const std::string& qorPath);
+Answer runCommand(CCommand& command, const OptionValues& options, const std::string& qorPath);
 
 /// The text of the answer's key `key`.
 std::string valueOf(const Answer& answer, const std::string& key);

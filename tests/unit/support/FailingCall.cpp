@@ -13,7 +13,7 @@
 namespace
 {
 
-QMT::Test::FailingCall* current = nullptr;
+QMT::Test::FailingCall* currentCall = nullptr;
 
 } // namespace
 
@@ -116,12 +116,12 @@ namespace QMT::Test
 FailingCall::FailingCall(const std::string& call, const std::string& path, int error, int spared, int limit)
     : _call(call), _path(path), _error(error), _spared(spared), _limit(limit)
 {
-    current = this;
+    currentCall = this;
 }
 
 FailingCall::~FailingCall()
 {
-    current = nullptr;
+    currentCall = nullptr;
 }
 
 int FailingCall::failures() const
@@ -131,7 +131,7 @@ int FailingCall::failures() const
 
 bool FailingCall::fails(const std::string& call, int file)
 {
-    if (current == nullptr || current->_call != call)
+    if (currentCall == nullptr || currentCall->_call != call)
     {
         return false;
     }
@@ -141,25 +141,25 @@ bool FailingCall::fails(const std::string& call, int file)
 
 bool FailingCall::fails(const std::string& call, const std::string& path)
 {
-    if (current == nullptr || current->_call != call || current->_path != path)
+    if (currentCall == nullptr || currentCall->_call != call || currentCall->_path != path)
     {
         return false;
     }
-    if (current->_spared > 0)
+    if (currentCall->_spared > 0)
     {
-        --current->_spared;
+        --currentCall->_spared;
         return false;
     }
-    if (current->_failures >= current->_limit)
+    if (currentCall->_failures >= currentCall->_limit)
     {
         return false;
     }
-    ++current->_failures;
-    if (current->_error == THROWS)
+    ++currentCall->_failures;
+    if (currentCall->_error == THROWS)
     {
         throw std::runtime_error(call);
     }
-    errno = current->_error;
+    errno = currentCall->_error;
     return true;
 }
 

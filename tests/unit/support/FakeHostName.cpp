@@ -9,7 +9,7 @@
 namespace
 {
 
-std::optional<std::string> current;
+std::optional<std::string> currentName;
 
 } // namespace
 
@@ -22,13 +22,13 @@ extern "C"
 
 int fakeGetHostName(char* buffer, std::size_t size)
 {
-    if (!current)
+    if (!currentName)
     {
         return QMT::Test::realCall<int(char*, std::size_t)>("gethostname")(buffer, size);
     }
     // Like the real call: a name that does not fit is truncated, without a terminating NUL.
-    const std::size_t length = std::min(size, current->size() + 1);
-    std::copy_n(current->c_str(), length, buffer);
+    const std::size_t length = std::min(size, currentName->size() + 1);
+    std::copy_n(currentName->c_str(), length, buffer);
     return 0;
 }
 
@@ -42,12 +42,12 @@ namespace QMT::Test
 
 FakeHostName::FakeHostName(const std::string& name)
 {
-    current = name;
+    currentName = name;
 }
 
 FakeHostName::~FakeHostName()
 {
-    current.reset();
+    currentName.reset();
 }
 
 } // namespace QMT::Test

@@ -18,14 +18,14 @@ namespace
 const std::string PLACE = "/opt/qor";
 const std::string NOWHERE = "/nonexistent/qmt-unit";
 
-std::string current = NOWHERE;
+std::string currentPath = NOWHERE;
 
 std::string redirected(const char* path)
 {
     const std::string asked(path);
     const std::string rest = asked.substr(std::min(asked.size(), PLACE.size()));
     const bool isInside = asked.compare(0, PLACE.size(), PLACE) == 0 && (rest.empty() || rest[0] == '/');
-    return isInside ? current + rest : asked;
+    return isInside ? currentPath + rest : asked;
 }
 
 } // namespace
@@ -125,12 +125,12 @@ void makeExecutable(const std::string& path, const std::string& script)
 
 FakeInstallation::FakeInstallation()
 {
-    current = _directory.path();
+    currentPath = _directory.path();
 }
 
 FakeInstallation::~FakeInstallation()
 {
-    current = NOWHERE;
+    currentPath = NOWHERE;
 }
 
 void FakeInstallation::setAgent(const std::string& script) const

@@ -7,7 +7,7 @@
 namespace
 {
 
-QMT::Test::FakeOwnership* current = nullptr;
+QMT::Test::FakeOwnership* currentOwnership = nullptr;
 
 } // namespace
 
@@ -19,22 +19,23 @@ extern "C"
 
 int fakeChown(const char* path, unsigned int owner, unsigned int group)
 {
-    if (current == nullptr)
+    if (currentOwnership == nullptr)
     {
         return QMT::Test::realCall<int(const char*, unsigned int, unsigned int)>("chown")(path, owner, group);
     }
-    return current->answer("chown " + std::string(path) + " " + std::to_string(owner) + " " + std::to_string(group));
+    return currentOwnership->answer("chown " + std::string(path) + " " + std::to_string(owner) + " " +
+                                    std::to_string(group));
 }
 
 int fakeChmod(const char* path, unsigned int mode)
 {
-    if (current == nullptr)
+    if (currentOwnership == nullptr)
     {
         return QMT::Test::realCall<int(const char*, unsigned int)>("chmod")(path, mode);
     }
     std::ostringstream call;
     call << "chmod " << path << " 0" << std::oct << mode;
-    return current->answer(call.str());
+    return currentOwnership->answer(call.str());
 }
 
 namespace QMT::Test
@@ -42,12 +43,12 @@ namespace QMT::Test
 
 FakeOwnership::FakeOwnership(int result) : _result(result)
 {
-    current = this;
+    currentOwnership = this;
 }
 
 FakeOwnership::~FakeOwnership()
 {
-    current = nullptr;
+    currentOwnership = nullptr;
 }
 
 const std::vector<std::string>& FakeOwnership::calls() const

@@ -7,7 +7,7 @@
 namespace
 {
 
-QMT::Test::FakeSleep* current = nullptr;
+QMT::Test::FakeSleep* currentSleep = nullptr;
 
 } // namespace
 
@@ -15,12 +15,12 @@ extern "C" unsigned int fakeSleep(unsigned int seconds) __asm__("sleep");
 
 unsigned int fakeSleep(unsigned int seconds)
 {
-    if (current == nullptr)
+    if (currentSleep == nullptr)
     {
         ADD_FAILURE() << "slept " << seconds << " seconds";
         return 0;
     }
-    current->pass(seconds);
+    currentSleep->pass(seconds);
     return 0;
 }
 
@@ -29,12 +29,12 @@ namespace QMT::Test
 
 FakeSleep::FakeSleep()
 {
-    current = this;
+    currentSleep = this;
 }
 
 FakeSleep::~FakeSleep()
 {
-    current = nullptr;
+    currentSleep = nullptr;
 }
 
 void FakeSleep::during(int number, std::function<void()> action)

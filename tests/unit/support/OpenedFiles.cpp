@@ -8,18 +8,18 @@ namespace QMT::Test
 namespace
 {
 
-OpenedFiles* current = nullptr;
+OpenedFiles* currentFiles = nullptr;
 
 } // namespace
 
 OpenedFiles::OpenedFiles()
 {
-    current = this;
+    currentFiles = this;
 }
 
 OpenedFiles::~OpenedFiles()
 {
-    current = nullptr;
+    currentFiles = nullptr;
 }
 
 bool OpenedFiles::wereSignalsBlockedFor(const std::string& path) const
@@ -37,9 +37,9 @@ bool OpenedFiles::areSignalsBlocked()
 
 void OpenedFiles::note(const std::string& path)
 {
-    if (current != nullptr)
+    if (currentFiles != nullptr)
     {
-        current->_blocked.emplace(path, true).first->second &= areSignalsBlocked();
+        currentFiles->_blocked.emplace(path, true).first->second &= areSignalsBlocked();
     }
 }
 

@@ -7,6 +7,8 @@
 #include "support/TemporaryFramework.h"
 #include "support/ToolRun.h"
 
+#include <Poco/Message.h>
+
 #include <gtest/gtest.h>
 
 #include <string>
@@ -17,6 +19,7 @@ namespace QMT::Test
 inline const std::string NEW_SESSION = "Starting new session:\nUse -s to list queued actions.";
 inline const std::string UPDATED = "Updated session file with new entry.";
 inline const std::string COMPLETED = "Operation completed.";
+inline const Messages::value_type FAILED = {Poco::Message::PRIO_ERROR, "Operation failed!"};
 
 /// Complete runs of the tool on a temporary framework, on the host "this-host".
 class ToolTest : public testing::Test

@@ -11,14 +11,14 @@
 namespace QMT::Test
 {
 
-std::string configurationOf(const std::vector<Handler>& handlers)
+std::string configurationOf(const std::vector<HandlerEntry>& handlers)
 {
     if (handlers.empty())
     {
         return "<qor>\n\t<participants/>\n</qor>\n";
     }
     std::string text = "<qor>\n\t<participants>\n";
-    for (const Handler& handler : handlers)
+    for (const HandlerEntry& handler : handlers)
     {
         text += "\t\t<participant>\n";
         if (handler.roots.empty())

@@ -14,7 +14,7 @@ namespace QMT::Test
 {
 
 /// One handler of a configuration document.
-struct Handler
+struct HandlerEntry
 {
     std::string name;
     std::vector<std::string> roots;
@@ -23,7 +23,7 @@ struct Handler
 };
 
 /// A configuration document with `handlers`, in the editor's exact format.
-std::string configurationOf(const std::vector<Handler>& handlers);
+std::string configurationOf(const std::vector<HandlerEntry>& handlers);
 
 /// A document editor whose tool works on a temporary framework. The working copy of the configuration does not exist,
 /// so that its presence proves a write.

@@ -1,5 +1,6 @@
 #include "xml/CElementReader.h"
 
+#include "support/Repeat.h"
 #include "xml/CXMLParser.h"
 #include "xml/DocumentDemand.h"
 
@@ -37,16 +38,6 @@ protected:
         told += "</>";
     }
 };
-
-std::string repeat(const std::string& text, std::size_t times)
-{
-    std::string all;
-    for (std::size_t i = 0; i < times; ++i)
-    {
-        all += text;
-    }
-    return all;
-}
 
 TEST(ElementReader, ReadReportsBeginAndEndOfElements)
 {

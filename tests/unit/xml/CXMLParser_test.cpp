@@ -17,7 +17,7 @@ using Poco::Message;
 using Poco::XML::Element;
 using Poco::XML::NodeList;
 
-const Messages UNWRITABLE = {{Message::PRIO_INFORMATION, "Unable to wite updated XML file!"}};
+const Messages UNWRITABLE_DOCUMENT = {{Message::PRIO_INFORMATION, "Unable to wite updated XML file!"}};
 
 class DocumentAccess : public XmlTest
 {
@@ -137,7 +137,7 @@ TEST_F(DocumentAccess, WriteReportsATargetThatCannotBeOpened)
 {
     parser.writeXMLFile(framework.path() + "/missing/out.xml", parse("<a/>"));
 
-    EXPECT_EQ(log.messages(), UNWRITABLE);
+    EXPECT_EQ(log.messages(), UNWRITABLE_DOCUMENT);
     EXPECT_EQ(systemLog.messages(), SILENCE);
 }
 
@@ -148,7 +148,7 @@ TEST_F(DocumentAccess, WriteReportsAFullDevice)
 
     parser.writeXMLFile(path, parse("<a/>"));
 
-    EXPECT_EQ(log.messages(), UNWRITABLE);
+    EXPECT_EQ(log.messages(), UNWRITABLE_DOCUMENT);
 }
 
 TEST_F(DocumentAccess, WriteKeepsTheFileWhenMemoryRunsOut)
@@ -160,7 +160,7 @@ TEST_F(DocumentAccess, WriteKeepsTheFileWhenMemoryRunsOut)
     parser.writeXMLFile(path, document);
 
     EXPECT_EQ(readFile(path), "complete");
-    EXPECT_EQ(log.messages(), UNWRITABLE);
+    EXPECT_EQ(log.messages(), UNWRITABLE_DOCUMENT);
 }
 
 TEST_F(DocumentAccess, WriteKeepsTheFileForAControlCharacter)
@@ -172,7 +172,7 @@ TEST_F(DocumentAccess, WriteKeepsTheFileForAControlCharacter)
     parser.writeXMLFile(path, document);
 
     EXPECT_EQ(readFile(path), "complete");
-    EXPECT_EQ(log.messages(), UNWRITABLE);
+    EXPECT_EQ(log.messages(), UNWRITABLE_DOCUMENT);
 }
 
 TEST_F(DocumentAccess, WriteKeepsNonAsciiText)
@@ -194,7 +194,7 @@ TEST_F(DocumentAccess, WriteKeepsTheFileForInvalidUtf8)
     parser.writeXMLFile(path, document);
 
     EXPECT_EQ(readFile(path), "complete");
-    EXPECT_EQ(log.messages(), UNWRITABLE);
+    EXPECT_EQ(log.messages(), UNWRITABLE_DOCUMENT);
 }
 
 TEST_F(DocumentAccess, WriteKeepsTheFileForInvalidUtf8AfterNonAscii)
@@ -206,7 +206,7 @@ TEST_F(DocumentAccess, WriteKeepsTheFileForInvalidUtf8AfterNonAscii)
     parser.writeXMLFile(path, document);
 
     EXPECT_EQ(readFile(path), "complete");
-    EXPECT_EQ(log.messages(), UNWRITABLE);
+    EXPECT_EQ(log.messages(), UNWRITABLE_DOCUMENT);
 }
 
 // ---- getAttributeValueList, countRootEntries, only_component ----

@@ -1,5 +1,7 @@
 #include "xml/DocumentDemand.h"
 
+#include "support/Repeat.h"
+
 #include <gtest/gtest.h>
 
 #include <string>
@@ -11,16 +13,6 @@ namespace
 {
 
 const std::string DOCUMENT_TYPE = "<!DOCTYPE a [<!ENTITY e '<a/>'>]>";
-
-std::string repeat(const std::string& text, unsigned int times)
-{
-    std::string all;
-    for (unsigned int i = 0; i < times; ++i)
-    {
-        all += text;
-    }
-    return all;
-}
 
 /// `depth` nested elements around `inside`.
 std::string nest(unsigned int depth, const std::string& inside = std::string())
