@@ -123,6 +123,19 @@ class Trace:
                             if not (isinstance(operation, Sync) and operation.site in sites)]
         return other
 
+    def merged(self) -> Trace:
+        """A copy in which consecutive writes to a file are one write."""
+        other = self.without(())
+        other.operations = []
+        for operation in self.operations:
+            last = other.operations[-1] if other.operations else None
+            if isinstance(operation, Data) and isinstance(last, Data) and operation == dataclasses.replace(
+                    last, offset=last.offset + len(last.data), data=operation.data):
+                other.operations[-1] = dataclasses.replace(last, data=last.data + operation.data)
+            else:
+                other.operations.append(operation)
+        return other
+
     @property
     def sites(self) -> list[str]:
         """The program's own syncs."""

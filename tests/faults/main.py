@@ -110,7 +110,7 @@ def _sweep_jobs(prepared: frameworks.Prepared, quick: bool, kills: bool) -> list
 
 def _cut_jobs(quick: bool) -> Iterator[Job]:
     for size in ["small"] if quick else frameworks.SIZES:
-        limit = QUICK_STATES if quick else cuts.SAMPLE if size == "large" else cuts.EVERY
+        limit = QUICK_STATES if quick else cuts.EVERY
         for scenario in dict.fromkeys(plan.scenario for plan in cuts.plans(size)):
             key = f"{scenario.name}/{size}/cuts"
             yield key, cuts.run, (key, scenario, size, limit)

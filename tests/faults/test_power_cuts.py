@@ -40,6 +40,19 @@ def test_unsynced_content_may_be_lost_wholly_or_partly(model: str) -> None:
     assert _contents(_trace(*REPLACE), model) == {OLD, NEW, *LOST}
 
 
+HALVES = ('write(3</opt/qor/etc/file>, "new ", 4) = 4', 'write(3</opt/qor/etc/file>, "one\\n", 4) = 4')
+
+
+def test_merged_makes_consecutive_writes_to_a_file_one() -> None:
+    assert _trace(REPLACE[0], *HALVES).merged().operations == _trace(*REPLACE).operations
+
+
+def test_merged_keeps_writes_before_and_after_a_sync_apart() -> None:
+    trace = _trace(REPLACE[0], HALVES[0], SYNC_FILE, HALVES[1])
+
+    assert trace.merged().operations == trace.operations
+
+
 @pytest.mark.parametrize("model", disk.MODELS)
 def test_synced_content_stays(model: str) -> None:
     assert _contents(_trace(*REPLACE, SYNC_FILE), model) == {NEW}
