@@ -36,10 +36,8 @@ TEST_F(RecordLock, ConstructorCreatesTheFileWithAnothersMode)
 {
     const CRecordLock lock(path, like);
 
-    struct stat status = {};
-    ASSERT_EQ(::stat(path.c_str(), &status), 0);
-    EXPECT_EQ(status.st_mode & 07777, 0640U);
-    EXPECT_EQ(status.st_size, 0);
+    EXPECT_EQ(modeOf(path), 0640U);
+    EXPECT_EQ(readFile(path), "");
 }
 
 TEST_F(RecordLock, ConstructorKeepsAnExistingFile)
@@ -49,9 +47,7 @@ TEST_F(RecordLock, ConstructorKeepsAnExistingFile)
 
     const CRecordLock lock(path, like);
 
-    struct stat status = {};
-    ASSERT_EQ(::stat(path.c_str(), &status), 0);
-    EXPECT_EQ(status.st_mode & 07777, 0600U);
+    EXPECT_EQ(modeOf(path), 0600U);
     EXPECT_EQ(readFile(path), "content");
 }
 

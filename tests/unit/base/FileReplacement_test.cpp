@@ -34,13 +34,6 @@ protected:
         ::chmod(path.c_str(), 0640);
     }
 
-    static unsigned int mode(const std::string& path)
-    {
-        struct stat status = {};
-        ::stat(path.c_str(), &status);
-        return status.st_mode & 07777U;
-    }
-
     /// `operation` throws the system's error `error` for the file `name`.
     static void expectFailure(const std::function<void()>& operation, int error, const std::string& name)
     {
@@ -76,7 +69,7 @@ TEST_F(FileReplacement, ReplaceWritesTheContentAndKeepsTheMode)
     EXPECT_EQ(replaceFile(path, "new", path), Lines());
 
     EXPECT_EQ(readFile(path), "new");
-    EXPECT_EQ(mode(path), 0640U);
+    EXPECT_EQ(modeOf(path), 0640U);
     EXPECT_EQ(names(), Lines({"file"}));
 }
 
@@ -87,14 +80,14 @@ TEST_F(FileReplacement, ReplaceCreatesAMissingFileWithAnothersMode)
     EXPECT_EQ(replaceFile(other, "new", path), Lines());
 
     EXPECT_EQ(readFile(other), "new");
-    EXPECT_EQ(mode(other), 0640U);
+    EXPECT_EQ(modeOf(other), 0640U);
 }
 
 TEST_F(FileReplacement, ReplaceUsesMode0600WhenLikeIsMissing)
 {
     replaceFile(directory.path("other"), "", directory.path("missing"));
 
-    EXPECT_EQ(mode(directory.path("other")), 0600U);
+    EXPECT_EQ(modeOf(directory.path("other")), 0600U);
 }
 
 TEST_F(FileReplacement, ReplaceFollowsALink)
@@ -199,7 +192,7 @@ TEST_F(FileReplacement, CreateMakesAFileUnlessItExists)
 
     EXPECT_EQ(readFile(path), "old");
     EXPECT_EQ(readFile(directory.path("other")), "new");
-    EXPECT_EQ(mode(directory.path("other")), 0640U);
+    EXPECT_EQ(modeOf(directory.path("other")), 0640U);
 }
 
 TEST_F(FileReplacement, CreateRemovesAFileItCannotComplete)

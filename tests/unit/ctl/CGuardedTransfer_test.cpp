@@ -54,13 +54,6 @@ protected:
         }
     }
 
-    unsigned int modeOf(const std::string& path) const
-    {
-        struct stat status = {};
-        EXPECT_EQ(::stat(path.c_str(), &status), 0);
-        return status.st_mode & 07777U;
-    }
-
     TemporaryFramework framework;
     const std::string otherLock = "the lock file " + framework.lock() + " is gone or not ours";
     const std::string otherFiles = "the files do not hold what was last read or written";

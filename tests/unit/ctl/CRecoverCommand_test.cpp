@@ -120,9 +120,7 @@ TEST_F(RecoverCommand, RecoversAndKeepsACopy)
         [](unsigned char byte) { return std::isdigit(byte) != 0; }, '0');
     EXPECT_EQ(form, framework.path() + "/etc/recovery-00000000T000000Z");
     EXPECT_EQ(readFile(copy + "/model_file_list.cfg"), "/base\n" + pump + "\n");
-    struct stat status = {};
-    ASSERT_EQ(::stat(framework.list().c_str(), &status), 0);
-    EXPECT_EQ(status.st_mode & 07777, 0640U);
+    EXPECT_EQ(modeOf(framework.list()), 0640U);
     EXPECT_EQ(console.str(), "");
 }
 

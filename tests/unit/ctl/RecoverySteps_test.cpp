@@ -36,13 +36,6 @@ protected:
         return found;
     }
 
-    static unsigned int mode(const std::string& path)
-    {
-        struct stat status = {};
-        ::stat(path.c_str(), &status);
-        return status.st_mode & 07777U;
-    }
-
     const std::string configuration = "/fw/etc/qor.cfg";
     const std::string list = "/fw/etc/model/model_file_list.cfg";
     const std::string session = "/fw/etc/model/cmdfifo.dat";
@@ -103,7 +96,7 @@ TEST_F(RecoverySteps, ExecuteWritesAndRemovesFiles)
     EXPECT_EQ(execute({framework.lock(), std::nullopt, "", ""}), Lines());
 
     EXPECT_EQ(readFile(framework.list()), "content");
-    EXPECT_EQ(mode(framework.list()), 0640U);
+    EXPECT_EQ(modeOf(framework.list()), 0640U);
     EXPECT_FALSE(exists(framework.lock()));
 }
 
@@ -138,9 +131,9 @@ TEST_F(CopyAside, CopiesWhatTheStepsReplaceOrRemove)
 {
     EXPECT_EQ(copyAside(framework.path(), "STAMP", steps), wanted);
 
-    EXPECT_EQ(mode(wanted), 0700U);
+    EXPECT_EQ(modeOf(wanted), 0700U);
     EXPECT_EQ(readFile(wanted + "/model_file_list.cfg"), "list");
-    EXPECT_EQ(mode(wanted + "/model_file_list.cfg"), 0640U);
+    EXPECT_EQ(modeOf(wanted + "/model_file_list.cfg"), 0640U);
     EXPECT_EQ(readFile(wanted + "/qor_mim_tool.lock"), "");
     EXPECT_FALSE(exists(wanted + "/cmdfifo.dat"));
     EXPECT_EQ(readFile(framework.list()), "list");

@@ -48,6 +48,11 @@ void setModificationTime(const std::string& path, long seconds)
     }
 }
 
+unsigned int modeOf(const std::string& path)
+{
+    return static_cast<unsigned int>(std::filesystem::status(path).permissions());
+}
+
 bool exists(const std::string& path)
 {
     return std::filesystem::exists(std::filesystem::symlink_status(path));

@@ -19,6 +19,9 @@ void writeFile(const std::string& path, const std::string& content);
 /// Sets the modification time of the file at `path` to `seconds` since 1970.
 void setModificationTime(const std::string& path, long seconds);
 
+/// The permission bits of the file at `path`; a link is followed. Throws when there is no file.
+unsigned int modeOf(const std::string& path);
+
 /// Whether there is a file of any kind at `path`, even a dangling link.
 bool exists(const std::string& path);
 
