@@ -1,7 +1,6 @@
 #include "support/CapturedOutput.h"
 #include "support/FailingCall.h"
 #include "support/FakeWaitpid.h"
-#include "support/Files.h"
 #include "support/ImplTest.h"
 
 #include <Poco/Exception.h>
@@ -11,7 +10,6 @@
 #include <syslog.h>
 
 #include <cerrno>
-#include <csignal>
 #include <filesystem>
 
 namespace QMT::Test

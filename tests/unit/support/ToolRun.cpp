@@ -10,7 +10,6 @@
 #include <Poco/Exception.h>
 
 #include <iostream>
-#include <memory>
 
 namespace QMT::Test
 {
