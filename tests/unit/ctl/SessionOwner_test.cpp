@@ -13,7 +13,7 @@ SessionOwner ownerOf(const std::string& lock)
     return sessionOwner(lock, "alpha");
 }
 
-TEST(SessionOwner, IsThisHost)
+TEST(SessionOwner, IsThisHostForItsOwnName)
 {
     const SessionOwner owner = ownerOf("alpha");
 
@@ -24,13 +24,13 @@ TEST(SessionOwner, IsThisHost)
     EXPECT_FALSE(owner.isTruncated);
 }
 
-TEST(SessionOwner, IsTheFirstWord)
+TEST(SessionOwner, HostIsTheFirstWordOfTheFile)
 {
     EXPECT_TRUE(ownerOf(" alpha\n").isThisHost);
     EXPECT_EQ(ownerOf("beta gamma").host, "beta");
 }
 
-TEST(SessionOwner, IsAnotherHost)
+TEST(SessionOwner, IsAnotherHostForAnyOtherName)
 {
     for (const std::string lock : {"beta", "alpha2", "Alpha", "lpha", "qor_mim_ctl@beta", "qor_mim_ctl@alpha2"})
     {
@@ -42,7 +42,7 @@ TEST(SessionOwner, IsAnotherHost)
     }
 }
 
-TEST(SessionOwner, IsAnApply)
+TEST(SessionOwner, IsAnApplyForTheCompanionsPrefix)
 {
     const SessionOwner own = ownerOf("qor_mim_ctl@alpha");
     const SessionOwner other = ownerOf("qor_mim_ctl@beta");
