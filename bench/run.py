@@ -358,15 +358,13 @@ def run_operations(runner: Runner, build: Path, arguments: Sequence[str]) -> Non
 def arguments() -> argparse.Namespace:
     """The parsed command line."""
     parser = argparse.ArgumentParser(prog="scripts/bench", description=__doc__.splitlines()[0], allow_abbrev=False)
-    parser.add_argument("--build", type=Path, default=PROJECT / "build" / "bench", help=argparse.SUPPRESS)
-    parser.add_argument("--quick", action="store_true", help="leave out the cases that take minutes")
-    parser.add_argument("--profile", action="store_true", help="only show where a large commit spends its instructions")
-    parser.add_argument("--growth", type=Path, metavar="SVG", help="only draw the growth curve")
-    parser.add_argument("--against", type=Path, metavar="PROGRAM", help="only compare with another build of the tool")
-    parser.add_argument("--operations", nargs=argparse.REMAINDER, metavar="OPTION",
-                        help="only measure single operations; options go to Google Benchmark")
-    parser.add_argument("--directory", type=Path, default=Path("/dev/shm"),
-                        help="where the frameworks are made (default: in memory, so that no disk is measured)")
+    parser.add_argument("--build", type=Path, default=PROJECT / "build" / "bench")
+    parser.add_argument("--quick", action="store_true")
+    parser.add_argument("--profile", action="store_true")
+    parser.add_argument("--growth", type=Path)
+    parser.add_argument("--against", type=Path)
+    parser.add_argument("--operations", nargs=argparse.REMAINDER)
+    parser.add_argument("--directory", type=Path, default=Path("/dev/shm"))
     return parser.parse_args()
 
 

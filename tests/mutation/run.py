@@ -458,13 +458,13 @@ def row(name: str, counts: Counter[str]) -> str:
 
 def arguments() -> argparse.Namespace:
     parser = argparse.ArgumentParser(prog="scripts/mutate", description=__doc__.split("\n\n", maxsplit=1)[0])
-    parser.add_argument("files", nargs="*", help="sources to change (default: all)")
-    parser.add_argument("--sample", type=int, metavar="N", help="N mutants at random")
-    parser.add_argument("--seed", type=int, default=1, help="the seed of the sample (default: 1)")
-    parser.add_argument("--unit-only", dest="end_to_end", action="store_false", help="no end-to-end tests of survivors")
-    parser.add_argument("--fresh", action="store_true", help="ignore earlier results")
-    parser.add_argument("--jobs", type=int, default=os.cpu_count() or 1, help="mutants at a time (default: one a core)")
-    parser.add_argument("--list", action="store_true", help="list the mutants only")
+    parser.add_argument("files", nargs="*")
+    parser.add_argument("--sample", type=int)
+    parser.add_argument("--seed", type=int, default=1)
+    parser.add_argument("--unit-only", dest="end_to_end", action="store_false")
+    parser.add_argument("--fresh", action="store_true")
+    parser.add_argument("--jobs", type=int, default=os.cpu_count() or 1)
+    parser.add_argument("--list", action="store_true")
     return parser.parse_args()
 
 
