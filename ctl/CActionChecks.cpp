@@ -28,7 +28,7 @@ std::string faultOf(const std::string& what, const std::string& value)
 {
     if (validUtf8(value) != value)
     {
-        return what + " is no UTF-8";
+        return what + " is not valid UTF-8";
     }
     if (printable(value) != value)
     {

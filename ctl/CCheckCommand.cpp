@@ -68,7 +68,7 @@ std::string CCheckCommand::name() const
 
 std::string CCheckCommand::summary() const
 {
-    return "Look for what is wrong, and tell how to mend it.";
+    return "Look for faults, and suggest a remedy for each.";
 }
 
 Answer CCheckCommand::run(const std::string& qorPath)

@@ -151,7 +151,7 @@ std::string modelText(const std::optional<std::vector<ServedModel>>& models)
 {
     if (!models)
     {
-        return "models: cannot be told\n";
+        return "models: unknown\n";
     }
     Rows rows;
     for (const ServedModel& served : *models)
@@ -165,7 +165,7 @@ std::string handlerText(const std::optional<Configuration>& configuration)
 {
     if (!configuration)
     {
-        return "handlers: cannot be told\n";
+        return "handlers: unknown\n";
     }
     Rows rows;
     for (const Handler& handler : configuration->handlers)

@@ -89,7 +89,7 @@ void CRecoveryAnalysis::giveUp(Recovery& recovery)
         return;
     }
     recovery.found = Found::UNCLEAR;
-    recovery.question = "a live file is missing or torn, and what it was before is whole nowhere";
+    recovery.question = "a live file is missing or torn, and no complete copy of its previous content exists";
 }
 
 bool CRecoveryAnalysis::isAssumed(Assumption assumption) const

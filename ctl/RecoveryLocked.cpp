@@ -149,7 +149,7 @@ void CRecoveryAnalysis::restoreTorn(Recovery& recovery, bool isList, bool isConf
         giveUp(recovery);
         return;
     }
-    if (!ask(recovery, "a live file is missing or torn, and what it was before cannot be told"))
+    if (!ask(recovery, "a live file is missing or torn, and its previous content is unclear"))
     {
         return;
     }

@@ -222,7 +222,7 @@ void CFrameworkCheck::checkSessionFile()
         recovery([](const FrameworkContents& after) { return !after.session || isQueue(*after.session); });
     if (remedy.empty() && actionCount > 0)
     {
-        remedy = onOwnersHost("in " + path + ", remove or correct the lines that are no KIND:TEXT, which are " +
+        remedy = onOwnersHost("in " + path + ", remove or correct these lines, which are not of the form KIND:TEXT: " +
                               Poco::cat(std::string(", "), lines.begin(), lines.end()));
     }
     else if (remedy.empty())

@@ -109,7 +109,7 @@ def test_plan_previews_given_actions_instead_of_the_session(framework: Framework
 @pytest.mark.parametrize("options, reason", [
     ([f"--add={NAMELESS}", "--handler=h"], "the model file has no root class, or cannot be read"),
     ([f"--remove={BASE}", "--handler=nosuch"], "the root class Base is served by another handler: baseHandler"),
-    ([f"--add={VALVE}", "--handler=\udcff"], "the handler's name is no UTF-8"),
+    ([f"--add={VALVE}", "--handler=\udcff"], "the handler's name is not valid UTF-8"),
     ([f"--remove={BASE}", "--handler=baseHandler", f"--remove={AUX}", "--handler=auxHandler"],
      "the model or its handler cannot be removed, the last handler stays"),
 ])

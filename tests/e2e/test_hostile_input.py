@@ -84,7 +84,7 @@ REFUSED = {
     "half a document": '<m><c name="Half"><root/>',
     "two documents": "<m/><m/>",
     "no markup": "configuration",
-    "a byte that is no UTF-8": b'<m><c name="\xff"><root/></c></m>',
+    "invalid UTF-8": b'<m><c name="\xff"><root/></c></m>',
     "an overlong UTF-8 sequence": b'<m><c name="\xc0\xaf"><root/></c></m>',
     "an unknown encoding": '<?xml version="1.0" encoding="no-such"?><m><c name="N"><root/></c></m>',
     "half a UTF-16 character": "<m/>".encode("utf-16") + b"\0",
@@ -157,7 +157,7 @@ def test_list_of_zeros_is_extended(tool: Sandbox, framework: Framework) -> None:
 @pytest.mark.parametrize("content", [b"\0" * 100_000, b":" * 100_000, b"3:" * 50_001, b"\xff\xfe:\xff\n",
                                      b"99999999999999999999:x\n", b"3:" + b"|" * 100_000 + b"\n", b"-1:x\n",
                                      b"1:" + b"x" * (10 << 20) + b"\n"],
-                         ids=["zeros", "colons", "kinds only", "no UTF-8", "a huge kind", "separators", "minus one",
+                         ids=["zeros", "colons", "kinds only", "invalid UTF-8", "a huge kind", "separators", "minus one",
                               "ten megabytes"])
 @pytest.mark.parametrize("command", ["--status", "--commit"])
 def test_session_file_of_anything_does_no_harm(tool: Sandbox, framework: Framework, content: bytes,

@@ -353,9 +353,9 @@ TEST_F(FrameworkCheck, FindsASessionFileThatCannotBeParsed)
 {
     givenSession("2:" + model + "\n\nx:y\n0:/a:b\n");
 
-    EXPECT_EQ(find(),
-              (Findings{{FindingId::SESSION_INVALID, session, "the session file cannot be parsed",
-                         "in " + session + ", remove or correct the lines that are no KIND:TEXT, which are 3, 4"}}));
+    EXPECT_EQ(find(), (Findings{{FindingId::SESSION_INVALID, session, "the session file cannot be parsed",
+                                 "in " + session +
+                                     ", remove or correct these lines, which are not of the form KIND:TEXT: 3, 4"}}));
 }
 
 TEST_F(FrameworkCheck, SuggestsMovingASessionFileWithoutActions)

@@ -234,7 +234,7 @@ TEST_F(ShowCommand, ReportsAMissingDocumentAndShowsTheRest)
                keys(R"("models":[{"file":")" + pump + R"(","exists":true,"rootClass":"Pump","handlers":[]}])",
                     R"("handlers":null)", NO_SESSION, NO_BACKUP),
                "the file is missing: " + framework.configuration());
-    expectText("1 model\n  " + pump + "  Pump\nhandlers: cannot be told\n" + NOTHING_ELSE);
+    expectText("1 model\n  " + pump + "  Pump\nhandlers: unknown\n" + NOTHING_ELSE);
 }
 
 TEST_F(ShowCommand, ReportsAMalformedDocument)
@@ -259,7 +259,7 @@ TEST_F(ShowCommand, ReportsAMissingList)
 
     expectJson(4, keys(R"("models":null)", PLACEHOLDER_ONLY, NO_SESSION, NO_BACKUP),
                "the file is missing: " + framework.list());
-    expectText("models: cannot be told\n"
+    expectText("models: unknown\n"
                "1 handler\n"
                "  VELDA_OAM_COMPONENT  versions 1, 1  placeholder\n"
                "no session\n"

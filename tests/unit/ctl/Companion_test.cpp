@@ -71,7 +71,7 @@ TEST_F(Companion, ShowsItsCommandsAndOptions)
     EXPECT_EQ(out.str(), "usage: qor_mim_ctl COMMAND [OPTION]...\n"
                          "Commands:\n"
                          "  show      Show what is installed, who serves it, and whose session is open.\n"
-                         "  check     Look for what is wrong, and tell how to mend it.\n"
+                         "  check     Look for faults, and suggest a remedy for each.\n"
                          "  plan      Tell what a commit of the open session, or an apply of the actions given, would "
                          "do.\n"
                          "  apply     Add and remove models in one transaction, all or nothing.\n"
@@ -89,7 +89,7 @@ TEST_F(Companion, ShowsTheHelpOfACommandWithoutOptions)
                              COMMON_OPTIONS);
     EXPECT_EQ(run({"check", "--help"}), 0);
     EXPECT_EQ(out.str(), "usage: qor_mim_ctl check [OPTION]...\n"
-                         "Look for what is wrong, and tell how to mend it.\n\n" +
+                         "Look for faults, and suggest a remedy for each.\n\n" +
                              COMMON_OPTIONS);
 }
 

@@ -249,7 +249,7 @@ TEST_F(Previews, TryActionsRefusesAdditionsTheFilesCannotTake)
 
 TEST_F(Previews, TryActionsRefusesTextsTheFilesCannotHold)
 {
-    EXPECT_EQ(refusalOf(addition("/a\xff")), "the path is no UTF-8");
+    EXPECT_EQ(refusalOf(addition("/a\xff")), "the path is not valid UTF-8");
     EXPECT_EQ(refusalOf(addition("/a\n")), "the path holds a control character");
     EXPECT_EQ(refusalOf(addition("/a\xc2\x85")), "the path holds a control character");
     EXPECT_EQ(refusalOf(addition("/a:b")), "the path holds \":\" or \"|\"");

@@ -223,7 +223,7 @@ TEST_F(RecoveryCommit, RemovesTheFirstBackupWhenItIsAlone)
     }
 }
 
-TEST_F(RecoveryCommit, RemovesABackupOfTheListAlone)
+TEST_F(RecoveryCommit, UndoesWithABackupOfTheListAlone)
 {
     now.backup = {std::nullopt, old.list};
 
@@ -517,7 +517,7 @@ TEST_F(RecoveryCommit, AsksWhetherTheListIsTheBackupsOrTheSessions)
     const FrameworkContents back = withSession(now.backup, now.backup);
     now.live.list.reset();
 
-    expectUnclear("a live file is missing or torn, and what it was before cannot be told");
+    expectUnclear("a live file is missing or torn, and its previous content is unclear");
     expectAssumed(Assumption::COMMIT, Found::COMMIT_INTERRUPTED, back);
     expectAssumed(Assumption::ROLLBACK, Found::COMMIT_INTERRUPTED, staged);
     expectAssumed(Assumption::NOTHING, Found::COMMIT_INTERRUPTED, staged);
@@ -529,7 +529,7 @@ TEST_F(RecoveryCommit, AsksBeforeItReplacesAnEdit)
     now.live = {documentServing({"Base"}, "9"), std::nullopt};
     now.workingCopy = FilePair();
 
-    expectUnclear("a live file is missing or torn, and what it was before cannot be told");
+    expectUnclear("a live file is missing or torn, and its previous content is unclear");
     expectAssumed(Assumption::COMMIT, Found::COMMIT_INTERRUPTED, undone());
     expectAssumed(Assumption::ROLLBACK, Found::COMMIT_INTERRUPTED, undone());
     expectAssumed(Assumption::NOTHING, Found::NOTHING, now);

@@ -74,7 +74,8 @@ protected:
     /// The files without a session.
     static FrameworkContents withoutSession(const FilePair& live, const FilePair& backup);
 
-    const std::string WHOLE_NOWHERE = "a live file is missing or torn, and what it was before is whole nowhere";
+    const std::string WHOLE_NOWHERE =
+        "a live file is missing or torn, and no complete copy of its previous content exists";
     const FilePair older = {documentServing({"Base", "Gone"}), "/base\n/gone\n"};
     const FilePair old = {documentServing({"Base"}), "/base\n"};
     const FilePair committed = {documentServing({"Base", "Pump"}), "/base\n/pump\n"};
