@@ -49,11 +49,10 @@ def run(prepared: frameworks.Prepared, key: str, number: int) -> dict[str, Any]:
         except sandbox.SandboxError as error:
             if "no end after" not in str(error):
                 raise
-            return {"key": key, "fault": "allocation fails", "outcome": "hang", "violations": [str(error)], "said": []}
+            return {"key": key, "fault": "allocation fails", "outcome": "hang", "violations": [str(error)]}
         verdict = judge.judge(prepared, result, frameworks.state(framework))
         if not judge.ended_cleanly(result) and (work / LOOKUP).exists():
             violations = [text for text in verdict.violations if not text.startswith("crashed")]
-            verdict = judge.Verdict(IN_LIBRARY, tuple(violations), verdict.said)
+            verdict = judge.Verdict(IN_LIBRARY, tuple(violations))
         violations = list(verdict.violations) + sweep.recovered_after(prepared, result, framework)
-    return {"key": key, "fault": "allocation fails", "outcome": verdict.outcome, "violations": violations,
-            "said": list(verdict.said)}
+    return {"key": key, "fault": "allocation fails", "outcome": verdict.outcome, "violations": violations}

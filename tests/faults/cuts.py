@@ -96,7 +96,8 @@ def record(plan: Plan, size: str, directory: Path) -> Chain:
     trace = disk.Trace(prepared.before)
     steps = [_step(framework, directory, args, scenario.rejected, trace) for args in (scenario.args, *plan.following)]
     steps[0] = dataclasses.replace(steps[0], whole=frozenset(prepared.versions))
-    # A large document takes hundreds of writes. As one, they have the same few kinds of states as a small document.
+    # A large document takes hundreds of writes. Merged into one, they leave the same few kinds of states as the
+    # write of a small document.
     return Chain(plan.name, tuple(steps), trace.merged() if size == "large" else trace, framework)
 
 
@@ -182,7 +183,7 @@ def run(key: str, scenario: Scenario, size: str, limit: int) -> dict[str, Any]:
                     outcomes[outcome] += 1
             outcomes.update(bad)
             violations += [f"{plan.name}: {wrong}" for wrong in bad]
-    return {"key": key, "fault": FAULT, "outcomes": outcomes, "violations": violations, "said": []}
+    return {"key": key, "fault": FAULT, "outcomes": outcomes, "violations": violations}
 
 
 def _cases(chain: Chain, limit: int, tried: set[bytes], bad: list[str]) -> Iterator[recovery.Case]:

@@ -124,7 +124,7 @@ class Trace:
         return other
 
     def merged(self) -> Trace:
-        """A copy in which consecutive writes to a file are one write."""
+        """A copy in which consecutive, adjoining writes to a file are one write."""
         other = self.without(())
         other.operations = []
         for operation in self.operations:

@@ -71,7 +71,7 @@ def _run(prepared: frameworks.Prepared, pages: int) -> dict[str, Any]:
         if verdict.outcome != judge.UNDISTURBED:
             violations += _recover(prepared, framework)
     return {"key": f"{prepared.name}/disk with {pages} pages", "fault": "full disk", "outcome": verdict.outcome,
-            "violations": violations, "said": list(verdict.said)}
+            "violations": violations}
 
 
 def _recover(prepared: frameworks.Prepared, framework: Path) -> list[str]:

@@ -55,7 +55,6 @@ class Verdict:
 
     outcome: str
     violations: tuple[str, ...] = ()
-    said: tuple[str, ...] = ()
 
 
 def is_whole(pairs: Collection[Pair], files: Mapping[str, bytes]) -> bool:
@@ -97,7 +96,7 @@ def judge(prepared: frameworks.Prepared, result: sandbox.Result, files: dict[str
         outcome = f"reported, status {result.status}"
         if not result.console:
             violations.append(f"status {result.status} without a message")
-    return Verdict(outcome, tuple(violations), said)
+    return Verdict(outcome, tuple(violations))
 
 
 def _judge_ended(prepared: frameworks.Prepared, status: int, files: dict[str, bytes], said: tuple[str, ...],

@@ -35,7 +35,7 @@ QUICK_ORDER_STEP = 29
 QUICK_STATES = 3
 """The quick sweep's number of states after a power cut at one moment of a run."""
 LARGE_ALLOCATION_STEP = 499
-"""With a large document, a run makes tens of thousands of similar allocations."""
+"""With a large document, a commit makes tens of thousands of similar allocations."""
 LARGE = ("stage-new", "commit", "rollback-session", "rollback-commit")
 """One run of each kind with the large document; the others copy files in the same way."""
 FURTHER_ORDERS = 60
@@ -189,7 +189,7 @@ def main(argv: Sequence[str]) -> int:
     """Sweep and print the table; return 1 if there are violations."""
     wanted = _arguments(argv)
     if sandbox.find_launcher() != "bwrap":
-        print("skipped: where proot replaces bubblewrap, it is the only tracer of the program")
+        print("skipped: the sandbox is proot, which traces the program, so that nothing else can")
         return 0
     report = Report(Journal(None if wanted.quick else _journal_path()))
     if wanted.only != CUTS:

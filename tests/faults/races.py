@@ -198,7 +198,7 @@ def run(key: str, plan: Plan, further: int, step: int = 1) -> dict[str, Any]:
             outcomes[judged] += 1
             if judged in NEVER:
                 violations.append(f"{judged}, order {order}, status {[result.status for result in outcome.results]}")
-    return {"key": key, "fault": "two runs at once", "outcomes": outcomes, "violations": violations, "said": []}
+    return {"key": key, "fault": "two runs at once", "outcomes": outcomes, "violations": violations}
 
 
 def _is_whole(live: Pair) -> bool:

@@ -94,14 +94,14 @@ def _record(prepared: frameworks.Prepared, case: Case, framework: Path, work: Pa
         result = _disturbed(prepared, case, framework, work)
     except sandbox.SandboxError as error:
         if "no end after" in str(error):
-            return {"outcome": "hang", "violations": [str(error)], "said": []}
+            return {"outcome": "hang", "violations": [str(error)]}
         raise
     files = frameworks.state(framework)
     if case.fault == calls.KILL:
         return _judge_killed(prepared, framework, files)
     verdict = judge.judge(prepared, result, files, silence=_reason_for_silence(prepared, case.call))
     violations = list(verdict.violations) + recovered_after(prepared, result, framework)
-    return {"outcome": verdict.outcome, "violations": violations, "said": list(verdict.said)}
+    return {"outcome": verdict.outcome, "violations": violations}
 
 
 def recovered_after(prepared: frameworks.Prepared, result: sandbox.Result, framework: Path) -> list[str]:
@@ -138,7 +138,7 @@ def _reason_for_silence(prepared: frameworks.Prepared, call: calls.Call) -> str:
 def _judge_killed(prepared: frameworks.Prepared, framework: Path, files: dict[str, bytes]) -> dict[str, Any]:
     violations = [] if judge.is_whole(prepared.versions, files) else ["no matching pair is left"]
     recovered = _recovered(prepared, framework)
-    return {"outcome": recovered["outcome"], "violations": violations + recovered["violations"], "said": []}
+    return {"outcome": recovered["outcome"], "violations": violations + recovered["violations"]}
 
 
 def _recovered(prepared: frameworks.Prepared, framework: Path) -> dict[str, Any]:

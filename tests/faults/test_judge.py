@@ -57,7 +57,7 @@ def test_judge_accepts_a_skipped_action_with_a_message(prepared: Get) -> None:
 def test_judge_accepts_an_incomplete_file_with_a_message(prepared: Get, name: str, said: str) -> None:
     ready = prepared("commit")
     files = {**ready.state, name: b"half"}
-    assert _judged(ready, files, said) == judge.Verdict(judge.INCOMPLETE, (), (said,))
+    assert _judged(ready, files, said) == judge.Verdict(judge.INCOMPLETE)
     other = {**ready.state, CONFIGURATION: b"half", LIST: b"half"}
     assert len(_judged(ready, other, said).violations) == 1
 

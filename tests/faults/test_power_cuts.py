@@ -43,7 +43,7 @@ def test_unsynced_content_may_be_lost_wholly_or_partly(model: str) -> None:
 HALVES = ('write(3</opt/qor/etc/file>, "new ", 4) = 4', 'write(3</opt/qor/etc/file>, "one\\n", 4) = 4')
 
 
-def test_merged_makes_consecutive_writes_to_a_file_one() -> None:
+def test_merged_joins_adjoining_writes_to_a_file() -> None:
     assert _trace(REPLACE[0], *HALVES).merged().operations == _trace(*REPLACE).operations
 
 
