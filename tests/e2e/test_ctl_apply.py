@@ -102,7 +102,6 @@ def test_apply_changes_nothing_when_repeated(framework: Framework, tool: Sandbox
 
 
 def test_apply_refuses_all_actions_when_one_would_fail(backups: Framework, tool: Sandbox) -> None:
-    """One harmful action prevents all others."""
     before = state(backups), attributes(backups, *BOTH, *BACKUPS)
 
     refused = companion.answer(tool, "apply", *ADD_PUMP, f"--add={MISSING}", f"--add={BASE}")

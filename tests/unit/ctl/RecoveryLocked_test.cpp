@@ -1,4 +1,5 @@
 #include "support/RecoveryTest.h"
+#include "support/Texts.h"
 
 namespace QMT::Test
 {

@@ -1,6 +1,6 @@
 #include "ctl/TornText.h"
 
-#include "support/RecoveryTest.h"
+#include "support/Texts.h"
 
 #include <gtest/gtest.h>
 

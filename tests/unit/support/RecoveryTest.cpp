@@ -15,11 +15,6 @@ std::string shown(const std::optional<std::string>& text)
 
 } // namespace
 
-std::string nul(std::size_t count)
-{
-    return std::string(count, '\0');
-}
-
 std::string shown(const FrameworkContents& contents)
 {
     return "live " + shown(contents.live.configuration) + " " + shown(contents.live.list) + "\ncopy " +

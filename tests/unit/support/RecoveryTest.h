@@ -5,7 +5,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cstddef>
 #include <map>
 #include <optional>
 #include <string>
@@ -16,9 +15,6 @@ namespace QMT::Test
 
 /// A configuration document whose only handler serves `roots`; `limit` is outside the participants.
 std::string documentServing(const std::vector<std::string>& roots, const std::string& limit = "8");
-
-/// `count` zero bytes: what some file systems leave of lost data.
-std::string nul(std::size_t count);
 
 /// The contents of all files, for messages.
 std::string shown(const FrameworkContents& contents);

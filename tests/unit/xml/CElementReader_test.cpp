@@ -1,6 +1,6 @@
 #include "xml/CElementReader.h"
 
-#include "support/Repeat.h"
+#include "support/Texts.h"
 #include "xml/CXMLParser.h"
 #include "xml/DocumentDemand.h"
 

@@ -1,6 +1,6 @@
 #include "xml/DocumentDemand.h"
 
-#include "support/Repeat.h"
+#include "support/Texts.h"
 
 #include <gtest/gtest.h>
 

@@ -1,5 +1,5 @@
-#ifndef QMT_TEST_Repeat_INCLUDED
-#define QMT_TEST_Repeat_INCLUDED
+#ifndef QMT_TEST_Texts_INCLUDED
+#define QMT_TEST_Texts_INCLUDED
 
 #include <cstddef>
 #include <string>
@@ -18,6 +18,12 @@ inline std::string repeat(const std::string& text, std::size_t times)
     return all;
 }
 
+/// `count` zero bytes: what some file systems leave of lost data.
+inline std::string nul(std::size_t count)
+{
+    return std::string(count, '\0');
+}
+
 } // namespace QMT::Test
 
-#endif // QMT_TEST_Repeat_INCLUDED
+#endif // QMT_TEST_Texts_INCLUDED
