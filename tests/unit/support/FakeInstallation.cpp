@@ -28,6 +28,20 @@ std::string redirected(const char* path)
     return isInside ? currentPath + rest : asked;
 }
 
+int statBy(const char* symbol, const char* path, void* buffer)
+{
+    if (QMT::Test::FailingCall::fails("stat", path))
+    {
+        return -1;
+    }
+    return QMT::Test::realCall<int(const char*, void*)>(symbol)(redirected(path).c_str(), buffer);
+}
+
+int lstatBy(const char* symbol, const char* path, void* buffer)
+{
+    return QMT::Test::realCall<int(const char*, void*)>(symbol)(redirected(path).c_str(), buffer);
+}
+
 } // namespace
 
 // Every system call by which the program and its libraries access a path below /opt/qor.
@@ -35,6 +49,8 @@ extern "C"
 {
     int redirectedStat(const char* path, void* buffer) __asm__("stat64");
     int redirectedLstat(const char* path, void* buffer) __asm__("lstat64");
+    int redirectedWideStat(const char* path, void* buffer) __asm__("__stat64_time64");
+    int redirectedWideLstat(const char* path, void* buffer) __asm__("__lstat64_time64");
     int redirectedOpen(const char* path, int flags, ...) __asm__("open64");
     int redirectedFortifiedOpen(const char* path, int flags) __asm__("__open64_2");
     std::FILE* redirectedFopen(const char* path, const char* mode) __asm__("fopen64");
@@ -46,16 +62,23 @@ extern "C"
 
 int redirectedStat(const char* path, void* buffer)
 {
-    if (QMT::Test::FailingCall::fails("stat", path))
-    {
-        return -1;
-    }
-    return QMT::Test::realCall<int(const char*, void*)>("stat64")(redirected(path).c_str(), buffer);
+    return statBy("stat64", path, buffer);
 }
 
 int redirectedLstat(const char* path, void* buffer)
 {
-    return QMT::Test::realCall<int(const char*, void*)>("lstat64")(redirected(path).c_str(), buffer);
+    return lstatBy("lstat64", path, buffer);
+}
+
+// The symbols that 32-bit callers with 64-bit times link to.
+int redirectedWideStat(const char* path, void* buffer)
+{
+    return statBy("__stat64_time64", path, buffer);
+}
+
+int redirectedWideLstat(const char* path, void* buffer)
+{
+    return lstatBy("__lstat64_time64", path, buffer);
 }
 
 int redirectedOpen(const char* path, int flags, ...)
