@@ -129,9 +129,9 @@ class Trace:
         other.operations = []
         for operation in self.operations:
             last = other.operations[-1] if other.operations else None
-            if isinstance(operation, Data) and isinstance(last, Data) and operation == dataclasses.replace(
-                    last, offset=last.offset + len(last.data), data=operation.data):
-                other.operations[-1] = dataclasses.replace(last, data=last.data + operation.data)
+            if (isinstance(operation, Data) and isinstance(last, Data)
+                    and (operation.file, operation.offset) == (last.file, last.offset + len(last.data))):
+                other.operations[-1] = Data(last.file, last.offset, last.data + operation.data)
             else:
                 other.operations.append(operation)
         return other

@@ -24,6 +24,7 @@ def _files(trace: disk.Trace, model: str, answers: int = 1) -> list[dict[str, by
 
 REPLACE = ('openat(AT_FDCWD</>, "/opt/qor/etc/file", O_WRONLY|O_CREAT|O_TRUNC, 0666) = 3</opt/qor/etc/file>',
            'write(3</opt/qor/etc/file>, "new one\\n", 8) = 8')
+HALVES = ('write(3</opt/qor/etc/file>, "new ", 4) = 4', 'write(3</opt/qor/etc/file>, "one\\n", 4) = 4')
 SYNC_FILE = "fsync(3</opt/qor/etc/file>) = 0"
 SYNC_ETC = ('openat(AT_FDCWD</>, "/opt/qor/etc", O_RDONLY) = 4</opt/qor/etc>', "fsync(4</opt/qor/etc>) = 0")
 REMOVE = 'unlink("/opt/qor/etc/file") = 0'
@@ -38,9 +39,6 @@ def _contents(trace: disk.Trace, model: str) -> set[bytes]:
 @pytest.mark.parametrize("model", disk.MODELS)
 def test_unsynced_content_may_be_lost_wholly_or_partly(model: str) -> None:
     assert _contents(_trace(*REPLACE), model) == {OLD, NEW, *LOST}
-
-
-HALVES = ('write(3</opt/qor/etc/file>, "new ", 4) = 4', 'write(3</opt/qor/etc/file>, "one\\n", 4) = 4')
 
 
 def test_merged_joins_adjoining_writes_to_a_file() -> None:

@@ -15,6 +15,13 @@ namespace
 
 QMT::Test::FailingCall* currentCall = nullptr;
 
+int fcntlBy(const char* symbol, int file, int command, void* argument)
+{
+    return QMT::Test::FailingCall::fails("fcntl", file)
+               ? -1
+               : QMT::Test::realCall<int(int, int, ...)>(symbol)(file, command, argument);
+}
+
 } // namespace
 
 extern "C"
@@ -22,7 +29,7 @@ extern "C"
     int failingFork() __asm__("fork");
     int failingClose(int file) __asm__("close");
     int failingFcntl(int file, int command, void* argument) __asm__("fcntl64");
-    int failingWideFcntl(int file, int command, void* argument) __asm__("__fcntl_time64");
+    int failingTime64Fcntl(int file, int command, void* argument) __asm__("__fcntl_time64");
     int failingFsync(int file) __asm__("fsync");
     int failingFchown(int file, unsigned int owner, unsigned int group) __asm__("fchown");
     int failingFchmod(int file, unsigned int mode) __asm__("fchmod");
@@ -55,15 +62,13 @@ int failingClose(int file)
 
 int failingFcntl(int file, int command, void* argument)
 {
-    static auto* const realFcntl = QMT::Test::realCall<int(int, int, ...)>("fcntl64");
-    return QMT::Test::FailingCall::fails("fcntl", file) ? -1 : realFcntl(file, command, argument);
+    return fcntlBy("fcntl64", file, command, argument);
 }
 
 // The symbol that 32-bit callers with 64-bit times link to.
-int failingWideFcntl(int file, int command, void* argument)
+int failingTime64Fcntl(int file, int command, void* argument)
 {
-    static auto* const realFcntl = QMT::Test::realCall<int(int, int, ...)>("__fcntl_time64");
-    return QMT::Test::FailingCall::fails("fcntl", file) ? -1 : realFcntl(file, command, argument);
+    return fcntlBy("__fcntl_time64", file, command, argument);
 }
 
 int failingFsync(int file)

@@ -49,8 +49,8 @@ extern "C"
 {
     int redirectedStat(const char* path, void* buffer) __asm__("stat64");
     int redirectedLstat(const char* path, void* buffer) __asm__("lstat64");
-    int redirectedWideStat(const char* path, void* buffer) __asm__("__stat64_time64");
-    int redirectedWideLstat(const char* path, void* buffer) __asm__("__lstat64_time64");
+    int redirectedTime64Stat(const char* path, void* buffer) __asm__("__stat64_time64");
+    int redirectedTime64Lstat(const char* path, void* buffer) __asm__("__lstat64_time64");
     int redirectedOpen(const char* path, int flags, ...) __asm__("open64");
     int redirectedFortifiedOpen(const char* path, int flags) __asm__("__open64_2");
     std::FILE* redirectedFopen(const char* path, const char* mode) __asm__("fopen64");
@@ -71,12 +71,12 @@ int redirectedLstat(const char* path, void* buffer)
 }
 
 // The symbols that 32-bit callers with 64-bit times link to.
-int redirectedWideStat(const char* path, void* buffer)
+int redirectedTime64Stat(const char* path, void* buffer)
 {
     return statBy("__stat64_time64", path, buffer);
 }
 
-int redirectedWideLstat(const char* path, void* buffer)
+int redirectedTime64Lstat(const char* path, void* buffer)
 {
     return lstatBy("__lstat64_time64", path, buffer);
 }
